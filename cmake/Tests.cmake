@@ -1,0 +1,24 @@
+# One test program per folder of tests/, named after the folder of src/ that it mirrors and linked to it.
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+add_test(NAME Layers.IncludesFollowTheTable
+  COMMAND ${CMAKE_COMMAND} -DSOURCE_DIR=${CMAKE_SOURCE_DIR}/src -P ${CMAKE_SOURCE_DIR}/cmake/CheckIncludes.cmake)
+add_test(NAME Layers.BreachIsRefused
+  COMMAND ${CMAKE_COMMAND} -DSOURCE_DIR=${CMAKE_SOURCE_DIR}/tests/layers -P ${CMAKE_SOURCE_DIR}/cmake/CheckIncludes.cmake)
+set_tests_properties(Layers.BreachIsRefused PROPERTIES
+  PASS_REGULAR_EXPRESSION "'Lower' may not include 'Upper'.*'Lower' is headless and includes <GL/gl.h>")
+
+foreach(folder IN LISTS LAYER_FOLDERS)
+  folder_target(${folder} target)
+  file(GLOB testSources CONFIGURE_DEPENDS tests/${folder}/*.cpp)
+  if(testSources)
+    add_executable(${target}_tests ${testSources})
+    target_link_libraries(${target}_tests PRIVATE ${target} GTest::gtest GTest::gmock GTest::gtest_main)
+    target_include_directories(${target}_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+    target_compile_definitions(${target}_tests PRIVATE
+      MORVANE_DATA_DIR="${CMAKE_SOURCE_DIR}/data" MORVANE_SHARED_DIR="${CMAKE_SOURCE_DIR}/../shared")
+    set_target_properties(${target}_tests PROPERTIES ENABLE_EXPORTS ON)
+    gtest_discover_tests(${target}_tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+  endif()
+endforeach()

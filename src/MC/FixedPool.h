@@ -1,0 +1,62 @@
+#pragma once
+// Pools of equal blocks: density blocks, cell records and surface records of one volume. A pool takes memory from the system in
+// large slabs and keeps the brush loop free of the general allocator.
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+/// Byte-sized lock: compare-and-swap, a pause loop that doubles up to 16 spins, then the time slice is given away.
+class SpinLock {
+ public:
+  void Lock();
+  void Unlock() { m_Byte.store(0, std::memory_order_release); }
+
+ private:
+  std::atomic<uint8_t> m_Byte{0};
+};
+
+/// Holds `lock` for a scope when `lock` is not null.
+class SpinGuard {
+ public:
+  explicit SpinGuard(SpinLock* lock) : m_Lock(lock) {
+    if (m_Lock) m_Lock->Lock();
+  }
+  ~SpinGuard() {
+    if (m_Lock) m_Lock->Unlock();
+  }
+  SpinGuard(const SpinGuard&) = delete;
+  SpinGuard& operator=(const SpinGuard&) = delete;
+
+ private:
+  SpinLock* m_Lock;
+};
+
+class FixedPool {
+ public:
+  explicit FixedPool(size_t blockBytes);
+  ~FixedPool();
+  FixedPool(const FixedPool&) = delete;
+  FixedPool& operator=(const FixedPool&) = delete;
+
+  /// One block, uninitialised. With `lock` the pool's spin lock is held meanwhile.
+  void* Allocate(bool lock);
+  /// `count` blocks at once into `blocks`, for passes that know how many they need.
+  void AllocateMany(size_t count, void** blocks);
+  void Free(void* block, bool lock);
+  /// Gives all slabs back. No block may be in use.
+  void Clear();
+
+  size_t BlockBytes() const { return m_BlockBytes; }
+  size_t UsedBlocks() const { return m_Used; }
+  /// Bytes of all slabs, free blocks included.
+  size_t SlabBytes() const;
+
+ private:
+  size_t m_BlockBytes, m_Used = 0;
+  std::vector<void*> m_Slabs;
+  struct FreeBlock* m_Free = nullptr;
+  uint8_t* m_Fresh = nullptr;  // the part of the newest slab that was never handed out
+  uint8_t* m_FreshEnd = nullptr;
+  SpinLock m_Lock;
+};

@@ -1,0 +1,141 @@
+#pragma once
+// The sparse volume: an unbounded grid of 16-bit density samples in 8 x 8 x 8 cells that exist only where something is stored.
+//
+// Density: 32768 is the surface, at least 32768 is inside; one voxel of distance is 16384 units, the ramp is 4 voxels wide. A cell
+// stores 9 x 9 x 9 samples: the far planes repeat the first planes of its neighbours, and every writer computes all 729 samples, so
+// that shared planes hold equal values by construction.
+//
+// Threads: lookups and sampling are free for all while nobody writes. A parallel pass gives each cell one owner; creation of cells
+// and of blocks on workers passes lock = true.
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "MC/BoxTree.h"
+#include "MC/CellTable.h"
+#include "MC/FixedPool.h"
+#include "MC/VoxelCell.h"
+#include "ClassEngine/unihash.h"
+#include "comms/BaseMesh.h"
+#include "comms/Vec.h"
+
+/// Drawable mesh of one 6 x 6 x 6 group of cells.
+struct RenderGroup {
+  std::unique_ptr<comms::BaseMesh> Mesh;
+  VolumeBox Box;
+  ::ScreenRect ScreenRect;
+  int LastFrame = 0;
+};
+
+/// What a volume holds in memory, by kind; bytes as they really are on this machine.
+struct VolumeMemory {
+  size_t Cells = 0, UniformCells = 0, SurfaceCells = 0, FilledCells = 0;
+  size_t TableBytes = 0, CellBytes = 0, DensityBytes = 0, SurfaceBytes = 0, VertexBytes = 0, IndexBytes = 0;
+  size_t OtherBlockBytes = 0, BoxTreeBytes = 0, GroupMeshBytes = 0;
+  size_t Total() const;
+};
+
+class VolumeObject {
+ public:
+  /// The cell that the last read touched: consecutive reads in one cell skip the table.
+  struct Cursor {
+    CellKey Key{INT32_MAX, INT32_MAX, INT32_MAX};
+    const VoxelCell* Cell = nullptr;
+    CellTable::Cursor Table;
+  };
+
+  VolumeObject();
+  ~VolumeObject();
+  VolumeObject(const VolumeObject&) = delete;
+  VolumeObject& operator=(const VolumeObject&) = delete;
+
+  // --- cells -------------------------------------------------------------------------------------------------------------
+  /// The cell at a key. Missing: null, or with `create` a new empty one (Touched, HasOutside, uniform 0). `backup` keeps a copy
+  /// for undo on the first touch of a stroke. `lock` holds the table's spin lock.
+  VoxelCell* GetCell(int32_t x, int32_t y, int32_t z, bool create, bool backup, bool lock);
+  VoxelCell* FindCell(const CellKey& key) const { return Cells.Find(key); }
+  /// Copies a cell into its Backup (density, ids, colours; vertices and indices into the Saved blocks of the source).
+  VoxelCell* BackupCell(int32_t x, int32_t y, int32_t z);
+  /// A cell's Backup if it has one, else the cell.
+  const VoxelCell* FindCellOrBackup(int32_t x, int32_t y, int32_t z) const;
+  /// Takes a cell out of the table and returns all it holds to the pools.
+  void DeleteCell(const CellKey& key);
+  /// Drops the backups of a finished stroke (`restore` false) or puts them back in place of the changed cells (`restore` true, the
+  /// cells are marked changed), and empties StrokeCellKeys and BackupCount.
+  void EndStroke(bool restore);
+  void AllocateSurface(VoxelCell& cell);
+  void FreeSurface(VoxelCell& cell);
+  /// Returns every record, block and surface to the pools.
+  void Clear();
+  template <class Visit>
+  void ForEachCell(Visit&& visit) const {
+    Cells.ForEach(visit);
+  }
+
+  // --- sampling ----------------------------------------------------------------------------------------------------------
+  /// Sample at integer voxel coordinates; 0 where there is no cell. Never reads the shared far planes.
+  uint16_t SampleVoxel(int32_t x, int32_t y, int32_t z, Cursor& cursor, bool fromBackup) const;
+  /// Trilinear value, 0 .. 65535.
+  double SampleTrilinear(float x, float y, float z, bool fromBackup) const;
+  /// Value at a point on a grid edge (linear along it), for normals; 0 where two coordinates lie between samples.
+  double SampleEdge(float x, float y, float z, Cursor& cursor) const;
+  /// Unit density gradient (into the solid) at a surface point that lies on a grid edge. The difference runs away from the origin
+  /// plane of each axis, as the mirrored traversal does, so that normals of a symmetric volume are mirror images to the last bit.
+  comms::cVec3 GetNormal(float x, float y, float z) const;
+  comms::cVec3 GetNormal(float x, float y, float z, Cursor& cursor) const;
+  /// Unit central difference of the density as it was before the stroke (backups are read).
+  comms::cVec3 GetCentralNormal(float x, float y, float z) const;
+
+  // --- change and surface ------------------------------------------------------------------------------------------------
+  /// Every writer calls this once per changed cell, far-plane changes included.
+  void MarkCellChanged(int32_t x, int32_t y, int32_t z, bool boxOnly, bool lock);
+  /// Rebuilds the triangles of one cell. Safe on many threads for different cells while nobody writes density.
+  VoxelCell* PolygonizeCell(int32_t x, int32_t y, int32_t z);
+  /// Polygonises all marked cells, renews boxes, group meshes and the box tree. `buildGroups` false: surfaces and boxes alone, for
+  /// callers that draw nothing; the groups stay marked.
+  void RefreshChanges(bool buildGroups = true);
+  /// Null when the group has no vertices or no indices.
+  std::unique_ptr<comms::BaseMesh> BuildGroupMesh(int32_t gx, int32_t gy, int32_t gz, VolumeBox& box, ::ScreenRect& rect) const;
+  /// Gives every vertex its 32-bit id in VertexIds; shared vertices have the top bit set and equal ids in all their cells. Does
+  /// nothing where the ids are current. Returns the number of distinct ids (NextVertexId).
+  uint32_t AssignVertexIds();
+
+  // --- space -------------------------------------------------------------------------------------------------------------
+  comms::cVec3 VolumeToWorld(const comms::cVec3& p) const { return SpaceMatrix.TransformPoint(p); }
+  comms::cVec3 WorldToVolume(const comms::cVec3& p) const;
+  comms::cVec3 VolumeToWorldDirection(const comms::cVec3& d) const { return SpaceMatrix.TransformDirection(d); }
+  comms::cVec3 WorldToVolumeDirection(const comms::cVec3& d) const;
+
+  // --- memory ------------------------------------------------------------------------------------------------------------
+  VolumeMemory CountMemory() const;
+  /// The text of the memory report. Releases Vertices and Indices of every cell that it counted: re-polygonise afterwards
+  /// (`MarkAllChanged`, `RefreshChanges`).
+  std::string MemoryReport();
+  void MarkAllChanged();
+
+  std::string Name, ShaderName;
+  std::vector<CellKey> StrokeCellKeys;  ///< keys backed up since the last undo frame, at most MaxStrokeKeys
+  static constexpr size_t MaxStrokeKeys = 18192;
+  FixedPool VoxelPool, CellPool, SurfacePool;
+  ABOcTree BoxTree;
+  int32_t RampWidth = 4;
+  CellKey MinCell{10000, 10000, 10000}, MaxCell{-10000, -10000, -10000};
+  comms::cMat4 SpaceMatrix;  ///< from voxels to world
+  VolumeObject* Reference = nullptr;
+  bool SurfaceMode = false;
+  int32_t BackupCount = 0;
+  CoordHash<int32_t> DirtyGroups, DirtyCells, RedrawCells;
+  CoordHash<RenderGroup> RenderGroups;
+  CellTable Cells;
+  uint32_t NextVertexId = 0;
+
+ private:
+  friend struct VoxelCell;
+  void FreeCell(VoxelCell* cell);
+  SpinLock m_TableLock, m_DirtyLock;
+  bool m_IdsCurrent = false;
+  bool m_RebuildBoxes = false;
+};
+
+enum DirtyState : int32_t { DirtyPolygonize = 1, DirtyBoxOnly = 2 };
