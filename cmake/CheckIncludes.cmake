@@ -1,5 +1,7 @@
 # cmake -DSOURCE_DIR=src [-DSTAMP=file] -P cmake/CheckIncludes.cmake
+cmake_minimum_required(VERSION 3.25)
 # Holds every #include "..." under SOURCE_DIR against SOURCE_DIR/Layers.txt and fails with the list of breaches.
+get_filename_component(SOURCE_DIR "${SOURCE_DIR}" ABSOLUTE)
 include("${CMAKE_CURRENT_LIST_DIR}/ReadLayers.cmake")
 read_layers("${SOURCE_DIR}/Layers.txt")
 
