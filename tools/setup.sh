@@ -6,7 +6,7 @@ set -euo pipefail
 packages_build="g++ cmake ninja-build ccache pkg-config libtbb-dev libpng-dev zlib1g-dev libepoxy-dev libegl-dev libegl1 libgl1-mesa-dri"
 packages_test="libgtest-dev libgmock-dev"
 packages_ci="clang clang-format clang-tidy libclang-rt-14-dev"
-packages_peers="libopenvdb-dev libtinyobjloader-dev libassimp-dev"
+packages_peers="libopenvdb-dev libboost-dev libimath-dev libtinyobjloader-dev libassimp-dev"
 
 missing=()
 for set in "$@"; do

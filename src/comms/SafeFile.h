@@ -8,10 +8,17 @@
 
 namespace comms {
 
+/// Whether something other than a folder stands at `path`.
+bool FileExists(const std::string& path);
+/// Bytes of the regular file at `path`; -1 where there is none.
+int64_t GetFileSize(const std::string& path);
+
 /// Reads all of `path` (UTF-8). False with one sentence in `error` (file, reason) where it can't be read.
 bool ReadWholeFile(const std::string& path, std::vector<uint8_t>& bytes, std::string& error);
 
-/// A file that comes into being whole or not at all.
+/// A file that comes into being whole or not at all. Permissions of the file that stood there are kept, and a symbolic link stays and
+/// is written through. A device or pipe at `path` (/dev/stdout) has no old content to guard and is written directly. Folders and
+/// write-protected files are refused.
 class SafeFileWriter {
  public:
   /// Opens the temporary file beside `path`; nothing at `path` changes before Commit.
@@ -23,15 +30,24 @@ class SafeFileWriter {
 
   /// Appends. False after the first failure; all later calls fail too.
   bool Write(const void* data, std::size_t size);
-  /// Syncs, closes and renames over `path`. False where anything failed; then the old file is whole.
+  /// Syncs, closes and renames over `path`. False where anything failed: the old file is whole, or, where only the sync of the
+  /// folder failed, the new one.
   bool Commit();
   bool Failed() const { return !m_Error.empty(); }
   /// The first failure as a sentence with file and reason; empty while all is well.
   const std::string& Error() const { return m_Error; }
 
  private:
-  bool Fail(const char* what);
-  std::string m_Path, m_TempPath, m_Error;
+  bool Fail(const std::string& reason);
+  bool FailWithErrno();
+  void OpenTemporary();
+  bool WriteThrough(const uint8_t* data, std::size_t size);
+  bool SyncFolder();
+  std::string m_Path;      // as given, for messages
+  std::string m_Target;    // m_Path behind its links
+  std::string m_TempPath;  // empty: m_Target is written directly
+  std::string m_Error;
+  std::vector<uint8_t> m_Buffer;
   int m_Handle = -1;
 };
 

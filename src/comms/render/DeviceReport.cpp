@@ -1,0 +1,62 @@
+#include "comms/render/DeviceReport.h"
+
+namespace comms {
+
+namespace {
+
+enum class Need { Any, All };
+
+struct Feature {
+  const char* Label;                ///< one that ends in ": " is followed by Limit and a closing parenthesis
+  int CoreSince;                    ///< 10 * major + minor of the first version that has it without an extension
+  cList<const char*> Extensions;
+  Need Needed = Need::Any;
+  int DeviceFacts::*Limit = nullptr;
+};
+
+// Choosing a pixel format and multisampling were window-system extensions; every context of version 3 has them behind it.
+const cList<Feature>& GetFeatures() {
+  static const cList<Feature> features = {
+      {"Pixel format", 30, {"WGL_ARB_pixel_format"}},
+      {"Multisample", 13, {"GL_ARB_multisample", "WGL_ARB_multisample"}},
+      {"Multitexture (fragment shader units: ", 13, {"GL_ARB_multitexture"}, Need::Any, &DeviceFacts::FragmentTextureUnits},
+      {"Anisotropic filtering (level: ", 46, {"GL_EXT_texture_filter_anisotropic"}, Need::Any, &DeviceFacts::MaxAnisotropy},
+      {"Texture Compression", 13, {"GL_ARB_texture_compression"}},
+      {"Stencil two side (Multivendor)", 20, {"GL_EXT_stencil_two_side"}},
+      {"Stencil two side (ATI)", 20, {"GL_ATI_separate_stencil"}},
+      {"Vertex Buffer Object", 15, {"GL_ARB_vertex_buffer_object"}},
+      {"Vertex Attributes (count: ", 20, {"GL_ARB_vertex_program"}, Need::Any, &DeviceFacts::VertexAttributes},
+      {"Vertex Uniform Vectors (count: ", 20, {"GL_ARB_vertex_program"}, Need::Any, &DeviceFacts::VertexUniformVectors},
+      {"OpenGL Shading Language",
+       20,
+       {"GL_ARB_shading_language_100", "GL_ARB_shader_objects", "GL_ARB_vertex_shader", "GL_ARB_fragment_shader"},
+       Need::All},
+      {"Frame Buffer Object (max size: ", 30, {"GL_EXT_framebuffer_object"}, Need::Any, &DeviceFacts::MaxTargetSize},
+      {"MRT (targets: ", 20, {"GL_ARB_draw_buffers"}, Need::Any, &DeviceFacts::DrawTargets},
+      {"Float texture", 30, {"GL_ARB_texture_float", "GL_ATI_texture_float"}},
+      {"Non power of two", 20, {"GL_ARB_texture_non_power_of_two"}}};
+  return features;
+}
+
+bool IsSupported(const Feature& feature, const DeviceFacts& facts) {
+  if (facts.VersionNumber >= feature.CoreSince) return true;
+  size_t present = 0;
+  for (const char* extension : feature.Extensions) present += facts.HasExtension(extension);
+  return feature.Needed == Need::All ? present == feature.Extensions.size() : present > 0;
+}
+
+}  // namespace
+
+cStr MakeDeviceReport(const DeviceFacts& facts) {
+  cStr supported, unsupported;
+  for (const Feature& feature : GetFeatures()) {
+    const bool has = IsSupported(feature, facts);
+    cStr line = cStr("  ") + feature.Label;
+    if (feature.Limit) line += Format("%d)", has ? facts.*feature.Limit : 0);
+    (has ? supported : unsupported) += line + '\n';
+  }
+  return "               Graphics card and driver info\nVendor: " + facts.Vendor + "\nRenderer: " + facts.Renderer +
+         "\nOpenGL Version: " + facts.Version + "\nSupported:\n" + supported + "Unsupported:\n" + unsupported;
+}
+
+}  // namespace comms

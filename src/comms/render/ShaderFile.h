@@ -1,0 +1,23 @@
+#pragma once
+// Shader files: both sources of a program in one text, and the preamble that makes one file serve many variants.
+#include "comms/Str.h"
+
+namespace comms {
+
+/// A part of a shader file. It begins at its comment line, "// Vertex shader" or "// Fragment shader".
+struct ShaderPart {
+  cStr Text;
+  int Line = 0;  ///< line of the file, from 1, at which Text begins
+};
+struct ShaderFile {
+  ShaderPart Vertex, Fragment;
+};
+
+/// Splits the text of a shader file; the two parts stand in any order. False with one sentence, which names `fileName`, where a part
+/// is missing or stands twice.
+bool SplitShaderFile(const cStr& text, const cStr& fileName, ShaderFile& file, cStr& error);
+
+/// What the compiler gets: version, helpers, `defines` (one a line), and the part under the line numbers of its file.
+cStr MakeShaderSource(const ShaderPart& part, const cStr& defines);
+
+}  // namespace comms

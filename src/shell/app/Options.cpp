@@ -1,0 +1,113 @@
+#include "shell/app/Options.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace {
+
+struct OptionRow {
+  const char *Name, *Value, *Help;  // Value: what follows, null for a switch
+  std::string Options::*Text = nullptr;
+  bool Options::*Switch = nullptr;
+};
+
+const OptionRow s_Rows[] = {
+    {"--batch", "FILE", "run the commands of FILE, one a line ('-': standard input), without a window", &Options::BatchFile, nullptr},
+    {"--keep-going", nullptr, "go on behind a command that failed; the first failure still decides the exit code", nullptr,
+     &Options::KeepGoing},
+    {"--threads", "N", "use N threads, 1 to 1024 (as many as there are processors); no result depends on it", nullptr, nullptr},
+    {"--data", "DIR", "folder of the program's own files, in place of the one that it finds", &Options::DataFolder, nullptr},
+    {"--help", nullptr, "this text and every command with its parameters", nullptr, &Options::ShowHelp},
+    {"--version", nullptr, "name and version", nullptr, &Options::ShowVersion},
+};
+
+class OptionReader {
+ public:
+  OptionReader(const std::vector<std::string>& words, Options& options, std::string& error)
+      : m_Words(words), m_Options(options), m_Error(error) {}
+
+  bool Read() {
+    bool filesOnly = false;
+    for (m_At = 0; m_At < m_Words.size(); ++m_At) {
+      const std::string& word = m_Words[m_At];
+      if (!filesOnly && word == "--") {
+        filesOnly = true;
+      } else if (!filesOnly && word.size() > 1 && word[0] == '-') {
+        if (!ReadOption(word)) return false;
+      } else if (!TakeFile(word)) {
+        return false;
+      }
+    }
+    if (!m_Options.BatchFile.empty() && !m_Options.InputFile.empty())
+      return Fail("a batch file and '" + m_Options.InputFile + "' can't be run together; import the mesh in the batch file");
+    return true;
+  }
+
+ private:
+  bool ReadOption(const std::string& word) {
+    const size_t equals = word.find('=');
+    const std::string name = word.substr(0, equals);
+    const auto row = std::find_if(std::begin(s_Rows), std::end(s_Rows), [&](const OptionRow& r) { return name == r.Name; });
+    if (row == std::end(s_Rows)) return Fail("unknown option '" + name + "'; --help lists them");
+    if (std::find(m_Seen.begin(), m_Seen.end(), row) != m_Seen.end()) return Fail("'" + name + "' is given twice");
+    m_Seen.push_back(row);
+    if (!row->Value) {
+      if (equals != std::string::npos) return Fail("'" + name + "' takes no value");
+      m_Options.*row->Switch = true;
+      return true;
+    }
+    std::string value;
+    if (equals != std::string::npos) {
+      value = word.substr(equals + 1);
+    } else if (m_At + 1 < m_Words.size() && !m_Words[m_At + 1].starts_with("--")) {
+      value = m_Words[++m_At];
+    }
+    if (value.empty()) return Fail("'" + name + "' needs " + row->Value);
+    if (!row->Text) return ReadThreads(value);
+    m_Options.*row->Text = value;
+    return true;
+  }
+
+  bool ReadThreads(const std::string& value) {
+    const char* end = value.data() + value.size();
+    const auto [stop, fault] = std::from_chars(value.data(), end, m_Options.Threads);
+    if (fault != std::errc() || stop != end || m_Options.Threads < 1 || m_Options.Threads > 1024)
+      return Fail("'--threads' needs a whole number from 1 to 1024, found '" + value + "'");
+    return true;
+  }
+
+  bool TakeFile(const std::string& word) {
+    if (word.empty()) return Fail("a file name is empty");
+    if (!m_Options.InputFile.empty()) return Fail("one file at a time: '" + m_Options.InputFile + "' and '" + word + "'");
+    m_Options.InputFile = word;
+    return true;
+  }
+
+  bool Fail(std::string sentence) {
+    m_Error = std::move(sentence);
+    return false;
+  }
+
+  const std::vector<std::string>& m_Words;
+  Options& m_Options;
+  std::string& m_Error;
+  size_t m_At = 0;
+  std::vector<const OptionRow*> m_Seen;
+};
+
+}  // namespace
+
+bool ReadOptions(const std::vector<std::string>& words, Options& options, std::string& error) {
+  options = {};
+  return OptionReader(words, options, error).Read();
+}
+
+std::string DescribeOptions() {
+  std::string text;
+  for (const OptionRow& row : s_Rows) {
+    std::string line = std::string("  ") + row.Name + (row.Value ? std::string(" ") + row.Value : "");
+    line.resize(std::max<size_t>(line.size(), 18), ' ');
+    text += line + row.Help + "\n";
+  }
+  return text;
+}

@@ -1,0 +1,19 @@
+#pragma once
+// The command line.
+#include <string>
+#include <vector>
+
+struct Options {
+  std::string BatchFile;  ///< --batch FILE, "-" for standard input; empty: none
+  std::string InputFile;  ///< a mesh to open; empty: none
+  std::string DataFolder; ///< --data DIR; empty: looked up
+  int Threads = 0;        ///< --threads N, 1 to 1024; 0: as many as the machine has
+  bool KeepGoing = false, ShowHelp = false, ShowVersion = false;
+};
+
+/// Reads the words behind the program's name, which may stand in any order; `--name=value` is the same as `--name value`, and
+/// behind `--` every word is a file. False with one sentence in `error` where something is unknown, missing or said twice.
+bool ReadOptions(const std::vector<std::string>& words, Options& options, std::string& error);
+
+/// The text of the options for --help.
+std::string DescribeOptions();

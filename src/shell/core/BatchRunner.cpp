@@ -1,0 +1,133 @@
+#include "shell/core/BatchRunner.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <new>
+
+#include "comms/Log.h"
+#include "comms/Str.h"
+#include "shell/core/BatchProgress.h"
+
+using comms::Format;
+
+namespace {
+
+/// Lines of a stream of any length; of a line past the limit only as much is kept as shows that it is too long.
+class LineReader {
+ public:
+  explicit LineReader(std::istream& input) : m_Buffer(*input.rdbuf()) {}
+
+  /// False at the end of the stream.
+  bool Next(std::string& line) {
+    constexpr int end = std::char_traits<char>::eof();
+    line.clear();
+    int c = m_Buffer.sbumpc();
+    if (c == end) return false;
+    for (; c != end && c != '\n'; c = m_Buffer.sbumpc())
+      if (line.size() <= MaxBatchLine + 1) line += char(c);
+    if (m_First && line.starts_with("\xEF\xBB\xBF")) line.erase(0, 3);
+    m_First = false;
+    return true;
+  }
+
+ private:
+  std::streambuf& m_Buffer;
+  bool m_First = true;
+};
+
+}  // namespace
+
+BatchRunner::BatchRunner(const CommandTable& table, BatchMessages& messages, std::ostream& answers, BatchOptions options)
+    : m_Table(table), m_Messages(messages), m_Answers(answers), m_Options(options) {}
+
+int BatchRunner::RunFile(const std::string& path) {
+  if (path == "-") return RunStream(std::cin, "standard input");
+  std::ifstream file(path, std::ios::binary);
+  if (!file) return FailToRead(path, std::strerror(errno));
+  return RunStream(file, path);
+}
+
+int BatchRunner::FailToRead(const std::string& name, const char* reason) {
+  comms::LogError("%s: the batch file can't be read: %s", name.c_str(), reason);
+  if (m_FirstFailure == Failure::None) m_FirstFailure = Failure::InputNotRead;
+  return int(m_FirstFailure);
+}
+
+int BatchRunner::RunStream(std::istream& input, const std::string& name) {
+  LineReader reader(input);
+  std::string line;
+  for (int number = 1;; ++number) {
+    try {
+      if (!reader.Next(line)) break;
+    } catch (const std::ios_base::failure&) {  // a folder opens and fails here
+      return FailToRead(name, std::strerror(errno));
+    }
+    if (!RunLine(line, Format("%s:%d", name.c_str(), number))) break;
+  }
+  return int(m_FirstFailure);
+}
+
+// False where the run ends behind this line.
+bool BatchRunner::RunLine(const std::string& text, const std::string& place) {
+  BatchLine line;
+  CommandResult result;
+  std::string error;
+  const auto start = std::chrono::steady_clock::now();
+  const Command* command = nullptr;
+  std::unique_ptr<BaseClass> parameters;
+  bool cancelled = false;
+  if (!ParseBatchLine(text, line, error)) {
+    result = CommandResult::Refuse(place + ": " + error);
+  } else if (line.Name.empty()) {
+    return true;
+  } else if (!(command = m_Table.Find(line.Name))) {
+    result = CommandResult::Refuse(place + ": " + m_Table.DescribeUnknown(line.Name));
+  } else if (!(parameters = m_Table.ReadParameters(*command, line.Arguments, error))) {
+    result = CommandResult::Refuse(place + ": " + error);
+  } else {
+    BatchProgress progress;
+    result = RunGuarded(*command, *parameters);
+    cancelled = BatchProgress::IsCancelled();
+    if (result.Kind == Failure::NotUnderstood) result.Message = place + ": " + result.Message;
+  }
+  const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
+
+  if (!result.Ok()) {
+    const bool hasPlace = result.Message.starts_with(place);
+    comms::LogError("%s", hasPlace ? result.Message.c_str() : (place + ": " + line.Name + ": " + result.Message).c_str());
+    if (m_FirstFailure == Failure::None) m_FirstFailure = result.Kind;
+  }
+  if (!Answer(line.Name, took.count(), result)) {
+    comms::LogError("the answers can't be written");
+    if (m_FirstFailure == Failure::None) m_FirstFailure = Failure::OutputNotWritten;
+    return false;
+  }
+  return !result.EndsRun && !cancelled && (result.Ok() || m_Options.KeepGoing);
+}
+
+// What a library throws ends here: the command has failed, the run decides how to go on.
+CommandResult BatchRunner::RunGuarded(const Command& command, BaseClass& parameters) {
+  try {
+    return command.Run(parameters);
+  } catch (const std::bad_alloc&) {
+    return CommandResult::Fail("there is not enough memory for this");
+  } catch (const std::exception& exception) {
+    return CommandResult::Fail(Format("stopped unexpectedly: %s", exception.what()));
+  }
+}
+
+bool BatchRunner::Answer(const std::string& command, double milliseconds, const CommandResult& result) {
+  JsonObject answer;
+  answer.Add("command", command).Add("ok", result.Ok()).AddEncoded("ms", Format("%.1f", milliseconds));
+  if (!result.Ok()) answer.Add("error", result.Message);
+  answer.Append(result.Figures);
+  JsonArray messages;
+  for (const BatchMessages::Record& record : m_Messages.Take())
+    messages.AddEncoded(JsonObject().Add("title", record.Title).Add("text", record.Text).Add("answer", record.Answer).Text());
+  if (!messages.Empty()) answer.Add("messages", messages);
+  m_Answers << answer.Text() << '\n' << std::flush;
+  return m_Answers.good();
+}

@@ -1,0 +1,9 @@
+#pragma once
+// Which bytes are UTF-8. Over-long forms, surrogates and code points past U+10FFFF are not.
+#include <cstddef>
+#include <string_view>
+
+/// Bytes of the valid sequence that `text` begins with (1 to 4); 0 where it begins with none, and for the empty text.
+size_t Utf8SequenceLength(std::string_view text);
+/// Position of the first byte that belongs to no valid sequence; npos where all of `text` is valid.
+size_t FindInvalidUtf8(std::string_view text);
