@@ -59,8 +59,10 @@ class Block {
     std::free(m_Header);
     m_Header = nullptr;
   }
-  /// Bytes of the allocation without the allocator's own overhead.
-  size_t Bytes() const { return m_Header ? sizeof(Header) + size_t(m_Header->Capacity) * sizeof(T) : 0; }
+  /// Bytes of the allocation, the allocator's own word and its rounding to 16 bytes included.
+  size_t HeapBytes() const {
+    return m_Header ? (sizeof(Header) + size_t(m_Header->Capacity) * sizeof(T) + sizeof(size_t) + 15) & ~size_t(15) : 0;
+  }
 
  private:
   Header* m_Header = nullptr;

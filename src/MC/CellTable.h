@@ -5,7 +5,9 @@
 // open-addressing hash of the page key. A lookup in the page of the one before costs no hash at all (Cursor), a page costs 8 bytes
 // a slot, and the surface of a solid fills a page to more than half, so a cell's share stays below 16 bytes.
 #include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <vector>
 
 #include "MC/CellKey.h"
@@ -45,7 +47,7 @@ class CellTable {
   }
   /// Enters a cell; the slot must be empty.
   void Insert(const CellKey& key, VoxelCell* cell);
-  /// Takes the cell out of the table and returns it; null when there is none.
+  /// Takes the cell out of the table and returns it; null when there is none. A page that held no other cell is freed.
   VoxelCell* Remove(const CellKey& key);
   void Clear();
 
@@ -66,8 +68,11 @@ class CellTable {
 
  private:
   const Page* FindPage(const CellKey& pageKey) const;
+  size_t BucketOf(const Page* page) const;
+  void EnterPage(uint32_t index);
+  void RemovePage(Page* page);
   void Grow();
-  std::vector<Page*> m_Pages;       // owned, in order of creation
+  std::vector<Page*> m_Pages;       // owned, in order of creation; the last one takes the place of a removed one
   std::vector<uint32_t> m_Buckets;  // page index + 1, 0 free; size a power of two
   size_t m_Count = 0;
 };

@@ -32,8 +32,11 @@ class SpinGuard {
   SpinLock* m_Lock;
 };
 
+/// Slabs grow from 64 KB to 2 MB; blocks that were never used are handed out in address order, freed ones first come last served.
+/// When the system has no memory the host is asked to free some (EngineHost::OutOfMemory); if it can't, the program ends.
 class FixedPool {
  public:
+  /// `blockBytes`: from the size of a pointer to 64 KB.
   explicit FixedPool(size_t blockBytes);
   ~FixedPool();
   FixedPool(const FixedPool&) = delete;
@@ -53,9 +56,12 @@ class FixedPool {
   size_t SlabBytes() const;
 
  private:
+  static size_t SlabBytesOf(size_t index);
+  void AddSlab();
+  void* Take();
   size_t m_BlockBytes, m_Used = 0;
   std::vector<void*> m_Slabs;
-  struct FreeBlock* m_Free = nullptr;
+  void* m_Free = nullptr;      // newest freed block; each holds the address of the one before
   uint8_t* m_Fresh = nullptr;  // the part of the newest slab that was never handed out
   uint8_t* m_FreshEnd = nullptr;
   SpinLock m_Lock;

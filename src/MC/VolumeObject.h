@@ -7,6 +7,7 @@
 //
 // Threads: lookups and sampling are free for all while nobody writes. A parallel pass gives each cell one owner; creation of cells
 // and of blocks on workers passes lock = true.
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -15,6 +16,7 @@
 #include "MC/BoxTree.h"
 #include "MC/CellTable.h"
 #include "MC/FixedPool.h"
+#include "MC/RedrawArea.h"
 #include "MC/VoxelCell.h"
 #include "ClassEngine/unihash.h"
 #include "comms/BaseMesh.h"
@@ -35,6 +37,9 @@ struct VolumeMemory {
   size_t OtherBlockBytes = 0, BoxTreeBytes = 0, GroupMeshBytes = 0;
   size_t Total() const;
 };
+
+/// What a key of DirtyCells asks for.
+enum DirtyState : int32_t { DirtyPolygonize = 1, DirtyBoxOnly = 2 };
 
 class VolumeObject {
  public:
@@ -129,13 +134,16 @@ class VolumeObject {
   CoordHash<RenderGroup> RenderGroups;
   CellTable Cells;
   uint32_t NextVertexId = 0;
+  int CurrentFrame = 0;          ///< frame stamp of the drawing, kept by who draws
+  RedrawArea* Redraw = nullptr;  ///< incremental redraw is active while this is set
 
  private:
-  friend struct VoxelCell;
+  VoxelCell* NewCell(bool lock);
+  void MakeBackup(const CellKey& key, VoxelCell& source, bool lock);
   void FreeCell(VoxelCell* cell);
+  void FreeAllCells();
+  void RefreshSurfaces();
+  void RefreshGroups();
   SpinLock m_TableLock, m_DirtyLock;
-  bool m_IdsCurrent = false;
-  bool m_RebuildBoxes = false;
+  std::atomic<bool> m_IdsCurrent{false};
 };
-
-enum DirtyState : int32_t { DirtyPolygonize = 1, DirtyBoxOnly = 2 };

@@ -23,6 +23,7 @@ struct VolumeVertex {
 };
 static_assert(sizeof(VolumeVertex) == 28);
 inline constexpr uint16_t InteriorEdge = 65535;
+inline constexpr uint32_t SharedVertexBit = 0x80000000;  ///< in VertexIds: a vertex on a cell's boundary
 
 /// Axis-aligned box in volume space. The empty box is inverted: min 100000, max -100000.
 struct VolumeBox {
@@ -33,7 +34,7 @@ struct VolumeBox {
   friend bool operator==(const VolumeBox&, const VolumeBox&) = default;
 };
 
-/// Colours of one paint layer, one 0xAABBGGRR word (alpha on top) per vertex of the cell.
+/// Colours of one paint layer, one RGBA word (alpha in the top byte) per vertex of the cell.
 struct ColorLayer {
   uint32_t LayerId = 0;
   Block<uint32_t> Colors, Second;
@@ -53,7 +54,7 @@ class ColorLayerList {
   ColorLayer& Add(uint32_t layerId);
   void Assign(const ColorLayerList& other);
   void Free();
-  size_t Bytes() const;
+  size_t HeapBytes() const;
 
  private:
   ColorLayer* m_Layers = nullptr;
@@ -84,8 +85,10 @@ struct SurfaceData {
   ColorLayerList ColorLayers;
   SurfaceAttachment* Attachment = nullptr;
   ~SurfaceData() { delete Attachment; }
-  /// Bytes of all blocks of this record.
-  size_t BlockBytes() const;
+  /// Sets Box to the extent of Vertices; inverted when there are none.
+  void UpdateBox();
+  /// Heap bytes of all blocks but Vertices and Indices.
+  size_t OtherHeapBytes() const;
 };
 
 enum CellFlag : uint8_t {

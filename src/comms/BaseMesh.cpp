@@ -9,14 +9,11 @@
 
 namespace comms {
 
-// The staged blocks are written in full by their filler, so they begin uninitialised.
-template <class T>
-static std::unique_ptr<T[]> TakeBlock(size_t count) {
-  return count ? std::make_unique_for_overwrite<T[]>(count) : nullptr;
-}
+// The staged blocks are written in full by their filler, so they begin uninitialised. A block of zero elements is staged too: it takes
+// the place of what was there before.
 template <class T>
 static std::unique_ptr<T[]> CopyBlock(const T* elements, size_t count) {
-  std::unique_ptr<T[]> block = TakeBlock<T>(count);
+  std::unique_ptr<T[]> block = std::make_unique_for_overwrite<T[]>(count);
   if (count) std::memcpy(block.get(), elements, count * sizeof(T));
   return block;
 }
@@ -25,8 +22,8 @@ BaseMesh::BaseMesh(size_t vertexTotal, size_t indexTotal, const VertexLayout& la
   MORVANE_ASSERT(vertexTotal <= INT_MAX && indexTotal <= INT_MAX && layout.Stride > 0);
   NumVertices = int(vertexTotal);
   NumIndices = int(indexTotal);
-  StagedVertices = TakeBlock<uint8_t>(vertexTotal * layout.Stride);
-  StagedIndices32 = TakeBlock<uint32_t>(indexTotal);
+  StagedVertices = std::make_unique_for_overwrite<uint8_t[]>(vertexTotal * layout.Stride);
+  StagedIndices32 = std::make_unique_for_overwrite<uint32_t[]>(indexTotal);
 }
 
 BaseMesh::~BaseMesh() { ReleaseBuffers(); }
@@ -133,14 +130,17 @@ void StaticMesh::Draw(cRender* render) {
   if (Wireframe) render->SetFillState(render->CreateFillState({}));
 }
 
+const uint8_t* BaseMesh::StagedPositions() const {
+  if (!StagedVertices || !VertexDecl || NumVertices == 0) return nullptr;
+  for (const VertexElement& element : VertexDecl->Elements)
+    if (element.Usage == VertexUsage::Position && (element.Format == VertexFormat::Float3 || element.Format == VertexFormat::Float4))
+      return StagedVertices.get() + element.Offset;
+  return nullptr;
+}
+
 bool BaseMesh::GetBounds(cVec3& minimum, cVec3& maximum) const {
-  if (!StagedVertices || !VertexDecl || NumVertices == 0) return false;
-  const auto isPosition = [](const VertexElement& e) {
-    return e.Usage == VertexUsage::Position && (e.Format == VertexFormat::Float3 || e.Format == VertexFormat::Float4);
-  };
-  const auto position = std::find_if(VertexDecl->Elements.begin(), VertexDecl->Elements.end(), isPosition);
-  if (position == VertexDecl->Elements.end()) return false;
-  const uint8_t* at = StagedVertices.get() + position->Offset;
+  const uint8_t* at = StagedPositions();
+  if (!at) return false;
   std::memcpy(&minimum, at, sizeof minimum);
   maximum = minimum;
   for (int i = 1; i < NumVertices; i++) {

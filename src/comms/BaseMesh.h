@@ -49,7 +49,10 @@ class BaseMesh {
   void ReleaseBuffers();
   bool HasBuffers() const { return VertexBuffer >= 0; }
 
-  /// Box of the staged positions. False where nothing is staged or the layout has no position.
+  /// First staged position, three floats; the next one is VertexDecl->Stride bytes on. Null where nothing is staged or the layout has no
+  /// position of at least three floats.
+  const uint8_t* StagedPositions() const;
+  /// Box of the staged positions. False where there is none.
   bool GetBounds(cVec3& minimum, cVec3& maximum) const;
   /// Staged bytes on the heap.
   size_t Bytes() const;

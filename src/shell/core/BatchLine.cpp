@@ -35,11 +35,12 @@ class LineParser {
     line.Name = name;
     if (!AtWordEnd()) return Fail("expected a blank behind the name of the command, found '%s'", m_At);
     for (SkipBlanks(); !AtEnd(); SkipBlanks()) {
+      const size_t start = m_At;
       BatchArgument argument;
       if (!ParseArgument(argument)) return false;
       const auto same = [&](const BatchArgument& other) { return other.Key == argument.Key; };
       if (std::any_of(line.Arguments.begin(), line.Arguments.end(), same))
-        return FailWith(Format("'%s' is given twice", argument.Key.c_str()), m_At);
+        return FailWith(Format("'%s' is given twice", argument.Key.c_str()), start);
       line.Arguments.push_back(std::move(argument));
     }
     return true;

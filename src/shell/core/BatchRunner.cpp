@@ -10,6 +10,7 @@
 #include "comms/Log.h"
 #include "comms/Str.h"
 #include "shell/core/BatchProgress.h"
+#include "shell/core/InputFiles.h"
 
 using comms::Format;
 
@@ -47,6 +48,7 @@ int BatchRunner::RunFile(const std::string& path) {
   if (path == "-") return RunStream(std::cin, "standard input");
   std::ifstream file(path, std::ios::binary);
   if (!file) return FailToRead(path, std::strerror(errno));
+  const InputFolderScope besideTheFile(comms::GetFolder(path));
   return RunStream(file, path);
 }
 

@@ -1,5 +1,7 @@
 #include "shell/core/Messages.h"
 
+#include <utility>
+
 #include "ClassEngine/Assert.h"
 #include "comms/Log.h"
 #include "comms/Str.h"

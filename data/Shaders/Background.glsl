@@ -1,0 +1,29 @@
+// The studio behind the object: a vertical gradient, a glow behind the middle and darker corners. Linear light.
+
+// Vertex shader
+out vec2 v_Place;
+
+void main() {
+  vec2 corner = vec2((gl_VertexID << 1) & 2, gl_VertexID & 2) * 2.0 - 1.0;
+  v_Place = corner;
+  gl_Position = vec4(corner, 0.0, 1.0);
+}
+
+// Fragment shader
+uniform float g_ViewportWidth;
+uniform float g_ViewportHeight;
+in vec2 v_Place;
+out vec4 o_Color;
+
+const vec3 Top = vec3(0.060, 0.066, 0.076);
+const vec3 Bottom = vec3(0.022, 0.022, 0.024);
+const vec3 Glow = vec3(0.115, 0.120, 0.130);
+
+void main() {
+  vec3 color = lerp(Bottom, Top, smoothstep(-1.0, 1.0, v_Place.y));
+  vec2 aspect = vec2(g_ViewportWidth / g_ViewportHeight, 1.0) / min(g_ViewportWidth / g_ViewportHeight, 1.0);
+  float distance = length((v_Place - vec2(0.0, 0.12)) * lerp(vec2(1.0), aspect, 0.6));
+  color += Glow * exp(-1.6 * distance * distance);
+  color *= 1.0 - 0.42 * smoothstep(0.55, 1.75, length(v_Place));
+  o_Color = vec4(color, 1.0);
+}

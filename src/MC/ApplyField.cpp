@@ -1,0 +1,434 @@
+// Stages: walk (which cells does the field reach), prepare (blocks for the results), merge (parallel, one owner a cell), commit (backups
+// and blocks change hands on the calling thread, in walk order, which keeps tables and backups independent of the thread count).
+//
+// Workers write into a block of their own and leave the old one as it is: the old block becomes the backup's without a copy, a cell
+// in which nothing changed needs no backup at all, and a field may read the volume that is being written.
+#include "MC/ApplyField.h"
+
+#include <tbb/parallel_for.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "ClassEngine/Assert.h"
+#include "MC/CellSet.h"
+
+namespace {
+
+// Neighbours of a cell are bits of a mask, the cell itself being bit 13.
+constexpr int NeighbourBit(int dx, int dy, int dz) { return (dz + 1) * 9 + (dy + 1) * 3 + dx + 1; }
+constexpr CellKey NeighbourStep(int bit) { return {bit % 3 - 1, bit / 3 % 3 - 1, bit / 9 - 1}; }
+constexpr int SelfBit = NeighbourBit(0, 0, 0);
+
+// Mask of the neighbours that hold a sample of the cell's boundary too.
+constexpr uint32_t NeighboursAt(int x, int y, int z) {
+  uint32_t mask = 0;
+  for (int bit = 0; bit < 27; bit++) {
+    const CellKey d = NeighbourStep(bit);
+    const auto holds = [](int step, int at) { return step == 0 || (step < 0 ? at == 0 : at == CellSize); };
+    if (bit != SelfBit && holds(d.x, x) && holds(d.y, y) && holds(d.z, z)) mask |= 1u << bit;
+  }
+  return mask;
+}
+
+void AddOffset(SampleOffsets& offsets, int x, int y, int z) {
+  offsets.X[offsets.Count] = float(x);
+  offsets.Y[offsets.Count] = float(y);
+  offsets.Z[offsets.Count] = float(z);
+  offsets.Count++;
+}
+void PadOffsets(SampleOffsets& offsets) {
+  for (offsets.Padded = offsets.Count; offsets.Padded % 8; offsets.Padded++) {
+    offsets.X[offsets.Padded] = offsets.X[offsets.Count - 1];
+    offsets.Y[offsets.Padded] = offsets.Y[offsets.Count - 1];
+    offsets.Z[offsets.Padded] = offsets.Z[offsets.Count - 1];
+  }
+}
+
+struct SampleGrid : SampleOffsets {
+  SampleGrid() {
+    for (int z = 0; z < CellEdge; z++)
+      for (int y = 0; y < CellEdge; y++)
+        for (int x = 0; x < CellEdge; x++) AddOffset(*this, x, y, z);
+    PadOffsets(*this);
+  }
+};
+
+// Positions on the boundary of a cell, every `step` samples, with the neighbours that each leads to.
+struct ProbeLattice : SampleOffsets {
+  explicit ProbeLattice(int step) {
+    const auto onBorder = [](int at) { return at == 0 || at == CellSize; };
+    for (int z = 0; z <= CellSize; z += step)
+      for (int y = 0; y <= CellSize; y += step)
+        for (int x = 0; x <= CellSize; x += step)
+          if (onBorder(x) || onBorder(y) || onBorder(z)) {
+            Neighbours[size_t(Count)] = NeighboursAt(x, y, z);
+            AddOffset(*this, x, y, z);
+          }
+    for (size_t i = size_t(Count); i < Neighbours.size(); i++) Neighbours[i] = Neighbours[size_t(Count - 1)];
+    PadOffsets(*this);
+  }
+  std::array<uint32_t, Capacity> Neighbours{};
+};
+
+const SampleGrid& WholeCell() {
+  static const SampleGrid grid;
+  return grid;
+}
+const ProbeLattice& LatticeFor(float brushRadius) {
+  static const ProbeLattice fine(1), medium(2), coarse(4);
+  return brushRadius < 1 ? fine : brushRadius < 4 ? medium : coarse;
+}
+
+struct Target {
+  CellKey Key;
+  uint32_t Reached = 0;  // neighbours beyond boundary positions where the field was above 0
+};
+
+// --- walk ------------------------------------------------------------------------------------------------------------------
+
+class Walk {
+ public:
+  Walk(const VolumeObject& volume, const FieldEvaluator& field, const ApplyOptions& options)
+      : m_Volume(volume), m_Field(field), m_Options(options), m_Lattice(LatticeFor(options.BrushRadius)) {}
+
+  void Start(const CellKey& cell) {
+    Enter(cell);
+    for (const int bit : {NeighbourBit(-1, 0, 0), NeighbourBit(1, 0, 0), NeighbourBit(0, -1, 0), NeighbourBit(0, 1, 0),
+                          NeighbourBit(0, 0, -1), NeighbourBit(0, 0, 1)})
+      Enter(cell + NeighbourStep(bit));
+  }
+  // A cell that shares a changed sample with a target is one itself, whatever its own lattice says. False where it is known as such.
+  bool Force(const CellKey& cell) {
+    if (!InRange(cell) || !m_Targets.Insert(cell)) return false;
+    m_Visited.Insert(cell);
+    AddTarget(cell, Probe(cell));
+    return true;
+  }
+  void Run() {
+    for (; m_Next < m_Work.size() && !m_Capped; m_Next++) {
+      if (int32_t(m_Next) >= m_Options.CellCap) {
+        m_Capped = true;
+        break;
+      }
+      const CellKey cell = m_Work[m_Next];
+      const uint32_t reached = Probe(cell);
+      if (reached && m_Targets.Insert(cell)) AddTarget(cell, reached);
+    }
+  }
+
+  std::vector<Target> Targets;
+  int32_t VisitedCells() const { return int32_t(m_Next); }
+  bool Capped() const { return m_Capped; }
+
+ private:
+  static bool InRange(const CellKey& cell) {
+    const auto inRange = [](int32_t c) { return c >= -CellKeyLimit && c < CellKeyLimit; };
+    return inRange(cell.x) && inRange(cell.y) && inRange(cell.z);
+  }
+  void Enter(const CellKey& cell) {
+    if (InRange(cell) && m_Visited.Insert(cell)) m_Work.push_back(cell);
+  }
+  void AddTarget(const CellKey& cell, uint32_t reached) {
+    Targets.push_back({cell, reached});
+    for (uint32_t bits = reached; bits; bits &= bits - 1) Enter(cell + NeighbourStep(std::countr_zero(bits)));
+  }
+  // Mask of the neighbours that a probe above 0 leads to; 0: the field does not reach the cell.
+  uint32_t Probe(const CellKey& cell) const {
+    uint32_t reached = 0;
+    for (int first = 0; first < m_Lattice.Count; first += 32) {
+      uint32_t above = m_Field.IsAboveZero(cell, m_Lattice, first);
+      if (above && m_Options.Compare) above = KeepDifferent(cell, first, above);
+      for (; above; above &= above - 1) reached |= m_Lattice.Neighbours[size_t(first + std::countr_zero(above))];
+    }
+    return reached;
+  }
+  // Of the probes above 0 those whose value differs from the present density by at least 2.
+  uint32_t KeepDifferent(const CellKey& cell, int first, uint32_t above) const {
+    alignas(32) uint16_t q[SampleOffsets::Capacity];
+    m_Field.Evaluate(cell, m_Lattice, q);
+    VolumeObject::Cursor cursor;
+    for (uint32_t bits = above; bits; bits &= bits - 1) {
+      const int i = first + std::countr_zero(bits);
+      const int present = m_Volume.SampleVoxel(cell.x * CellSize + int(m_Lattice.X[i]), cell.y * CellSize + int(m_Lattice.Y[i]),
+                                               cell.z * CellSize + int(m_Lattice.Z[i]), cursor, false);
+      if (std::abs(int(q[i]) - present) < 2) above &= ~(bits & -bits);
+    }
+    return above;
+  }
+
+  const VolumeObject& m_Volume;
+  const FieldEvaluator& m_Field;
+  const ApplyOptions& m_Options;
+  const ProbeLattice& m_Lattice;
+  CellSet m_Visited, m_Targets;
+  std::vector<CellKey> m_Work;
+  size_t m_Next = 0;
+  bool m_Capped = false;
+};
+
+// --- merge -----------------------------------------------------------------------------------------------------------------
+
+enum class Rule { Max, MinComplement, Min, Subtract };
+
+Rule RuleOf(const ApplyOptions& options) {
+  if (options.Mode == ApplyAdd) return Rule::Max;
+  if (options.Airbrush) return Rule::Subtract;
+  return options.Mode == ApplySubtract ? Rule::MinComplement : Rule::Min;
+}
+
+template <Rule rule>
+inline uint16_t MergeSample(uint16_t v, uint16_t q) {
+  if constexpr (rule == Rule::Max) return v > q ? v : q;
+  const uint16_t complement = uint16_t(65535 - q);
+  if constexpr (rule == Rule::MinComplement) return v < complement ? v : complement;
+  if constexpr (rule == Rule::Min) return v < q ? v : q;
+  return uint16_t(v - (v < q ? v : q));
+}
+
+uint16_t MergeSample(Rule rule, uint16_t v, uint16_t q) {
+  switch (rule) {
+    case Rule::Max: return MergeSample<Rule::Max>(v, q);
+    case Rule::MinComplement: return MergeSample<Rule::MinComplement>(v, q);
+    case Rule::Min: return MergeSample<Rule::Min>(v, q);
+    default: return MergeSample<Rule::Subtract>(v, q);
+  }
+}
+
+// Whether no field value can change a sample of this value.
+bool IsSettled(Rule rule, uint16_t v) { return v == (rule == Rule::Max ? 65535 : 0); }
+
+struct MergeResult {
+  uint16_t Low = 65535, High = 0, Changed = 0;
+};
+
+template <Rule rule>
+MergeResult MergeSamples(const uint16_t* before, const uint16_t* q, uint16_t* after) {
+  uint16_t low = 65535, high = 0, changed = 0;
+  for (int i = 0; i < CellSamples; i++) {
+    const uint16_t merged = MergeSample<rule>(before[i], q[i]);
+    after[i] = merged;
+    low = low < merged ? low : merged;
+    high = high > merged ? high : merged;
+    changed = uint16_t(changed | (merged ^ before[i]));
+  }
+  return {low, high, changed};
+}
+
+MergeResult MergeSamples(Rule rule, const uint16_t* before, const uint16_t* q, uint16_t* after) {
+  switch (rule) {
+    case Rule::Max: return MergeSamples<Rule::Max>(before, q, after);
+    case Rule::MinComplement: return MergeSamples<Rule::MinComplement>(before, q, after);
+    case Rule::Min: return MergeSamples<Rule::Min>(before, q, after);
+    default: return MergeSamples<Rule::Subtract>(before, q, after);
+  }
+}
+
+struct CellWork {
+  CellKey Key;
+  uint32_t Reached = 0;
+  VoxelCell* Cell = nullptr;   // null: to be created when something changes
+  uint16_t* Block = nullptr;   // spare block for the result; null: the cell's own block is written in place
+  uint32_t Spill = 0;          // neighbours that share a changed sample and were not reached by the walk
+  MergeResult Result;
+};
+
+bool HasBlock(const VoxelCell* cell) { return cell && cell->Density && !(cell->Flags & FillPending); }
+
+// Neighbours outside `reached` that hold a sample for which differs(index) is true.
+template <class Differs>
+uint32_t FindSpill(uint32_t reached, Differs&& differs) {
+  uint32_t spill = 0;
+  for (int bit = 0; bit < 27; bit++) {
+    if (bit == SelfBit || reached >> bit & 1) continue;
+    const CellKey d = NeighbourStep(bit);
+    if (d.x && d.y && d.z) continue;  // a corner was probed itself
+    const auto first = [](int step) { return step > 0 ? CellSize : 0; };
+    const auto last = [](int step) { return step < 0 ? 0 : CellSize; };
+    bool hit = false;
+    for (int z = first(d.z); z <= last(d.z) && !hit; z++)
+      for (int y = first(d.y); y <= last(d.y) && !hit; y++)
+        for (int x = first(d.x); x <= last(d.x); x++) hit |= differs(SampleIndex(x, y, z));
+    if (hit) spill |= 1u << bit;
+  }
+  return spill;
+}
+constexpr uint32_t AllNeighbours = ((1u << 27) - 1) & ~(1u << SelfBit);
+
+// A dab of a million cells must not hold a spare block for each.
+constexpr size_t BatchCells = 4096;
+
+class Pass {
+ public:
+  Pass(VolumeObject& volume, const FieldEvaluator& field, const ApplyOptions& options)
+      : m_Volume(volume), m_Field(field), m_Options(options), m_Rule(RuleOf(options)) {}
+
+  /// Merges the field into cells that no earlier call was given. Returns the neighbours that share a changed sample.
+  std::vector<CellKey> Run(const Target* targets, size_t count) {
+    std::vector<CellKey> spill;
+    for (size_t first = 0; first < count; first += BatchCells) {
+      Prepare(targets + first, std::min(BatchCells, count - first));
+      tbb::parallel_for(tbb::blocked_range<size_t>(0, m_Work.size(), 32), [this](const tbb::blocked_range<size_t>& range) {
+        for (size_t i = range.begin(); i != range.end(); i++) MergeCell(m_Work[i]);
+      });
+      for (CellWork& work : m_Work) {
+        for (uint32_t bits = work.Spill; bits; bits &= bits - 1) spill.push_back(work.Key + NeighbourStep(std::countr_zero(bits)));
+        Commit(work);
+      }
+    }
+    return spill;
+  }
+  int32_t ChangedCells = 0;
+
+ private:
+  void Prepare(const Target* targets, size_t count) {
+    m_Work.clear();
+    m_Work.reserve(count);
+    size_t spare = 0;
+    for (size_t i = 0; i < count; i++) {
+      VoxelCell* cell = m_Volume.FindCell(targets[i].Key);
+      MORVANE_ASSERT(!cell || cell->Edge == CellEdge);
+      if (m_Options.Mode == ApplyIntersect && cell) cell->Flags |= FrozenCell;
+      if (!HasBlock(cell) && IsSettled(m_Rule, cell ? cell->UniformValue : 0)) continue;
+      m_Work.push_back({targets[i].Key, targets[i].Reached, cell, nullptr, 0, {}});
+      const bool inPlace = HasBlock(cell) && cell->Backup && !m_Options.Compare;
+      m_Work.back().Block = inPlace ? cell->Density : nullptr;
+      spare += !inPlace;
+    }
+    m_Spare.resize(spare);
+    m_Volume.VoxelPool.AllocateMany(spare, reinterpret_cast<void**>(m_Spare.data()));
+    size_t next = 0;
+    for (CellWork& work : m_Work)
+      if (!work.Block) work.Block = m_Spare[next++];
+  }
+
+  void MergeCell(CellWork& work) const {
+    alignas(32) uint16_t before[SampleOffsets::Capacity], q[SampleOffsets::Capacity], after[SampleOffsets::Capacity];
+    const uint16_t uniform = work.Cell ? work.Cell->UniformValue : 0;
+    const bool hasBlock = HasBlock(work.Cell);
+    const bool full = work.Reached == AllNeighbours && m_Field.CoverOf(work.Key) == FieldCover::Full;
+    if (full && !hasBlock) {
+      const uint16_t merged = MergeSample(m_Rule, uniform, 65535);
+      work.Result = {merged, merged, uint16_t(merged ^ uniform)};
+      return;
+    }
+    if (full)
+      std::fill_n(q, SampleOffsets::Capacity, uint16_t(65535));
+    else
+      m_Field.Evaluate(work.Key, WholeCell(), q);
+    if (!hasBlock) std::fill_n(before, SampleOffsets::Capacity, uniform);
+    const uint16_t* old = hasBlock ? work.Cell->Density : before;
+    work.Result = MergeSamples(m_Rule, old, q, after);
+
+    if (work.Reached != AllNeighbours) {
+      if (m_Options.Mode == ApplyIntersect)  // what is left beyond the border of the reach is wiped there
+        work.Spill = FindSpill(work.Reached, [&](int i) { return after[i] != 0; });
+      else if (work.Result.Changed)
+        work.Spill = FindSpill(work.Reached, [&](int i) { return after[i] != old[i]; });
+    }
+    if (work.Result.Changed && work.Result.Low != work.Result.High)
+      std::memcpy(work.Block, after, CellSamples * sizeof(uint16_t));
+  }
+
+  // The result becomes the cell's content, the content before it the backup's.
+  void Commit(CellWork& work) {
+    const bool inPlace = work.Cell && work.Block == work.Cell->Density;
+    if (!work.Result.Changed) {
+      if (!inPlace) m_Volume.VoxelPool.Free(work.Block, false);
+      return;
+    }
+    const CellKey& key = work.Key;
+    VoxelCell& cell = work.Cell ? *work.Cell : *m_Volume.GetCell(key.x, key.y, key.z, true, false, false);
+    if (!inPlace) {
+      cell.StrokeBase = work.Block;
+      uint16_t* old = std::exchange(cell.Density, nullptr);
+      const bool pending = cell.Flags & FillPending;
+      cell.Flags &= uint8_t(~FillPending);
+      const bool keep = !cell.Backup && old && !pending;
+      if (!cell.Backup) m_Volume.BackupCell(key.x, key.y, key.z);
+      if (keep)
+        cell.Backup->Density = old;
+      else if (old)
+        m_Volume.VoxelPool.Free(old, false);
+      cell.Density = std::exchange(cell.StrokeBase, nullptr);
+    }
+    // Compaction that a worker could not do: the pool is the calling thread's.
+    if (work.Result.Low == work.Result.High) {
+      m_Volume.VoxelPool.Free(std::exchange(cell.Density, nullptr), false);
+      cell.UniformValue = work.Result.Low;
+    } else {
+      cell.UniformValue = cell.Density[0];
+    }
+    cell.Flags = uint8_t((cell.Flags & ~(HasOutside | HasInside | Unpacked | UniformKept | FillPending)) | Touched |
+                         (work.Result.Low < SurfaceLevel ? HasOutside : 0) | (work.Result.High >= SurfaceLevel ? HasInside : 0) |
+                         (m_Options.Mode == ApplyIntersect ? FrozenCell : 0));
+    m_Volume.MarkCellChanged(key.x, key.y, key.z, false, false);
+    ChangedCells++;
+  }
+
+  VolumeObject& m_Volume;
+  const FieldEvaluator& m_Field;
+  const ApplyOptions& m_Options;
+  const Rule m_Rule;
+  std::vector<CellWork> m_Work;
+  std::vector<uint16_t*> m_Spare;
+};
+
+// After an intersection all that the operand did not reach is outside of it.
+int32_t WipeUnreached(VolumeObject& volume) {
+  std::vector<CellKey> wiped;
+  volume.ForEachCell([&](const CellKey& key, VoxelCell& cell) {
+    if (cell.Flags & FrozenCell)
+      cell.Flags &= uint8_t(~FrozenCell);
+    else if (cell.Density || cell.UniformValue || cell.Surface)
+      wiped.push_back(key);
+  });
+  for (const CellKey& key : wiped) {
+    VoxelCell& cell = *volume.GetCell(key.x, key.y, key.z, false, true, false);
+    volume.FreeSurface(cell);
+    cell.SetUniform(0, false);
+    cell.Flags = HasOutside | HasInside | Touched;
+    volume.MarkCellChanged(key.x, key.y, key.z, false, false);
+  }
+  return int32_t(wiped.size());
+}
+
+bool FindStartCell(const VolumeBox& bounds, CellKey& start) {
+  const auto cellOf = [](float lo, float hi, int32_t& cell) {
+    const float middle = (lo + hi) / 2;
+    if (!(std::fabs(middle) < float(CellKeyLimit) * CellSize)) return false;
+    cell = int32_t(std::floor(middle)) >> CellShift;
+    return true;
+  };
+  return cellOf(bounds.MinX, bounds.MaxX, start.x) && cellOf(bounds.MinY, bounds.MaxY, start.y) &&
+         cellOf(bounds.MinZ, bounds.MaxZ, start.z);
+}
+
+}  // namespace
+
+ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, const VolumeBox& bounds, const ApplyOptions& options) {
+  ApplyReport report;
+  CellKey start;
+  if (volume.SurfaceMode || !FindStartCell(bounds, start)) return report;
+
+  Walk walk(volume, field, options);
+  Pass pass(volume, field, options);
+  walk.Start(start);
+  walk.Run();
+  for (size_t done = 0; done < walk.Targets.size();) {
+    const size_t first = std::exchange(done, walk.Targets.size());
+    const std::vector<CellKey> spill = pass.Run(walk.Targets.data() + first, done - first);
+    if (walk.Capped()) break;
+    for (const CellKey& cell : spill) walk.Force(cell);
+    walk.Run();
+  }
+  report.VisitedCells = walk.VisitedCells();
+  report.TargetCells = int32_t(walk.Targets.size());
+  report.Capped = walk.Capped();
+  report.ChangedCells = pass.ChangedCells;
+  if (options.Mode == ApplyIntersect) report.ChangedCells += WipeUnreached(volume);
+  return report;
+}

@@ -1,0 +1,121 @@
+#include "MC/FixedPool.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#ifdef __x86_64__
+#include <immintrin.h>
+#endif
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
+#include "ClassEngine/Assert.h"
+#include "ClassEngine/EngineHost.h"
+
+namespace {
+
+// A small volume must stay small, a large one must not pay a page fault every 4096 bytes.
+constexpr size_t FirstSlab = size_t(64) << 10, LargestSlab = size_t(2) << 20;
+
+void PauseOnce() {
+#ifdef __x86_64__
+  _mm_pause();
+#endif
+}
+
+// Slabs of the largest size are aligned to it, so that the system may back each with one huge page. The advice is only that: where
+// it is unknown or refused the slab works as well.
+void* AllocateSlab(size_t bytes) {
+  for (;;) {
+    void* slab = std::aligned_alloc(bytes == LargestSlab ? LargestSlab : 64, bytes);
+    if (slab) {
+#ifdef __linux__
+      if (bytes == LargestSlab) madvise(slab, bytes, MADV_HUGEPAGE);
+#endif
+      return slab;
+    }
+    MORVANE_ASSERT(!"out of memory");
+  }
+}
+
+}  // namespace
+
+void SpinLock::Lock() {
+  int spins = 1;
+  for (;;) {
+    uint8_t expected = 0;
+    if (m_Byte.compare_exchange_weak(expected, 1, std::memory_order_acquire, std::memory_order_relaxed)) return;
+    if (spins <= 16) {
+      for (int i = 0; i < spins; i++) PauseOnce();
+      spins *= 2;
+    } else {
+      std::this_thread::yield();
+    }
+  }
+}
+
+FixedPool::FixedPool(size_t blockBytes) : m_BlockBytes(blockBytes) {
+  MORVANE_ASSERT(blockBytes >= sizeof(void*) && blockBytes <= FirstSlab);
+}
+
+FixedPool::~FixedPool() {
+  m_Used = 0;  // the owner has destroyed what lived here; backups that an undo frame took over go with the pool
+  Clear();
+}
+
+size_t FixedPool::SlabBytesOf(size_t index) { return index < 5 ? FirstSlab << index : LargestSlab; }
+
+void FixedPool::AddSlab() {
+  const size_t bytes = SlabBytesOf(m_Slabs.size());
+  m_Fresh = static_cast<uint8_t*>(AllocateSlab(bytes));
+  m_FreshEnd = m_Fresh + bytes / m_BlockBytes * m_BlockBytes;
+  m_Slabs.push_back(m_Fresh);
+}
+
+// Free blocks are chained through their first bytes. A block may lie at any even address, so the link is copied, not dereferenced.
+void* FixedPool::Take() {
+  m_Used++;
+  if (m_Free) {
+    void* block = m_Free;
+    std::memcpy(&m_Free, block, sizeof m_Free);
+    return block;
+  }
+  if (m_Fresh == m_FreshEnd) AddSlab();
+  void* block = m_Fresh;
+  m_Fresh += m_BlockBytes;
+  return block;
+}
+
+void* FixedPool::Allocate(bool lock) {
+  SpinGuard guard(lock ? &m_Lock : nullptr);
+  return Take();
+}
+
+void FixedPool::AllocateMany(size_t count, void** blocks) {
+  SpinGuard guard(&m_Lock);
+  for (size_t i = 0; i < count; i++) blocks[i] = Take();
+}
+
+void FixedPool::Free(void* block, bool lock) {
+  SpinGuard guard(lock ? &m_Lock : nullptr);
+  std::memcpy(block, &m_Free, sizeof m_Free);
+  m_Free = block;
+  m_Used--;
+}
+
+void FixedPool::Clear() {
+  MORVANE_ASSERT(m_Used == 0);
+  for (void* slab : m_Slabs) std::free(slab);
+  m_Slabs = {};
+  m_Free = nullptr;
+  m_Fresh = m_FreshEnd = nullptr;
+}
+
+size_t FixedPool::SlabBytes() const {
+  size_t bytes = 0;
+  for (size_t i = 0; i < m_Slabs.size(); i++) bytes += SlabBytesOf(i);
+  return bytes;
+}

@@ -1,0 +1,145 @@
+#include "MC/VolumeObject.h"
+
+#include <algorithm>
+#include <new>
+
+#include "ClassEngine/Assert.h"
+
+VolumeObject::VolumeObject()
+    : VoxelPool(CellSamples * sizeof(uint16_t)), CellPool(sizeof(VoxelCell)), SurfacePool(sizeof(SurfaceData)) {}
+
+VolumeObject::~VolumeObject() { FreeAllCells(); }
+
+VoxelCell* VolumeObject::NewCell(bool lock) {
+  VoxelCell* cell = new (CellPool.Allocate(lock)) VoxelCell;
+  cell->Owner = this;
+  return cell;
+}
+
+VoxelCell* VolumeObject::GetCell(int32_t x, int32_t y, int32_t z, bool create, bool backup, bool lock) {
+  SpinGuard guard(lock ? &m_TableLock : nullptr);
+  const CellKey key{x, y, z};
+  VoxelCell* cell = Cells.Find(key);
+  if (!cell) {
+    if (!create) return nullptr;
+    cell = NewCell(lock);
+    Cells.Insert(key, cell);
+    MinCell = {std::min(MinCell.x, x), std::min(MinCell.y, y), std::min(MinCell.z, z)};
+    MaxCell = {std::max(MaxCell.x, x), std::max(MaxCell.y, y), std::max(MaxCell.z, z)};
+  }
+  if (backup && !cell->Backup) MakeBackup(key, *cell, lock);
+  return cell;
+}
+
+VoxelCell* VolumeObject::BackupCell(int32_t x, int32_t y, int32_t z) {
+  VoxelCell* cell = Cells.Find({x, y, z});
+  if (cell && !cell->Backup) MakeBackup({x, y, z}, *cell, true);
+  return cell ? cell->Backup : nullptr;
+}
+
+void VolumeObject::MakeBackup(const CellKey& key, VoxelCell& source, bool lock) {
+  VoxelCell* copy = NewCell(lock);
+  if (SurfaceData* surface = source.Surface) {
+    if (surface->SavedVertices.Empty()) surface->SavedVertices.Assign(surface->Vertices);
+    if (surface->SavedIndices.Empty()) surface->SavedIndices.Assign(surface->Indices);
+    if (!surface->VertexIds.Empty() || surface->ColorLayers.Count()) {
+      AllocateSurface(*copy);
+      copy->Surface->VertexIds.Assign(surface->VertexIds);
+      copy->Surface->ColorLayers.Assign(surface->ColorLayers);
+    }
+  }
+  copy->Edge = source.Edge;
+  copy->UniformValue = source.UniformValue;
+  copy->Flags = uint8_t((source.Flags & (HasOutside | HasInside | ShadowCell)) | Touched);
+  if (source.Density && !(source.Flags & FillPending)) {
+    copy->Density = static_cast<uint16_t*>(VoxelPool.Allocate(lock));
+    std::copy_n(source.Density, CellSamples, copy->Density);
+  }
+  source.Backup = copy;
+  BackupCount++;
+  if (StrokeCellKeys.size() < MaxStrokeKeys) StrokeCellKeys.push_back(key);
+}
+
+const VoxelCell* VolumeObject::FindCellOrBackup(int32_t x, int32_t y, int32_t z) const {
+  const VoxelCell* cell = Cells.Find({x, y, z});
+  return cell && cell->Backup ? cell->Backup : cell;
+}
+
+void VolumeObject::AllocateSurface(VoxelCell& cell) {
+  if (!cell.Surface) cell.Surface = new (SurfacePool.Allocate(true)) SurfaceData;
+}
+
+void VolumeObject::FreeSurface(VoxelCell& cell) {
+  if (!cell.Surface) return;
+  cell.Surface->~SurfaceData();
+  SurfacePool.Free(cell.Surface, true);
+  cell.Surface = nullptr;
+}
+
+void VolumeObject::FreeCell(VoxelCell* cell) {
+  if (cell->Backup) FreeCell(cell->Backup);
+  FreeSurface(*cell);
+  if (cell->Density) VoxelPool.Free(cell->Density, true);
+  if (cell->StrokeBase) VoxelPool.Free(cell->StrokeBase, true);
+  cell->~VoxelCell();
+  CellPool.Free(cell, true);
+}
+
+void VolumeObject::DeleteCell(const CellKey& key) {
+  VoxelCell* cell = Cells.Remove(key);
+  if (!cell) return;
+  if (cell->Surface && !cell->Surface->Vertices.Empty()) m_IdsCurrent = false;
+  FreeCell(cell);
+}
+
+void VolumeObject::EndStroke(bool restore) {
+  auto end = [&](const CellKey& key, VoxelCell& cell) {
+    if (!cell.Backup) return;
+    if (restore) {
+      std::swap(cell.Density, cell.Backup->Density);
+      cell.UniformValue = cell.Backup->UniformValue;
+      constexpr uint8_t own = HasOutside | HasInside | ShadowCell;
+      cell.Flags = uint8_t((cell.Flags & ~(own | UniformKept | FillPending | Unpacked)) | (cell.Backup->Flags & own));
+    }
+    FreeCell(cell.Backup);
+    cell.Backup = nullptr;
+    if (cell.StrokeBase) VoxelPool.Free(cell.StrokeBase, true);
+    cell.StrokeBase = nullptr;
+    if (cell.Surface) {
+      cell.Surface->SavedVertices.Free();
+      cell.Surface->SavedIndices.Free();
+    }
+    if (restore) MarkCellChanged(key.x, key.y, key.z, false, false);
+  };
+  if (size_t(BackupCount) <= StrokeCellKeys.size()) {
+    for (const CellKey& key : StrokeCellKeys)
+      if (VoxelCell* cell = FindCell(key)) end(key, *cell);
+  } else {
+    ForEachCell(end);  // more cells than keys are kept for
+  }
+  StrokeCellKeys.clear();
+  BackupCount = 0;
+}
+
+void VolumeObject::FreeAllCells() {
+  ForEachCell([&](const CellKey&, VoxelCell& cell) { FreeCell(&cell); });
+  Cells.Clear();
+}
+
+void VolumeObject::Clear() {
+  FreeAllCells();
+  // Slabs go back to the system unless somebody else still holds a block (an undo frame that took backups over).
+  for (FixedPool* pool : {&VoxelPool, &CellPool, &SurfacePool})
+    if (pool->UsedBlocks() == 0) pool->Clear();
+  StrokeCellKeys = {};
+  BackupCount = 0;
+  MinCell = {10000, 10000, 10000};
+  MaxCell = {-10000, -10000, -10000};
+  DirtyGroups.Clear();
+  DirtyCells.Clear();
+  RedrawCells.Clear();
+  RenderGroups.Clear();
+  BoxTree.Clear();
+  NextVertexId = 0;
+  m_IdsCurrent = false;
+}

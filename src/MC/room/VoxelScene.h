@@ -1,0 +1,45 @@
+#pragma once
+// What the commands of the voxel room work on: a list of named volumes, one of them current, and the mesh that was imported last.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "MC/VolumeObject.h"
+#include "comms/cRawMesh.h"
+
+class VoxelScene {
+ public:
+  /// `dataFolder` holds the program's own files; shaders are read from there.
+  explicit VoxelScene(std::string dataFolder);
+  ~VoxelScene();
+  VoxelScene(const VoxelScene&) = delete;
+  VoxelScene& operator=(const VoxelScene&) = delete;
+
+  const std::string& DataFolder() const { return m_DataFolder; }
+
+  /// In the order in which they were made.
+  const std::vector<std::unique_ptr<VolumeObject>>& Volumes() const { return m_Volumes; }
+  /// Null where the scene is empty.
+  VolumeObject* Current() const { return m_Current; }
+  /// Null where there is none of that name; the case of letters counts.
+  VolumeObject* Find(const std::string& name) const;
+  /// The volume of that name, for the empty name the current one; null with one sentence in `error` where there is none.
+  VolumeObject* FindOrCurrent(const std::string& name, std::string& error) const;
+  /// Enters a volume, which becomes current, in place of the one that has its name.
+  VolumeObject& Add(std::unique_ptr<VolumeObject> volume);
+  void Select(VolumeObject& volume) { m_Current = &volume; }
+  /// The volume before it, else the first one, becomes current.
+  void Remove(VolumeObject& volume);
+
+  /// The mesh that was imported last; null before.
+  const comms::cRawMesh* Mesh() const { return m_Mesh.get(); }
+  /// File name of that mesh without folder and extension.
+  const std::string& MeshName() const { return m_MeshName; }
+  void SetMesh(std::unique_ptr<comms::cRawMesh> mesh, std::string name);
+
+ private:
+  std::string m_DataFolder, m_MeshName;
+  std::vector<std::unique_ptr<VolumeObject>> m_Volumes;
+  VolumeObject* m_Current = nullptr;
+  std::unique_ptr<comms::cRawMesh> m_Mesh;
+};

@@ -1,0 +1,68 @@
+#pragma once
+// Pictures of meshes without a window: clay in studio light before a soft background.
+#include <memory>
+#include <optional>
+
+#include "comms/BaseMesh.h"
+#include "comms/Image.h"
+#include "comms/Vec.h"
+
+namespace comms {
+
+class EglContext;
+class cRenderGL;
+
+struct PictureItem {
+  BaseMesh* Mesh = nullptr;
+  cMat4 World;
+};
+
+/// Y is up. Position and Target differ, and Up is not parallel to the line between them.
+struct PictureCamera {
+  cVec3 Position{0, 0, 1}, Target, Up{0, 1, 0};
+  float FovDegrees = 28;  ///< full vertical angle, 1 .. 150
+};
+
+struct PictureOptions {
+  int Width = 1280, Height = 960;       ///< pixels, at least 16; the device sets the upper limit
+  std::optional<PictureCamera> Camera;  ///< none: the meshes are framed from three quarters
+  int Supersampling = 2;                ///< 1 .. 4 pixels a side are averaged into one; less where the device can't
+  bool AmbientOcclusion = true;
+  bool OutwardNormals = false;          ///< false: vertex normals point into the solid, as those of volumes do
+};
+
+/// Camera that looks at a box from the front, a little from the right and from above, and just has all of it in the picture.
+/// `aspect` is width / height.
+PictureCamera FrameBox(const cVec3& minimum, const cVec3& maximum, float aspect, float fovDegrees = 28);
+
+/// Keeps one context; begin once, draw many. Main thread.
+class OffscreenPicture {
+ public:
+  OffscreenPicture();
+  ~OffscreenPicture();
+  OffscreenPicture(const OffscreenPicture&) = delete;
+  OffscreenPicture& operator=(const OffscreenPicture&) = delete;
+
+  /// False with one sentence where there is no device, or where the shaders of the data folder do not compile on it.
+  bool Init(const cStr& dataFolder, const cStr& userFolder, cStr& error);
+  /// Draws the staged data of `items`, which stays as it is: nothing of the meshes remains on the device. Items without vertices are
+  /// left out. False with one sentence where nothing is left, the size or camera is unusable or memory runs out.
+  bool Render(const cList<PictureItem>& items, const PictureOptions& options, cImage& image, cStr& error);
+  /// Vendor and renderer of the device.
+  cStr DeviceName() const;
+
+ private:
+  struct Targets;
+  struct Frame;
+  bool MakeTargets(const PictureOptions& options, Targets& targets, cStr& error);
+  void DropTargets(Targets& targets);
+  void DrawScene(const cList<PictureItem>& items, const Frame& frame, const Targets& targets);
+  void DrawOcclusion(const Frame& frame, const Targets& targets);
+  void Compose(const Targets& targets);
+  std::unique_ptr<EglContext> m_Context;
+  std::unique_ptr<cRenderGL> m_Render;
+  int m_Clay = -1, m_ClayOutward = -1, m_Background = -1, m_Occlusion = -1, m_OcclusionBlur = -1, m_Compose = -1;
+  int m_SolidDepth = -1, m_NoDepth = -1;
+};
+
+}  // namespace comms

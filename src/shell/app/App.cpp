@@ -1,0 +1,93 @@
+#include "shell/app/App.h"
+
+#include <oneapi/tbb/global_control.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <sstream>
+
+#include "MC/room/RoomCommands.h"
+#include "MC/room/VoxelScene.h"
+#include "comms/Str.h"
+#include "shell/app/DataFolder.h"
+#include "shell/app/Options.h"
+#include "shell/core/BatchRunner.h"
+#include "shell/core/GeneralCommands.h"
+#include "shell/platform/Machine.h"
+
+namespace {
+
+constexpr char Usage[] =
+    "usage: morvane [options] MESH          work on a mesh: sculpt, picture and meshes into out/\n"
+    "       morvane [options] --batch FILE  run the commands of FILE\n";
+
+/// What lives as long as the program: the scene, the messages, the commands.
+class Program {
+ public:
+  Program(std::string dataFolder, BatchOptions options) : m_Scene(std::move(dataFolder)), m_Runner(m_Table, m_Messages, std::cout, options) {
+    SetEngineHost(&m_Messages);
+    AddGeneralCommands(m_Table);
+    AddRoomCommands(m_Table, m_Scene, m_Messages);
+  }
+  ~Program() { SetEngineHost(nullptr); }
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  const CommandTable& Table() const { return m_Table; }
+  int RunBatch(const std::string& path) { return m_Runner.RunFile(path); }
+  /// The sample job on somebody's mesh.
+  int RunMeshJob(const std::string& mesh) {
+    std::istringstream import("ImportMesh File=" + QuoteBatchValue(mesh) + "\n");
+    const int code = m_Runner.RunStream(import, "command line");
+    return code != 0 ? code : m_Runner.RunFile(comms::JoinPath(m_Scene.DataFolder(), "Samples/mesh-job.batch"));
+  }
+
+ private:
+  BatchMessages m_Messages;
+  CommandTable m_Table;
+  VoxelScene m_Scene;
+  BatchRunner m_Runner;
+};
+
+int Fail(int code, const std::string& sentence) {
+  std::fprintf(stderr, "morvane: %s\n", sentence.c_str());
+  return code;
+}
+
+std::string GetVariable(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? value : "";
+}
+
+}  // namespace
+
+int RunApp(const std::vector<std::string>& words, const BuildFacts& build) {
+  Options options;
+  std::string error;
+  if (!ReadOptions(words, options, error)) return Fail(2, error);
+  if (options.ShowVersion) {
+    std::printf("morvane %s\n", build.Version.c_str());
+    return 0;
+  }
+  if (options.ShowHelp) {
+    const Program program({}, {});
+    std::printf("%s\noptions:\n%s\ncommands of a batch file, one a line, as Name key=value key=\"value with blanks\":\n\n%s", Usage,
+                DescribeOptions().c_str(), program.Table().DescribeAll().c_str());
+    return 0;
+  }
+  if (options.BatchFile.empty() && options.InputFile.empty()) {
+    std::fprintf(stderr, "morvane: there is no window yet; give it a mesh or a batch file\n%s", Usage);
+    return 2;
+  }
+  const DataFolderPlaces places{options.DataFolder, GetVariable("MORVANE_FILES_PATH"), GetProgramFile(), build.DataFolder};
+  const std::string dataFolder = FindDataFolder(places, error);
+  if (dataFolder.empty()) return Fail(3, error);
+
+  std::unique_ptr<tbb::global_control> threads;
+  if (options.Threads > 0)
+    threads = std::make_unique<tbb::global_control>(tbb::global_control::max_allowed_parallelism, size_t(options.Threads));
+  Program program(dataFolder, {options.KeepGoing});
+  return options.BatchFile.empty() ? program.RunMeshJob(options.InputFile) : program.RunBatch(options.BatchFile);
+}

@@ -1,0 +1,10 @@
+#pragma once
+// What the start-up asks the operating system and the processor.
+#include <string>
+
+/// Full path of the running program; empty where the system does not tell.
+std::string GetProgramFile();
+/// Whether the processor has the instructions that the code is compiled for. Runs on every x86-64 processor.
+bool HasNeededInstructions();
+/// Lets a closed pipe on standard output be an error of the write, and not the end of the process.
+void IgnoreClosedPipes();
