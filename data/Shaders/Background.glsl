@@ -22,8 +22,8 @@ const vec3 Glow = vec3(0.115, 0.120, 0.130);
 void main() {
   vec3 color = lerp(Bottom, Top, smoothstep(-1.0, 1.0, v_Place.y));
   vec2 aspect = vec2(g_ViewportWidth / g_ViewportHeight, 1.0) / min(g_ViewportWidth / g_ViewportHeight, 1.0);
-  float distance = length((v_Place - vec2(0.0, 0.12)) * lerp(vec2(1.0), aspect, 0.6));
-  color += Glow * exp(-1.6 * distance * distance);
+  float away = length((v_Place - vec2(0.0, 0.12)) * lerp(vec2(1.0), aspect, 0.6));
+  color += Glow * exp(-1.6 * away * away);
   color *= 1.0 - 0.42 * smoothstep(0.55, 1.75, length(v_Place));
   o_Color = vec4(color, 1.0);
 }

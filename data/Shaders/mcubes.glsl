@@ -32,14 +32,14 @@ const float Pi = 3.14159265;
 const float Roughness = 0.46;
 
 // Lamps, in the viewer's space: x to the right, y up, z towards the viewer.
-const vec3 KeyDir = vec3(-0.52, 0.68, 0.52);
-const vec3 KeyLight = vec3(2.75, 2.58, 2.36);
+const vec3 KeyDir = vec3(-0.60, 0.66, 0.44);
+const vec3 KeyLight = vec3(2.70, 2.54, 2.32);
 const vec3 FillDir = vec3(0.80, 0.05, 0.60);
-const vec3 FillLight = vec3(0.34, 0.41, 0.52);
+const vec3 FillLight = vec3(0.36, 0.42, 0.52);
 const vec3 RimDir = vec3(0.62, 0.46, -0.64);
 const vec3 RimLight = vec3(2.10, 2.20, 2.40);
 const vec3 SkyLight = vec3(0.44, 0.49, 0.57);
-const vec3 FloorLight = vec3(0.20, 0.145, 0.11);
+const vec3 FloorLight = vec3(0.25, 0.185, 0.14);
 
 // Diffuse light that reaches a little around the terminator and fades out there without an edge, as on a porous body.
 float wrapped(float cosine, float wrap) { return pow(saturate((cosine + wrap) / (1.0 + wrap)), 1.0 + 2.0 * wrap); }

@@ -92,7 +92,8 @@ class XmlNode {
   bool HasChildren() const { return m_Children && m_Children->Count; }
   void FreeBlock();
   void ReserveChildren(uint32_t count);
-  int64_t ParseBlock(TextBlock* block, size_t size);
+  static TextBlock* MakeTextBlock(size_t size);
+  void Build(TextBlock* block, char* text, size_t size);
 
   TextRef m_Name, m_Value;
   ChildBlock* m_Children = nullptr;

@@ -22,6 +22,7 @@ namespace {
 constexpr int NeighbourBit(int dx, int dy, int dz) { return (dz + 1) * 9 + (dy + 1) * 3 + dx + 1; }
 constexpr CellKey NeighbourStep(int bit) { return {bit % 3 - 1, bit / 3 % 3 - 1, bit / 9 - 1}; }
 constexpr int SelfBit = NeighbourBit(0, 0, 0);
+constexpr uint32_t AllNeighbours = ((1u << 27) - 1) & ~(1u << SelfBit);
 
 // Mask of the neighbours that hold a sample of the cell's boundary too.
 constexpr uint32_t NeighboursAt(int x, int y, int z) {
@@ -92,21 +93,25 @@ struct Target {
 
 class Walk {
  public:
-  Walk(const VolumeObject& volume, const FieldEvaluator& field, const ApplyOptions& options)
-      : m_Volume(volume), m_Field(field), m_Options(options), m_Lattice(LatticeFor(options.BrushRadius)) {}
+  // `first` .. `last`: where the walk is expected to stay.
+  Walk(const VolumeObject& volume, const FieldEvaluator& field, const ApplyOptions& options, const CellKey& first, const CellKey& last)
+      : m_Volume(volume), m_Field(field), m_Options(options), m_Lattice(LatticeFor(options.BrushRadius)), m_Visited(first, last) {}
 
   void Start(const CellKey& cell) {
-    Enter(cell);
-    for (const int bit : {NeighbourBit(-1, 0, 0), NeighbourBit(1, 0, 0), NeighbourBit(0, -1, 0), NeighbourBit(0, 1, 0),
-                          NeighbourBit(0, 0, -1), NeighbourBit(0, 0, 1)})
-      Enter(cell + NeighbourStep(bit));
-  }
-  // A cell that shares a changed sample with a target is one itself, whatever its own lattice says. False where it is known as such.
-  bool Force(const CellKey& cell) {
-    if (!InRange(cell) || !m_Targets.Insert(cell)) return false;
     m_Visited.Insert(cell);
-    AddTarget(cell, Probe(cell));
-    return true;
+    m_Work.push_back(cell);
+    Enter(cell, 1u << NeighbourBit(-1, 0, 0) | 1u << NeighbourBit(1, 0, 0) | 1u << NeighbourBit(0, -1, 0) |
+                    1u << NeighbourBit(0, 1, 0) | 1u << NeighbourBit(0, 0, -1) | 1u << NeighbourBit(0, 0, 1));
+  }
+  // Cells that share a changed sample with a target are targets themselves, whatever their own lattice says.
+  void Force(const std::vector<CellKey>& cells) {
+    CellSet known;
+    for (const Target& target : Targets) known.Insert(target.Key);
+    for (const CellKey& cell : cells) {
+      if (!InRange(cell) || !known.Insert(cell)) continue;
+      m_Visited.Insert(cell);
+      AddTarget(cell, Probe(cell));
+    }
   }
   void Run() {
     for (; m_Next < m_Work.size() && !m_Capped; m_Next++) {
@@ -116,7 +121,7 @@ class Walk {
       }
       const CellKey cell = m_Work[m_Next];
       const uint32_t reached = Probe(cell);
-      if (reached && m_Targets.Insert(cell)) AddTarget(cell, reached);
+      if (reached) AddTarget(cell, reached);
     }
   }
 
@@ -129,12 +134,14 @@ class Walk {
     const auto inRange = [](int32_t c) { return c >= -CellKeyLimit && c < CellKeyLimit; };
     return inRange(cell.x) && inRange(cell.y) && inRange(cell.z);
   }
-  void Enter(const CellKey& cell) {
-    if (InRange(cell) && m_Visited.Insert(cell)) m_Work.push_back(cell);
+  void Enter(const CellKey& cell, uint32_t neighbours) {
+    m_Visited.InsertNeighbours(cell, neighbours, [this](const CellKey& key) {
+      if (InRange(key)) m_Work.push_back(key);
+    });
   }
   void AddTarget(const CellKey& cell, uint32_t reached) {
     Targets.push_back({cell, reached});
-    for (uint32_t bits = reached; bits; bits &= bits - 1) Enter(cell + NeighbourStep(std::countr_zero(bits)));
+    Enter(cell, reached);
   }
   // Mask of the neighbours that a probe above 0 leads to; 0: the field does not reach the cell.
   uint32_t Probe(const CellKey& cell) const {
@@ -164,7 +171,7 @@ class Walk {
   const FieldEvaluator& m_Field;
   const ApplyOptions& m_Options;
   const ProbeLattice& m_Lattice;
-  CellSet m_Visited, m_Targets;
+  CellSet m_Visited;
   std::vector<CellKey> m_Work;
   size_t m_Next = 0;
   bool m_Capped = false;
@@ -238,26 +245,35 @@ struct CellWork {
 
 bool HasBlock(const VoxelCell* cell) { return cell && cell->Density && !(cell->Flags & FillPending); }
 
-// Neighbours outside `reached` that hold a sample for which differs(index) is true.
+// The samples that a cell has in common with each neighbour beyond a face or an edge; corners are probed themselves.
+struct SharedSamples {
+  std::vector<uint16_t> Of[27];
+  SharedSamples() {
+    for (int bit = 0; bit < 27; bit++) {
+      const CellKey d = NeighbourStep(bit);
+      if (bit == SelfBit || (d.x && d.y && d.z)) continue;
+      const auto holds = [](int step, int at) { return step == 0 || at == (step > 0 ? CellSize : 0); };
+      for (int z = 0; z < CellEdge; z++)
+        for (int y = 0; y < CellEdge; y++)
+          for (int x = 0; x < CellEdge; x++)
+            if (holds(d.x, x) && holds(d.y, y) && holds(d.z, z)) Of[bit].push_back(uint16_t(SampleIndex(x, y, z)));
+    }
+  }
+};
+
+// Neighbours outside `reached` that hold a sample with differs(index) not 0.
 template <class Differs>
 uint32_t FindSpill(uint32_t reached, Differs&& differs) {
+  static const SharedSamples shared;
   uint32_t spill = 0;
-  for (int bit = 0; bit < 27; bit++) {
-    if (bit == SelfBit || reached >> bit & 1) continue;
-    const CellKey d = NeighbourStep(bit);
-    if (d.x && d.y && d.z) continue;  // a corner was probed itself
-    const auto first = [](int step) { return step > 0 ? CellSize : 0; };
-    const auto last = [](int step) { return step < 0 ? 0 : CellSize; };
-    bool hit = false;
-    for (int z = first(d.z); z <= last(d.z) && !hit; z++)
-      for (int y = first(d.y); y <= last(d.y) && !hit; y++)
-        for (int x = first(d.x); x <= last(d.x); x++) hit |= differs(SampleIndex(x, y, z));
-    if (hit) spill |= 1u << bit;
+  for (uint32_t bits = AllNeighbours & ~reached; bits; bits &= bits - 1) {
+    const int bit = std::countr_zero(bits);
+    unsigned any = 0;
+    for (const uint16_t i : shared.Of[bit]) any |= unsigned(differs(i));
+    if (any) spill |= 1u << bit;
   }
   return spill;
 }
-constexpr uint32_t AllNeighbours = ((1u << 27) - 1) & ~(1u << SelfBit);
-
 // A dab of a million cells must not hold a spare block for each.
 constexpr size_t BatchCells = 4096;
 
@@ -325,9 +341,9 @@ class Pass {
 
     if (work.Reached != AllNeighbours) {
       if (m_Options.Mode == ApplyIntersect)  // what is left beyond the border of the reach is wiped there
-        work.Spill = FindSpill(work.Reached, [&](int i) { return after[i] != 0; });
+        work.Spill = FindSpill(work.Reached, [&](int i) { return after[i]; });
       else if (work.Result.Changed)
-        work.Spill = FindSpill(work.Reached, [&](int i) { return after[i] != old[i]; });
+        work.Spill = FindSpill(work.Reached, [&](int i) { return after[i] ^ old[i]; });
     }
     if (work.Result.Changed && work.Result.Low != work.Result.High)
       std::memcpy(work.Block, after, CellSamples * sizeof(uint16_t));
@@ -396,33 +412,35 @@ int32_t WipeUnreached(VolumeObject& volume) {
   return int32_t(wiped.size());
 }
 
-bool FindStartCell(const VolumeBox& bounds, CellKey& start) {
-  const auto cellOf = [](float lo, float hi, int32_t& cell) {
-    const float middle = (lo + hi) / 2;
-    if (!(std::fabs(middle) < float(CellKeyLimit) * CellSize)) return false;
-    cell = int32_t(std::floor(middle)) >> CellShift;
+// Cell of a position; false beyond the cells that floats can tell apart, NaN included.
+bool FindCellAt(float x, float y, float z, CellKey& cell) {
+  const auto find = [](float at, int32_t& key) {
+    if (!(std::fabs(at) < float(CellKeyLimit) * CellSize)) return false;
+    key = int32_t(std::floor(at)) >> CellShift;
     return true;
   };
-  return cellOf(bounds.MinX, bounds.MaxX, start.x) && cellOf(bounds.MinY, bounds.MaxY, start.y) &&
-         cellOf(bounds.MinZ, bounds.MaxZ, start.z);
+  return find(x, cell.x) && find(y, cell.y) && find(z, cell.z);
 }
 
 }  // namespace
 
 ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, const VolumeBox& bounds, const ApplyOptions& options) {
   ApplyReport report;
-  CellKey start;
-  if (volume.SurfaceMode || !FindStartCell(bounds, start)) return report;
+  CellKey start, first, last;
+  if (volume.SurfaceMode) return report;
+  if (!FindCellAt((bounds.MinX + bounds.MaxX) / 2, (bounds.MinY + bounds.MaxY) / 2, (bounds.MinZ + bounds.MaxZ) / 2, start)) return report;
+  if (!FindCellAt(bounds.MinX, bounds.MinY, bounds.MinZ, first) || !FindCellAt(bounds.MaxX, bounds.MaxY, bounds.MaxZ, last))
+    first = last = start;
 
-  Walk walk(volume, field, options);
+  Walk walk(volume, field, options, first + CellKey{-2, -2, -2}, last + CellKey{2, 2, 2});
   Pass pass(volume, field, options);
   walk.Start(start);
   walk.Run();
   for (size_t done = 0; done < walk.Targets.size();) {
-    const size_t first = std::exchange(done, walk.Targets.size());
-    const std::vector<CellKey> spill = pass.Run(walk.Targets.data() + first, done - first);
-    if (walk.Capped()) break;
-    for (const CellKey& cell : spill) walk.Force(cell);
+    const size_t next = std::exchange(done, walk.Targets.size());
+    const std::vector<CellKey> spill = pass.Run(walk.Targets.data() + next, done - next);
+    if (walk.Capped() || spill.empty()) break;
+    walk.Force(spill);
     walk.Run();
   }
   report.VisitedCells = walk.VisitedCells();

@@ -37,7 +37,8 @@ void* AllocateSlab(size_t bytes) {
 #endif
       return slab;
     }
-    MORVANE_ASSERT(!"out of memory");
+    const bool tryAgain = GetEngineHost().OutOfMemory(bytes);
+    MORVANE_ASSERT(tryAgain);
   }
 }
 

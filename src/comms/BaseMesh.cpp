@@ -9,8 +9,8 @@
 
 namespace comms {
 
-// The staged blocks are written in full by their filler, so they begin uninitialised. A block of zero elements is staged too: it takes
-// the place of what was there before.
+// The staged blocks are written in full by their filler, so they begin uninitialised. A block of zero elements is staged too: it
+// takes the place of what was there before.
 template <class T>
 static std::unique_ptr<T[]> CopyBlock(const T* elements, size_t count) {
   std::unique_ptr<T[]> block = std::make_unique_for_overwrite<T[]>(count);
@@ -133,7 +133,8 @@ void StaticMesh::Draw(cRender* render) {
 const uint8_t* BaseMesh::StagedPositions() const {
   if (!StagedVertices || !VertexDecl || NumVertices == 0) return nullptr;
   for (const VertexElement& element : VertexDecl->Elements)
-    if (element.Usage == VertexUsage::Position && (element.Format == VertexFormat::Float3 || element.Format == VertexFormat::Float4))
+    if (element.Usage == VertexUsage::Position &&
+        (element.Format == VertexFormat::Float3 || element.Format == VertexFormat::Float4))
       return StagedVertices.get() + element.Offset;
   return nullptr;
 }

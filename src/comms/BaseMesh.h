@@ -1,8 +1,8 @@
 #pragma once
 // The renderable mesh. The surface, retopology, primitive and preview code fill one from their own data; it knows no files.
 //
-// Vertices and indices are staged on the heap and become objects of the render back end at the next Flush or Draw. Where there is no
-// back end the staged data simply stays, so meshes can be built and read without a display.
+// Vertices and indices are staged on the heap and become objects of the render back end at the next Flush or Draw. Where there is
+// no back end the staged data simply stays, so meshes can be built and read without a display.
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -28,8 +28,8 @@ class BaseMesh {
   BaseMesh(const BaseMesh&) = delete;
   BaseMesh& operator=(const BaseMesh&) = delete;
 
-  /// Adds vertices (`vertexCount` times the stride) and indices that count from the first of them; the part so far is added to each
-  /// index. The totals of the constructor hold.
+  /// Adds vertices (`vertexCount` times the stride) and indices that count from the first of them; the part so far is added to
+  /// each index. The totals of the constructor hold.
   void Append(const void* vertices, size_t vertexCount, const uint16_t* indices, size_t indexCount);
   /// Ends the appending. The counts announced and the counts appended are equal.
   void Finish();
@@ -49,8 +49,8 @@ class BaseMesh {
   void ReleaseBuffers();
   bool HasBuffers() const { return VertexBuffer >= 0; }
 
-  /// First staged position, three floats; the next one is VertexDecl->Stride bytes on. Null where nothing is staged or the layout has no
-  /// position of at least three floats.
+  /// First staged position, three floats; the next one is VertexDecl->Stride bytes on. Null where nothing is staged or the layout
+  /// has no position of at least three floats.
   const uint8_t* StagedPositions() const;
   /// Box of the staged positions. False where there is none.
   bool GetBounds(cVec3& minimum, cVec3& maximum) const;

@@ -1,7 +1,7 @@
 #include "comms/Image.h"
 
-#include <new>
 #include <png.h>
+#include <new>
 #include <utility>
 
 #include "ClassEngine/Assert.h"
@@ -64,7 +64,8 @@ bool LoadPng(const cStr& path, cImage& image, cStr& error) {
     reason = Format("it announces %u x %u pixels, at most %d a side and %lld in all are read", unsigned(width), unsigned(height),
                     cImage::MaxSide, static_cast<long long>(cImage::MaxPixels));
   } else if (CountRawBytes(bytes.data(), width, height) > bytes.size() * MaxDeflateRatio) {
-    reason = Format("it announces %u x %u pixels, more than its %zu bytes can hold", unsigned(width), unsigned(height), bytes.size());
+    reason =
+        Format("it announces %u x %u pixels, more than its %zu bytes can hold", unsigned(width), unsigned(height), bytes.size());
   } else {
     try {
       cImage loaded{int(width), int(height)};

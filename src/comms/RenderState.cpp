@@ -64,30 +64,54 @@ static UniformValue ToUniform(float v) { return {1, {v}}; }
 UniformValue Evaluate(StandardUniform uniform, const RenderState& state) {
   using enum StandardUniform;
   switch (uniform) {
-    case StandardUniform::WorldMatrix: return ToUniform(state.World);
-    case WorldMatrixInverse: return ToUniform(Inverse(state.World));
-    case WorldViewMatrix: return ToUniform(state.World * state.View);
-    case WorldViewProjectionMatrix: return ToUniform(state.World * state.View * state.Projection);
-    case ViewProjectionMatrix: return ToUniform(state.View * state.Projection);
-    case ProjectionMatrix: return ToUniform(state.Projection);
-    case StandardUniform::NormalMatrix: return ToUniform(comms::NormalMatrix(state.World));
-    case NormalViewMatrix: return ToUniform(comms::NormalMatrix(state.World * state.View));
-    case StandardUniform::ScreenMatrix: return ToUniform(comms::ScreenMatrix(state));
-    case ScreenMatrixInverse: return ToUniform(Inverse(comms::ScreenMatrix(state)));
-    case TextureMatrix0: return ToUniform(state.Texture[0]);
-    case TextureMatrix1: return ToUniform(state.Texture[1]);
-    case TextureMatrix2: return ToUniform(state.Texture[2]);
-    case TextureMatrix3: return ToUniform(state.Texture[3]);
-    case StandardUniform::ViewerPos: return ToUniform(comms::ViewerPos(state));
-    case LocalViewPos: return ToUniform(Inverse(state.World).TransformPoint(comms::ViewerPos(state)));
-    case LocalViewDir: return ToUniform(Normalized(Inverse(state.World).TransformDirection(ViewDir(state))));
-    case TimeSec: return ToUniform(state.TimeSec);
-    case FrameTimeSec: return ToUniform(state.FrameTimeSec);
-    case ViewportWidth: return ToUniform(float(state.ViewportWidth));
-    case ViewportHeight: return ToUniform(float(state.ViewportHeight));
-    case ViewportInvWidth: return ToUniform(1.0f / float(state.ViewportWidth));
-    case ViewportInvHeight: return ToUniform(1.0f / float(state.ViewportHeight));
-    case Count: break;
+    case StandardUniform::WorldMatrix:
+      return ToUniform(state.World);
+    case WorldMatrixInverse:
+      return ToUniform(Inverse(state.World));
+    case WorldViewMatrix:
+      return ToUniform(state.World * state.View);
+    case WorldViewProjectionMatrix:
+      return ToUniform(state.World * state.View * state.Projection);
+    case ViewProjectionMatrix:
+      return ToUniform(state.View * state.Projection);
+    case ProjectionMatrix:
+      return ToUniform(state.Projection);
+    case StandardUniform::NormalMatrix:
+      return ToUniform(comms::NormalMatrix(state.World));
+    case NormalViewMatrix:
+      return ToUniform(comms::NormalMatrix(state.World * state.View));
+    case StandardUniform::ScreenMatrix:
+      return ToUniform(comms::ScreenMatrix(state));
+    case ScreenMatrixInverse:
+      return ToUniform(Inverse(comms::ScreenMatrix(state)));
+    case TextureMatrix0:
+      return ToUniform(state.Texture[0]);
+    case TextureMatrix1:
+      return ToUniform(state.Texture[1]);
+    case TextureMatrix2:
+      return ToUniform(state.Texture[2]);
+    case TextureMatrix3:
+      return ToUniform(state.Texture[3]);
+    case StandardUniform::ViewerPos:
+      return ToUniform(comms::ViewerPos(state));
+    case LocalViewPos:
+      return ToUniform(Inverse(state.World).TransformPoint(comms::ViewerPos(state)));
+    case LocalViewDir:
+      return ToUniform(Normalized(Inverse(state.World).TransformDirection(ViewDir(state))));
+    case TimeSec:
+      return ToUniform(state.TimeSec);
+    case FrameTimeSec:
+      return ToUniform(state.FrameTimeSec);
+    case ViewportWidth:
+      return ToUniform(float(state.ViewportWidth));
+    case ViewportHeight:
+      return ToUniform(float(state.ViewportHeight));
+    case ViewportInvWidth:
+      return ToUniform(1.0f / float(state.ViewportWidth));
+    case ViewportInvHeight:
+      return ToUniform(1.0f / float(state.ViewportHeight));
+    case Count:
+      break;
   }
   return {};
 }

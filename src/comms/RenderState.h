@@ -49,8 +49,8 @@ struct UniformValue {
   int Count = 0;
   float Floats[16] = {};
 };
-/// The normal matrices are the transposed inverses of the upper 3 by 3, without translation. ScreenMatrix takes pixels with the origin
-/// in the upper left corner to clip space. Inverses of singular matrices are the identity.
+/// The normal matrices are the transposed inverses of the upper 3 by 3, without translation. ScreenMatrix takes pixels with the
+/// origin in the upper left corner to clip space. Inverses of singular matrices are the identity.
 UniformValue Evaluate(StandardUniform uniform, const RenderState& state);
 
 /// View matrix of a viewer at `position` that looks at `target`; `up` is not parallel to the line of sight.

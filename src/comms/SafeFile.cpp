@@ -1,17 +1,17 @@
 #include "comms/SafeFile.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <mutex>
 #include <new>
 #include <random>
 #include <stdexcept>
-#include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 
 #include "comms/Str.h"
@@ -110,7 +110,7 @@ SafeFileWriter::SafeFileWriter(const std::string& path) : m_Path(path), m_Target
   } else if (exists && !S_ISREG(info.st_mode)) {
     m_Handle = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
     if (m_Handle < 0) FailWithErrno();
-  } else if (exists && ::access(path.c_str(), W_OK) != 0) {
+  } else if (exists && ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) {
     FailWithErrno();
   } else {
     OpenTemporary();

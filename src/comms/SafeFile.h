@@ -1,6 +1,6 @@
 #pragma once
-// Whole files in and out. Writing never damages what was there: the bytes go to a temporary name in the same folder, every call is
-// checked, the file is synced, renamed over the old one, and the folder is synced.
+// Whole files in and out. Writing never damages what was there: the bytes go to a temporary name in the same folder, every call
+// is checked, the file is synced, renamed over the old one, and the folder is synced.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -16,9 +16,9 @@ int64_t GetFileSize(const std::string& path);
 /// Reads all of `path` (UTF-8). False with one sentence in `error` (file, reason) where it can't be read.
 bool ReadWholeFile(const std::string& path, std::vector<uint8_t>& bytes, std::string& error);
 
-/// A file that comes into being whole or not at all. Permissions of the file that stood there are kept, and a symbolic link stays and
-/// is written through. A device or pipe at `path` (/dev/stdout) has no old content to guard and is written directly. Folders and
-/// write-protected files are refused.
+/// A file that comes into being whole or not at all. Permissions of the file that stood there are kept, and a symbolic link stays
+/// and is written through. A device or pipe at `path` (/dev/stdout) has no old content to guard and is written directly. Folders
+/// and write-protected files are refused.
 class SafeFileWriter {
  public:
   /// Opens the temporary file beside `path`; nothing at `path` changes before Commit.

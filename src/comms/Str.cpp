@@ -1,7 +1,7 @@
 #include "comms/Str.h"
 
-#include <cstdio>
 #include <locale.h>
+#include <cstdio>
 
 #include "ClassEngine/Assert.h"
 

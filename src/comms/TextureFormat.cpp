@@ -4,9 +4,10 @@
 
 namespace comms {
 
-static constexpr const char* FormatNames[] = {"None",    "Rgb8",   "Rgba8",   "Rg16",   "Rgb16",  "Rgba16",          "R16f",  "Rg16f",
-                                              "Rgb16f",  "Rgba16f", "R32f",   "Rg32f",  "Rgb32f", "Rgba32f",         "Rgbe8", "Rgb565",
-                                              "Rgba4",   "Rgb10a2", "Depth16", "Depth24", "Depth24Stencil8", "Dxt1", "Dxt3",  "Dxt5"};
+static constexpr const char* FormatNames[] = {"None",    "Rgb8",    "Rgba8",           "Rg16",    "Rgb16", "Rgba16",
+                                              "R16f",    "Rg16f",   "Rgb16f",          "Rgba16f", "R32f",  "Rg32f",
+                                              "Rgb32f",  "Rgba32f", "Rgbe8",           "Rgb565",  "Rgba4", "Rgb10a2",
+                                              "Depth16", "Depth24", "Depth24Stencil8", "Dxt1",    "Dxt3",  "Dxt5"};
 static constexpr const char* FilterNames[] = {"Nearest", "Linear", "Bilinear", "Trilinear", "Bilinear Aniso", "Trilinear Aniso"};
 static constexpr const char* AddressNames[] = {"Wrap", "Clamp", "Mirror"};
 // Bytes of a pixel, for block-compressed formats of a block of 4 by 4.

@@ -1,7 +1,7 @@
 #pragma once
-// The render back end as the rest of the system sees it: integer handles and the operations on them. Nothing here knows a graphics
-// library; comms/render holds the back end that does, and one that only takes notes. A handle is >= 0; -1 stands for none, and every
-// operation on a handle that is not there does nothing.
+// The render back end as the rest of the system sees it: integer handles and the operations on them. Nothing here knows a
+// graphics library; comms/render holds the back end that does, and one that only takes notes. A handle is >= 0; -1 stands for
+// none, and every operation on a handle that is not there does nothing.
 //
 // All calls are on the main thread, ReleaseBuffer excepted.
 #include <cstddef>
@@ -44,8 +44,8 @@ struct TextureDesc {
   AddressMode Address = AddressMode::Wrap;
 };
 
-/// An off-screen target: one colour texture and, unless DepthFormat is None, one of depth. Both can be sampled, except with Samples
-/// above 1: such a target is resolved into another one of the same size first.
+/// An off-screen target: one colour texture and, unless DepthFormat is None, one of depth. Both can be sampled, except with
+/// Samples above 1: such a target is resolved into another one of the same size first.
 struct TargetDesc {
   int Width = 0, Height = 0;
   TextureFormat ColorFormat = TextureFormat::Rgba8, DepthFormat = TextureFormat::Depth24;
@@ -81,8 +81,8 @@ class cRender {
   virtual void Clear(const cVec4& color, float depth) = 0;
 
   // --- textures ------------------------------------------------------------------------------------------------------------
-  /// `pixels` are rows from top to bottom without padding, in the layout of the format; null leaves the content open. -1 with a line
-  /// in the log where the size does not fit the format or the device.
+  /// `pixels` are rows from top to bottom without padding, in the layout of the format; null leaves the content open. -1 with a
+  /// line in the log where the size does not fit the format or the device.
   virtual int CreateTexture(const TextureDesc& desc, const void* pixels) = 0;
   /// Loads a picture file once; the same name gives the same id. -1 with a line in the log where it can't be read.
   virtual int LoadTexture(const cStr& fileName) = 0;
@@ -113,8 +113,8 @@ class cRender {
   virtual void SetIndexBuffer(int handle) = 0;
 
   // --- shaders -------------------------------------------------------------------------------------------------------------
-  /// Id of the shader file `name` with `defines`, one a line ("#define SRC_2D"); compiled at the first call. Always a valid id: one
-  /// that did not compile draws nothing.
+  /// Id of the shader file `name` with `defines`, one a line ("#define SRC_2D"); compiled at the first call. Always a valid id:
+  /// one that did not compile draws nothing.
   virtual int GetShaderID(const cStr& name, const cStr& defines = {}) = 0;
   virtual void SetShader(int id) = 0;
   /// Slot of a sampler ("s_Decal") of the current shader for SetTexture; -1 where it has none.

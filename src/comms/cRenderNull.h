@@ -1,6 +1,6 @@
 #pragma once
-// A render back end without a device: hands out handles, checks that they are used as promised and takes notes of what would have been
-// drawn. Stands behind cRender in tests and where there is no display.
+// A render back end without a device: hands out handles, checks that they are used as promised and takes notes of what would have
+// been drawn. Stands behind cRender in tests and where there is no display.
 #include "comms/cRender.h"
 
 namespace comms {

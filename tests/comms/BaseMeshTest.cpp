@@ -12,7 +12,8 @@ using namespace comms;
 
 namespace {
 
-const VertexLayout PlainLayout{28, {{VertexUsage::Position, VertexFormat::Float3, 0}, {VertexUsage::Normal, VertexFormat::Float3, 12}}};
+const VertexLayout PlainLayout{
+    28, {{VertexUsage::Position, VertexFormat::Float3, 0}, {VertexUsage::Normal, VertexFormat::Float3, 12}}};
 
 cList<uint8_t> RandomVertices(std::mt19937& random, size_t count) {
   cList<uint8_t> bytes(count * PlainLayout.Stride);
@@ -83,7 +84,8 @@ TEST(BaseMesh, FlushMovesTheStagedBlocksAndReplacesOldOnes) {
   BaseMesh mesh;
   StageTriangle(mesh);
   mesh.Draw(&render);
-  EXPECT_EQ(render.Calls, (cList<cStr>{"CreateBuffer 0 2 3", "CreateBuffer 1 28 3", "SetVertexBuffer 1 28", "SetIndexBuffer 0", "DrawIndexed 3 0 3"}));
+  EXPECT_EQ(render.Calls, (cList<cStr>{"CreateBuffer 0 2 3", "CreateBuffer 1 28 3", "SetVertexBuffer 1 28", "SetIndexBuffer 0",
+                                       "DrawIndexed 3 0 3"}));
   EXPECT_FALSE(mesh.StagedVertices || mesh.StagedIndices16);
   EXPECT_EQ(render.Buffers[1].Data.size(), 84u);
 

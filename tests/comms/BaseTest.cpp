@@ -108,7 +108,8 @@ TEST(Mat4, RefusesWhatHasNoInverse) {
 
 TEST(Log, EntriesOfThreadsStayWholeAndSinksComeBack) {
   std::string outer;
-  LogSink before = SetLogSink([&](LogLevel level, const std::string& text) { outer += (level == LogLevel::Error ? "E" : "-") + text; });
+  LogSink before =
+      SetLogSink([&](LogLevel level, const std::string& text) { outer += (level == LogLevel::Error ? "E" : "-") + text; });
   {
     LogRecorder recorder;
     std::vector<std::thread> threads;
@@ -149,7 +150,9 @@ static cMat4 AsMatrix(const UniformValue& value) {
   std::copy_n(value.Floats, 16, &matrix.m[0][0]);
   return matrix;
 }
-static void ExpectNear(const cVec3& a, const cVec3& b, float tolerance) { EXPECT_LT(Length(a - b), tolerance) << a.x << " " << b.x; }
+static void ExpectNear(const cVec3& a, const cVec3& b, float tolerance) {
+  EXPECT_LT(Length(a - b), tolerance) << a.x << " " << b.x;
+}
 
 TEST(StandardUniforms, AgreeWithEachOther) {
   RenderState state;

@@ -12,7 +12,9 @@ using namespace comms;
 
 namespace {
 
-cStr TempName() { return (std::filesystem::temp_directory_path() / ("morvane-image-" + std::to_string(::getpid()) + ".png")).string(); }
+cStr TempName() {
+  return (std::filesystem::temp_directory_path() / ("morvane-image-" + std::to_string(::getpid()) + ".png")).string();
+}
 
 void SaveBytes(const cStr& path, const cList<uint8_t>& bytes) {
   SafeFileWriter file(path);
@@ -83,7 +85,9 @@ TEST(Image, AnnouncedSizesAreHeldAgainstTheFile) {
   const struct {
     uint32_t Width, Height;
     const char* Reason;
-  } cases[] = {{20000, 20000, "it announces 20000 x 20000 pixels, more than its"}, {1, 70000, "at most 65535 a side"}, {60000, 60000, "in all are read"}};
+  } cases[] = {{20000, 20000, "it announces 20000 x 20000 pixels, more than its"},
+               {1, 70000, "at most 65535 a side"},
+               {60000, 60000, "in all are read"}};
   for (const auto& c : cases) {
     PutBig(bytes, 16, c.Width);
     PutBig(bytes, 20, c.Height);

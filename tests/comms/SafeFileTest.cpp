@@ -130,12 +130,34 @@ TEST_F(SafeFile, RefusesFoldersMissingFoldersAndProtectedFiles) {
   }
   EXPECT_TRUE(fs::is_directory(m_Folder / "folder"));
   EXPECT_EQ(CountEntries(), 2u);
-  if (::geteuid() == 0) GTEST_SKIP() << "the superuser may write everywhere";
+}
+
+TEST_F(SafeFile, RefusesWhatIsWriteProtected) {
+  ASSERT_TRUE(Save(Path("file"), "x"));
+  fs::create_directory(m_Folder / "folder");
+  ASSERT_TRUE(Save(Path("folder/old"), "x"));
   ASSERT_EQ(::chmod(Path("file").c_str(), 0444), 0);
-  EXPECT_FALSE(Save(Path("file"), "y"));
   ASSERT_EQ(::chmod(Path("folder").c_str(), 0555), 0);
-  EXPECT_FALSE(Save(Path("folder/a"), "y"));
+  ASSERT_EQ(::chmod(Path("folder/old").c_str(), 0666), 0);
+  const uid_t before = ::geteuid();
+  if (before == 0) {  // the superuser may write everywhere, so the test becomes somebody else
+    const uid_t nobody = 65534;
+    ASSERT_EQ(::chown(m_Folder.c_str(), nobody, gid_t(-1)), 0);
+    ASSERT_EQ(::seteuid(nobody), 0);
+  }
+  const bool savedFile = Save(Path("file"), "y"), savedNew = Save(Path("folder/a"), "y"),
+             savedOld = Save(Path("folder/old"), "y");
+  const bool savedFree = Save(Path("free"), "y");
+  if (before == 0) {
+    ASSERT_EQ(::seteuid(before), 0);
+  }
+  ASSERT_EQ(::chmod(Path("folder").c_str(), 0755), 0);
+  EXPECT_FALSE(savedFile) << "the file";
+  EXPECT_FALSE(savedNew) << "a new file in the folder";
+  EXPECT_FALSE(savedOld) << "a file whose folder takes no temporary one";
+  EXPECT_TRUE(savedFree);
   EXPECT_EQ(Load(Path("file")), "x");
+  EXPECT_EQ(Load(Path("folder/old")), "x");
 }
 
 TEST_F(SafeFile, WritesPipesAndDevicesDirectly) {

@@ -7,8 +7,8 @@ namespace {
 enum class Need { Any, All };
 
 struct Feature {
-  const char* Label;                ///< one that ends in ": " is followed by Limit and a closing parenthesis
-  int CoreSince;                    ///< 10 * major + minor of the first version that has it without an extension
+  const char* Label;  ///< one that ends in ": " is followed by Limit and a closing parenthesis
+  int CoreSince;      ///< 10 * major + minor of the first version that has it without an extension
   cList<const char*> Extensions;
   Need Needed = Need::Any;
   int DeviceFacts::*Limit = nullptr;

@@ -8,9 +8,10 @@ namespace comms {
 
 struct DeviceFacts {
   cStr Vendor, Renderer, Version;
-  int VersionNumber = 0;                            ///< 10 * major + minor
-  std::function<bool(const char*)> HasExtension;    ///< by the full name, "GL_EXT_texture_filter_anisotropic"
-  int FragmentTextureUnits = 0, MaxAnisotropy = 0, VertexAttributes = 0, VertexUniformVectors = 0, MaxTargetSize = 0, DrawTargets = 0;
+  int VersionNumber = 0;                          ///< 10 * major + minor
+  std::function<bool(const char*)> HasExtension;  ///< by the full name, "GL_EXT_texture_filter_anisotropic"
+  int FragmentTextureUnits = 0, MaxAnisotropy = 0, VertexAttributes = 0, VertexUniformVectors = 0, MaxTargetSize = 0,
+      DrawTargets = 0;
 };
 
 /// The table, one line of text a line. A feature counts as there when the version has it in its core or an extension brings it.

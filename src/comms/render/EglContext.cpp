@@ -36,8 +36,8 @@ cStr EglFailure(const char* call) { return Format("%s failed with 0x%04x", call,
 }  // namespace
 
 bool EglContext::Open(void* display, cStr& reason) {
-  EGLint major = 0, minor = 0;
-  if (display == EGL_NO_DISPLAY || !eglInitialize(display, &major, &minor)) return reason = EglFailure("eglInitialize"), false;
+  if (display == EGL_NO_DISPLAY) return reason = "there is none", false;
+  if (!eglInitialize(display, nullptr, nullptr)) return reason = EglFailure("eglInitialize"), false;
   m_Display = display;
   if (!eglBindAPI(EGL_OPENGL_API)) return reason = EglFailure("eglBindAPI"), false;
   const EGLint configWanted[] = {EGL_SURFACE_TYPE, EGL_PBUFFER_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_NONE};
@@ -45,15 +45,12 @@ bool EglContext::Open(void* display, cStr& reason) {
   EGLint configCount = 0;
   if (!eglChooseConfig(display, configWanted, &config, 1, &configCount) || configCount < 1) {
     config = nullptr;
-    if (!epoxy_has_egl_extension(display, "EGL_KHR_no_config_context")) return reason = "no frame buffer configuration for OpenGL", false;
+    if (!epoxy_has_egl_extension(display, "EGL_KHR_no_config_context"))
+      return reason = "no frame buffer configuration for OpenGL", false;
   }
-  const EGLint contextWanted[] = {EGL_CONTEXT_MAJOR_VERSION_KHR,
-                                  3,
-                                  EGL_CONTEXT_MINOR_VERSION_KHR,
-                                  3,
-                                  EGL_CONTEXT_OPENGL_PROFILE_MASK_KHR,
-                                  EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT_KHR,
-                                  EGL_NONE};
+  const EGLint contextWanted[] = {
+      EGL_CONTEXT_MAJOR_VERSION_KHR,           3,       EGL_CONTEXT_MINOR_VERSION_KHR, 3, EGL_CONTEXT_OPENGL_PROFILE_MASK_KHR,
+      EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT_KHR, EGL_NONE};
   m_Context = eglCreateContext(display, config, EGL_NO_CONTEXT, contextWanted);
   if (!m_Context) return reason = EglFailure("eglCreateContext for OpenGL 3.3"), false;
   if (!epoxy_has_egl_extension(display, "EGL_KHR_surfaceless_context") && config) {

@@ -9,8 +9,8 @@ namespace comms {
 /// Current on the thread that made it until it is destroyed.
 class EglContext {
  public:
-  /// Tries the machine's devices, then drawing without a surface, then the default display. Null with one sentence in `error` that says
-  /// how far each attempt came.
+  /// Tries the machine's devices, then drawing without a surface, then the default display. Null with one sentence in `error`
+  /// that says how far each attempt came.
   static std::unique_ptr<EglContext> Create(cStr& error);
   ~EglContext();
   EglContext(const EglContext&) = delete;

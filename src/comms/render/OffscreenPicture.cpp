@@ -15,7 +15,7 @@ namespace {
 
 // Warm grey clay, linear.
 constexpr cVec3 ClayAlbedo{0.46f, 0.345f, 0.27f};
-constexpr float Exposure = 0.50f;
+constexpr float Exposure = 0.46f;
 // The larger search of the occlusion, as a part of the diagonal of what is drawn.
 constexpr float OcclusionReach = 0.11f;
 
@@ -43,7 +43,8 @@ std::optional<Box> FindBox(const cList<PictureItem>& items) {
 
 cStr CheckCamera(const PictureCamera& camera) {
   const cVec3 sight = camera.Target - camera.Position;
-  if (!IsFinite(camera.Position) || !IsFinite(camera.Target) || !IsFinite(camera.Up)) return "a number of the camera is not finite";
+  if (!IsFinite(camera.Position) || !IsFinite(camera.Target) || !IsFinite(camera.Up))
+    return "a number of the camera is not finite";
   if (!(Length(sight) > 0)) return "the camera stands on its target";
   if (!(Length(Cross(Normalized(sight), Normalized(camera.Up))) > 1e-4f)) return "the camera looks along its up direction";
   if (!(camera.FovDegrees >= 1 && camera.FovDegrees <= 150))
@@ -65,8 +66,8 @@ cMat4 MakeProjection(const PictureCamera& camera, const cMat4& view, const Box& 
   return Perspective(camera.FovDegrees, aspect, std::min(nearDistance, farDistance * 0.999f), farDistance);
 }
 
-// Finds the nearest place from which all points are in the picture, for the standard direction. The four side planes of the view bound
-// the place from four sides; width and height are each met by the pair that the outermost points fix.
+// Finds the nearest place from which all points are in the picture, for the standard direction. The four side planes of the view
+// bound the place from four sides; width and height are each met by the pair that the outermost points fix.
 class Framing {
  public:
   Framing(float aspect, float fovDegrees) : m_FovDegrees(fovDegrees) {
@@ -142,6 +143,7 @@ OffscreenPicture::~OffscreenPicture() {
 }
 
 bool OffscreenPicture::Init(const cStr& dataFolder, const cStr& userFolder, cStr& error) {
+  if (m_Context) m_Context->MakeCurrent();
   m_Render.reset();
   m_Context = EglContext::Create(error);
   if (!m_Context) return false;
@@ -178,7 +180,8 @@ bool OffscreenPicture::MakeTargets(const PictureOptions& options, Targets& targe
   }
   constexpr int64_t MaxScenePixels = int64_t(1) << 27;  // 12 bytes each
   const auto fits = [&](int64_t scale) {
-    return options.Width * scale <= limit && options.Height * scale <= limit && scale * scale * options.Width * options.Height <= MaxScenePixels;
+    return options.Width * scale <= limit && options.Height * scale <= limit &&
+           scale * scale * options.Width * options.Height <= MaxScenePixels;
   };
   targets.Scale = std::clamp(options.Supersampling, 1, 4);
   while (targets.Scale > 1 && !fits(targets.Scale)) targets.Scale--;
@@ -194,7 +197,8 @@ bool OffscreenPicture::MakeTargets(const PictureOptions& options, Targets& targe
     targets.Final = make(1, TextureFormat::Rgba8, TextureFormat::None);
   }
   if (targets.Scene >= 0 && targets.Occlusion >= 0 && targets.Blurred >= 0 && targets.Final >= 0) return true;
-  error = Format("Can't draw a picture of %d x %d pixels: the device has not enough memory for it.", options.Width, options.Height);
+  error =
+      Format("Can't draw a picture of %d x %d pixels: the device has not enough memory for it.", options.Width, options.Height);
   DropTargets(targets);
   return false;
 }

@@ -28,7 +28,7 @@ struct PictureOptions {
   std::optional<PictureCamera> Camera;  ///< none: the meshes are framed from three quarters
   int Supersampling = 2;                ///< 1 .. 4 pixels a side are averaged into one; less where the device can't
   bool AmbientOcclusion = true;
-  bool OutwardNormals = false;          ///< false: vertex normals point into the solid, as those of volumes do
+  bool OutwardNormals = false;  ///< false: vertex normals point into the solid, as those of volumes do
 };
 
 /// Camera that looks at a box from the front, a little from the right and from above, and just has all of it in the picture.
@@ -45,8 +45,8 @@ class OffscreenPicture {
 
   /// False with one sentence where there is no device, or where the shaders of the data folder do not compile on it.
   bool Init(const cStr& dataFolder, const cStr& userFolder, cStr& error);
-  /// Draws the staged data of `items`, which stays as it is: nothing of the meshes remains on the device. Items without vertices are
-  /// left out. False with one sentence where nothing is left, the size or camera is unusable or memory runs out.
+  /// Draws the staged data of `items`, which stays as it is: nothing of the meshes remains on the device. Items without vertices
+  /// are left out. False with one sentence where nothing is left, the size or camera is unusable or memory runs out.
   bool Render(const cList<PictureItem>& items, const PictureOptions& options, cImage& image, cStr& error);
   /// Vendor and renderer of the device.
   cStr DeviceName() const;

@@ -1,6 +1,6 @@
+#include <epoxy/gl.h>
 #include <cstdio>
 #include <cstring>
-#include <epoxy/gl.h>
 #include <iterator>
 
 #include "comms/Log.h"
@@ -148,19 +148,32 @@ void cRenderGL::SetFloats(const Uniform& uniform, const float* values, int count
   float full[16] = {};
   std::memcpy(full, values, size_t(count) * sizeof(float));
   switch (uniform.Type) {
-    case GL_FLOAT: glUniform1fv(uniform.Location, 1, full); break;
-    case GL_FLOAT_VEC2: glUniform2fv(uniform.Location, 1, full); break;
-    case GL_FLOAT_VEC3: glUniform3fv(uniform.Location, 1, full); break;
-    case GL_FLOAT_VEC4: glUniform4fv(uniform.Location, 1, full); break;
-    case GL_FLOAT_MAT4: glUniformMatrix4fv(uniform.Location, 1, GL_FALSE, full); break;
+    case GL_FLOAT:
+      glUniform1fv(uniform.Location, 1, full);
+      break;
+    case GL_FLOAT_VEC2:
+      glUniform2fv(uniform.Location, 1, full);
+      break;
+    case GL_FLOAT_VEC3:
+      glUniform3fv(uniform.Location, 1, full);
+      break;
+    case GL_FLOAT_VEC4:
+      glUniform4fv(uniform.Location, 1, full);
+      break;
+    case GL_FLOAT_MAT4:
+      glUniformMatrix4fv(uniform.Location, 1, GL_FALSE, full);
+      break;
     case GL_FLOAT_MAT3: {
       const float upper[9] = {full[0], full[1], full[2], full[4], full[5], full[6], full[8], full[9], full[10]};
       glUniformMatrix3fv(uniform.Location, 1, GL_FALSE, upper);
       break;
     }
     case GL_INT:
-    case GL_BOOL: glUniform1i(uniform.Location, int(full[0])); break;
-    default: break;
+    case GL_BOOL:
+      glUniform1i(uniform.Location, int(full[0]));
+      break;
+    default:
+      break;
   }
 }
 

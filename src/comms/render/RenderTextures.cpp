@@ -1,6 +1,6 @@
+#include <epoxy/gl.h>
 #include <algorithm>
 #include <cstring>
-#include <epoxy/gl.h>
 
 #include "comms/Log.h"
 #include "comms/render/GlFormat.h"
@@ -24,8 +24,9 @@ bool cRenderGL::UploadTexture(Texture& texture, const void* pixels) {
   const TextureDesc& desc = texture.Desc;
   const GlFormat format = ToGl(desc.Format);
   if (desc.Width <= 0 || desc.Height <= 0 || desc.Width > m_MaxTargetSize || desc.Height > m_MaxTargetSize || !format.Internal) {
-    LogError("Can't make a texture of %d x %d pixels in format \"%s\": 1 to %d pixels a side in a format with content are possible.",
-             desc.Width, desc.Height, GetName(desc.Format), m_MaxTargetSize);
+    LogError(
+        "Can't make a texture of %d x %d pixels in format \"%s\": 1 to %d pixels a side in a format with content are possible.",
+        desc.Width, desc.Height, GetName(desc.Format), m_MaxTargetSize);
     return false;
   }
   if (IsCompressed(desc.Format)) {
@@ -62,8 +63,8 @@ bool cRenderGL::UploadTexture(Texture& texture, const void* pixels) {
     glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_ANISOTROPY_EXT, m_MaxAnisotropy);
   const GLenum failure = glGetError();
   if (failure == GL_NO_ERROR) return true;
-  LogError("Can't make a texture of %d x %d pixels in format \"%s\": the graphics driver refused with 0x%04x.", desc.Width, desc.Height,
-           GetName(desc.Format), unsigned(failure));
+  LogError("Can't make a texture of %d x %d pixels in format \"%s\": the graphics driver refused with 0x%04x.", desc.Width,
+           desc.Height, GetName(desc.Format), unsigned(failure));
   glDeleteTextures(1, &texture.Object);
   texture.Object = 0;
   return false;
@@ -115,8 +116,8 @@ void cRenderGL::UpdateTexture(int id, int x, int y, int width, int height, const
   Texture& texture = m_Textures[size_t(id)];
   const bool inside = x >= 0 && y >= 0 && width <= texture.Desc.Width - x && height <= texture.Desc.Height - y;
   if (!inside || IsCompressed(texture.Desc.Format) || IsDepth(texture.Desc.Format)) {
-    LogError("Can't update %d x %d pixels at %d, %d of a texture of %d x %d in format \"%s\".", width, height, x, y, texture.Desc.Width,
-             texture.Desc.Height, GetName(texture.Desc.Format));
+    LogError("Can't update %d x %d pixels at %d, %d of a texture of %d x %d in format \"%s\".", width, height, x, y,
+             texture.Desc.Width, texture.Desc.Height, GetName(texture.Desc.Format));
     return;
   }
   if (!texture.Source.empty()) {
@@ -235,7 +236,8 @@ int cRenderGL::CreateTarget(const TargetDesc& desc) {
   Target target;
   target.Desc = desc;
   if (desc.Width <= 0 || desc.Height <= 0 || desc.Width > m_MaxTargetSize || desc.Height > m_MaxTargetSize) {
-    LogError("Can't make a render target of %d x %d pixels: 1 to %d a side are possible.", desc.Width, desc.Height, m_MaxTargetSize);
+    LogError("Can't make a render target of %d x %d pixels: 1 to %d a side are possible.", desc.Width, desc.Height,
+             m_MaxTargetSize);
     return -1;
   }
   const auto slot = std::find_if(m_Targets.begin(), m_Targets.end(), [](const Target& t) { return !t.Used; });

@@ -23,8 +23,8 @@ bool SplitShaderFile(const cStr& text, const cStr& fileName, ShaderFile& file, c
     if (Trim(content) == "// Fragment shader") begun = &file.Fragment;
     if (begun) {
       if (begun->Line) {
-        error = Format("Shader file \"%s\", line %d: \"%s\" stands there for the second time, first in line %d.", fileName.c_str(), line,
-                       cStr(Trim(content)).c_str(), begun->Line);
+        error = Format("Shader file \"%s\", line %d: \"%s\" stands there for the second time, first in line %d.",
+                       fileName.c_str(), line, cStr(Trim(content)).c_str(), begun->Line);
         return false;
       }
       begun->Line = line;

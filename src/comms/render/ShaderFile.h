@@ -13,8 +13,8 @@ struct ShaderFile {
   ShaderPart Vertex, Fragment;
 };
 
-/// Splits the text of a shader file; the two parts stand in any order. False with one sentence, which names `fileName`, where a part
-/// is missing or stands twice.
+/// Splits the text of a shader file; the two parts stand in any order. False with one sentence, which names `fileName`, where a
+/// part is missing or stands twice.
 bool SplitShaderFile(const cStr& text, const cStr& fileName, ShaderFile& file, cStr& error);
 
 /// What the compiler gets: version, helpers, `defines` (one a line), and the part under the line numbers of its file.

@@ -1,8 +1,8 @@
 // Device, state, buffers and drawing. Textures and targets are in RenderTextures.cpp, shaders in RenderShaders.cpp.
 #include "comms/render/cRenderGL.h"
 
-#include <algorithm>
 #include <epoxy/gl.h>
+#include <algorithm>
 
 #include "comms/Log.h"
 #include "comms/render/DeviceReport.h"
@@ -114,11 +114,20 @@ void cRenderGL::SetBlendState(int id) {
   const BlendState& state = m_BlendStates[size_t(id)];
   Enable(GL_BLEND, state.Mode != BlendMode::Opaque);
   switch (state.Mode) {
-    case BlendMode::Opaque: break;
-    case BlendMode::Alpha: glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA); break;
-    case BlendMode::PremultipliedAlpha: glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA); break;
-    case BlendMode::Additive: glBlendFunc(GL_ONE, GL_ONE); break;
-    case BlendMode::Multiply: glBlendFunc(GL_DST_COLOR, GL_ZERO); break;
+    case BlendMode::Opaque:
+      break;
+    case BlendMode::Alpha:
+      glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+      break;
+    case BlendMode::PremultipliedAlpha:
+      glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+      break;
+    case BlendMode::Additive:
+      glBlendFunc(GL_ONE, GL_ONE);
+      break;
+    case BlendMode::Multiply:
+      glBlendFunc(GL_DST_COLOR, GL_ZERO);
+      break;
   }
   const GLboolean write = state.WriteColor;
   glColorMask(write, write, write, write);

@@ -1,6 +1,6 @@
 #pragma once
-// The render back end on OpenGL 3.3 core: the only door to OpenGL. It draws into the context that is current on the thread that calls
-// Init; window or off-screen makes no difference to it.
+// The render back end on OpenGL 3.3 core: the only door to OpenGL. It draws into the context that is current on the thread that
+// calls Init; window or off-screen makes no difference to it.
 #include <map>
 #include <memory>
 #include <mutex>

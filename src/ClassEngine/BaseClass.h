@@ -1,0 +1,218 @@
+#pragma once
+// The root of everything that is stored or edited: an object that declares its members once, by name and type, and gets its XML form,
+// its binary form, copying, resetting, "add..." lists and panels from that one declaration. How a class declares: Declare.h.
+//
+// There are two kinds of things with these operations:
+//   a reflected class   its instances derive from BaseClass; `data` is the object itself, as BaseClass*, and null stands for it too
+//   a value type        one type object whose operations work on the raw memory at `data`: a plain float is served by a _float
+// Take a member's type object; if it IsReflected, the member is the receiver, otherwise the type object is; pass `data` either way.
+//
+// "Element" is a member of a class or an item of a container: both are walked by the same operations.
+// Everything here belongs to the main thread.
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "ClassEngine/BinStream.h"
+#include "ClassEngine/ClassMember.h"
+#include "ClassEngine/Xml.h"
+
+class BaseWidget;
+struct RowRect;
+struct RowEvent;
+
+/// Offered classes for "add...": names, and the categories they fall in (none, or at least two).
+struct AddableClasses {
+  DynArray<const char*> Names, Categories;
+};
+using ClassFilter = bool (*)(const char* className, void* argument);
+
+/// Objects nested deeper than this are not read: neither from XML nor from binary.
+constexpr int MaxObjectDepth = 512;
+/// Rows from here on are element indices, see RowToElement.
+constexpr int32_t ElementRowBase = 0x1000000;
+
+/// Options of the row walk.
+enum RowOptions : int {
+  RowsNotFixed = 1,  ///< admit elements that can be changed
+  RowsFixed = 2,     ///< admit fixed ones
+  RowsWithAdd = 4    ///< one more row "add..." where something can be added
+};
+/// Answers of GetExpansionRules.
+enum ExpansionRules : int {
+  AddItemClass = 1,       ///< the container's own item class may be added
+  AddDerivedClasses = 2,  ///< classes derived from it may be added
+  AddAtMostOne = 8        ///< it holds one item at most
+};
+
+class BaseClass {
+ public:
+  BaseClass* Parent = nullptr;  ///< the object that owns this one; null at the root
+
+  BaseClass() = default;
+  /// A copy has an owner of its own.
+  BaseClass(const BaseClass&) {}
+  BaseClass& operator=(const BaseClass&) { return *this; }
+  static const char* StaticClassName() { return "BaseClass"; }
+
+  virtual ~BaseClass() = default;
+  /// To the empty state: every element in turn; a value becomes zero, a container deletes its items.
+  virtual void ResetClass(void* data = nullptr);
+  virtual void Save(XmlNode* node, void* data = nullptr, void* extra = nullptr);
+  /// True on success; faults in members go to `errors` (may be null) and don't stop it. A member without a node keeps its value.
+  virtual bool Load(const XmlNode* node, void* data = nullptr, XmlErrorLog* errors = nullptr, void* extra = nullptr);
+  virtual const char* GetClassName() const { return StaticClassName(); }
+  /// Declares the members on the first call of a class; on each call gives reflected members their parent.
+  virtual void RegisterMembers() {}
+  /// Elements in the sections of GetActiveSections.
+  virtual int32_t GetElementCount();
+  /// Null where there is no such element; so the other queries by index.
+  virtual const char* GetElementName(int32_t i);
+  virtual const char* GetElementDisplayName(int32_t i, void* data);
+  /// Null where the object doesn't name itself.
+  virtual const char* GetDisplayName(void* data);
+  virtual BaseClass* GetElementType(int32_t i);
+  virtual void* GetElementData(int32_t i, void* data);
+  virtual void* GetElementExtra(int32_t i);
+  virtual bool RemoveElement(int32_t i);
+  /// Where the class has members "SourceFile" and "LoadingRules": loads from that file the elements that the rules name, apart by
+  /// blanks, commas or semicolons. False when nothing was read.
+  virtual bool ReadMemberSourceFile(const XmlNode* node, void* data);
+  virtual bool IsReflected() const { return false; }
+  /// A container makes an item of that class, appends it and returns its index; -1 where it can't.
+  virtual int32_t ExpandWith(const char* className, void* data = nullptr);
+  virtual int GetExpansionRules() const { return 0; }
+  /// Class of a container's items; null elsewhere.
+  virtual const char* GetExpandableClass() const { return nullptr; }
+  virtual bool IsTransparentElement() const { return Parent && Parent->IsTransparentElement(); }
+  /// Shifts an item by `delta`; 0 changes nothing and succeeds.
+  virtual bool MoveElement(int32_t i, int32_t delta);
+  virtual bool CanChangeElement(int32_t i);
+  /// Copies to `dst`, which may be of another class, the members whose name and type agree. A container appends copies of its items.
+  virtual bool FullCopy(void* srcData, void* srcExtra, BaseClass* dst, void* dstData, void* dstExtra, int options = 0);
+  /// Compact form: only what differs from a fresh object. `names`: strings that are written by their index; `skip`: members left out.
+  /// At most 255 members, which must keep their places in the declaration as long as data is kept.
+  virtual void SaveBin(void* data, void* extra, BinStream& stream, const LargeNameHash* names = nullptr,
+                       const NameHash* skip = nullptr);
+  /// False where the stream isn't what this class wrote: reading stopped there, what was read stays.
+  virtual bool LoadBin(void* data, void* extra, BinStream& stream, const LargeNameHash* names = nullptr);
+  /// Resets nothing, parses the XML file and loads. False where the class isn't reflected or the file doesn't parse; then nothing changed.
+  virtual bool ReadFromFile(const char* path);
+  /// The same; shows faults in boxes unless `quiet`.
+  virtual bool SafeReadFromFile(const char* path, bool quiet);
+  virtual bool WriteToFile(const char* path);
+  /// FullCopy to an object of the same class; false otherwise. `dest` is reset first unless `clearFirst`: the flag stands for "is
+  /// clear already".
+  virtual bool CopyTo(BaseClass* dest, bool clearFirst);
+
+  // Rows of a panel: the elements that RowOptions admit, then "add...".
+  virtual int32_t GetVisibleElementCount(void* data, int options);
+  /// -1 for the row "add...".
+  virtual int32_t VisibleToRealIndex(int32_t row, void* data, int options);
+  virtual BaseClass* GetVisibleElementType(int32_t row, void* data, int options);
+  virtual void* GetVisibleElementData(int32_t row, void* data, int options);
+  virtual void* GetVisibleElementExtra(int32_t row, void* data, int options);
+  /// True if at least one class may be added.
+  virtual bool GetAddableClasses(AddableClasses& list, void* data, void* extra, ClassFilter filter = nullptr,
+                                 void* filterArgument = nullptr);
+  /// Filters of the walk, by element: a blocked element is fixed, a hidden one has no row.
+  virtual bool IsVisibleElementBlocked(int32_t i, void* data, int options);
+  virtual bool IsVisibleElementHidden(int32_t i, void* data, int options);
+  virtual const char* GetVisibleElementName(int32_t row, void* data, int options);
+  virtual const char* GetVisibleElementDisplayName(int32_t row, void* data, int options);
+  /// The two texts of a row: what TranslateText knows for class and member, or for the member alone; empty where it knows nothing.
+  virtual void GetHint(StrBuffer& id, StrBuffer& hint, int32_t row);
+  virtual void Ping() {}
+  virtual bool IsMethod() const { return false; }
+  /// Pings; a method calls its function on `owner`.
+  virtual void Call(BaseClass* owner, void* data);
+  virtual bool IsElementReadOnly(int32_t row, void* data, int options);
+  virtual bool IsElementHiddenInPanel(int32_t row, void* data, int options);
+  /// Bit set of the sections whose members exist now; -1 is all.
+  virtual int32_t GetActiveSections() { return -1; }
+  /// Row to element; who holds an element index already adds ElementRowBase.
+  virtual int32_t RowToElement(int32_t row) { return row >= ElementRowBase ? row - ElementRowBase : row; }
+  virtual BaseClass* GetParent() const { return Parent; }
+  /// Sets the owner of this, and this as owner of the reflected members below.
+  virtual void SetParentDeep(BaseClass* parent);
+  virtual void SetParent(BaseClass* parent) { Parent = parent; }
+  virtual void CopyMethodFrom(const BaseClass* other);
+  /// Whether this type can stand for a C++ member of that type name and size.
+  virtual bool CheckCompatibility(const char* typeName, size_t size) const;
+  /// Whether files leave out what is at its default.
+  virtual bool IsDeltaSaved() const { return false; }
+  /// For the key "value": the text that Save gives.
+  virtual bool GetValueText(StrBuffer& dest, void* data, void* extra, const char* key, const char* keyArgument = nullptr);
+  virtual void SetEnumeratorName(const char* name);
+  virtual bool OnParametersChanged(void* a, void* b, void* c, void* d);
+  // Hooks of tree panels.
+  virtual bool IsRowStateMember(const char* name) const;
+  virtual bool BuildCustomRow(BaseWidget* widget, const RowRect* rect);
+  virtual bool OnRowClick(BaseWidget* widget, const RowEvent* event);
+  virtual bool CanDragRow() const { return false; }
+  virtual bool OnRowDrag(BaseWidget* widget, const RowEvent* event);
+  virtual bool OnRowDrop(BaseWidget* widget, const RowEvent* event);
+  virtual bool OnRowDraw(BaseWidget* widget, const RowRect* rect);
+  virtual bool UsesCustomCurve() const { return false; }
+  /// A new default instance, owned by the caller; null for an abstract class.
+  virtual BaseClass* New() const { return nullptr; }
+  /// Null for a class outside the declaration pattern.
+  virtual OneClassDesc* GetClassDesc() const { return nullptr; }
+
+  // Strict reading of one value, for command lines and fields. See ClassHelp.h.
+  /// Writes to `data` only on success; otherwise `expected` says in words what is wanted.
+  virtual bool ReadText(std::string_view text, void* data, void* extra, std::string& expected);
+  /// Appends the numbers of a numeric value, to be held against a range; returns how many (at most 4).
+  virtual int GetNumbers(const void* data, double (&numbers)[4]) const;
+
+  /// The element that a tag names: a container makes a new item for it, a class looks among its members. -1 where there is none.
+  int32_t FindElement(const char* name, BaseClass*& type, void*& data, void*& extra, void* ownerData);
+  /// The element of that member name, in the active sections; -1 where there is none.
+  int32_t FindElementIndex(std::string_view name);
+  /// Receiver of the operations on a value: the object at `data` if `type` is reflected, else `type`.
+  static BaseClass* GetReceiver(BaseClass* type, void* data) {
+    return type->IsReflected() ? static_cast<BaseClass*>(data) : type;
+  }
+
+ protected:
+  // --- the words of a declaration; see Declare.h -----------------------------------------------------------------------------------
+  template <class Tag, class M>
+  class MemberBuilder Member(const char* name, M& field);
+  template <class Tag, class M>
+  class MemberBuilder Member(const char* name, M& field, const SliderRange& range);
+  template <class Tag, class M>
+  class MemberBuilder Member(const char* name, M& field, const char* enumerator);
+  template <class Tag, class M>
+  class MemberBuilder StaticMember(const char* name, M& field);
+  template <class T>
+  class MemberBuilder Method(const char* name, void (T::*function)());
+  /// A line of the panel with a caption.
+  void Separator(const char* caption);
+  /// What follows exists in these sections only; the same mask again, or -1, ends the section, another begins the next one.
+  void SECTION(int32_t mask);
+
+ private:
+  OneClassMember* FindElementMember(int32_t i);
+  void RunDeltaPass(XmlNode* node);
+};
+
+// --- declaration state ---------------------------------------------------------------------------------------------------------------
+/// Describe the next declared member; every AddMember clears them.
+extern bool DeclReadOnly, DeclHidden, DeclStatic, DeclNoSave;
+/// Set while WriteToFile saves an object in delta form.
+extern bool SaveOnlyChanges;
+/// The object whose Save, Load, SaveBin or LoadBin is running, for accessors.
+extern BaseClass* CurrentBase;
+
+/// Returns the text for a key, or the key itself where there is none. Never null.
+using TranslateHook = const char* (*)(const char* key);
+extern TranslateHook TranslateText;
+
+// --- errors --------------------------------------------------------------------------------------------------------------------------
+/// A box "Class engine error". For faults in declarations.
+void ShowClassError(const char* format, ...) __attribute__((format(printf, 1, 2)));
+/// A fault met in loading `source`: goes to the messages of `errors`, and into a box with the XML source where `errors` asks for boxes.
+/// Cancel in that box ends the process with exit code 1. Nothing happens when `errors` is null. The messages stop growing at 1 MiB.
+void ReportLoadError(XmlErrorLog* errors, const XmlNode* source, const char* format, ...) __attribute__((format(printf, 3, 4)));
+
+#include "ClassEngine/Declare.h"

@@ -1,0 +1,184 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "ClassEngine/BinStream.h"
+#include "ClassEngine/EngineHost.h"
+#include "ClassEngine/dynarray.h"
+#include "ClassEngine/pool.h"
+
+static uint32_t FirstWord(const void* element) {
+  uint32_t word;
+  std::memcpy(&word, element, 4);
+  return word;
+}
+
+// The next smaller size shares no block with it, the size itself is the last of its class.
+TEST(Pool, SizeClassesBeginAndEndWhereTheyShould) {
+  PooledAllocator pool;
+  EXPECT_EQ(pool.Allocate(0), nullptr);
+  const size_t limits[] = {8, 16, 32, 64, 128};
+  size_t blocks = 0;
+  for (const size_t limit : limits) {
+    void* last = pool.Allocate(limit);
+    EXPECT_EQ(pool.GetBlockCount(), ++blocks) << limit;
+    void* first = pool.Allocate(limit / 2 + 1);
+    EXPECT_EQ(pool.GetBlockCount(), blocks) << limit;
+    EXPECT_EQ(static_cast<char*>(first) - static_cast<char*>(last), std::ptrdiff_t(limit)) << "elements of one block are neighbours";
+    EXPECT_EQ(FirstWord(last), ChunkTag("FOOD"));
+    pool.Free(last, limit);
+    pool.Free(first, limit / 2 + 1);
+  }
+  void* large = pool.Allocate(129);
+  EXPECT_EQ(pool.GetBlockCount(), blocks);
+  EXPECT_EQ(pool.GetLiveCount(), 0u);
+  pool.Free(large, 129);
+  pool.Free(nullptr, 8);
+}
+
+TEST(Pool, ReallocateKeepsTheBytesAndWhereItCanThePlace) {
+  PooledAllocator pool;
+  char* text = static_cast<char*>(pool.Allocate(20));
+  std::memcpy(text, "nineteen characters", 20);
+  EXPECT_EQ(pool.Reallocate(text, 20, 30), text);
+  size_t size = 30;
+  for (const size_t next : {33u, 128u, 129u, 5000u, 100u, 20u}) {
+    text = static_cast<char*>(pool.Reallocate(text, size, next));
+    EXPECT_STREQ(text, "nineteen characters") << size << " to " << next;
+    size = next;
+  }
+  EXPECT_EQ(pool.Reallocate(text, size, 0), nullptr);
+  EXPECT_EQ(pool.GetLiveCount(), 0u);
+}
+
+TEST(Pool, NullWhereAnElementMustBeIsReported) {
+  struct : EngineHost {
+    std::string Title, Text;
+    bool ShowBox(const char* title, const char* text) override {
+      Title = title, Text = text;
+      return true;
+    }
+  } host;
+  EngineHost* before = SetEngineHost(&host);
+  PooledAllocator pool;
+  void* fresh = pool.Reallocate(nullptr, 16, 32);
+  SetEngineHost(before);
+  EXPECT_EQ(host.Title, "Class engine error");
+  EXPECT_EQ(host.Text, "NULL pointer in pool!");
+  ASSERT_NE(fresh, nullptr);
+  pool.Free(fresh, 32);
+}
+
+// Live elements that begin with the words that mark free ones are the trap.
+TEST(Pool, CompactGivesBackEmptyBlocksAndNothingElse) {
+  PooledAllocator pool;
+  std::mt19937 random(3);
+  struct Piece {
+    char* Data;
+    size_t Size;
+    std::string Content;
+  };
+  std::vector<Piece> pieces;
+  const uint32_t words[] = {ChunkTag("BOOK"), ChunkTag("GLUK"), ChunkTag("BAAD"), ChunkTag("FOOD")};
+  for (int i = 0; i < 20000; i++) {
+    const size_t size = 4 + random() % 125;
+    std::string content(size, char('a' + i % 26));
+    std::memcpy(content.data(), &words[random() % 4], 4);
+    Piece piece{static_cast<char*>(pool.Allocate(size)), size, content};
+    std::memcpy(piece.Data, content.data(), size);
+    pieces.push_back(piece);
+  }
+  const size_t full = pool.GetBlockCount();
+  // The early ones go nearly all, so that most of their blocks are empty.
+  std::vector<Piece> kept;
+  for (size_t i = 0; i < pieces.size(); i++) {
+    if (i < 15000 && i % 5000 != 0)
+      pool.Free(pieces[i].Data, pieces[i].Size);
+    else
+      kept.push_back(pieces[i]);
+  }
+  pool.Compact();
+  EXPECT_LT(pool.GetBlockCount(), full * 2 / 5);
+  EXPECT_EQ(pool.GetLiveCount(), kept.size());
+  // Whatever is handed out now must not lie in a live element.
+  std::vector<char*> fresh;
+  for (int i = 0; i < 5000; i++) fresh.push_back(static_cast<char*>(std::memset(pool.Allocate(64), 0xEE, 64)));
+  for (const Piece& piece : kept) EXPECT_EQ(std::string(piece.Data, piece.Size), piece.Content);
+  for (char* data : fresh) pool.Free(data, 64);
+  for (const Piece& piece : kept) pool.Free(piece.Data, piece.Size);
+  pool.Compact();
+  EXPECT_EQ(pool.GetBlockCount(), 0u);
+  EXPECT_NE(pool.Allocate(8), nullptr) << "an emptied pool serves on";
+}
+
+TEST(PoolDeathTest, AnotherThreadIsStoppedAtPooledSizesOnly) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  PooledAllocator pool;
+  pool.Free(pool.Allocate(16), 16);
+  std::thread([&] { pool.Free(pool.Allocate(1000), 1000); }).join();
+  EXPECT_DEATH(std::thread([&] { pool.Allocate(16); }).join(), "assertion failed");
+}
+
+// Half as much again at least each time, so that a million items cost some thirty moves, and the exact figures of the rule.
+TEST(DynArray, GrowsByItsRule) {
+  DynArray<int, 15> array;
+  array.Add(1);
+  EXPECT_EQ(array.Capacity, 16);
+  int moves = 0;
+  for (int i = 1; i < 1000000; i++) {
+    const int before = array.Capacity;
+    array.Add(array.Data[0]);  // an item of the array itself, which may move meanwhile
+    if (array.Capacity == before) continue;
+    EXPECT_EQ(array.Capacity, before + 1 + before / 2 + 15);
+    moves++;
+  }
+  EXPECT_LT(moves, 35);
+  for (const int item : array) ASSERT_EQ(item, 1);
+}
+
+TEST(DynArray, BehavesLikeAVector) {
+  std::mt19937 random(11);
+  DynArray<int> array;
+  std::vector<int> reference;
+  for (int i = 0; i < 3000; i++) {
+    const int size = int(reference.size()), at = size ? int(random() % unsigned(size)) : 0;
+    switch (random() % 5) {
+      case 0:
+      case 1: {
+        EXPECT_EQ(array.Add(i), size);
+        reference.push_back(i);
+        break;
+      }
+      case 2: {
+        array.InsertAt(at, i);
+        reference.insert(reference.begin() + at, i);
+        break;
+      }
+      case 3: {
+        const int count = int(random() % unsigned(size - at + 1)) % 4;
+        array.RemoveAt(at, count);
+        reference.erase(reference.begin() + at, reference.begin() + at + count);
+        break;
+      }
+      default: {
+        array.Shrink(16);
+        EXPECT_LE(array.Capacity, array.Count + 16 + 15 + array.Count / 2);
+        DynArray<int> copy(array);
+        array = std::move(copy);
+      }
+    }
+    ASSERT_EQ(array.Count, int(reference.size()));
+    ASSERT_TRUE(std::equal(array.begin(), array.end(), reference.begin()));
+  }
+}
+
+TEST(DynArrayDeathTest, ReadsOutOfRangeAreStopped) {
+  DynArray<int> array;
+  array.Add(5);
+  EXPECT_DEATH(array[1], "dynarray.h.*assertion failed");
+  EXPECT_DEATH(array[-1], "dynarray.h.*assertion failed");
+  EXPECT_DEATH(array.RemoveAt(0, 2), "assertion failed");
+}
