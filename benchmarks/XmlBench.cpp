@@ -1,4 +1,5 @@
-// Parsing and printing of the private XML dialect against a fixed goal, on one core: a document like the settings files, tens of MB.
+// Parsing and printing of the private XML dialect against a fixed goal, on one core: a document like the settings files, tens of
+// MB.
 #include <string>
 
 #include "Claims.h"
@@ -8,7 +9,8 @@ namespace {
 
 constexpr double GoalMegabytesPerSecond = 150;
 
-// Hot keys, tool presets and window places: short names, short values, two to four levels, now and then a longer text with escapes.
+// Hot keys, tool presets and window places: short names, short values, two to four levels, now and then a longer text with
+// escapes.
 std::string MakeSettingsDocument(size_t bytes) {
   std::string text = "<Settings>\n";
   text.reserve(bytes + 4096);
@@ -28,7 +30,8 @@ std::string MakeSettingsDocument(size_t bytes) {
     value("Height", std::to_string(next() % 2000));
     value("Opacity", std::to_string(double(next() % 1000) / 1000));
     text += "  </WindowPos>\n";
-    if (next() % 8 == 0) value("Hint", "Hold &ltShift&gt to smooth, &ltCtrl&gt to invert the effect of the brush on the surface below it", "  ");
+    if (next() % 8 == 0)
+      value("Hint", "Hold &ltShift&gt to smooth, &ltCtrl&gt to invert the effect of the brush on the surface below it", "  ");
     text += " </ToolPreset>\n";
   }
   return text + "</Settings>\n";

@@ -101,7 +101,8 @@ void WaitForWriter() { GetWriter().Wait(); }
 bool IsWriterBusy() { return GetWriter().IsBusy(); }
 
 bool QueueBytes(const std::shared_ptr<WriterFile>& file, const void* data, int64_t size) {
-  // A slow disk must not fill the memory with copies: past this the writer of the stream waits, as it does when there is no memory.
+  // A slow disk must not fill the memory with copies: past this the writer of the stream waits, as it does when there is no
+  // memory.
   constexpr int64_t MaxQueuedBytes = int64_t(1) << 28;
   WriterItem item{file, nullptr, size};
   if (GetWriter().GetQueuedBytes() + size <= MaxQueuedBytes) item.Data.reset(new (std::nothrow) uint8_t[size_t(size)]);

@@ -18,8 +18,9 @@
 #include "ClassEngine/Xml.h"
 
 class BaseWidget;
+class MemberBuilder;
 struct RowRect;
-struct RowEvent;
+struct WidgetEvent;
 
 /// Offered classes for "add...": names, and the categories they fall in (none, or at least two).
 struct AddableClasses {
@@ -148,10 +149,10 @@ class BaseClass {
   // Hooks of tree panels.
   virtual bool IsRowStateMember(const char* name) const;
   virtual bool BuildCustomRow(BaseWidget* widget, const RowRect* rect);
-  virtual bool OnRowClick(BaseWidget* widget, const RowEvent* event);
+  virtual bool OnRowClick(BaseWidget* widget, const WidgetEvent* event);
   virtual bool CanDragRow() const { return false; }
-  virtual bool OnRowDrag(BaseWidget* widget, const RowEvent* event);
-  virtual bool OnRowDrop(BaseWidget* widget, const RowEvent* event);
+  virtual bool OnRowDrag(BaseWidget* widget, const WidgetEvent* event);
+  virtual bool OnRowDrop(BaseWidget* widget, const WidgetEvent* event);
   virtual bool OnRowDraw(BaseWidget* widget, const RowRect* rect);
   virtual bool UsesCustomCurve() const { return false; }
   /// A new default instance, owned by the caller; null for an abstract class.
@@ -169,31 +170,36 @@ class BaseClass {
   int32_t FindElement(const char* name, BaseClass*& type, void*& data, void*& extra, void* ownerData);
   /// The element of that member name, in the active sections; -1 where there is none.
   int32_t FindElementIndex(std::string_view name);
+  /// The record of an element that is a member; null for items of containers and out of range.
+  OneClassMember* FindElementMember(int32_t i);
   /// Receiver of the operations on a value: the object at `data` if `type` is reflected, else `type`.
   static BaseClass* GetReceiver(BaseClass* type, void* data) {
     return type->IsReflected() ? static_cast<BaseClass*>(data) : type;
   }
 
  protected:
+  /// Loads one child of a node into the element of `object` that its tag names. An unknown tag is reported.
+  void LoadElement(const XmlNode* child, BaseClass* object, XmlErrorLog* errors, void* ownExtra);
+
   // --- the words of a declaration; see Declare.h -----------------------------------------------------------------------------------
   template <class Tag, class M>
-  class MemberBuilder Member(const char* name, M& field);
+  MemberBuilder Member(const char* name, M& field);
   template <class Tag, class M>
-  class MemberBuilder Member(const char* name, M& field, const SliderRange& range);
+  MemberBuilder Member(const char* name, M& field, const SliderRange& range);
   template <class Tag, class M>
-  class MemberBuilder Member(const char* name, M& field, const char* enumerator);
+  MemberBuilder Member(const char* name, M& field, const char* enumerator);
   template <class Tag, class M>
-  class MemberBuilder StaticMember(const char* name, M& field);
+  MemberBuilder StaticMember(const char* name, M& field);
   template <class T>
-  class MemberBuilder Method(const char* name, void (T::*function)());
+  MemberBuilder Method(const char* name, void (T::*function)());
   /// A line of the panel with a caption.
   void Separator(const char* caption);
   /// What follows exists in these sections only; the same mask again, or -1, ends the section, another begins the next one.
   void SECTION(int32_t mask);
 
  private:
-  OneClassMember* FindElementMember(int32_t i);
   void RunDeltaPass(XmlNode* node);
+
 };
 
 // --- declaration state ---------------------------------------------------------------------------------------------------------------

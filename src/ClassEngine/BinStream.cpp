@@ -12,7 +12,8 @@ int64_t BinStream::Skip(int64_t size) {
   return step;
 }
 
-// --- scalars -----------------------------------------------------------------------------------------------------------------------
+// --- scalars
+// -----------------------------------------------------------------------------------------------------------------------
 
 bool WriteDWORD(BinStream& stream, uint32_t value) { return stream.Write(&value, sizeof value); }
 bool WriteWORD(BinStream& stream, uint16_t value) { return stream.Write(&value, sizeof value); }
@@ -33,7 +34,8 @@ bool HasItems(const BinStream& stream, uint64_t count, uint64_t itemSize) {
   return left >= 0 && count <= uint64_t(left) / itemSize;
 }
 
-// --- chunks --------------------------------------------------------------------------------------------------------------------------
+// --- chunks
+// --------------------------------------------------------------------------------------------------------------------------
 
 std::string GetTagText(uint32_t tag) {
   std::string text;
@@ -64,22 +66,26 @@ ChunkWalk ReadChunks(BinStream& stream, int64_t end, const std::function<bool(ui
     walk.Message = text;
     return walk;
   };
-  if (end > stream.Size()) return damage("A chunk list up to byte %lld is announced, the data end at byte %lld.", (long long)end, (long long)stream.Size());
+  if (end > stream.Size())
+    return damage("A chunk list up to byte %lld is announced, the data end at byte %lld.", (long long)end,
+                  (long long)stream.Size());
   for (;;) {
     const int64_t start = stream.GetReadPos(), left = end - start;
     if (left <= 0) return walk;
     if (left < HeaderBytes)
-      return damage("A chunk header of 8 bytes is expected at byte %lld, %lld bytes are left.", (long long)start, (long long)left);
+      return damage("A chunk header of 8 bytes is expected at byte %lld, %lld bytes are left.", (long long)start,
+                    (long long)left);
     const uint32_t tag = ReadDWORD(stream), size = ReadDWORD(stream);
     if (size > left - HeaderBytes)
-      return damage("Chunk \"%s\" at byte %lld announces %u bytes, %lld are left.", GetTagText(tag).c_str(), (long long)start, size,
-                    (long long)(left - HeaderBytes));
+      return damage("Chunk \"%s\" at byte %lld announces %u bytes, %lld are left.", GetTagText(tag).c_str(), (long long)start,
+                    size, (long long)(left - HeaderBytes));
     (take(tag, size) ? walk.Known : walk.Skipped)++;
     stream.SetReadPos(start + HeaderBytes + size);
   }
 }
 
-// --- failures ----------------------------------------------------------------------------------------------------------------------
+// --- failures
+// ----------------------------------------------------------------------------------------------------------------------
 
 std::atomic<int> LastStreamError{StreamOk};
 

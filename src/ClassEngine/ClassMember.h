@@ -67,6 +67,7 @@ struct OneClassDesc {
   NameHash ChildNames;                 ///< member name to index in Members; the first of equal names
   const char* Category = nullptr;      ///< group under which the class is offered for adding; null is none
   std::string Name;
+  bool Declaring = false;              ///< its declaration is running
   bool Declared = false;               ///< the member table is complete
   DynArray<OneClassMember*> Owned;     ///< the members that are reflected objects inside the object
 

@@ -1,5 +1,6 @@
 #pragma once
 // The one table of all classes, by name. Filled as classes are first used, never emptied. Main thread.
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -30,14 +31,14 @@ DynArray<OneClassDesc*> GetAllClasses();
 template <class Tag>
 BaseClass* EnsureTypeObject() {
   static BaseClass* const type = [] {
-    BaseClass* found = FindClass(Tag::StaticClassName());
-    if (found) return found;
-    BaseClass* made = new Tag;
+    const OneClassDesc* desc = FindClassDesc(Tag::StaticClassName());
+    if (desc && desc->Prototype) return desc->Prototype;
+    Tag* made = new Tag;
     RegisterClass(*made);
-    found = FindClass(Tag::StaticClassName());
-    if (!found) return made;
+    desc = FindClassDesc(Tag::StaticClassName());
+    if (!desc || !desc->Prototype) return static_cast<BaseClass*>(made);
     delete made;
-    return found;
+    return desc->Prototype;
   }();
   return type;
 }
@@ -46,7 +47,7 @@ BaseClass* EnsureTypeObject() {
 /// namespace scope; the class is entered when the registry is first asked. Static constructors only note it down.
 #define REGISTER_CLASS(Class, Category)                                                     \
   [[maybe_unused]] static const PendingClass MORVANE_JOIN(s_PendingClass, __COUNTER__)( \
-      [] { RegisterClass(*EnsureTypeObject<Class>(), Category); })
+      [] { RegisterClass(*std::make_unique<Class>(), Category); })
 #define MORVANE_JOIN_NOW(a, b) a##b
 #define MORVANE_JOIN(a, b) MORVANE_JOIN_NOW(a, b)
 

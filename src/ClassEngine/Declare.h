@@ -2,8 +2,7 @@
 // How a class declares its members. In the class:
 //
 //   class VoxelizeParams : public BaseClass {
-//     REFLECTED(VoxelizeParams, BaseClass)
-//    public:
+//     REFLECTED(VoxelizeParams, BaseClass)   // what follows is public
 //     _str Name;
 //     int Resolution = 256;
 //     bool Keep = false;
@@ -39,9 +38,7 @@
   BaseClass* New() const override { return reflection::NewObject<Class>(); }                  \
   OneClassDesc* GetClassDesc() const override { return reflection::GetDescOf<Class>(); }      \
   void RegisterMembers() override { reflection::RegisterMembersOf<Class>(this); }             \
-  void DeclareMembers();                                                                      \
-                                                                                              \
- private:
+  void DeclareMembers();
 
 #define DECLARE_MEMBERS(Class) void Class::DeclareMembers()
 
@@ -75,6 +72,7 @@ class MemberBuilder {
 ///   template <class M> static constexpr bool Fits = ...;
 class ValueType : public BaseClass {
  public:
+  static constexpr bool HasSliderRange = false, HasEnumerator = false;
   void ResetClass(void* data) override = 0;
   int32_t GetElementCount() override { return 0; }
   void SetParentDeep(BaseClass* parent) override { Parent = parent; }
@@ -102,7 +100,7 @@ class DeclarationScope {
 
  private:
   Declaration m_Declaration;
-  bool m_OuterFlags[4];
+  bool m_OuterFlags[4];  // a declaration inside another must not take the flags meant for the member outside
 };
 
 /// Enters one member into the record of the class that is being declared, by the declaration flags, and clears them. An address that
@@ -156,6 +154,20 @@ BaseClass* NewObject() {
   }
 }
 
+/// A new object of class T, or of one derived from it, by class name; null for any other.
+template <class T>
+T* MakeDerived(const char* className) {
+  if constexpr (!std::is_abstract_v<T>) {
+    if (std::string_view(className) == T::StaticClassName()) {
+      T* item = new T;
+      item->RegisterMembers();
+      return item;
+    }
+  }
+  const auto* prototype = dynamic_cast<const T*>(FindClass(className));
+  return prototype ? static_cast<T*>(prototype->New()) : nullptr;
+}
+
 // The words of the base class first, then those of C.
 template <class C>
 void RunDeclarations(C* object) {
@@ -179,19 +191,18 @@ void RegisterMembersOf(C* object) {
   OneClassDesc* desc = GetDescOf<C>();
   if (!desc->Declared) {
     if constexpr (!std::is_abstract_v<C>) {
-      static bool running = false;
-      if (running) return;
-      running = true;
+      if (desc->Declaring) return;
+      desc->Declaring = true;
       C* prototype = new C;
       {
         DeclarationScope scope(desc, prototype, sizeof(C));
         RunDeclarations<C>(prototype);
       }
       EnterInBases<C>();
-      desc->Declared = true;
-      running = false;
-      LinkOwnedMembers(*desc, prototype);
       desc->Prototype = prototype;
+      desc->Declared = true;
+      desc->Declaring = false;
+      LinkOwnedMembers(*desc, prototype);
     }
   }
   LinkOwnedMembers(*desc, object);

@@ -1,18 +1,19 @@
 #include "ClassEngine/FileBinStream.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <utility>
 
 #include "ClassEngine/Assert.h"
 #include "ClassEngine/BackgroundWriter.h"
 #include "ClassEngine/WriterQueue.h"
 
-// --- reading -----------------------------------------------------------------------------------------------------------------------
+// --- reading
+// -----------------------------------------------------------------------------------------------------------------------
 
 FileReadStreamBase::~FileReadStreamBase() { FileReadStreamBase::Clear(); }
 
@@ -38,8 +39,8 @@ int64_t FileReadStreamBase::ReadAt(int64_t pos, void* data, int64_t size) const 
   size = std::min(size, m_Size - pos);
   int64_t total = 0;
   while (total < size) {
-    const ssize_t got = ::pread(m_Handle, static_cast<char*>(data) + total, size_t(std::min<int64_t>(size - total, 1 << 30)),
-                                off_t(pos + total));
+    const ssize_t got =
+        ::pread(m_Handle, static_cast<char*>(data) + total, size_t(std::min<int64_t>(size - total, 1 << 30)), off_t(pos + total));
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) break;
     total += got;
@@ -111,7 +112,8 @@ void FILE_ReadBinStream::SetReadPos(int64_t pos) {
   m_Fill = m_Cursor = 0;
 }
 
-// --- writing -----------------------------------------------------------------------------------------------------------------------
+// --- writing
+// -----------------------------------------------------------------------------------------------------------------------
 
 FileWriteStreamBase::FileWriteStreamBase(const char* path, bool delayed, int64_t bufferBytes)
     : m_BufferBytes(bufferBytes), m_Delayed(delayed && !ForbidDelayedWriting) {

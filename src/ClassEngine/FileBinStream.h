@@ -1,7 +1,7 @@
 #pragma once
-// Streams on files. Writers keep the old file whole: bytes go to a temporary file, every call is checked, the last close too, the file
-// is synced, renamed over the old one in one step, and the folder is synced. Whatever fails on the way sets LastStreamError, removes
-// the temporary file and leaves what stood there.
+// Streams on files. Writers keep the old file whole: bytes go to a temporary file, every call is checked, the last close too, the
+// file is synced, renamed over the old one in one step, and the folder is synced. Whatever fails on the way sets LastStreamError,
+// removes the temporary file and leaves what stood there.
 #include <memory>
 #include <vector>
 
@@ -63,9 +63,8 @@ class FILE_ReadBinStream : public FileReadStreamBase {
 
 /// Writing side, buffered by 0 (FileWriteBinStream) or 8 MiB (FILE_WriteBinStream).
 /// path     the final name; the bytes stay under a temporary name in its folder until Close
-///          null: the temporary file that EngineHost::GetTempFileName names; WriteToFile later gives it its place, and without that
-///          it is dropped
-///          "none": nothing is opened or stored, bytes are only counted
+///          null: the temporary file that EngineHost::GetTempFileName names; WriteToFile later gives it its place, and without
+///          that it is dropped "none": nothing is opened or stored, bytes are only counted
 class FileWriteStreamBase : public BinStream {
  public:
   /// Closes; a stream with a final name puts its file in place, unless a write failed.

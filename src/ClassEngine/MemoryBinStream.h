@@ -2,8 +2,8 @@
 // Growing buffer in memory.
 #include "ClassEngine/BinStream.h"
 
-/// Writing overwrites from the writing position on and extends the content. A writing position past the end leaves zeros between. Small
-/// buffers come from the pool, so a small stream belongs to the pool's thread.
+/// Writing overwrites from the writing position on and extends the content. A writing position past the end leaves zeros between.
+/// Small buffers come from the pool, so a small stream belongs to the pool's thread.
 class MemoryBinStream : public BinStream {
  public:
   MemoryBinStream() = default;

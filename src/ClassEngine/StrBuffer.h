@@ -36,8 +36,8 @@ class StrBuffer {
   std::string_view View() const { return {Get(), size_t(Length)}; }
   bool Empty() const { return Length == 0; }
 
-  /// Empty text frees the buffer. A buffer above 256 bytes is released first, so that a short text does not hold a large one. `text`
-  /// may lie in this string.
+  /// Empty text frees the buffer. A buffer above 256 bytes is released first, so that a short text does not hold a large one.
+  /// `text` may lie in this string.
   void Assign(std::string_view text);
   void Assign(const char* text) { Assign(text ? std::string_view(text) : std::string_view()); }  ///< null is empty
   void Append(std::string_view text);
@@ -49,8 +49,8 @@ class StrBuffer {
   /// Frees the buffer.
   void Release();
 
-  /// Capacity for a request of `bytes`, terminator included: the next of 8, 16, 32, 64, 128, or a multiple of 16, with half as much
-  /// again in reserve where that exceeds 512.
+  /// Capacity for a request of `bytes`, terminator included: the next of 8, 16, 32, 64, 128, or a multiple of 16, with half as
+  /// much again in reserve where that exceeds 512.
   static int64_t CapacityFor(int64_t bytes);
 
   friend bool operator==(const StrBuffer& a, const StrBuffer& b) { return a.View() == b.View(); }

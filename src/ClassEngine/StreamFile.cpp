@@ -1,18 +1,18 @@
 #include "ClassEngine/StreamFile.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <mutex>
 #include <random>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -69,7 +69,8 @@ static int OpenTemporary(const std::string& folder, std::string& name) {
   return -1;
 }
 
-// --- WriterFile ------------------------------------------------------------------------------------------------------------------------
+// --- WriterFile
+// ------------------------------------------------------------------------------------------------------------------------
 
 WriterFile::~WriterFile() { Drop(); }
 
@@ -121,7 +122,8 @@ bool WriterFile::PutInPlace() {
   }
   struct stat temp, folder;
   const std::string folderName = FolderOf(FinalName);
-  if (::fstat(Handle, &temp) != 0 || ::stat(folderName.empty() ? "." : folderName.c_str(), &folder) != 0) return Fail(StreamNoFile);
+  if (::fstat(Handle, &temp) != 0 || ::stat(folderName.empty() ? "." : folderName.c_str(), &folder) != 0)
+    return Fail(StreamNoFile);
   if (temp.st_dev != folder.st_dev && !MoveToFolderOf(*this)) return false;
   struct stat old;
   if (::stat(FinalName.c_str(), &old) == 0 && ::fchmod(Handle, old.st_mode & 07777) != 0) return Fail(StreamNoFile);
@@ -132,7 +134,8 @@ bool WriterFile::PutInPlace() {
   return SyncFolder(folderName) || Fail(StreamShortWrite);
 }
 
-// --- making ------------------------------------------------------------------------------------------------------------------------------
+// --- making
+// ------------------------------------------------------------------------------------------------------------------------------
 
 // Checks what stands at `path` and sets the final name. `device` tells that it is written directly.
 static bool TakeTarget(WriterFile& file, const std::string& path, bool& device) {

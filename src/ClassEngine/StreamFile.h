@@ -15,8 +15,8 @@ struct WriterFile {
   /// Appends at the position of the handle. After a failure, reported once, all later calls fail too.
   bool Write(const void* data, int64_t size);
   bool Seek(int64_t pos);
-  /// Syncs, closes and renames to FinalName, whose folder must exist; replaces what stands there in one step. The old file is never
-  /// deleted first: a failure at any point leaves it whole.
+  /// Syncs, closes and renames to FinalName, whose folder must exist; replaces what stands there in one step. The old file is
+  /// never deleted first: a failure at any point leaves it whole.
   bool PutInPlace();
   /// Closes and removes.
   void Drop();
@@ -28,8 +28,8 @@ struct WriterFile {
   std::atomic<bool> Failed{false};
 };
 
-/// A new file that will stand at `path`. Null, with LastStreamError set, where that can't be: no such folder, not writable, a folder
-/// itself. Permissions of a file at `path` are taken over.
+/// A new file that will stand at `path`. Null, with LastStreamError set, where that can't be: no such folder, not writable, a
+/// folder itself. Permissions of a file at `path` are taken over.
 std::shared_ptr<WriterFile> CreateFileFor(const std::string& path);
 /// The temporary file that the host names; where another stream or process writes that one now, the same name with a number.
 std::shared_ptr<WriterFile> CreateServiceFile();

@@ -17,7 +17,8 @@ std::string CurrentXmlFile = "unknown";
 void* XmlNode::operator new(size_t size) { return GetPool().Allocate(size); }
 void XmlNode::operator delete(void* pointer, size_t size) { GetPool().Free(pointer, size); }
 
-// --- text --------------------------------------------------------------------------------------------------------------------------
+// --- text
+// --------------------------------------------------------------------------------------------------------------------------
 
 void XmlNode::TextRef::Free() {
   if (Owned) GetPool().Free(Data, size_t(Length) + 1);
@@ -53,7 +54,8 @@ void XmlNode::SetValue(int value) {
   m_Value.Set({text, size_t(length)});
 }
 
-// --- tree --------------------------------------------------------------------------------------------------------------------------
+// --- tree
+// --------------------------------------------------------------------------------------------------------------------------
 
 XmlNode* XmlNode::GetChild(int32_t index) const {
   return index >= 0 && index < GetChildCount() ? m_Children->Items[index] : nullptr;
@@ -113,8 +115,8 @@ void XmlNode::FreeBlock() {
   m_Children = nullptr;
 }
 
-// Goes down to the last child each time and up when none is left. The way up is kept in the names, which are gone by then: no stack, no
-// memory, whatever the depth.
+// Goes down to the last child each time and up when none is left. The way up is kept in the names, which are gone by then: no
+// stack, no memory, whatever the depth.
 void XmlNode::Clear() {
   m_Name.Free();
   m_Value.Free();
@@ -141,7 +143,8 @@ void XmlNode::Clear() {
   if (freed > ManyNodes) GetPool().Compact();
 }
 
-// --- printing ------------------------------------------------------------------------------------------------------------------------
+// --- printing
+// ------------------------------------------------------------------------------------------------------------------------
 
 // Writes into the unused room behind the text of a string.
 class XmlPrinter {

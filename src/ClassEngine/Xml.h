@@ -1,8 +1,8 @@
 #pragma once
 // The private XML dialect: a tree of named nodes with text. No attributes, comments, declaration or encodings; two escapes.
 //
-// A parsed tree keeps one copy of its text, and names and values point into it, so that a node costs 32 bytes, its place in the list of
-// its parent 8, and no allocation of its own for text. Changed or added text goes to buffers of its own.
+// A parsed tree keeps one copy of its text, and names and values point into it, so that a node costs 32 bytes, its place in the
+// list of its parent 8, and no allocation of its own for text. Changed or added text goes to buffers of its own.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -48,21 +48,23 @@ class XmlNode {
   /// No name, no value, no children.
   void Clear();
 
-  /// Reads one node with all below it out of `text`, which ends at its first zero byte. Returns the bytes used, up to and including the
-  /// ">" of the closing tag; 0 for empty text; -1 where the text is damaged, or where a tree of it would need more than 4 times the
-  /// text and 64 MiB (only text of tags a few bytes long does). After -1 the node is as it was. Children are added to those that are
-  /// there, and a value stays where the text brings none.
+  /// Reads one node with all below it out of `text`, which ends at its first zero byte. Returns the bytes used, up to and
+  /// including the
+  /// ">" of the closing tag; 0 for empty text; -1 where the text is damaged, or where a tree of it would need more than 4 times
+  /// the text and 64 MiB (only text of tags a few bytes long does). After -1 the node is as it was. Children are added to those
+  /// that are there, and a value stays where the text brings none.
   int64_t Parse(std::string_view text);
   /// Appends the node as text, `indent` blanks deep. False, with `dest` as it was, where it would pass 2^31 bytes.
   bool Print(StrBuffer& dest, int32_t indent) const;
-  /// Parses a whole file; CurrentXmlFile is its name meanwhile and "unknown" after success. False for a file that is missing, empty
-  /// or damaged; then the log has a line, and a damaged file is deleted while the Control key is held.
+  /// Parses a whole file; CurrentXmlFile is its name meanwhile and "unknown" after success. False for a file that is missing,
+  /// empty or damaged; then the log has a line, and a damaged file is deleted while the Control key is held.
   bool ReadFile(const char* path);
   /// Prints into the file, whole or not at all. False where it can't be written (LastStreamError says why); the old file stays.
   bool WriteFile(const char* path) const;
 
  private:
-  // A terminated text that is either in a buffer of its own out of the pool or in the text that a root of the tree was parsed from.
+  // A terminated text that is either in a buffer of its own out of the pool or in the text that a root of the tree was parsed
+  // from.
   struct __attribute__((packed)) TextRef {
     char* Data = nullptr;
     uint32_t Length : 31 = 0;

@@ -1,6 +1,6 @@
-// Parsing in two passes without recursion. The first only looks: it finds out whether the text holds a whole node, what it uses and how
-// large the tree gets, so that nothing is allocated for damaged text and hostile text is refused by its figures. The second cuts a copy
-// of the text into names and values in place.
+// Parsing in two passes without recursion. The first only looks: it finds out whether the text holds a whole node, what it uses
+// and how large the tree gets, so that nothing is allocated for damaged text and hostile text is refused by its figures. The
+// second cuts a copy of the text into names and values in place.
 #include <immintrin.h>
 
 #include <algorithm>
@@ -34,7 +34,8 @@ static char* FindByte(char* from, char* end, char symbol) {
   return const_cast<char*>(FindByte(static_cast<const char*>(from), static_cast<const char*>(end), symbol));
 }
 
-// --- first pass ----------------------------------------------------------------------------------------------------------------------
+// --- first pass
+// ----------------------------------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -138,7 +139,8 @@ void XmlScanner::CountMemory() {
 
 }  // namespace
 
-// --- second pass ---------------------------------------------------------------------------------------------------------------------
+// --- second pass
+// ---------------------------------------------------------------------------------------------------------------------
 
 // Builds the tree of a text that was found whole.
 class XmlBuilder {
@@ -236,13 +238,15 @@ void XmlNode::TextRef::Unescape() {
   Borrow(Data, size_t(to - Data));
 }
 
-// --- corruption ----------------------------------------------------------------------------------------------------------------------
+// --- corruption
+// ----------------------------------------------------------------------------------------------------------------------
 
 static bool s_BoxShown = false;
 
 void RenewXmlErrorBox() { s_BoxShown = false; }
 
-// The whole of a short text; of a longer one a piece of its start and one of its end, cut at line ends where there are any nearby.
+// The whole of a short text; of a longer one a piece of its start and one of its end, cut at line ends where there are any
+// nearby.
 static std::string MakeExtract(std::string_view text) {
   constexpr size_t ShownWhole = 400, Near = 200, Far = 290;
   if (text.size() < ShownWhole) return std::string(text);
@@ -258,10 +262,11 @@ static std::string MakeExtract(std::string_view text) {
 
 static void ReportCorruption(std::string_view text) {
   if (std::exchange(s_BoxShown, true)) return;
-  const std::string message = "Probably XML file [" + CurrentXmlFile +
-                              "] is corrupted.\nPlease delete it manually. Press and keep CTRL to skip errors and delete corrupted "
-                              "XML files automatically.\n" +
-                              MakeExtract(text);
+  const std::string message =
+      "Probably XML file [" + CurrentXmlFile +
+      "] is corrupted.\nPlease delete it manually. Press and keep CTRL to skip errors and delete corrupted "
+      "XML files automatically.\n" +
+      MakeExtract(text);
   GetEngineHost().ShowBox("XML Error!", message.c_str());
 }
 
@@ -280,7 +285,8 @@ static bool Accept(std::string_view text, size_t copies, XmlScan& scan) {
   return scan.Whole && !scan.Refused;
 }
 
-// --- entry points --------------------------------------------------------------------------------------------------------------------
+// --- entry points
+// --------------------------------------------------------------------------------------------------------------------
 
 static std::string_view CutAtZero(std::string_view text) { return text.substr(0, std::min(text.find('\0'), text.size())); }
 

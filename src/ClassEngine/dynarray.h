@@ -8,8 +8,8 @@
 #include "ClassEngine/Assert.h"
 #include "ClassEngine/GeneralMemory.h"
 
-/// Items are raw memory to it: no constructor, destructor or assignment of T runs, and items are moved by their bytes. `Margin` is
-/// what is added on every growth. Memory comes from the general allocator, so an array may be used by any one thread.
+/// Items are raw memory to it: no constructor, destructor or assignment of T runs, and items are moved by their bytes. `Margin`
+/// is what is added on every growth. Memory comes from the general allocator, so an array may be used by any one thread.
 template <class T, int Margin = 15>
 class DynArray {
   static_assert(std::is_trivially_copyable_v<T>, "items are moved by their bytes");

@@ -24,8 +24,8 @@ struct Str_for_hash {
   }
 };
 
-/// From a key to 32 bits, with access by index of insertion. `Buckets` chains at first, room for `Capacity` entries; past that the
-/// chains grow in number with the entries, so that a lookup stays O(1).
+/// From a key to 32 bits, with access by index of insertion. `Buckets` chains at first, room for `Capacity` entries; past that
+/// the chains grow in number with the entries, so that a lookup stays O(1).
 template <class Key, int Buckets, int Capacity>
 class Hash {
  public:
@@ -118,5 +118,5 @@ class Hash {
   DynArray<int32_t, 15> m_Heads;  // first entry of each chain; -1 is none
 };
 
-using NameHash = Hash<Str_for_hash, 257, 256>;        ///< class and member tables
+using NameHash = Hash<Str_for_hash, 257, 256>;         ///< class and member tables
 using LargeNameHash = Hash<Str_for_hash, 1027, 1024>;  ///< large name sets

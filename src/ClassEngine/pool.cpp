@@ -18,7 +18,8 @@
 #include <sanitizer/asan_interface.h>
 #endif
 
-// --- elements ------------------------------------------------------------------------------------------------------------------------
+// --- elements
+// ------------------------------------------------------------------------------------------------------------------------
 
 static constexpr uint32_t LiveStamp = ChunkTag("FOOD"), FreeStamp = ChunkTag("BAAD");
 
@@ -66,7 +67,8 @@ void PoolSizeClass::MarkStamped(uint32_t stamp, bool first, DynArray<ElementMask
   }
 }
 
-// A live element may by chance begin with one of the words, but not with both in turn: an element is free when it took both stamps.
+// A live element may by chance begin with one of the words, but not with both in turn: an element is free when it took both
+// stamps.
 void PoolSizeClass::Compact() {
   DynArray<ElementMask> masks;
   masks.Reserve(Blocks.Count);
@@ -98,7 +100,8 @@ void PoolSizeClass::Compact() {
   FreeElements.Shrink(ShrinkMargin);
 }
 
-// --- pool ------------------------------------------------------------------------------------------------------------------------------
+// --- pool
+// ------------------------------------------------------------------------------------------------------------------------------
 
 // Stands around each operation where a lock would: it takes none, and holds the pool to its one thread instead.
 class PooledAllocator::OwnerGuard {

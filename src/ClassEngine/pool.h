@@ -23,8 +23,8 @@ struct PoolSizeClass {
   void MarkStamped(uint32_t stamp, bool first, DynArray<ElementMask>& masks) const;
 };
 
-/// Not locked: a pool belongs to the thread that used it first, the main thread; another one that comes for a pooled size stops the
-/// program. Sizes above MaxPooled never touch the pool's state and are free for all threads.
+/// Not locked: a pool belongs to the thread that used it first, the main thread; another one that comes for a pooled size stops
+/// the program. Sizes above MaxPooled never touch the pool's state and are free for all threads.
 class PooledAllocator {
  public:
   static constexpr size_t MaxPooled = 128;
@@ -34,7 +34,8 @@ class PooledAllocator {
   PooledAllocator(const PooledAllocator&) = delete;
   PooledAllocator& operator=(const PooledAllocator&) = delete;
 
-  /// Null for 0 bytes. From the smallest of the classes 8, 16, 32, 64 and 128 that holds `size`; above, from the general allocator.
+  /// Null for 0 bytes. From the smallest of the classes 8, 16, 32, 64 and 128 that holds `size`; above, from the general
+  /// allocator.
   void* Allocate(size_t size);
   /// Null is ignored. `size` is that of the request.
   void Free(void* pointer, size_t size);

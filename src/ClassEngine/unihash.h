@@ -2,9 +2,9 @@
 // Hash table keyed by three integers: voxel, cell or group coordinates.
 //
 // Entries lie in one dense array, so that a walk costs no more than the entries and its order depends only on the sequence of
-// operations: insertion order, except that Remove moves the last entry into the gap. An open-addressing index of 32-bit entry numbers
-// (power of two, linear probing, deletion by moving back) finds them. A lookup costs O(1), also for the compact blocks and planes of
-// keys that volumes make.
+// operations: insertion order, except that Remove moves the last entry into the gap. An open-addressing index of 32-bit entry
+// numbers (power of two, linear probing, deletion by moving back) finds them. A lookup costs O(1), also for the compact blocks
+// and planes of keys that volumes make.
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -91,7 +91,7 @@ class CoordHash {
     m_Entries.clear();
     if (m_Slots.size() > KeptSlots && m_Slots.size() > wanted) {
       m_Entries.shrink_to_fit();
-      m_Slots = {};
+      m_Slots = std::vector<uint32_t>();
       m_Mask = 0;
     } else {
       m_Slots.assign(m_Slots.size(), 0);

@@ -1,6 +1,7 @@
 #include "MC/FixedPool.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -67,11 +68,11 @@ FixedPool::~FixedPool() {
   Clear();
 }
 
-size_t FixedPool::SlabBytesOf(size_t index) { return index < 5 ? FirstSlab << index : LargestSlab; }
-
+// A slab is a quarter of all before it, so that what lies unused at the end stays small against what is used.
 void FixedPool::AddSlab() {
-  const size_t bytes = SlabBytesOf(m_Slabs.size());
+  const size_t bytes = std::clamp(std::bit_floor(m_SlabBytes / 4 + 1), FirstSlab, LargestSlab);
   m_Fresh = static_cast<uint8_t*>(AllocateSlab(bytes));
+  m_SlabBytes += bytes;
   m_FreshEnd = m_Fresh + bytes / m_BlockBytes * m_BlockBytes;
   m_Slabs.push_back(m_Fresh);
 }
@@ -111,12 +112,7 @@ void FixedPool::Clear() {
   MORVANE_ASSERT(m_Used == 0);
   for (void* slab : m_Slabs) std::free(slab);
   m_Slabs = {};
+  m_SlabBytes = 0;
   m_Free = nullptr;
   m_Fresh = m_FreshEnd = nullptr;
-}
-
-size_t FixedPool::SlabBytes() const {
-  size_t bytes = 0;
-  for (size_t i = 0; i < m_Slabs.size(); i++) bytes += SlabBytesOf(i);
-  return bytes;
 }

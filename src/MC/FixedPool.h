@@ -53,13 +53,12 @@ class FixedPool {
   size_t BlockBytes() const { return m_BlockBytes; }
   size_t UsedBlocks() const { return m_Used; }
   /// Bytes of all slabs, free blocks included.
-  size_t SlabBytes() const;
+  size_t SlabBytes() const { return m_SlabBytes; }
 
  private:
-  static size_t SlabBytesOf(size_t index);
   void AddSlab();
   void* Take();
-  size_t m_BlockBytes, m_Used = 0;
+  size_t m_BlockBytes, m_Used = 0, m_SlabBytes = 0;
   std::vector<void*> m_Slabs;
   void* m_Free = nullptr;      // newest freed block; each holds the address of the one before
   uint8_t* m_Fresh = nullptr;  // the part of the newest slab that was never handed out

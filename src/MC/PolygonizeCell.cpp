@@ -3,6 +3,7 @@
 // A cell with a negative coordinate is traversed as its mirror image in the positive octant and mirrored back at the end: its samples
 // are copied mirrored, and everything in between knows only the frame. Positions are made as the distance from the origin plane and
 // then given their sign, so both sides of a symmetric volume carry the same digits.
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -65,19 +66,34 @@ constexpr std::array<uint16_t, 8> NewEdges = MakeNewEdges();
 
 constexpr uint8_t SwapPair[4] = {0, 2, 1, 3};  // corners 2 and 3 run against x
 
+// The rows of triTable as offsets of edge keys, forwards and backwards, filled up with zeros.
+struct KeyRows {
+  uint16_t Keys[256][16];
+};
+KeyRows MakeKeyRows(bool reversed) {
+  KeyRows rows{};
+  for (int c = 0; c < 256; c++)
+    for (int i = 0, total = numVertsTable[c]; i < total; i++)
+      rows.Keys[c][i] = Edges[size_t(triTable[c][reversed ? total - 1 - i : i])].Key;
+  return rows;
+}
+const KeyRows ForwardRows = MakeKeyRows(false), ReversedRows = MakeKeyRows(true);
+
 // --- work buffers --------------------------------------------------------------------------------------------------------
 
 struct NewVertex {
-  uint8_t x, y, z, Axis;  // lower end of the edge in the frame
+  uint16_t Number;
+  uint8_t x, y, z;  // lower end of the edge in the frame
 };
 
 struct Work {
   alignas(32) uint16_t Packed[CellSamples + 39];  // frame samples in block order, padded for whole vectors
   uint16_t Frame[FramePlane * FrameEdge];
+  uint16_t Uniform[CellSamples];                  // stands for a neighbour without a block
   uint16_t NumberOf[KeyCount];                    // vertex of a crossed edge
   uint16_t Rows[CellEdge * CellEdge];             // 9 bits a row: inside
-  NewVertex Vertices[KeyCount];
-  uint16_t Indices[512 * 15 + 16];
+  NewVertex Vertices[3][CellSamples];             // by the axis of their edge
+  uint16_t Indices[512 * 15 + 16];                // whole rows are written
   VolumeVertex Finished[KeyCount];
 };
 
@@ -106,20 +122,22 @@ void ReverseRow(const uint16_t* in, uint16_t* out) {
 #endif
 }
 
+/// The samples of a block along x, at y and z of the frame.
+void CopyRow(const uint16_t* density, const MirrorFrame& frame, int y, int z, uint16_t* out) {
+  const uint16_t* in = density + SampleIndex(0, frame.Negative[1] ? CellSize - y : y, frame.Negative[2] ? CellSize - z : z);
+  if (frame.Negative[0])
+    ReverseRow(in, out);
+  else
+    std::memcpy(out, in, CellEdge * sizeof(uint16_t));
+}
+
 void CopyMirrored(const uint16_t* density, const MirrorFrame& frame, uint16_t* packed) {
   if (!frame.Negative[0] && !frame.Negative[1] && !frame.Negative[2]) {
     std::memcpy(packed, density, CellSamples * sizeof(uint16_t));
     return;
   }
   for (int z = 0; z < CellEdge; z++)
-    for (int y = 0; y < CellEdge; y++) {
-      const uint16_t* in = density + SampleIndex(0, frame.Negative[1] ? 8 - y : y, frame.Negative[2] ? 8 - z : z);
-      uint16_t* out = packed + SampleIndex(0, y, z);
-      if (frame.Negative[0])
-        ReverseRow(in, out);
-      else
-        std::memcpy(out, in, CellEdge * sizeof(uint16_t));
-    }
+    for (int y = 0; y < CellEdge; y++) CopyRow(density, frame, y, z, packed + SampleIndex(0, y, z));
 }
 
 /// One bit a sample, set inside, gathered to rows of 9.
@@ -143,11 +161,11 @@ void FindRows(const uint16_t* packed, uint16_t* rows) {
 }
 
 struct Counts {
-  uint32_t Vertices = 0, Indices = 0;
+  uint32_t OfAxis[3] = {}, Vertices = 0, Indices = 0;
 };
 
 /// Walks the voxels that the surface crosses, z outermost, and writes new vertices and triangle corners.
-Counts March(Work& work, bool flip) {
+Counts March(Work& work, const KeyRows& rows) {
   Counts counts;
   for (int z = 0; z < CellSize; z++)
     for (int y = 0; y < CellSize; y++) {
@@ -163,135 +181,147 @@ Counts March(Work& work, bool flip) {
         const int nearSides = (x > 0) | (y > 0) << 1 | (z > 0) << 2;
         for (uint32_t fresh = edgeTable[cubeCase] & NewEdges[nearSides]; fresh; fresh &= fresh - 1) {
           const EdgeInfo& edge = Edges[std::countr_zero(fresh)];
-          work.Vertices[counts.Vertices] = {uint8_t(x + edge.x), uint8_t(y + edge.y), uint8_t(z + edge.z), edge.Axis};
-          numbers[edge.Key] = uint16_t(counts.Vertices++);
+          const uint16_t number = uint16_t(counts.Vertices++);
+          work.Vertices[edge.Axis][counts.OfAxis[edge.Axis]++] = {number, uint8_t(x + edge.x), uint8_t(y + edge.y),
+                                                                  uint8_t(z + edge.z)};
+          numbers[edge.Key] = number;
         }
-        const int8_t* row = triTable[cubeCase];
-        const int total = numVertsTable[cubeCase];
+        // Two triangles are written in any case, which is what most voxels have; what is too much is written over.
+        const uint16_t* keys = rows.Keys[cubeCase];
         uint16_t* out = work.Indices + counts.Indices;
-        if (flip)
-          for (int i = 0; i < total; i++) out[i] = numbers[Edges[row[total - 1 - i]].Key];
-        else
-          for (int i = 0; i < total; i++) out[i] = numbers[Edges[row[i]].Key];
-        counts.Indices += uint32_t(total);
+        for (int i = 0; i < 6; i++) out[i] = numbers[keys[i]];
+        const uint32_t total = numVertsTable[cubeCase];
+        for (uint32_t i = 6; i < total; i++) out[i] = numbers[keys[i]];
+        counts.Indices += total;
       }
     }
   return counts;
 }
 
-/// Fills the frame block: the cell's own samples and the planes 9 and 10 of the far neighbours.
+/// The block of the cell beyond the far side of one axis; where that is uniform or missing, `uniform` filled with its value.
+const uint16_t* FarBlock(const VolumeObject& volume, const MirrorFrame& frame, int axis, CellTable::Cursor& cursor, uint16_t* uniform) {
+  CellKey key = frame.Key;
+  (axis == 0 ? key.x : axis == 1 ? key.y : key.z) += frame.Negative[axis] ? -1 : 1;
+  const VoxelCell* cell = volume.Cells.Find(key, cursor);
+  if (!cell && volume.Reference) cell = volume.Reference->FindCell(key);
+  if (cell && cell->Density && !cell->Has(FillPending)) return cell->Density;
+  std::fill_n(uniform, CellSamples, cell ? cell->UniformValue : uint16_t(0));
+  return uniform;
+}
+
+/// Fills the frame block: the cell's own samples, and planes 9 and 10 from the far neighbours' planes 1 and 2.
 void FillFrame(const VolumeObject& volume, const MirrorFrame& frame, Work& work, CellTable::Cursor& cursor) {
   for (int z = 0; z < CellEdge; z++)
     for (int y = 0; y < CellEdge; y++)
       std::memcpy(work.Frame + FrameIndex(0, y, z), work.Packed + SampleIndex(0, y, z), CellEdge * sizeof(uint16_t));
-  for (int axis = 0; axis < 3; axis++) {
-    CellKey key = frame.Key;
-    (axis == 0 ? key.x : axis == 1 ? key.y : key.z) += frame.Negative[axis] ? -1 : 1;
-    const VoxelCell* cell = volume.Cells.Find(key, cursor);
-    if (!cell && volume.Reference) cell = volume.Reference->FindCell(key);
-    const bool uniform = !cell || !cell->Density || cell->Has(FillPending);
-    const uint16_t value = cell ? cell->UniformValue : 0;
-    const int other[2] = {axis == 0 ? 1 : 0, axis == 2 ? 1 : 2};
-    for (int plane = 1; plane <= 2; plane++)
-      for (int v = 0; v < CellEdge; v++)
-        for (int u = 0; u < CellEdge; u++) {
-          uint16_t sample = value;
-          const int at = (CellSize + plane) * FrameStride[axis] + u * FrameStride[other[0]] + v * FrameStride[other[1]];
-          if (!uniform) {
-            int q[3];
-            q[axis] = plane;
-            q[other[0]] = u;
-            q[other[1]] = v;
-            for (int i = 0; i < 3; i++)
-              if (frame.Negative[i]) q[i] = CellSize - q[i];
-            sample = cell->Density[SampleIndex(q[0], q[1], q[2])];
-          }
-          work.Frame[at] = sample;
-        }
-  }
+  const uint16_t* farX = FarBlock(volume, frame, 0, cursor, work.Uniform);
+  for (int z = 0; z < CellEdge; z++)
+    for (int y = 0; y < CellEdge; y++) {
+      const uint16_t* row = farX + SampleIndex(0, frame.Negative[1] ? CellSize - y : y, frame.Negative[2] ? CellSize - z : z);
+      uint16_t* out = work.Frame + FrameIndex(CellEdge, y, z);
+      out[0] = row[frame.Negative[0] ? CellSize - 1 : 1];
+      out[1] = row[frame.Negative[0] ? CellSize - 2 : 2];
+    }
+  const uint16_t* farY = FarBlock(volume, frame, 1, cursor, work.Uniform);
+  for (int z = 0; z < CellEdge; z++)
+    for (int plane = 1; plane <= 2; plane++) CopyRow(farY, frame, plane, z, work.Frame + FrameIndex(0, CellSize + plane, z));
+  const uint16_t* farZ = FarBlock(volume, frame, 2, cursor, work.Uniform);
+  for (int plane = 1; plane <= 2; plane++)
+    for (int y = 0; y < CellEdge; y++) CopyRow(farZ, frame, y, plane, work.Frame + FrameIndex(0, y, CellSize + plane));
 }
 
-/// Value on a grid line of the frame: `line` is its sample 0. The same arithmetic as SampleGridEdge.
-inline double OnLine(const uint16_t* line, int stride, double local, int axis) {
+/// Value on a grid line of the frame along `Axis`: `line` is its sample 0. The same arithmetic as SampleGridEdge.
+template <int Axis>
+double OnLine(const uint16_t* line, double local) {
+  constexpr int stride = FrameStride[Axis];
   const double low = std::floor(local + OnSample), rest = local - low;
   const uint16_t* at = line + int(low) * stride;
-  if (rest > OnSample || (axis == 0 && rest > 0)) return Lerp(at[0], at[stride], rest);
-  if (axis == 0 && rest < 0) return Lerp(at[-stride], at[0], 1 + rest);
+  if (rest > OnSample || (Axis == 0 && rest > 0)) return Lerp(at[0], at[stride], rest);
+  if (Axis == 0 && rest < 0) return Lerp(at[-stride], at[0], 1 + rest);
   return at[0];
-}
-
-/// Gradient in the frame at a vertex on a grid edge, by forward differences away from the origin planes; as GetNormal makes it.
-/// False where GetNormal would take another road: on an origin plane and in saturated areas.
-bool FindFrameGradient(const Work& work, const MirrorFrame& frame, const NewVertex& v, float along, double g[3]) {
-  const int low[3] = {v.x, v.y, v.z};
-  int lineStart = 0;
-  for (int axis = 0; axis < 3; axis++) {
-    if (axis == v.Axis) continue;
-    if (frame.Cell[axis] == 0 && low[axis] == 0) return false;
-    lineStart += low[axis] * FrameStride[axis];
-  }
-  const uint16_t* line = work.Frame + lineStart;
-  const int stride = FrameStride[v.Axis];
-  const double base = double(frame.Cell[v.Axis]) * CellSize;
-  const double local = along - base, next = double(along + 1.0f) - base;
-  const double here = OnLine(line, stride, local, v.Axis);
-  for (int axis = 0; axis < 3; axis++)
-    g[axis] = (axis == v.Axis ? OnLine(line, stride, next, axis) : OnLine(line + FrameStride[axis], stride, local, v.Axis)) - here;
-  return GradientLength(g) >= ShortestGradient;
 }
 
 // Up to here a float holds every voxel coordinate and its successor exactly, which the short road to the normals counts on.
 constexpr int32_t ExactCells = 1 << 19;
 
-struct VertexMaker {
-  const VolumeObject& Volume;
-  const MirrorFrame& Frame;
-  const Work& Buffers;
-  bool Exact;
-  VolumeObject::Cursor& Cursor;
+/// Makes the vertices on edges along one axis. U and V are the other two.
+template <int Axis>
+class VertexMaker {
+ public:
+  VertexMaker(const VolumeObject& volume, const MirrorFrame& frame, Work& work, VolumeObject::Cursor& cursor)
+      : m_Volume(volume), m_Frame(frame), m_Work(work), m_Cursor(cursor) {
+    m_Exact = true;
+    for (int axis = 0; axis < 3; axis++) {
+      m_Base[axis] = double(frame.Cell[axis]) * CellSize;
+      m_Sign[axis] = frame.Negative[axis] ? -1.0f : 1.0f;
+      m_Exact &= frame.Cell[axis] < ExactCells;
+    }
+  }
 
-  VolumeVertex Make(const NewVertex& v) const {
-    const uint16_t* low = Buffers.Packed + SampleIndex(v.x, v.y, v.z);
-    const float va = float(low[0]) - 32768 + 0.5f, vb = float(low[KeyStride[v.Axis]]) - 32768 + 0.5f;
-    const float t = -va / (vb - va);
+  void Make(const NewVertex& v) const {
     const int edge[3] = {v.x, v.y, v.z};
+    const uint16_t* low = m_Work.Packed + SampleIndex(v.x, v.y, v.z);
+    const float va = float(low[0]) - 32768 + 0.5f, vb = float(low[KeyStride[Axis]]) - 32768 + 0.5f;
+    const float t = -va / (vb - va);
+    // Distances from the origin planes; adding zero takes the sign from a negative zero.
     float distance[3], position[3];
     for (int axis = 0; axis < 3; axis++) {
-      const double whole = double(Frame.Cell[axis]) * CellSize + edge[axis];
-      distance[axis] = float(axis == v.Axis ? whole + double(t) : whole);
-      position[axis] = Frame.Negative[axis] ? 0 - distance[axis] : distance[axis];
+      const double whole = m_Base[axis] + edge[axis];
+      distance[axis] = float(axis == Axis ? whole + double(t) : whole);
+      position[axis] = distance[axis] * m_Sign[axis] + 0.0f;
     }
-    VolumeVertex out{position[0], position[1], position[2], 0, 0, 0, KeyOf(v), 0};
     double g[3];
-    if (Exact && FindFrameGradient(Buffers, Frame, v, distance[v.Axis], g)) {
-      for (int axis = 0; axis < 3; axis++)
-        if (Frame.Negative[axis]) g[axis] = 0 - g[axis];  // never a negative zero
-      SetNormal(out, GradientToNormal(g, {out.x, out.y, out.z}));
+    comms::cVec3 normal;
+    if (m_Exact && FindGradient(edge, distance[Axis], g)) {
+      for (int axis = 0; axis < 3; axis++) g[axis] = g[axis] * m_Sign[axis] + 0.0;
+      normal = GradientToNormal(g, {position[0], position[1], position[2]});
     } else {
-      SetNormal(out, Volume.GetNormal(out.x, out.y, out.z, Cursor));
+      normal = m_Volume.GetNormal(position[0], position[1], position[2], m_Cursor);
     }
-    return out;
+    m_Work.Finished[v.Number] = {position[0], position[1], position[2], normal.x, normal.y, normal.z, KeyOf(edge), 0};
   }
 
  private:
-  static void SetNormal(VolumeVertex& v, const comms::cVec3& n) {
-    v.nx = n.x;
-    v.ny = n.y;
-    v.nz = n.z;
+  static constexpr int U = Axis == 0 ? 1 : 0, V = Axis == 2 ? 1 : 2;
+
+  /// Gradient in the frame by forward differences away from the origin planes; as GetNormal makes it. False where GetNormal takes
+  /// another road: on an origin plane and in saturated areas.
+  bool FindGradient(const int edge[3], float along, double g[3]) const {
+    if ((edge[U] | m_Frame.Cell[U]) == 0 || (edge[V] | m_Frame.Cell[V]) == 0) return false;
+    const uint16_t* line = m_Work.Frame + edge[U] * FrameStride[U] + edge[V] * FrameStride[V];
+    const double local = along - m_Base[Axis], next = double(along + 1.0f) - m_Base[Axis];
+    const double here = OnLine<Axis>(line, local);
+    g[Axis] = OnLine<Axis>(line, next) - here;
+    g[U] = OnLine<Axis>(line + FrameStride[U], local) - here;
+    g[V] = OnLine<Axis>(line + FrameStride[V], local) - here;
+    return GradientLength(g) >= ShortestGradient;
   }
+
   /// Key of the edge in the cell's own frame, where it lies on the cell's boundary.
-  uint16_t KeyOf(const NewVertex& v) const {
-    const int edge[3] = {v.x, v.y, v.z};
-    bool boundary = false;
-    int key = KeyAxis * v.Axis;
+  uint16_t KeyOf(const int edge[3]) const {
+    if ((edge[U] & 7) && (edge[V] & 7)) return InteriorEdge;
+    int key = KeyAxis * Axis;
     for (int axis = 0; axis < 3; axis++) {
-      const int extent = axis == v.Axis ? 1 : 0;  // the lower end of a mirrored edge is the mirrored upper end
-      if (!extent && (edge[axis] == 0 || edge[axis] == CellSize)) boundary = true;
-      key += KeyStride[axis] * (Frame.Negative[axis] ? CellSize - edge[axis] - extent : edge[axis]);
+      const int extent = axis == Axis ? 1 : 0;  // the lower end of a mirrored edge is the mirrored upper end
+      key += KeyStride[axis] * (m_Frame.Negative[axis] ? CellSize - edge[axis] - extent : edge[axis]);
     }
-    return boundary ? uint16_t(key) : InteriorEdge;
+    return uint16_t(key);
   }
+
+  const VolumeObject& m_Volume;
+  const MirrorFrame& m_Frame;
+  Work& m_Work;
+  VolumeObject::Cursor& m_Cursor;
+  double m_Base[3];
+  float m_Sign[3];
+  bool m_Exact;
 };
+
+template <int Axis>
+void MakeVertices(const VolumeObject& volume, const MirrorFrame& frame, Work& work, uint32_t count, VolumeObject::Cursor& cursor) {
+  const VertexMaker<Axis> maker(volume, frame, work, cursor);
+  for (uint32_t i = 0; i < count; i++) maker.Make(work.Vertices[Axis][i]);
+}
 
 }  // namespace
 
@@ -313,13 +343,12 @@ VoxelCell* VolumeObject::PolygonizeCell(int32_t x, int32_t y, int32_t z) {
   const MirrorFrame frame(key);
   CopyMirrored(cell->Density, frame, work.Packed);
   FindRows(work.Packed, work.Rows);
-  const Counts counts = March(work, frame.Flip());
-
+  const Counts counts = March(work, frame.Flip() ? ReversedRows : ForwardRows);
   Cursor cursor;
   FillFrame(*this, frame, work, cursor.Table);
-  const bool exact = frame.Cell[0] < ExactCells && frame.Cell[1] < ExactCells && frame.Cell[2] < ExactCells;
-  const VertexMaker maker{*this, frame, work, exact, cursor};
-  for (uint32_t i = 0; i < counts.Vertices; i++) work.Finished[i] = maker.Make(work.Vertices[i]);
+  MakeVertices<0>(*this, frame, work, counts.OfAxis[0], cursor);
+  MakeVertices<1>(*this, frame, work, counts.OfAxis[1], cursor);
+  MakeVertices<2>(*this, frame, work, counts.OfAxis[2], cursor);
 
   AllocateSurface(*cell);
   SurfaceData& surface = *cell->Surface;

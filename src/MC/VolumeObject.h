@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -147,3 +148,7 @@ class VolumeObject {
   SpinLock m_TableLock, m_DirtyLock;
   std::atomic<bool> m_IdsCurrent{false};
 };
+
+/// Unit normal at a world position over several volumes, in world space: each volume with density there adds its central normal, and
+/// the deepest one decides, since the weight is the density over SurfaceLevel to the power of 64. Zero where no volume has density.
+comms::cVec3 GetBlendedNormal(std::span<const VolumeObject* const> volumes, const comms::cVec3& world);

@@ -117,3 +117,18 @@ cVec3 VolumeObject::WorldToVolumeDirection(const cVec3& d) const {
   comms::Invert(SpaceMatrix, inverse);
   return inverse.TransformDirection(d);
 }
+
+cVec3 GetBlendedNormal(std::span<const VolumeObject* const> volumes, const cVec3& world) {
+  double sum[3] = {};
+  for (const VolumeObject* volume : volumes) {
+    const cVec3 p = volume->WorldToVolume(world);
+    const double density = volume->SampleTrilinear(p.x, p.y, p.z, true);
+    if (density <= 0) continue;
+    double weight = density / SurfaceLevel;
+    for (int squaring = 0; squaring < 6; squaring++) weight *= weight;
+    const cVec3 normal = comms::Normalized(volume->VolumeToWorldDirection(volume->GetCentralNormal(p.x, p.y, p.z)));
+    for (int axis = 0; axis < 3; axis++) sum[axis] += weight * normal[axis];
+  }
+  const double length = GradientLength(sum);
+  return length > 0 ? cVec3{float(sum[0] / length), float(sum[1] / length), float(sum[2] / length)} : cVec3{};
+}

@@ -11,7 +11,8 @@
 #include "ClassEngine/pool.h"
 #include "ClassEngine/unihash.h"
 
-// --- StrBuffer -----------------------------------------------------------------------------------------------------------------------
+// --- StrBuffer
+// -----------------------------------------------------------------------------------------------------------------------
 
 TEST(StrBuffer, EmptyHoldsNothingAndReadsAsEmptyText) {
   const size_t live = GetPool().GetLiveCount();
@@ -27,8 +28,9 @@ TEST(StrBuffer, EmptyHoldsNothingAndReadsAsEmptyText) {
 }
 
 TEST(StrBuffer, CapacityFollowsTheRule) {
-  const int64_t expected[][2] = {{1, 8},     {8, 8},     {9, 16},    {17, 32},   {65, 128},  {128, 128}, {129, 144},
-                                 {512, 512}, {513, 896}, {1000, 1616}};  // 513: 528 exceeds 512, so 513 + 256 + 128 = 897, cut to 896
+  const int64_t expected[][2] = {
+      {1, 8},     {8, 8},     {9, 16},    {17, 32},    {65, 128}, {128, 128},
+      {129, 144}, {512, 512}, {513, 896}, {1000, 1616}};  // 513: 528 exceeds 512, so 513 + 256 + 128 = 897, cut to 896
   for (const auto& [bytes, capacity] : expected) EXPECT_EQ(StrBuffer::CapacityFor(bytes), capacity) << bytes;
   for (int64_t bytes = 1; bytes < 100000; bytes++) ASSERT_GE(StrBuffer::CapacityFor(bytes), bytes);
 }
@@ -61,7 +63,8 @@ TEST(StrBuffer, TakesItsOwnPieces) {
   }
 }
 
-// --- Hash ------------------------------------------------------------------------------------------------------------------------------
+// --- Hash
+// ------------------------------------------------------------------------------------------------------------------------------
 
 TEST(NameHash, FindsEachNameAtItsPlaceFarPastItsCapacity) {
   NameHash table;
@@ -93,7 +96,8 @@ TEST(NameHashDeathTest, IndexOutOfRangeIsStopped) {
   EXPECT_DEATH(table.GetKey(-1), "khash.h.*assertion failed");
 }
 
-// --- CoordHash -----------------------------------------------------------------------------------------------------------------------
+// --- CoordHash
+// -----------------------------------------------------------------------------------------------------------------------
 
 struct TestKey {
   int32_t x, y, z;

@@ -27,7 +27,8 @@ TEST(Pool, SizeClassesBeginAndEndWhereTheyShould) {
     EXPECT_EQ(pool.GetBlockCount(), ++blocks) << limit;
     void* first = pool.Allocate(limit / 2 + 1);
     EXPECT_EQ(pool.GetBlockCount(), blocks) << limit;
-    EXPECT_EQ(static_cast<char*>(first) - static_cast<char*>(last), std::ptrdiff_t(limit)) << "elements of one block are neighbours";
+    EXPECT_EQ(static_cast<char*>(first) - static_cast<char*>(last), std::ptrdiff_t(limit))
+        << "elements of one block are neighbours";
     EXPECT_EQ(FirstWord(last), ChunkTag("FOOD"));
     pool.Free(last, limit);
     pool.Free(first, limit / 2 + 1);

@@ -79,7 +79,7 @@ bool BatchRunner::RunLine(const std::string& text, const std::string& place) {
   std::string error;
   const auto start = std::chrono::steady_clock::now();
   const Command* command = nullptr;
-  std::unique_ptr<BaseClass> parameters;
+  std::unique_ptr<CommandParameters> parameters;
   bool cancelled = false;
   if (!ParseBatchLine(text, line, error)) {
     result = CommandResult::Refuse(place + ": " + error);
@@ -111,7 +111,7 @@ bool BatchRunner::RunLine(const std::string& text, const std::string& place) {
 }
 
 // What a library throws ends here: the command has failed, the run decides how to go on.
-CommandResult BatchRunner::RunGuarded(const Command& command, BaseClass& parameters) {
+CommandResult BatchRunner::RunGuarded(const Command& command, const CommandParameters& parameters) {
   try {
     return command.Run(parameters);
   } catch (const std::bad_alloc&) {

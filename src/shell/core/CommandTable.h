@@ -13,20 +13,28 @@
 #include "shell/core/BatchLine.h"
 #include "shell/core/CommandResult.h"
 
+/// Base of all parameter objects.
+class CommandParameters : public BaseClass {
+  REFLECTED(CommandParameters, BaseClass)
+ public:
+  std::vector<std::string> Given;  ///< names of the parameters that were set by whoever runs the command; the others are at their defaults
+  bool IsGiven(const char* name) const;
+};
+
+/// Parameters of a command that has none.
+class NoParameters : public CommandParameters {
+  REFLECTED(NoParameters, CommandParameters)
+};
+
 struct Command {
   std::string Name;                   ///< CamelCase, beginning with a verb where it does something
   std::string Help;                   ///< one or two sentences for the listing
   bool Undoable = false;              ///< changes the scene
   std::vector<std::string> Required;  ///< parameters that have no useful default and must be given
   /// A fresh parameter object at its defaults.
-  std::function<std::unique_ptr<BaseClass>()> MakeParameters;
+  std::function<std::unique_ptr<CommandParameters>()> MakeParameters;
   /// Does the work. What fails leaves the scene as it was.
-  std::function<CommandResult(const BaseClass& parameters)> Run;
-};
-
-/// Parameters of commands that have none.
-class NoParameters : public BaseClass {
-  MORVANE_CLASS(NoParameters)
+  std::function<CommandResult(const CommandParameters& parameters)> Run;
 };
 
 class CommandTable {
@@ -39,8 +47,13 @@ class CommandTable {
   template <class P>
   void Add(std::string name, std::string help, std::function<CommandResult(const P&)> run, std::vector<std::string> required = {},
            bool undoable = false) {
-    Insert({std::move(name), std::move(help), undoable, std::move(required), [] { return std::make_unique<P>(); },
-            [run = std::move(run)](const BaseClass& parameters) { return run(static_cast<const P&>(parameters)); }});
+    const auto make = [] {
+      auto parameters = std::make_unique<P>();
+      parameters->RegisterMembers();
+      return parameters;
+    };
+    Insert({std::move(name), std::move(help), undoable, std::move(required), make,
+            [run = std::move(run)](const CommandParameters& parameters) { return run(static_cast<const P&>(parameters)); }});
   }
 
   /// Null where there is none of that name; the case of letters counts.
@@ -52,7 +65,7 @@ class CommandTable {
 
   /// A parameter object filled from the words of a line. Null with one sentence in `error` where a key is unknown, a required one is
   /// missing, or a value can't be read or is out of range.
-  std::unique_ptr<BaseClass> ReadParameters(const Command& command, const std::vector<BatchArgument>& arguments,
+  std::unique_ptr<CommandParameters> ReadParameters(const Command& command, const std::vector<BatchArgument>& arguments,
                                             std::string& error) const;
 
   /// What a person reads: name, help and every parameter with type, range, default and help.

@@ -1,0 +1,77 @@
+// The compact binary form: the members that differ from a fresh object, each behind its index.
+#include <cstring>
+#include <memory>
+
+#include "ClassEngine/Assert.h"
+#include "ClassEngine/BaseClass.h"
+#include "ClassEngine/MemoryBinStream.h"
+#include "ClassEngine/ReadingScope.h"
+
+namespace {
+
+bool SameBytes(const MemoryBinStream& a, int64_t fromA, const MemoryBinStream& b, int64_t fromB) {
+  const int64_t size = a.GetWritePos() - fromA;
+  return size == b.GetWritePos() - fromB && !std::memcmp(a.GetData() + fromA, b.GetData() + fromB, size_t(size));
+}
+
+void SaveMember(const OneClassMember& member, int32_t index, void* object, BinStream& stream, const LargeNameHash* names) {
+  WriteBYTE(stream, uint8_t(index));
+  if (void* value = member.GetData(object))
+    BaseClass::GetReceiver(member.Type, value)->SaveBin(value, member.Extra, stream, names);
+}
+
+}  // namespace
+
+void BaseClass::SaveBin(void* data, void*, BinStream& stream, const LargeNameHash* names, const NameHash* skip) {
+  if (!IsReflected()) return;
+  if (!data) data = this;
+  RegisterMembers();
+  const OneClassDesc* desc = GetClassDesc();
+  const CurrentBaseScope current(static_cast<BaseClass*>(data));
+  if (!desc || !desc->Members.Count) {
+    WriteBYTE(stream, 0);
+    return;
+  }
+  MORVANE_ASSERT(desc->Members.Count <= 255);
+  const int32_t sections = GetActiveSections();
+  const std::unique_ptr<BaseClass> fresh(New());
+  MemoryBinStream defaults, values;
+  int changed = 0;
+  for (int32_t i = 0; i < desc->Members.Count; i++) {
+    const OneClassMember* member = desc->Members[i];
+    if (!member || !member->Type || !member->IsIn(sections)) continue;
+    if (skip && skip->Find(member->Name) >= 0) continue;
+    const int64_t fromDefaults = defaults.GetWritePos(), fromValues = values.GetWritePos();
+    SaveMember(*member, i, fresh.get(), defaults, names);
+    SaveMember(*member, i, data, values, names);
+    if (SameBytes(defaults, fromDefaults, values, fromValues))
+      values.SetWritePos(fromValues);
+    else
+      changed++;
+  }
+  WriteBYTE(stream, uint8_t(changed));
+  stream.Write(values.GetData(), values.GetWritePos());
+}
+
+bool BaseClass::LoadBin(void* data, void*, BinStream& stream, const LargeNameHash* names) {
+  if (!IsReflected()) return true;
+  if (!data) data = this;
+  const DepthScope depth;
+  if (depth.IsTooDeep() || GetBytesLeft(stream) < 1) return false;
+  RegisterMembers();
+  const OneClassDesc* desc = GetClassDesc();
+  const CurrentBaseScope current(static_cast<BaseClass*>(data));
+  const int count = ReadBYTE(stream);
+  for (int n = 0; n < count; n++) {
+    if (GetBytesLeft(stream) < 1) return false;
+    const int32_t i = ReadBYTE(stream);
+    // Members have no size in the stream: behind an index that this class doesn't know nothing can be read.
+    if (!desc || i >= desc->Members.Count || !desc->Members[i]->Type) return false;
+    const OneClassMember& member = *desc->Members[i];
+    void* value = member.GetData(data);
+    if (!value) continue;
+    if (!GetReceiver(member.Type, value)->LoadBin(value, member.Extra, stream, names)) return false;
+    member.NotifySet(data, value);
+  }
+  return true;
+}

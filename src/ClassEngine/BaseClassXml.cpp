@@ -1,0 +1,137 @@
+// The XML form of objects.
+#include <algorithm>
+#include <string>
+
+#include "ClassEngine/BaseClass.h"
+#include "ClassEngine/EngineHost.h"
+#include "ClassEngine/ReadingScope.h"
+
+bool SaveOnlyChanges = false;
+
+void BaseClass::Save(XmlNode* node, void* data, void*) {
+  if (!data) data = this;
+  RegisterMembers();
+  const CurrentBaseScope current(static_cast<BaseClass*>(data));
+  const int32_t count = GetElementCount();
+  for (int32_t i = 0; i < count; i++) {
+    const OneClassMember* member = FindElementMember(i);
+    if (member && member->NoSave) continue;
+    BaseClass* type = GetElementType(i);
+    if (!type) continue;
+    auto* child = new XmlNode(GetElementName(i));
+    void* elementData = GetElementData(i, data);
+    if (elementData)
+      GetReceiver(type, elementData)->Save(child, elementData, GetElementExtra(i));
+    else
+      child->SetValue("NULL");
+    node->AddChild(child);
+  }
+  if (SaveOnlyChanges && IsReflected() && count) RunDeltaPass(node);
+  if (!*node->GetName()) node->SetName(GetClassName());
+}
+
+// Takes out the leaves that say what a fresh object says. An emptied container is a leaf too, and stays where a fresh object has items:
+// leaving it out would bring them back.
+void BaseClass::RunDeltaPass(XmlNode* node) {
+  BaseClass* fresh = New();
+  if (!fresh) return;
+  SaveOnlyChanges = false;
+  XmlNode scratch;
+  fresh->Save(&scratch);
+  SaveOnlyChanges = true;
+  delete fresh;
+  for (int32_t i = node->GetChildCount() - 1; i >= 0; i--) {
+    const XmlNode* child = node->GetChild(i);
+    if (child->GetChildCount()) continue;
+    const XmlNode* same = scratch.FindChild(child->GetNameView());
+    if (!same || same->GetValueView() != child->GetValueView()) continue;
+    if (same->GetChildCount()) {
+      const int32_t element = FindElementIndex(child->GetNameView());
+      const BaseClass* type = element < 0 ? nullptr : GetElementType(element);
+      if (!type || type->GetExpansionRules()) continue;
+    }
+    node->RemoveChild(i);
+  }
+}
+
+bool BaseClass::Load(const XmlNode* node, void* data, XmlErrorLog* errors, void* ownExtra) {
+  if (!data) data = this;
+  const DepthScope depth;
+  if (depth.IsTooDeep()) {
+    ReportLoadError(errors, node, "Objects nested deeper than %d levels were not read.\n", MaxObjectDepth);
+    return false;
+  }
+  RegisterMembers();
+  auto* object = static_cast<BaseClass*>(data);
+  const CurrentBaseScope current(object);
+  const int32_t count = node->GetChildCount();
+  for (int32_t i = 0; i < count; i++) LoadElement(node->GetChild(i), object, errors, ownExtra);
+  ReadMemberSourceFile(node, data);
+  return true;
+}
+
+void BaseClass::LoadElement(const XmlNode* child, BaseClass* object, XmlErrorLog* errors, void* ownExtra) {
+  BaseClass* type = this;
+  void* elementData = object;
+  void* extra = ownExtra;
+  const int32_t element = FindElement(child->GetName(), type, elementData, extra, object);
+  if (element < 0 || !type) {
+    ReportLoadError(errors, child, "Unknown identifier %s of class %s.\n", child->GetName(), GetClassName());
+    return;
+  }
+  if (!elementData) return;
+  BaseClass* receiver = GetReceiver(type, elementData);
+  if (receiver->IsReflected() && receiver->Parent != object) receiver->SetParentDeep(object);
+  receiver->Load(child, elementData, errors, extra);
+  if (const OneClassMember* member = FindElementMember(element)) member->NotifySet(object, elementData);
+}
+
+bool BaseClass::ReadMemberSourceFile(const XmlNode*, void* data) {
+  const OneClassDesc* desc = GetClassDesc();
+  const OneClassMember* source = desc ? desc->FindMember("SourceFile") : nullptr;
+  const OneClassMember* rules = desc ? desc->FindMember("LoadingRules") : nullptr;
+  if (!source || !rules || !source->Type || !rules->Type) return false;
+  auto* object = static_cast<BaseClass*>(data ? data : this);
+  const auto getText = [object](const OneClassMember& member) {
+    void* value = member.GetData(object);
+    StrBuffer text;
+    GetReceiver(member.Type, value)->GetValueText(text, value, member.Extra, "value");
+    return std::string(text.View());
+  };
+  const std::string path = getText(*source);
+  XmlNode root;
+  if (path.empty() || !root.ReadFile(path.c_str())) return false;
+  constexpr const char* gaps = " ,;\t\r\n";
+  const std::string names = getText(*rules);
+  for (size_t from = names.find_first_not_of(gaps); from != std::string::npos;) {
+    const size_t to = std::min(names.find_first_of(gaps, from), names.size());
+    const std::string_view name = std::string_view(names).substr(from, to - from);
+    // The pair itself stays: a file must not send the reader on to another, or back to itself.
+    const XmlNode* child = name == "SourceFile" || name == "LoadingRules" ? nullptr : root.FindChild(name);
+    if (child) LoadElement(child, object, nullptr, nullptr);
+    from = names.find_first_not_of(gaps, to);
+  }
+  return true;
+}
+
+bool BaseClass::ReadFromFile(const char* path) { return SafeReadFromFile(path, true); }
+
+bool BaseClass::SafeReadFromFile(const char* path, bool quiet) {
+  if (!IsReflected()) return false;
+  XmlNode root;
+  if (!root.ReadFile(path)) return false;
+  XmlErrorLog errors;
+  errors.ShowBox = !quiet;
+  const bool loaded = Load(&root, this, &errors);
+  if (!errors.Messages.Empty()) GetEngineHost().Log(errors.Messages.Get());
+  return loaded;
+}
+
+bool BaseClass::WriteToFile(const char* path) {
+  CurrentXmlFile = path;
+  XmlNode root;
+  SaveOnlyChanges = IsDeltaSaved();
+  Save(&root, this);
+  SaveOnlyChanges = false;
+  return root.WriteFile(path);
+}

@@ -1,0 +1,10 @@
+#include "MC/room/RoomCommands.h"
+
+void AddRoomCommands(CommandTable& table, VoxelScene& scene, Messages& messages) {
+  AddMeshCommands(table, scene, messages);
+  AddVolumeCommands(table, scene, messages);
+  AddSculptCommands(table, scene);
+  AddSurfaceCommands(table, scene);
+  AddExportCommands(table, scene);
+  AddRenderCommands(table, scene);
+}

@@ -1,0 +1,49 @@
+#include "MC/room/RoomHelpers.h"
+
+#include <cmath>
+#include <filesystem>
+
+#include "comms/Str.h"
+
+using comms::cVec3;
+using comms::Format;
+
+JsonObject BoundsFigure(const cVec3& minimum, const cVec3& maximum) {
+  return JsonObject().Add("min", minimum).Add("max", maximum);
+}
+
+std::vector<VolumeObject*> FindVolumes(const VoxelScene& scene, const std::string& name, std::string& error) {
+  std::vector<VolumeObject*> volumes;
+  if (name.empty() && !scene.Volumes().empty()) {
+    for (const auto& volume : scene.Volumes()) volumes.push_back(volume.get());
+  } else if (VolumeObject* volume = scene.FindOrCurrent(name, error)) {
+    volumes.push_back(volume);
+  }
+  return volumes;
+}
+
+std::string PrepareOutputPath(const VoxelScene& scene, std::string path) {
+  static constexpr std::string_view mark = "{Name}";
+  const std::string name = scene.Current() ? scene.Current()->Name : "";
+  for (size_t at = path.find(mark); at != std::string::npos; at = path.find(mark, at + name.size())) path.replace(at, mark.size(), name);
+  std::error_code ignored;  // the write that follows tells what is wrong
+  const std::string folder = comms::GetFolder(path);
+  if (!folder.empty()) std::filesystem::create_directory(std::filesystem::path(folder).parent_path(), ignored);
+  return path;
+}
+
+bool MayEnterVolume(const VoxelScene& scene, Messages& messages, const std::string& name, bool replace, std::string& error) {
+  if (name.empty() || name.size() > 200 || name == "." || name == ".." || name.find_first_of("/\\") != std::string::npos) {
+    error = Format("'%s' can't be the name of a volume: 1 to 200 bytes without slashes are expected", name.substr(0, 60).c_str());
+    return false;
+  }
+  if (replace || !scene.Find(name)) return true;
+  const std::string question = Format("The scene holds a volume '%s'. Replace it?", name.c_str());
+  if (messages.Ask("Volume", question.c_str(), {"Replace", "Keep"}, 1) == 0) return true;
+  error = Format("the scene holds a volume '%s' already; Replace=true replaces it", name.c_str());
+  return false;
+}
+
+comms::cMat4 MakeVolumeSpace(float voxelSize) { return comms::cMat4::Scale(voxelSize); }
+
+float GetVoxelSize(const VolumeObject& volume) { return float(std::cbrt(std::fabs(Determinant3(volume.SpaceMatrix)))); }

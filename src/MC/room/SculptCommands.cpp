@@ -1,0 +1,178 @@
+// Stroke, Dab.
+#include <algorithm>
+#include <cmath>
+
+#include "ClassEngine/ValueTypes.h"
+#include "MC/StrokeFile.h"
+#include "MC/room/RoomCommands.h"
+#include "MC/room/RoomHelpers.h"
+#include "MC/room/StrokePlacement.h"
+#include "comms/Progress.h"
+#include "comms/SafeFile.h"
+#include "comms/Str.h"
+#include "shell/core/InputFiles.h"
+
+using comms::cVec3;
+using comms::Format;
+
+namespace {
+
+enum class StrokeSpace : int32_t { World, Box };
+enum class DabTool : int32_t { Sphere, Segment, Carve };
+
+class StrokeParams : public CommandParameters {
+  REFLECTED(StrokeParams, CommandParameters)
+ public:
+  _str File, Volume;
+  StrokeSpace Space = StrokeSpace::World;
+  bool Project = false;
+};
+DECLARE_MEMBERS(StrokeParams) {
+  Member<_str>("File", File).Hint("Text file of strokes: tool, mode, symmetry and pen samples");
+  Member<_str>("Volume", Volume).Hint("Name of the volume; empty: the current one");
+  Member<_index>("Space", Space, "StrokeSpaces").Entries({"World", "Box"})
+      .Hint("Unit of the file's lengths: world units, or half the longest side of the surface's box, from its middle");
+  Member<_bool>("Project", Project).Hint("Move every sample against its normal onto the surface; those that miss it are dropped");
+}
+
+class DabParams : public CommandParameters {
+  REFLECTED(DabParams, CommandParameters)
+ public:
+  DabTool Tool = DabTool::Segment;
+  cVec3 Center, End, Normal{0, 0, 1};
+  float Radius = 0.1f, Radius2 = 0, Height = 1;
+  int32_t Mode = ApplyAdd;
+  bool Airbrush = false;
+  int32_t Symmetry = MirrorNone;
+  _str Volume;
+};
+DECLARE_MEMBERS(DabParams) {
+  Member<_index>("Tool", Tool, "DabTools").Entries({"Sphere", "Segment", "Carve"})
+      .Hint("Sphere: a ball at Center; Segment: a capsule from Center to End; Carve: a lens of the pen about the plane across Normal");
+  Member<_cFloat3>("Center", Center).Unit("world units").Hint("First end of the dab");
+  Member<_cFloat3>("End", End).Unit("world units").Hint("Second end of the dab; not given: Center");
+  Member<_float>("Radius", Radius).Range(1e-6, 1e6).Unit("world units").Hint("Radius at Center");
+  Member<_float>("Radius2", Radius2).Range(0, 1e6).Unit("world units").Hint("Radius at End; 0: as Radius");
+  Member<_cFloat3>("Normal", Normal).Hint("Normal of the surface there, for Carve");
+  Member<_float>("Height", Height).Range(0, 100).Unit("radii").Hint("Depth of Carve");
+  Member<_int>("Mode", Mode).Range(0, 2).Hint("0 adds, 1 subtracts, 2 leaves what lies within the dab");
+  Member<_bool>("Airbrush", Airbrush).Hint("Subtract a part of the density each time instead of all at once");
+  Member<_index>("Symmetry", Symmetry, "SymmetryAxes").Entries({"none", "x", "y", "xy", "z", "xz", "yz", "xyz"})
+      .Hint("Repeat the dab mirrored about the planes through the volume's origin across these axes");
+  Member<_str>("Volume", Volume).Hint("Name of the volume; empty: the current one");
+}
+
+// Voxels that a dab's radius may span: the cells that its surface crosses stay below half a million.
+constexpr float MaxRadiusVoxels = 1024;
+constexpr float MaxVoxel = float(CellKeyLimit) * CellSize;
+
+// One sentence where a stroke lies beyond what a volume can hold; empty where it doesn't.
+std::string CheckReach(const VolumeObject& volume, const Stroke& stroke) {
+  const float voxel = GetVoxelSize(volume);
+  for (const PenSample& sample : stroke.Samples) {
+    if (sample.Radius > MaxRadiusVoxels * voxel)
+      return Format("a radius of %g is %.0f voxels of the volume '%s'; at most %.0f voxels are possible", double(sample.Radius),
+                    double(sample.Radius / voxel), volume.Name.c_str(), double(MaxRadiusVoxels));
+    const cVec3 p = volume.WorldToVolume(sample.Position);
+    if (!(std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)}) < MaxVoxel - MaxRadiusVoxels))
+      return Format("the point %g %g %g lies %g voxels from the origin of the volume '%s'; %.0f are possible", double(sample.Position.x),
+                    double(sample.Position.y), double(sample.Position.z), double(Length(p)), volume.Name.c_str(), double(MaxVoxel));
+  }
+  return {};
+}
+
+// Runs strokes as one change of the volume: all of them, or none where the person cancels.
+CommandResult RunStrokes(VolumeObject& volume, const std::vector<Stroke>& strokes, JsonObject figures) {
+  for (const Stroke& stroke : strokes) {
+    const std::string fault = CheckReach(volume, stroke);
+    if (!fault.empty()) return CommandResult::Fail(fault);
+  }
+  const StrokeOptions options{.RefreshEachDab = false, .BuildGroups = false};
+  StrokeReport sum;
+  for (size_t i = 0; i < strokes.size(); ++i) {
+    if (!comms::ShowProgress(double(i), double(strokes.size()), "Stroke")) {
+      volume.EndStroke(true);
+      volume.RefreshChanges(false);
+      return CommandResult::Fail("cancelled; the volume is as it was");
+    }
+    const StrokeReport report = ApplyStroke(volume, strokes[i], options);
+    sum.Dabs += report.Dabs;
+    sum.Apply = sum.Apply + report.Apply;
+  }
+  FinishStroke(volume, nullptr, options);
+  figures.Add("dabs", sum.Dabs).Add("cellsReached", sum.Apply.TargetCells).Add("cellsChanged", sum.Apply.ChangedCells);
+  figures.Add("capped", sum.Apply.Capped);
+  return CommandResult::Done(figures);
+}
+
+// Stamps name their source; a volume can't be stamped into itself.
+std::string ResolveStamps(const VoxelScene& scene, const VolumeObject& target, std::vector<Stroke>& strokes) {
+  for (Stroke& stroke : strokes) {
+    if (stroke.Tool != StrokeTool::Stamp) continue;
+    stroke.StampSource = scene.Find(stroke.StampName);
+    if (!stroke.StampSource) return Format("there is no volume '%s' to stamp with", stroke.StampName.c_str());
+    if (stroke.StampSource == &target) return Format("the volume '%s' can't be stamped into itself", stroke.StampName.c_str());
+  }
+  return {};
+}
+
+CommandResult RunStrokeFile(VoxelScene& scene, const StrokeParams& parameters) {
+  std::string error;
+  VolumeObject* volume = scene.FindOrCurrent(parameters.Volume.ToString(), error);
+  if (!volume) return CommandResult::Fail(error);
+  std::vector<Stroke> strokes;
+  if (!ReadStrokeFile(FindInputFile(parameters.File.ToString()), strokes, error)) return CommandResult::NoInput(error);
+  error = ResolveStamps(scene, *volume, strokes);
+  if (!error.empty()) return CommandResult::Fail(error);
+
+  JsonObject figures;
+  size_t samples = 0;
+  for (const Stroke& stroke : strokes) samples += stroke.Samples.size();
+  figures.Add("strokes", strokes.size()).Add("samples", samples);
+  if (parameters.Space == StrokeSpace::Box || parameters.Project) {
+    volume->RefreshChanges(false);
+    cVec3 minimum, maximum;
+    if (!GetSurfaceBounds(*volume, minimum, maximum))
+      return CommandResult::Fail(Format("the volume '%s' has no surface to place strokes on", volume->Name.c_str()));
+    int missed = 0;
+    for (Stroke& stroke : strokes) {
+      if (parameters.Space == StrokeSpace::Box) PlaceInBox(minimum, maximum, stroke);
+      if (parameters.Project) missed += ProjectOnSurface(*volume, stroke);
+    }
+    std::erase_if(strokes, [](const Stroke& stroke) { return stroke.Samples.empty(); });
+    if (parameters.Project) figures.Add("samplesMissed", missed);
+  }
+  return RunStrokes(*volume, strokes, std::move(figures));
+}
+
+CommandResult RunDab(VoxelScene& scene, const DabParams& parameters) {
+  std::string error;
+  VolumeObject* volume = scene.FindOrCurrent(parameters.Volume.ToString(), error);
+  if (!volume) return CommandResult::Fail(error);
+  const bool hasEnd = parameters.IsGiven("End");
+  if (parameters.Tool == DabTool::Sphere && hasEnd) return CommandResult::Refuse("Tool=Sphere has no End; a capsule is Tool=Segment");
+  if (parameters.Tool == DabTool::Carve && !(Length(parameters.Normal) > 0)) return CommandResult::Refuse("Normal has no length");
+
+  Stroke stroke;
+  stroke.Tool = parameters.Tool == DabTool::Sphere    ? StrokeTool::Sphere
+                : parameters.Tool == DabTool::Segment ? StrokeTool::Segment
+                                                      : StrokeTool::Carve;
+  stroke.Mode = parameters.Mode;
+  stroke.Airbrush = parameters.Airbrush;
+  stroke.Symmetry = parameters.Symmetry;
+  const float radius2 = parameters.Radius2 > 0 ? parameters.Radius2 : parameters.Radius;
+  stroke.Samples.push_back({parameters.Center, parameters.Normal, parameters.Radius, parameters.Height, 1});
+  if (hasEnd) stroke.Samples.push_back({parameters.End, parameters.Normal, radius2, parameters.Height, 1});
+  return RunStrokes(*volume, {stroke}, {});
+}
+
+}  // namespace
+
+void AddSculptCommands(CommandTable& table, VoxelScene& scene) {
+  table.Add<StrokeParams>(
+      "Stroke", "Runs the strokes of a file on a volume.",
+      [&](const StrokeParams& parameters) { return RunStrokeFile(scene, parameters); }, {"File"}, true);
+  table.Add<DabParams>(
+      "Dab", "Applies one dab of a brush to a volume.",
+      [&](const DabParams& parameters) { return RunDab(scene, parameters); }, {"Center", "Radius"}, true);
+}

@@ -1,0 +1,151 @@
+#include "MC/Fields.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "MC/ApplyField.h"
+#include "MC/Dabs.h"
+
+using comms::cVec3;
+
+namespace {
+
+constexpr int Ramp = 4;
+
+struct RandomDab {
+  explicit RandomDab(unsigned seed) : m_Random(seed) {}
+  float At(float low, float high) { return std::uniform_real_distribution<float>(low, high)(m_Random); }
+  cVec3 Point(float reach) { return {At(-reach, reach), At(-reach, reach), At(-reach, reach)}; }
+  Dab Next() {
+    const cVec3 n = Normalized(Point(1), {0, 0, 1});
+    return {Point(20), Point(20), n, Normalized(n + Point(0.4f), n), At(1, 20), At(1, 20), At(0.1f, 1), At(0.1f, 1)};
+  }
+
+ private:
+  std::mt19937 m_Random;
+};
+
+// One call at a time, whatever the compiler would like to do.
+template <class Field>
+float CallAlone(const Field& field, float x, float y, float z) {
+  float (*volatile call)(const Field&, float, float, float) = [](const Field& f, float a, float b, float c) { return f(a, b, c); };
+  return call(field, x, y, z);
+}
+
+// visit(field, image of the field) for every kind of field and one dab.
+template <class Visit>
+void ForEachField(const Dab& dab, const VolumeObject& stamp, int mirror, Visit&& visit) {
+  const StrokeConstants own = MakeStrokeConstants(dab, false), image = Mirrored(own, mirror);
+  visit(SphereField(own.spCenter, dab.R1, Ramp), SphereField(image.spCenter, dab.R1, Ramp));
+  visit(SegmentField(own, Ramp), SegmentField(image, Ramp));
+  visit(CarveField(own, {0.7f, 0.5f}, Ramp), CarveField(image, {0.7f, 0.5f}, Ramp));
+  comms::cMat4 space = {{{1.1f, 0.2f, 0, 0}, {0, 0.8f, 0.1f, 0}, {0.3f, 0, 2, 0}, {1, 2, 3, 1}}};
+  visit(WorldSegmentField(own, space, 0.9f, Ramp, MirrorNone), WorldSegmentField(own, space, 0.9f, Ramp, mirror));
+  visit(StampField(stamp, space, MirrorNone), StampField(stamp, space, mirror));
+}
+
+}  // namespace
+
+TEST(Fields, KnownValues) {
+  // One voxel of distance is 1 / ramp near the surface; the ball's profile is quadratic, exact on the surface and in the centre.
+  const SphereField sphere({1, 2, 3}, 16, Ramp);
+  EXPECT_FLOAT_EQ(sphere(17, 2, 3), 0.5f);
+  EXPECT_FLOAT_EQ(sphere(1, 2, 3), 0.5f + 16.0f / (2 * Ramp));
+  EXPECT_NEAR(sphere(1, 2, 3 + 17), 0.5f - 1.0f / Ramp, 1.0f / (2 * Ramp * 16) + 1e-6);  // the quadratic term is d^2 / (2 K r)
+
+  // Lens on the plane z = 5: depth is pen * r * h + base about it, the rim is where the pen ends.
+  Dab dab{{0, 0, 5}, {10, 0, 5}, {0, 0, 1}, {0, 0, 1}, 8, 8, 0.5f, 0.5f};
+  const CarveField carve(MakeStrokeConstants(dab, false), {0, 0.25f}, Ramp);
+  for (const float u : {0.0f, 1.5f, 3.0f, 4.25f, 6.0f})
+    for (const float side : {u, -u}) EXPECT_NEAR(carve(4, 0, 5 + side), std::min((8 * 0.5f + 0.25f - u) / Ramp, 8.0f / Ramp) + 0.5f, 1e-5) << u;
+  EXPECT_EQ(carve(4, 8.01f, 5), 0);
+  EXPECT_EQ(carve(4, 7.9f, 5), 0) << "the rounded edge ends before the rim";
+  EXPECT_GT(carve(4, 7.5f, 5), 0);
+  dab.H1 = dab.H2 = -1;
+  EXPECT_NEAR(CarveField(MakeStrokeConstants(dab, false), {0, 0.25f}, Ramp)(4, 0, 5), 0.5f + 0.25f / Ramp, 1e-5) << "height is at least 0";
+  dab.R1 = dab.R2 = 0;
+  EXPECT_EQ(CarveField(MakeStrokeConstants(dab, false), {0, 5}, Ramp)(0, 0, 5), 0);
+
+  EXPECT_FLOAT_EQ(SmoothFalloff(0.5f), 0.5f);
+  for (float x = -1; x <= 2; x += 0.01f) {
+    const double a = 2 * (double(x) - 0.5);
+    const double expected = a < -M_PI / 2 ? 0 : a > M_PI / 2 ? 1 : (std::sin(a) + 1) / 2;
+    EXPECT_NEAR(SmoothFalloff(x), expected, 3e-7) << x;
+  }
+  EXPECT_EQ(CreaseFalloff(0), 0.75f);
+  EXPECT_EQ(CreaseFalloff(0.21f), 0);
+}
+
+TEST(Fields, SegmentIsTheCapsuleWithinOneNewtonStep) {
+  float worst = 0;
+  for (uint32_t bits = 0x00800000; bits < 0x7F000000; bits += 9973) {
+    const float x = std::bit_cast<float>(bits);
+    worst = std::max(worst, float(std::fabs(FastInverseSqrt(x) * std::sqrt(double(x)) - 1)));
+  }
+  EXPECT_LT(worst, 0.001753f);  // the known bound of one step from this start value
+  EXPECT_GT(worst, 0.0017f) << "a second step would change the shape of brushes";
+
+  RandomDab random(3);
+  for (int i = 0; i < 2000; i++) {
+    Dab dab = random.Next();
+    if (i % 5 == 0) dab.P2 = dab.P1;
+    const SegmentField field(MakeStrokeConstants(dab, false), Ramp);
+    const cVec3 p = random.Point(40), along = dab.P2 - dab.P1;
+    const double length2 = Dot(along, along);
+    const double t = length2 > 0 ? std::clamp(double(Dot(p - dab.P1, along)) / length2, 0.0, 1.0) : 0;
+    const double distance = Length(p - (dab.P1 + along * float(t)));
+    const double expected = 0.5 + (dab.R1 + (dab.R2 - dab.R1) * t - distance) / Ramp;
+    EXPECT_NEAR(field(p.x, p.y, p.z), expected, (0.00176 * distance + 2e-4) / Ramp);
+  }
+  const StrokeConstants point = MakeStrokeConstants({{1, 1, 1}, {1, 1, 1}}, false);
+  EXPECT_EQ(point.spLength, 1e-20f);
+}
+
+// A cover that claims too much would fill cells that the field only grazes.
+TEST(Fields, CoverIsNeverTooLarge) {
+  RandomDab random(4);
+  int full = 0;
+  const auto check = [&](const auto& field) {
+    const FieldEvaluatorOf evaluator(field);
+    const CellKey key{int(random.At(-2, 2)), int(random.At(-2, 2)), int(random.At(-2, 2))};
+    if (evaluator.CoverOf(key) != FieldCover::Full) return;
+    full++;
+    for (int i = 0; i < CellSamples; i++)
+      ASSERT_GE(CallAlone(field, float(key.x * 8 + i % 9), float(key.y * 8 + i / 9 % 9), float(key.z * 8 + i / 81)), 1);
+  };
+  for (int i = 0; i < 20000; i++) {
+    const Dab dab = random.Next();
+    check(SphereField(dab.P1, dab.R1, Ramp));
+    check(SegmentField(MakeStrokeConstants(dab, false), Ramp));
+  }
+  EXPECT_GT(full, 300);
+}
+
+// Symmetric strokes are exact only if images are: fields at mirrored places, and the vector route against a single call.
+TEST(Fields, MirroredAndVectorRoutesGiveTheSameBits) {
+  VolumeObject stamp;
+  ApplySphereDab(stamp, {2, 3, 4}, 15, {});
+  SampleOffsets offsets;
+  for (; offsets.Count < SampleOffsets::Capacity; offsets.Count++) {
+    offsets.X[offsets.Count] = float(offsets.Count % 9);
+    offsets.Y[offsets.Count] = float(offsets.Count / 9 % 9);
+    offsets.Z[offsets.Count] = float(offsets.Count / 81);
+  }
+  offsets.Padded = offsets.Count;
+  RandomDab random(8);
+  for (int i = 0; i < 40; i++)
+    for (int mirror = 0; mirror < 8; mirror++)
+      ForEachField(random.Next(), stamp, mirror, [&](const auto& field, const auto& image) {
+        const CellKey cell{i % 5 - 2, i % 4 - 2, i % 3 - 1};
+        std::vector<uint16_t> q(SampleOffsets::Capacity);
+        FieldEvaluatorOf(field).Evaluate(cell, offsets, q.data());
+        for (int s = 0; s < offsets.Count; s += 7) {
+          const cVec3 p{float(cell.x * 8) + offsets.X[s], float(cell.y * 8) + offsets.Y[s], float(cell.z * 8) + offsets.Z[s]};
+          const cVec3 m = Mirrored(p, mirror);
+          const float value = CallAlone(field, p.x, p.y, p.z), mirrored = CallAlone(image, m.x, m.y, m.z);
+          ASSERT_EQ(std::bit_cast<uint32_t>(value), std::bit_cast<uint32_t>(mirrored)) << value << " " << mirrored << " mirror " << mirror;
+          ASSERT_EQ(q[size_t(s)], uint16_t(int(Clamp01(value) * 65535.0f)));
+        }
+      });
+}
