@@ -1,5 +1,6 @@
 #include "ClassEngine/ClassHelp.h"
 
+#include <charconv>
 #include <cstring>
 #include <memory>
 
@@ -19,6 +20,13 @@ bool HoldsValue(const OneClassMember& member) {
   return member.Type && !member.Type->IsMethod() && !dynamic_cast<const Delimiter*>(member.Type);
 }
 
+double GetPrintedNumber(float value) {
+  const std::string text = PrintShortest(value);
+  double number = 0;
+  std::from_chars(text.data(), text.data() + text.size(), number);
+  return number;
+}
+
 bool GetRange(const OneClassMember& member, double& low, double& high) {
   if (member.Help.HasRange) {
     low = member.Help.MinValue;
@@ -29,8 +37,8 @@ bool GetRange(const OneClassMember& member, double& low, double& high) {
     if (!member.Extra) return false;
     const auto& range = *static_cast<const SliderRange*>(member.Extra);
     // The decimal text of the bounds is what was declared, and what a person types: 0.1 as a float is a little more.
-    low = std::stod(PrintShortest(range.MinValue));
-    high = std::stod(PrintShortest(range.MaxValue));
+    low = GetPrintedNumber(range.MinValue);
+    high = GetPrintedNumber(range.MaxValue);
     return true;
   }
   return false;

@@ -15,6 +15,7 @@
 // In binary each is its storage, little-endian.
 #include <concepts>
 #include <cstring>
+#include <limits>
 
 #include "ClassEngine/BaseClass.h"
 #include "ClassEngine/Str.h"

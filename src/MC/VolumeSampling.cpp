@@ -99,10 +99,22 @@ cVec3 VolumeObject::GetNormal(float x, float y, float z, Cursor& cursor) const {
   return GradientToNormal(g, {x, y, z});
 }
 
+namespace {
+
+void FindCentralGradient(const VolumeObject& volume, const cVec3& p, double g[3]) {
+  for (int axis = 0; axis < 3; axis++) {
+    cVec3 above = p, below = p;
+    above[axis] += 1;
+    below[axis] -= 1;
+    g[axis] = volume.SampleTrilinear(above.x, above.y, above.z, true) - volume.SampleTrilinear(below.x, below.y, below.z, true);
+  }
+}
+
+}  // namespace
+
 cVec3 VolumeObject::GetCentralNormal(float x, float y, float z) const {
-  const double g[3] = {SampleTrilinear(x + 1, y, z, true) - SampleTrilinear(x - 1, y, z, true),
-                       SampleTrilinear(x, y + 1, z, true) - SampleTrilinear(x, y - 1, z, true),
-                       SampleTrilinear(x, y, z + 1, true) - SampleTrilinear(x, y, z - 1, true)};
+  double g[3];
+  FindCentralGradient(*this, {x, y, z}, g);
   return GradientToNormal(g, {x, y, z});
 }
 
@@ -126,7 +138,10 @@ cVec3 GetBlendedNormal(std::span<const VolumeObject* const> volumes, const cVec3
     if (density <= 0) continue;
     double weight = density / SurfaceLevel;
     for (int squaring = 0; squaring < 6; squaring++) weight *= weight;
-    const cVec3 normal = comms::Normalized(volume->VolumeToWorldDirection(volume->GetCentralNormal(p.x, p.y, p.z)));
+    double g[3];
+    FindCentralGradient(*volume, p, g);
+    if (GradientLength(g) == 0) continue;  // deep inside there is no direction to add
+    const cVec3 normal = comms::Normalized(volume->VolumeToWorldDirection(GradientToNormal(g, p)));
     for (int axis = 0; axis < 3; axis++) sum[axis] += weight * normal[axis];
   }
   const double length = GradientLength(sum);

@@ -7,7 +7,6 @@
 
 #include "ClassEngine/BinStream.h"
 #include "ClassEngine/EngineHost.h"
-#include "ClassEngine/dynarray.h"
 #include "ClassEngine/pool.h"
 
 static uint32_t FirstWord(const void* element) {
@@ -121,65 +120,4 @@ TEST(PoolDeathTest, AnotherThreadIsStoppedAtPooledSizesOnly) {
   pool.Free(pool.Allocate(16), 16);
   std::thread([&] { pool.Free(pool.Allocate(1000), 1000); }).join();
   EXPECT_DEATH(std::thread([&] { pool.Allocate(16); }).join(), "assertion failed");
-}
-
-// Half as much again at least each time, so that a million items cost some thirty moves, and the exact figures of the rule.
-TEST(DynArray, GrowsByItsRule) {
-  DynArray<int, 15> array;
-  array.Add(1);
-  EXPECT_EQ(array.Capacity, 16);
-  int moves = 0;
-  for (int i = 1; i < 1000000; i++) {
-    const int before = array.Capacity;
-    array.Add(array.Data[0]);  // an item of the array itself, which may move meanwhile
-    if (array.Capacity == before) continue;
-    EXPECT_EQ(array.Capacity, before + 1 + before / 2 + 15);
-    moves++;
-  }
-  EXPECT_LT(moves, 35);
-  for (const int item : array) ASSERT_EQ(item, 1);
-}
-
-TEST(DynArray, BehavesLikeAVector) {
-  std::mt19937 random(11);
-  DynArray<int> array;
-  std::vector<int> reference;
-  for (int i = 0; i < 3000; i++) {
-    const int size = int(reference.size()), at = size ? int(random() % unsigned(size)) : 0;
-    switch (random() % 5) {
-      case 0:
-      case 1: {
-        EXPECT_EQ(array.Add(i), size);
-        reference.push_back(i);
-        break;
-      }
-      case 2: {
-        array.InsertAt(at, i);
-        reference.insert(reference.begin() + at, i);
-        break;
-      }
-      case 3: {
-        const int count = int(random() % unsigned(size - at + 1)) % 4;
-        array.RemoveAt(at, count);
-        reference.erase(reference.begin() + at, reference.begin() + at + count);
-        break;
-      }
-      default: {
-        array.Shrink(16);
-        EXPECT_LE(array.Capacity, array.Count + 16 + 15 + array.Count / 2);
-        DynArray<int> copy(array);
-        array = std::move(copy);
-      }
-    }
-    ASSERT_EQ(array.Count, int(reference.size()));
-    ASSERT_TRUE(std::equal(array.begin(), array.end(), reference.begin()));
-  }
-}
-
-TEST(DynArrayDeathTest, ReadsOutOfRangeAreStopped) {
-  DynArray<int> array;
-  array.Add(5);
-  EXPECT_DEATH(array[1], "dynarray.h.*assertion failed");
-  EXPECT_DEATH(array[-1], "dynarray.h.*assertion failed");
-  EXPECT_DEATH(array.RemoveAt(0, 2), "assertion failed");
 }

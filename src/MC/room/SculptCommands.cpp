@@ -135,11 +135,13 @@ CommandResult RunStrokeFile(VoxelScene& scene, const StrokeParams& parameters) {
     if (!GetSurfaceBounds(*volume, minimum, maximum))
       return CommandResult::Fail(Format("the volume '%s' has no surface to place strokes on", volume->Name.c_str()));
     int missed = 0;
+    std::vector<Stroke> placed;
     for (Stroke& stroke : strokes) {
       if (parameters.Space == StrokeSpace::Box) PlaceInBox(minimum, maximum, stroke);
-      if (parameters.Project) missed += ProjectOnSurface(*volume, stroke);
+      const std::vector<Stroke> pieces = parameters.Project ? ProjectOnSurface(*volume, stroke, missed) : std::vector<Stroke>{stroke};
+      placed.insert(placed.end(), pieces.begin(), pieces.end());
     }
-    std::erase_if(strokes, [](const Stroke& stroke) { return stroke.Samples.empty(); });
+    strokes = std::move(placed);
     if (parameters.Project) figures.Add("samplesMissed", missed);
   }
   return RunStrokes(*volume, strokes, std::move(figures));

@@ -31,38 +31,77 @@ void PlaceInBox(const cVec3& minimum, const cVec3& maximum, Stroke& stroke) {
   }
 }
 
-int ProjectOnSurface(const VolumeObject& volume, Stroke& stroke) {
-  cVec3 minimum, maximum;
-  const size_t before = stroke.Samples.size();
-  if (!GetSurfaceBounds(volume, minimum, maximum)) {
-    stroke.Samples.clear();
-    return int(before);
-  }
-  const cVec3 middle = volume.WorldToVolume((minimum + maximum) * 0.5f);
-  const float reach = Length(volume.WorldToVolume(maximum) - volume.WorldToVolume(minimum)) / 2 + 4;
-  const auto isInside = [&](const cVec3& p) { return volume.SampleTrilinear(p.x, p.y, p.z, false) >= SurfaceLevel; };
+namespace {
 
-  const auto project = [&](PenSample& sample) {
-    const cVec3 position = volume.WorldToVolume(sample.Position);
-    const cVec3 out = Normalized(volume.WorldToVolumeDirection(sample.Normal), {0, 0, 1});
-    // From where the ray enters the ball about the surface's box, in half voxels.
-    const cVec3 toMiddle = middle - position;
-    const float start = Dot(toMiddle, out) + reach;
+/// Rays through a volume from outside, in its own space.
+class SurfaceFinder {
+ public:
+  SurfaceFinder(const VolumeObject& volume, const cVec3& minimum, const cVec3& maximum)
+      : m_Volume(volume),
+        m_Middle(volume.WorldToVolume((minimum + maximum) * 0.5f)),
+        m_Reach(Length(volume.WorldToVolume(maximum) - volume.WorldToVolume(minimum)) / 2 + 4) {}
+
+  /// Moves a sample along its normal; false where the ray meets nothing.
+  bool Project(PenSample& sample) const {
+    const cVec3 position = m_Volume.WorldToVolume(sample.Position);
+    const cVec3 out = Normalized(m_Volume.WorldToVolumeDirection(sample.Normal), {0, 0, 1});
+    // From where the ray enters the ball about the surface's box, in half voxels; then the crossing is halved in.
+    const float start = Dot(m_Middle - position, out) + m_Reach;
     float outside = start;
-    for (float at = start; at > start - 2 * reach; at -= 0.5f) {
-      if (!isInside(position + out * at)) {
+    for (float at = start; at > start - 2 * m_Reach; at -= 0.5f) {
+      if (!IsInside(position + out * at)) {
         outside = at;
         continue;
       }
       float inside = at;
-      for (int i = 0; i < 12; ++i) (isInside(position + out * (0.5f * (inside + outside))) ? inside : outside) = 0.5f * (inside + outside);
-      const cVec3 hit = position + out * (0.5f * (inside + outside));
-      sample.Position = volume.VolumeToWorld(hit);
-      sample.Normal = Normalized(volume.VolumeToWorldDirection(-volume.GetCentralNormal(hit.x, hit.y, hit.z)), sample.Normal);
+      for (int i = 0; i < 12; ++i) {
+        const float middle = 0.5f * (inside + outside);
+        (IsInside(position + out * middle) ? inside : outside) = middle;
+      }
+      const cVec3 hit = position + out * outside;
+      sample.Position = m_Volume.VolumeToWorld(hit);
+      sample.Normal = Normalized(m_Volume.VolumeToWorldDirection(-m_Volume.GetCentralNormal(hit.x, hit.y, hit.z)), sample.Normal);
       return true;
     }
     return false;
-  };
-  std::erase_if(stroke.Samples, [&](PenSample& sample) { return !project(sample); });
-  return int(before - stroke.Samples.size());
+  }
+
+ private:
+  bool IsInside(const cVec3& p) const { return m_Volume.SampleTrilinear(p.x, p.y, p.z, false) >= SurfaceLevel; }
+
+  const VolumeObject& m_Volume;
+  cVec3 m_Middle;
+  float m_Reach;
+};
+
+}  // namespace
+
+std::vector<Stroke> ProjectOnSurface(const VolumeObject& volume, const Stroke& stroke, int& missed) {
+  std::vector<Stroke> pieces;
+  cVec3 minimum, maximum;
+  if (!GetSurfaceBounds(volume, minimum, maximum)) {
+    missed += int(stroke.Samples.size());
+    return pieces;
+  }
+  const SurfaceFinder finder(volume, minimum, maximum);
+  const PenSample* before = nullptr;  // the sample before this one as it was given; null where a piece begins
+  for (const PenSample& sample : stroke.Samples) {
+    PenSample placed = sample;
+    if (!finder.Project(placed)) {
+      ++missed;
+      before = nullptr;
+      continue;
+    }
+    if (before) {
+      const float apart = Length(placed.Position - pieces.back().Samples.back().Position);
+      if (apart > 3 * Length(sample.Position - before->Position) + 2 * sample.Radius) before = nullptr;
+    }
+    if (!before) {
+      pieces.push_back(stroke);
+      pieces.back().Samples.clear();
+    }
+    pieces.back().Samples.push_back(placed);
+    before = &sample;
+  }
+  return pieces;
 }

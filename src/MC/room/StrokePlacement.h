@@ -1,5 +1,7 @@
 #pragma once
 // Puts strokes onto a surface that their author did not know: a stroke file written once fits every mesh.
+#include <vector>
+
 #include "MC/Stroke.h"
 #include "MC/VolumeObject.h"
 
@@ -11,5 +13,6 @@ bool GetSurfaceBounds(const VolumeObject& volume, comms::cVec3& minimum, comms::
 void PlaceInBox(const comms::cVec3& minimum, const comms::cVec3& maximum, Stroke& stroke);
 
 /// Moves every sample to where the ray that comes in from outside against its normal first meets the surface; its normal becomes the
-/// surface's. Samples that meet nothing are dropped. Returns how many were.
-int ProjectOnSurface(const VolumeObject& volume, Stroke& stroke);
+/// surface's. Samples that meet nothing are dropped and counted in `missed`. Where samples were dropped, or where two neighbours come to
+/// lie on parts of the surface far apart, the stroke ends and another begins: the pen does not cut through what lies between.
+std::vector<Stroke> ProjectOnSurface(const VolumeObject& volume, const Stroke& stroke, int& missed);

@@ -1,0 +1,87 @@
+#pragma once
+// Any triangle mesh becomes density: depth lists along three axes tell for every sample how far the surface is on its three rays, and
+// the three distances together give the distance to a plane that crosses them. No ray casts, no flood fill, no distance queries.
+//
+// A mesh need not be sound. Overlapping shells unite, a shell turned inside out is solid all the same, a shell inside another that is
+// turned against it is a cavity. Rays that meet the surface an odd number of times, at holes, say nothing; the other two axes decide.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "MC/VolRastr.h"
+#include "comms/Vec.h"
+#include "comms/cRawMesh.h"
+
+class VolumeObject;
+
+/// Triangles as index triples into positions. The arrays belong to the caller and must outlive the use.
+struct TriangleView {
+  const comms::cVec3* Positions = nullptr;
+  size_t PositionCount = 0;
+  const int32_t* Corners = nullptr;  ///< 3 * TriangleCount
+  size_t TriangleCount = 0;
+};
+
+struct VoxelizeReport {
+  int64_t Triangles = 0;
+  int64_t Rays = 0;         ///< rays of the three axes that met the surface
+  int64_t SkippedRays = 0;  ///< of these, the ones with an odd count of hits: 0 for a closed mesh
+  int64_t ChangedCells = 0;
+  bool Cancelled = false;
+};
+
+/// The memory that a voxelisation may take; 0 stands for what the machine has free.
+struct VoxelizeLimits {
+  int64_t Bytes = 0;
+};
+
+/// Collects triangles and merges their solid into a volume.
+class MeshVoxelizer {
+ public:
+  explicit MeshVoxelizer(const VoxelizeLimits& limits = {}) : m_Limits(limits) {}
+
+  /// Voxel space.
+  void AddTriangle(const comms::cVec3& a, const comms::cVec3& b, const comms::cVec3& c);
+  /// Refers to the arrays until Run has returned.
+  void AddMesh(const TriangleView& mesh, const VoxelMapping& mapping = {});
+
+  /// Merges the solid of all triangles by `mode` (ApplyMode of MC/ApplyField.h). Cells that change are backed up once a stroke where
+  /// `backup` is set, and marked changed; FrozenCell cells and the samples that others share with them stay as they are.
+  ///
+  /// False, with one sentence in Error and the volume untouched: indices out of range, coordinates that are not finite or lie beyond
+  /// RasterRange, more memory than the limit. False with Report.Cancelled and no sentence when the person stopped it; the volume is
+  /// untouched then as well. Without triangles there is nothing to do.
+  ///
+  /// `parallel` false runs on the calling thread; the result is the same to the last bit. Call it from the main thread.
+  bool Run(VolumeObject* target, int32_t mode, bool parallel, bool backup = true);
+
+  std::string Error;
+  VoxelizeReport Report;
+
+ private:
+  struct Source {
+    TriangleView Mesh;
+    VoxelMapping Mapping;
+  };
+  std::vector<Source> Sources() const;
+  VoxelizeLimits m_Limits;
+  std::vector<Source> m_Sources;
+  std::vector<comms::cVec3> m_Positions;  // of single triangles
+  std::vector<int32_t> m_Corners;
+};
+
+struct VoxelizeOptions {
+  double Resolution = 256;  ///< voxels along the longest side of the mesh's box; used where VoxelSize is 0
+  double VoxelSize = 0;     ///< edge of a voxel in the mesh's units
+  bool Parallel = true;
+  VoxelizeLimits Limits;
+};
+
+/// Fills an empty volume with the solid of a mesh and sets its SpaceMatrix: the voxel size as a uniform scale and, for a mesh that lies
+/// more than 16384 voxels from the origin, a translation by whole voxels. So a mesh that is symmetric about the origin gives a
+/// symmetric volume. False as MeshVoxelizer::Run, with the sentence in `error`.
+bool VoxelizeMesh(const TriangleView& mesh, const VoxelizeOptions& options, VolumeObject& volume, VoxelizeReport& report,
+                  std::string& error);
+/// The polygons of a mesh as fans.
+bool VoxelizeMesh(const comms::cRawMesh& mesh, const VoxelizeOptions& options, VolumeObject& volume, VoxelizeReport& report,
+                  std::string& error);

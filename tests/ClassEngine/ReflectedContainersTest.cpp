@@ -1,0 +1,179 @@
+// Containers, the row walk, what may be added, and input that nests without end.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "ClassEngine/ReflectionFixtures.h"
+
+using namespace fixture;
+using testing::ElementsAre;
+
+namespace {
+
+std::vector<std::string> GetRows(BaseClass& object, int options) {
+  std::vector<std::string> rows;
+  const int32_t count = object.GetVisibleElementCount(&object, options);
+  for (int32_t i = 0; i < count; i++) rows.emplace_back(object.GetVisibleElementName(i, &object, options));
+  return rows;
+}
+
+class Guarded : public ClassArray<Values> {
+ public:
+  bool CanChangeElement(int32_t i) override { return i != 1; }
+  bool Transparent = false;
+  bool IsTransparentElement() const override { return Transparent; }
+};
+
+int CountDepth(const Branch& branch) {
+  int depth = 1;
+  for (const Branch* at = &branch; at->Clones.Count; at = at->Clones.Data[0]) depth++;
+  return depth;
+}
+
+}  // namespace
+
+TEST(ReflectedContainers, ItemsComeOnlyFromFittingClasses) {
+  ClassArray<Values> array;
+  EXPECT_EQ(array.ExpandWith("Unmentioned"), 0);  // nobody has made one before
+  EXPECT_EQ(array.ExpandWith("Branch"), 1);
+  EXPECT_EQ(array.Data[0]->Parent, &array);
+  for (const char* wrong : {"_str", "_int", "BaseClass", "Unknown", "", "values", "ClassArray.Values"})
+    EXPECT_EQ(array.ExpandWith(wrong), -1) << wrong;
+  ClonesArray<Values> clones;
+  EXPECT_EQ(clones.ExpandWith("Leaf"), -1);
+  EXPECT_EQ(clones.ExpandWith("Values"), 0);
+  ClassPtr<Leaf> pointer;
+  EXPECT_EQ(pointer.ExpandWith("Values"), -1);
+  EXPECT_EQ(pointer.ExpandWith("Leaf"), 0);
+  EXPECT_EQ(pointer->Parent, &pointer);
+  EXPECT_STREQ(array.GetClassName(), "ClassArray.Values");
+  EXPECT_STREQ(pointer.GetClassName(), "ClassPtr.Leaf");
+  EXPECT_EQ(FindClass("ClassArray.Values"), nullptr);
+}
+
+TEST(ReflectedContainers, LoadReplacesAndCopyAppends) {
+  RecordingHost host;
+  ClassArray<Values> array, other;
+  array.Add(new Leaf);
+  XmlErrorLog errors;
+  ASSERT_TRUE(LoadText(array, "<A><Values><Number>1</Number></Values><Stranger></Stranger><Leaf><Veins>2</Veins></Leaf></A>", &errors));
+  EXPECT_EQ(errors.Messages.View(), "Unknown identifier Stranger of class ClassArray.Values.\n");
+  ASSERT_EQ(array.Count, 2);
+  other.Add(new Values);
+  EXPECT_TRUE(array.FullCopy(&array, nullptr, &other, &other, nullptr));
+  ASSERT_EQ(other.Count, 3);
+  EXPECT_EQ(dynamic_cast<Leaf&>(*other.Data[2]).Veins, 2);
+  EXPECT_EQ(other.Data[2]->Parent, &other);
+  // CopyTo resets the target unless it is told that the target is clear.
+  EXPECT_TRUE(array.CopyTo(&other, true));
+  EXPECT_EQ(other.Count, 5);
+  EXPECT_TRUE(array.CopyTo(&other, false));
+  EXPECT_EQ(other.Count, 2);
+  Branch branch;
+  branch.Single.Set(new Leaf);
+  ASSERT_TRUE(LoadText(branch, "<Branch><Single></Single></Branch>"));
+  EXPECT_FALSE(branch.Single);
+}
+
+TEST(ReflectedContainers, MovingAndRemoving) {
+  ClassArray<Values> array;
+  for (int i = 0; i < 4; i++) array[array.ExpandWith("Values")]->Number = i;
+  const auto order = [&] {
+    std::string text;
+    for (const Values* item : array) text += char('0' + item->Number);
+    return text;
+  };
+  EXPECT_TRUE(array.MoveElement(0, 2));
+  EXPECT_EQ(order(), "1203");
+  EXPECT_TRUE(array.MoveElement(3, -3));
+  EXPECT_EQ(order(), "3120");
+  EXPECT_TRUE(array.MoveElement(1, 0));
+  for (const auto& [i, delta] : {std::pair(0, -1), {3, 1}, {0, 4}, {-1, 0}, {4, 0}, {1, INT32_MAX}, {2, INT32_MIN}})
+    EXPECT_FALSE(array.MoveElement(i, delta)) << i << " " << delta;
+  EXPECT_TRUE(array.RemoveElement(1));
+  EXPECT_FALSE(array.RemoveElement(3));
+  EXPECT_EQ(order(), "320");
+  std::unique_ptr<Values> taken(array.Release(0));
+  EXPECT_EQ(taken->Parent, nullptr);
+  EXPECT_EQ(order(), "20");
+}
+
+TEST(ReflectedContainers, RowWalk) {
+  Guarded array;
+  for (const char* name : {"Values", "Leaf", "Branch"}) array.ExpandWith(name);
+  EXPECT_THAT(GetRows(array, 3), ElementsAre("Values", "Leaf", "Branch"));
+  EXPECT_THAT(GetRows(array, 3 + 4), ElementsAre("Values", "Leaf", "Branch", "add..."));
+  EXPECT_THAT(GetRows(array, 1), ElementsAre("Values", "Branch"));
+  EXPECT_THAT(GetRows(array, 2 + 4), ElementsAre("Leaf", "add..."));
+  EXPECT_EQ(array.VisibleToRealIndex(1, &array, 1), 2);
+  EXPECT_EQ(array.VisibleToRealIndex(2, &array, 1), -1);
+  EXPECT_EQ(array.VisibleToRealIndex(-1, &array, 3), -1);
+  EXPECT_EQ(array.VisibleToRealIndex(ElementRowBase + 1, &array, 1), 1);
+  EXPECT_EQ(array.GetVisibleElementType(3, &array, 7), nullptr);
+  array.Transparent = true;  // nothing is fixed in a transparent container
+  EXPECT_THAT(GetRows(array, 1), ElementsAre("Values", "Leaf", "Branch"));
+  ClassPtr<Values> pointer;
+  EXPECT_THAT(GetRows(pointer, 7), ElementsAre("add..."));
+  pointer.Set(new Leaf);
+  EXPECT_THAT(GetRows(pointer, 7), ElementsAre("Leaf"));
+}
+
+TEST(ReflectedContainers, AddableClasses) {
+  const auto offered = [](BaseClass& container, ClassFilter filter = nullptr) {
+    AddableClasses list;
+    std::vector<std::string> names;
+    const bool any = container.GetAddableClasses(list, &container, nullptr, filter);
+    for (const char* name : list.Names) names.emplace_back(name);
+    EXPECT_EQ(any, !names.empty());
+    names.push_back("|");
+    for (const char* name : list.Categories) names.emplace_back(name);
+    return names;
+  };
+  ClassArray<Values> array;
+  ClonesArray<Leaf> clones;
+  ClassPtr<Leaf> pointer;
+  const auto ofArray = offered(array);
+  for (const char* name : {"Branch", "Leaf", "Unmentioned", "Plain", "Plants"})
+    EXPECT_THAT(ofArray, testing::Contains(name));
+  EXPECT_THAT(ofArray, testing::Not(testing::Contains("Values")));
+  EXPECT_THAT(offered(array, [](const char* name, void*) { return std::string_view(name) == "Leaf"; }), ElementsAre("Leaf", "|"));
+  EXPECT_THAT(offered(clones), ElementsAre("Leaf", "|"));
+  EXPECT_THAT(offered(pointer), ElementsAre("Leaf", "|"));
+  pointer.Set(new Leaf);
+  EXPECT_THAT(offered(pointer), ElementsAre("|"));
+  Values plain;
+  EXPECT_THAT(offered(plain), ElementsAre("|"));
+  RecordingHost host;
+  EXPECT_EQ(RequireClassDesc("Nowhere"), nullptr);
+  EXPECT_THAT(host.Boxes, ElementsAre("Class engine error|class not registered: \"Nowhere\""));
+}
+
+TEST(ReflectedContainers, DeepInputIsReadToTheBoundAndNoFurther) {
+  RecordingHost host;
+  constexpr int depth = 100000;
+  std::string text;
+  for (int i = 0; i < depth; i++) text += "<Branch><Clones>";
+  for (int i = 0; i < depth; i++) text += "</Clones></Branch>";
+  Branch branch;
+  XmlErrorLog errors;
+  ASSERT_TRUE(LoadText(branch, text, &errors));
+  EXPECT_THAT(errors.Messages.Get(), testing::HasSubstr("Objects nested deeper than 512 levels were not read."));
+  EXPECT_EQ(CountDepth(branch), MaxObjectDepth + 1);  // the last one was made, and stayed empty
+  // The same chain in binary: one member changed (Clones), one item, its class name.
+  const int32_t clones = branch.FindElementIndex("Clones");
+  std::string bytes;
+  for (int i = 0; i < depth; i++) bytes += std::string("\1") + char(clones) + std::string("\1\0\0\0", 4) + "\6Branch";
+  Branch fromBytes;
+  EXPECT_FALSE(LoadBytes(fromBytes, bytes));
+  EXPECT_LE(CountDepth(fromBytes), MaxObjectDepth + 1);
+}
+
+TEST(ReflectedContainers, CountsAreHeldAgainstTheStream) {
+  ClassArray<Values> array;
+  EXPECT_FALSE(LoadBytes(array, std::string("\xFF\xFF\xFF\xFF\6Values\0", 12)));
+  EXPECT_EQ(array.Count, 0);
+  EXPECT_FALSE(LoadBytes(array, std::string("\2\0\0\0\6Values\0\7Strange\0", 21)));
+  EXPECT_EQ(array.Count, 1);
+  EXPECT_FALSE(LoadBytes(array, std::string("\1\0\0\0\6Values\1\xC8", 13)));  // member 200
+}
