@@ -77,7 +77,8 @@ void ForgetSurface(VolumeObject& volume) {
 
 void MeasureMesh(const std::string& file, int resolution, std::vector<bench::Claim>& claims) {
   bench::Claim claim;
-  claim.Text = "Polygonise " + file + " at " + std::to_string(resolution) + " with normals: triangles/s, ours / OpenVDB volumeToMesh";
+  claim.Text =
+      "Polygonise " + file + " at " + std::to_string(resolution) + " with normals: triangles/s, ours / OpenVDB volumeToMesh";
   claim.Goal = ">= 1.5";
   bench::TriangleSoup mesh;
   if (!bench::LoadBenchMesh(file, mesh)) {

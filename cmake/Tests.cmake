@@ -22,3 +22,9 @@ foreach(folder IN LISTS LAYER_FOLDERS)
     gtest_discover_tests(${target}_tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
   endif()
 endforeach()
+
+# These run the program itself.
+if(TARGET shell_app_tests)
+  add_dependencies(shell_app_tests morvane)
+  target_compile_definitions(shell_app_tests PRIVATE MORVANE_BINARY="$<TARGET_FILE:morvane>")
+endif()

@@ -10,7 +10,8 @@ const char* ReturnKey(const char* key) { return key; }
 }  // namespace
 TranslateHook TranslateText = ReturnKey;
 
-// --- elements ------------------------------------------------------------------------------------------------------------------------
+// --- elements
+// ------------------------------------------------------------------------------------------------------------------------
 // Elements are the members of the active sections. With all sections active an element's index is that of the member.
 OneClassMember* BaseClass::FindElementMember(int32_t i) {
   OneClassDesc* desc = GetClassDesc();
@@ -138,7 +139,8 @@ bool BaseClass::GetValueText(StrBuffer& dest, void* data, void* extra, const cha
   return true;
 }
 
-// --- what a class may override and most don't ----------------------------------------------------------------------------------------
+// --- what a class may override and most don't
+// ----------------------------------------------------------------------------------------
 const char* BaseClass::GetDisplayName(void*) { return nullptr; }
 bool BaseClass::RemoveElement(int32_t) { return false; }
 int32_t BaseClass::ExpandWith(const char*, void*) { return -1; }

@@ -1,11 +1,14 @@
 #pragma once
-// The root of everything that is stored or edited: an object that declares its members once, by name and type, and gets its XML form,
-// its binary form, copying, resetting, "add..." lists and panels from that one declaration. How a class declares: Declare.h.
+// The root of everything that is stored or edited: an object that declares its members once, by name and type, and gets its XML
+// form, its binary form, copying, resetting, "add..." lists and panels from that one declaration. How a class declares:
+// Declare.h.
 //
 // There are two kinds of things with these operations:
-//   a reflected class   its instances derive from BaseClass; `data` is the object itself, as BaseClass*, and null stands for it too
-//   a value type        one type object whose operations work on the raw memory at `data`: a plain float is served by a _float
-// Take a member's type object; if it IsReflected, the member is the receiver, otherwise the type object is; pass `data` either way.
+//   a reflected class   its instances derive from BaseClass; `data` is the object itself, as BaseClass*, and null stands for it
+//   too a value type        one type object whose operations work on the raw memory at `data`: a plain float is served by a
+//   _float
+// Take a member's type object; if it IsReflected, the member is the receiver, otherwise the type object is; pass `data` either
+// way.
 //
 // "Element" is a member of a class or an item of a container: both are walked by the same operations.
 // Everything here belongs to the main thread.
@@ -89,15 +92,17 @@ class BaseClass {
   /// Shifts an item by `delta`; 0 changes nothing and succeeds.
   virtual bool MoveElement(int32_t i, int32_t delta);
   virtual bool CanChangeElement(int32_t i);
-  /// Copies to `dst`, which may be of another class, the members whose name and type agree. A container appends copies of its items.
+  /// Copies to `dst`, which may be of another class, the members whose name and type agree. A container appends copies of its
+  /// items.
   virtual bool FullCopy(void* srcData, void* srcExtra, BaseClass* dst, void* dstData, void* dstExtra, int options = 0);
-  /// Compact form: only what differs from a fresh object. `names`: strings that are written by their index; `skip`: members left out.
-  /// At most 255 members, which must keep their places in the declaration as long as data is kept.
+  /// Compact form: only what differs from a fresh object. `names`: strings that are written by their index; `skip`: members left
+  /// out. At most 255 members, which must keep their places in the declaration as long as data is kept.
   virtual void SaveBin(void* data, void* extra, BinStream& stream, const LargeNameHash* names = nullptr,
                        const NameHash* skip = nullptr);
   /// False where the stream isn't what this class wrote: reading stopped there, what was read stays.
   virtual bool LoadBin(void* data, void* extra, BinStream& stream, const LargeNameHash* names = nullptr);
-  /// Resets nothing, parses the XML file and loads. False where the class isn't reflected or the file doesn't parse; then nothing changed.
+  /// Resets nothing, parses the XML file and loads. False where the class isn't reflected or the file doesn't parse; then nothing
+  /// changed.
   virtual bool ReadFromFile(const char* path);
   /// The same; shows faults in boxes unless `quiet`.
   virtual bool SafeReadFromFile(const char* path, bool quiet);
@@ -121,7 +126,8 @@ class BaseClass {
   virtual bool IsVisibleElementHidden(int32_t i, void* data, int options);
   virtual const char* GetVisibleElementName(int32_t row, void* data, int options);
   virtual const char* GetVisibleElementDisplayName(int32_t row, void* data, int options);
-  /// The two texts of a row: what TranslateText knows for class and member, or for the member alone; empty where it knows nothing.
+  /// The two texts of a row: what TranslateText knows for class and member, or for the member alone; empty where it knows
+  /// nothing.
   virtual void GetHint(StrBuffer& id, StrBuffer& hint, int32_t row);
   virtual void Ping() {}
   virtual bool IsMethod() const { return false; }
@@ -181,7 +187,8 @@ class BaseClass {
   /// Loads one child of a node into the element of `object` that its tag names. An unknown tag is reported.
   void LoadElement(const XmlNode* child, BaseClass* object, XmlErrorLog* errors, void* ownExtra);
 
-  // --- the words of a declaration; see Declare.h -----------------------------------------------------------------------------------
+  // --- the words of a declaration; see Declare.h
+  // -----------------------------------------------------------------------------------
   template <class Tag, class M>
   MemberBuilder Member(const char* name, M& field);
   template <class Tag, class M>
@@ -199,10 +206,10 @@ class BaseClass {
 
  private:
   void RunDeltaPass(XmlNode* node);
-
 };
 
-// --- declaration state ---------------------------------------------------------------------------------------------------------------
+// --- declaration state
+// ---------------------------------------------------------------------------------------------------------------
 /// Describe the next declared member; every AddMember clears them.
 extern bool DeclReadOnly, DeclHidden, DeclStatic, DeclNoSave;
 /// Set while WriteToFile saves an object in delta form.
@@ -214,11 +221,13 @@ extern BaseClass* CurrentBase;
 using TranslateHook = const char* (*)(const char* key);
 extern TranslateHook TranslateText;
 
-// --- errors --------------------------------------------------------------------------------------------------------------------------
+// --- errors
+// --------------------------------------------------------------------------------------------------------------------------
 /// A box "Class engine error". For faults in declarations.
 void ShowClassError(const char* format, ...) __attribute__((format(printf, 1, 2)));
-/// A fault met in loading `source`: goes to the messages of `errors`, and into a box with the XML source where `errors` asks for boxes.
-/// Cancel in that box ends the process with exit code 1. Nothing happens when `errors` is null. The messages stop growing at 1 MiB.
+/// A fault met in loading `source`: goes to the messages of `errors`, and into a box with the XML source where `errors` asks for
+/// boxes. Cancel in that box ends the process with exit code 1. Nothing happens when `errors` is null. The messages stop growing
+/// at 1 MiB.
 void ReportLoadError(XmlErrorLog* errors, const XmlNode* source, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
 #include "ClassEngine/Declare.h"

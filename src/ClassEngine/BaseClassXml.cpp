@@ -30,8 +30,8 @@ void BaseClass::Save(XmlNode* node, void* data, void*) {
   if (!*node->GetName()) node->SetName(GetClassName());
 }
 
-// Takes out the leaves that say what a fresh object says. An emptied container is a leaf too, and stays where a fresh object has items:
-// leaving it out would bring them back.
+// Takes out the leaves that say what a fresh object says. An emptied container is a leaf too, and stays where a fresh object has
+// items: leaving it out would bring them back.
 void BaseClass::RunDeltaPass(XmlNode* node) {
   BaseClass* fresh = New();
   if (!fresh) return;

@@ -1,8 +1,8 @@
 #pragma once
 // Reflected containers that own objects of one class and of classes derived from it.
 //
-// In XML an item is a child with its class name as tag. Adding by name takes classes that the registry knows and that derive from the
-// item class: a name out of a file never makes an object of another kind.
+// In XML an item is a child with its class name as tag. Adding by name takes classes that the registry knows and that derive from
+// the item class: a name out of a file never makes an object of another kind.
 #include <string>
 
 #include "ClassEngine/BaseClass.h"

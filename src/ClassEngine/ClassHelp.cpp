@@ -132,7 +132,8 @@ bool SetMemberFromText(BaseClass& object, std::string_view memberName, std::stri
     if (good) receiver->ReadText(text, data, member->Extra, expected);
   }
   if (!good) {
-    error = name + ": expected " + expected + (hasRange && count ? DescribeRange(low, high) : "") + ", found \"" + Shorten(text) + "\"";
+    error = name + ": expected " + expected + (hasRange && count ? DescribeRange(low, high) : "") + ", found \"" + Shorten(text) +
+            "\"";
     return false;
   }
   member->NotifySet(&object, data);

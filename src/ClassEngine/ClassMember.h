@@ -24,22 +24,22 @@ struct MemberHelp {
 
 /// One declared member of a class.
 struct OneClassMember {
-  BaseClass* Type = nullptr;   ///< type object; null marks a hole
-  char* Name = nullptr;        ///< private copy
-  intptr_t Offset = 0;         ///< from the start of the object; for a static member or a method the address itself
+  BaseClass* Type = nullptr;  ///< type object; null marks a hole
+  char* Name = nullptr;       ///< private copy
+  intptr_t Offset = 0;        ///< from the start of the object; for a static member or a method the address itself
   uint8_t Reserved0 = 0;
   uint8_t ReadOnly = 0;
-  uint8_t HiddenInPanel = 0;   ///< generated panels skip the member; files don't
-  uint8_t IsStatic = 0;        ///< Offset is an address
-  uint8_t NoSave = 0;          ///< Save leaves the member out
-  void* Extra = nullptr;       ///< an Enumerator for _index, a SliderRange for sliders, else null
+  uint8_t HiddenInPanel = 0;                          ///< generated panels skip the member; files don't
+  uint8_t IsStatic = 0;                               ///< Offset is an address
+  uint8_t NoSave = 0;                                 ///< Save leaves the member out
+  void* Extra = nullptr;                              ///< an Enumerator for _index, a SliderRange for sliders, else null
   void* (*GetValueFn)() = nullptr;                    ///< gives the data, in place of storage
   void* (*GetValueFn2)(BaseClass* object) = nullptr;  ///< the same, of an object
   void (*SetValueFn)(void* value) = nullptr;          ///< told after a load or copy has put a new value in
   void (*SetValueFn2)(BaseClass* object) = nullptr;   ///< the same, told the object
-  const char* OwnerClass = nullptr;  ///< name of the declaring class
+  const char* OwnerClass = nullptr;                   ///< name of the declaring class
   uint8_t Flag = 0;
-  int32_t SectionMask = -1;    ///< the sections in which the member exists; -1 is all
+  int32_t SectionMask = -1;  ///< the sections in which the member exists; -1 is all
   MemberHelp Help;
 
   /// Where the value of `object` is; null where there is none.
@@ -60,16 +60,16 @@ struct OneClassMember {
 
 /// One class in the registry.
 struct OneClassDesc {
-  int32_t Index = -1;                  ///< in the registry; -1 for a class that is not in it
-  BaseClass* Prototype = nullptr;      ///< for default values and type queries; null until the class is first used, and if abstract
-  DynArray<OneClassMember*> Members;   ///< in the order of declaration, those of the base class first
-  DynArray<const char*> Children;      ///< names of the classes that derive from this one, at any depth
-  NameHash ChildNames;                 ///< member name to index in Members; the first of equal names
-  const char* Category = nullptr;      ///< group under which the class is offered for adding; null is none
+  int32_t Index = -1;              ///< in the registry; -1 for a class that is not in it
+  BaseClass* Prototype = nullptr;  ///< for default values and type queries; null until the class is first used, and if abstract
+  DynArray<OneClassMember*> Members;  ///< in the order of declaration, those of the base class first
+  DynArray<const char*> Children;     ///< names of the classes that derive from this one, at any depth
+  NameHash ChildNames;                ///< member name to index in Members; the first of equal names
+  const char* Category = nullptr;     ///< group under which the class is offered for adding; null is none
   std::string Name;
-  bool Declaring = false;              ///< its declaration is running
-  bool Declared = false;               ///< the member table is complete
-  DynArray<OneClassMember*> Owned;     ///< the members that are reflected objects inside the object
+  bool Declaring = false;           ///< its declaration is running
+  bool Declared = false;            ///< the member table is complete
+  DynArray<OneClassMember*> Owned;  ///< the members that are reflected objects inside the object
 
   /// Null when there is no member of that name.
   OneClassMember* FindMember(std::string_view name) const {

@@ -55,8 +55,9 @@ std::string GetPrintedTypeName(const char* mangledName) {
 
 std::string NormalizeClassName(std::string_view typeName) {
   std::string text(typeName);
-  const bool mangled = !text.empty() && (std::isdigit(static_cast<unsigned char>(text[0])) ||
-                                         (text[0] == 'N' && text.size() > 1 && std::isdigit(static_cast<unsigned char>(text[1]))));
+  const bool mangled =
+      !text.empty() && (std::isdigit(static_cast<unsigned char>(text[0])) ||
+                        (text[0] == 'N' && text.size() > 1 && std::isdigit(static_cast<unsigned char>(text[1]))));
   if (mangled) text = GetPrintedTypeName(text.c_str());
   EraseWord(text, "struct ");
   EraseWord(text, "class ");

@@ -8,7 +8,8 @@
 
 class BaseClass;
 
-/// The class name in a type name as the compiler prints or mangles it: "struct Pen", "3Pen" and "Pen *" are "Pen", "room::Pen" too.
+/// The class name in a type name as the compiler prints or mangles it: "struct Pen", "3Pen" and "Pen *" are "Pen", "room::Pen"
+/// too.
 std::string NormalizeClassName(std::string_view typeName);
 /// Type name of M, as the compiler prints it.
 std::string GetPrintedTypeName(const char* mangledName);
@@ -21,8 +22,8 @@ OneClassDesc* EnsureClass(std::string_view name);
 OneClassDesc* FindClassDesc(std::string_view name);
 /// The record; where there is none a box says "class not registered".
 OneClassDesc* RequireClassDesc(std::string_view name);
-/// Enters the class of `object`: prototype, members, category (null: none). Containers, with "." in their name, are not entered. Called
-/// again it only adds what is missing.
+/// Enters the class of `object`: prototype, members, category (null: none). Containers, with "." in their name, are not entered.
+/// Called again it only adds what is missing.
 void RegisterClass(BaseClass& object, const char* category = nullptr);
 /// The records of all classes that can be made, in the order of registration.
 DynArray<OneClassDesc*> GetAllClasses();
@@ -43,11 +44,11 @@ BaseClass* EnsureTypeObject() {
   return type;
 }
 
-/// Makes a class known by name before any instance of it exists, for classes that only files name. Written once in a source file, at
-/// namespace scope; the class is entered when the registry is first asked. Static constructors only note it down.
-#define REGISTER_CLASS(Class, Category)                                                     \
-  [[maybe_unused]] static const PendingClass MORVANE_JOIN(s_PendingClass, __COUNTER__)( \
-      [] { RegisterClass(*std::make_unique<Class>(), Category); })
+/// Makes a class known by name before any instance of it exists, for classes that only files name. Written once in a source file,
+/// at namespace scope; the class is entered when the registry is first asked. Static constructors only note it down.
+#define REGISTER_CLASS(Class, Category)                    \
+  [[maybe_unused]] static const PendingClass MORVANE_JOIN( \
+      s_PendingClass, __COUNTER__)([] { RegisterClass(*std::make_unique<Class>(), Category); })
 #define MORVANE_JOIN_NOW(a, b) a##b
 #define MORVANE_JOIN(a, b) MORVANE_JOIN_NOW(a, b)
 

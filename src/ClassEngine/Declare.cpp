@@ -42,13 +42,13 @@ void CheckStatic(const OneClassMember& member, intptr_t distance) {
   const bool inside = IsInsideObject(*CurrentDeclaration, distance);
   if (!member.IsStatic && !inside)
     ShowClassError("CRITICAL: Static member <%s %s> registered like non-static", type, member.Name);
-  if (member.IsStatic && inside)
-    ShowClassError("CRITICAL: Non-static member <%s %s> registered like static", type, member.Name);
+  if (member.IsStatic && inside) ShowClassError("CRITICAL: Non-static member <%s %s> registered like static", type, member.Name);
 }
 
 }  // namespace
 
-OneClassMember* AddMember(BaseClass* type, void* address, const char* name, void* extra, const char* ownerClass, int32_t sectionMask) {
+OneClassMember* AddMember(BaseClass* type, void* address, const char* name, void* extra, const char* ownerClass,
+                          int32_t sectionMask) {
   MORVANE_ASSERT(CurrentDeclaration && name);
   OneClassDesc& desc = *CurrentDeclaration->Desc;
   auto* member = new OneClassMember;
@@ -75,7 +75,8 @@ OneClassMember* AddMember(BaseClass* type, void* address, const char* name, void
 
 void CheckMemberType(const OneClassMember& member, const char* typeName, size_t size) {
   if (member.Type->CheckCompatibility(typeName, size)) return;
-  ShowClassError("Incompartible type used for %s %s::%s : %s", typeName, member.OwnerClass, member.Name, member.Type->GetClassName());
+  ShowClassError("Incompartible type used for %s %s::%s : %s", typeName, member.OwnerClass, member.Name,
+                 member.Type->GetClassName());
 }
 
 void* FindEnumerator(const char* name) { return &EnumRegistry::FindOrCreate(name); }

@@ -18,9 +18,9 @@
 //     Member<_index>("Mode", Mode, "VoxelizeModes").Entries({"Solid", "Shell"});
 //   }
 //
-// The first word is the type tag (ValueTypes.h, Str.h, ClassArray.h, ClassPtr.h, or any reflected class). A tag that doesn't fit the
-// field does not compile. The members of the base class come first by themselves. Further words: StaticMember, Method, Separator,
-// SECTION. The name is the XML tag; the place in the list is the binary key, so new members go to the end.
+// The first word is the type tag (ValueTypes.h, Str.h, ClassArray.h, ClassPtr.h, or any reflected class). A tag that doesn't fit
+// the field does not compile. The members of the base class come first by themselves. Further words: StaticMember, Method,
+// Separator, SECTION. The name is the XML tag; the place in the list is the binary key, so new members go to the end.
 #include <initializer_list>
 #include <type_traits>
 #include <typeinfo>
@@ -29,15 +29,15 @@
 #include "ClassEngine/ClassRegistry.h"
 
 /// Gives a class the reflected operations. It must have a constructor without arguments, or be abstract.
-#define REFLECTED(Class, Base)                                                                \
- public:                                                                                      \
-  using ReflectedBase = Base;                                                                 \
-  static const char* StaticClassName() { return #Class; }                                     \
-  const char* GetClassName() const override { return #Class; }                                \
-  bool IsReflected() const override { return true; }                                          \
-  BaseClass* New() const override { return reflection::NewObject<Class>(); }                  \
-  OneClassDesc* GetClassDesc() const override { return reflection::GetDescOf<Class>(); }      \
-  void RegisterMembers() override { reflection::RegisterMembersOf<Class>(this); }             \
+#define REFLECTED(Class, Base)                                                           \
+ public:                                                                                 \
+  using ReflectedBase = Base;                                                            \
+  static const char* StaticClassName() { return #Class; }                                \
+  const char* GetClassName() const override { return #Class; }                           \
+  bool IsReflected() const override { return true; }                                     \
+  BaseClass* New() const override { return reflection::NewObject<Class>(); }             \
+  OneClassDesc* GetClassDesc() const override { return reflection::GetDescOf<Class>(); } \
+  void RegisterMembers() override { reflection::RegisterMembersOf<Class>(this); }        \
   void DeclareMembers();
 
 #define DECLARE_MEMBERS(Class) void Class::DeclareMembers()
@@ -83,9 +83,9 @@ namespace reflection {
 /// The declaration that is going on; null between. Declarations nest where one needs a class that is declared for that.
 struct Declaration {
   OneClassDesc* Desc;
-  BaseClass* Object;         ///< on which addresses are taken
-  size_t ObjectSize;         ///< 0 where unknown
-  const char* OwnerClass;    ///< the class whose words are being run
+  BaseClass* Object;       ///< on which addresses are taken
+  size_t ObjectSize;       ///< 0 where unknown
+  const char* OwnerClass;  ///< the class whose words are being run
   int32_t SectionMask = -1;
   Declaration* Outer = nullptr;
 };
@@ -103,9 +103,10 @@ class DeclarationScope {
   bool m_OuterFlags[4];  // a declaration inside another must not take the flags meant for the member outside
 };
 
-/// Enters one member into the record of the class that is being declared, by the declaration flags, and clears them. An address that
-/// belies the static flag is shown in a box; the member stays.
-OneClassMember* AddMember(BaseClass* type, void* address, const char* name, void* extra, const char* ownerClass, int32_t sectionMask);
+/// Enters one member into the record of the class that is being declared, by the declaration flags, and clears them. An address
+/// that belies the static flag is shown in a box; the member stays.
+OneClassMember* AddMember(BaseClass* type, void* address, const char* name, void* extra, const char* ownerClass,
+                          int32_t sectionMask);
 /// The box where `member` can't be of the type that its tag says.
 void CheckMemberType(const OneClassMember& member, const char* typeName, size_t size);
 void* FindEnumerator(const char* name);
@@ -114,8 +115,8 @@ void LinkOwnedMembers(const OneClassDesc& desc, BaseClass* object);
 /// Type object, member and check in one, for fields whose type the compiler can't see.
 template <class Tag>
 OneClassMember* AddUncheckedMember(const char* name, void* address, const char* typeName, size_t size) {
-  OneClassMember* member = AddMember(EnsureTypeObject<Tag>(), address, name, nullptr, CurrentDeclaration->OwnerClass,
-                                     CurrentDeclaration->SectionMask);
+  OneClassMember* member =
+      AddMember(EnsureTypeObject<Tag>(), address, name, nullptr, CurrentDeclaration->OwnerClass, CurrentDeclaration->SectionMask);
   CheckMemberType(*member, typeName, size);
   return member;
 }
@@ -185,7 +186,8 @@ void EnterInBases() {
   if constexpr (!std::is_same_v<Ancestor, BaseClass>) EnterInBases<C, typename Ancestor::ReflectedBase>();
 }
 
-// Declarations run on an instance made for it, which stays as the prototype: its addresses are those of the heap and of no static.
+// Declarations run on an instance made for it, which stays as the prototype: its addresses are those of the heap and of no
+// static.
 template <class C>
 void RegisterMembersOf(C* object) {
   OneClassDesc* desc = GetDescOf<C>();

@@ -2,7 +2,8 @@
 // Member functions as elements: buttons of a panel.
 #include "ClassEngine/BaseClass.h"
 
-/// One member function of T. The object is shared by all instances of the class that declares it: a static member that stores nothing.
+/// One member function of T. The object is shared by all instances of the class that declares it: a static member that stores
+/// nothing.
 template <class T>
 class _method : public ValueType {
  public:
@@ -48,7 +49,9 @@ class wpcallback : public WBaseCallback {
  public:
   using Function = bool (T::*)(BaseWidget* widget, const WidgetEvent* event);
   wpcallback(T* object, Function function) : m_Object(object), m_Function(function) {}
-  bool Invoke(BaseWidget* widget, const WidgetEvent* event) override { return m_Object && (m_Object->*m_Function)(widget, event); }
+  bool Invoke(BaseWidget* widget, const WidgetEvent* event) override {
+    return m_Object && (m_Object->*m_Function)(widget, event);
+  }
 
  private:
   T* m_Object;

@@ -64,8 +64,8 @@ class _str : public BaseClass, public StrBuffer {
   static _str& At(void* data) { return *static_cast<_str*>(static_cast<BaseClass*>(data)); }
 };
 
-/// The string form shared by _str and the class names in containers: a length in one byte (below 254) or 254 and 16 bits, then the
-/// bytes; or 255 and the 16-bit index of the text in `names`.
+/// The string form shared by _str and the class names in containers: a length in one byte (below 254) or 254 and 16 bits, then
+/// the bytes; or 255 and the 16-bit index of the text in `names`.
 void WriteBinString(BinStream& stream, std::string_view text, const LargeNameHash* names);
 /// False where the stream ends early. An index without a table or an entry gives "".
 bool ReadBinString(BinStream& stream, StrBuffer& text, const LargeNameHash* names);

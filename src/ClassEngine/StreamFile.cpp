@@ -36,6 +36,7 @@ static bool WriteAll(int handle, const void* data, int64_t size) {
   while (size > 0) {
     const ssize_t written = ::write(handle, bytes, size_t(std::min<int64_t>(size, 1 << 30)));
     if (written < 0 && errno == EINTR) continue;
+    if (written == 0) errno = EIO;
     if (written <= 0) return false;
     bytes += written;
     size -= written;
@@ -69,13 +70,15 @@ static int OpenTemporary(const std::string& folder, std::string& name) {
   return -1;
 }
 
-// --- WriterFile
-// ------------------------------------------------------------------------------------------------------------------------
+// --- WriterFile ----------------------------------------------------------------------------------------------------------
 
 WriterFile::~WriterFile() { Drop(); }
 
-bool WriterFile::Fail(int error) {
-  if (!Failed.exchange(true)) SetStreamError(StreamError(error), FinalName.empty() ? TempName : FinalName);
+bool WriterFile::Fail(int error, const char* reason) {
+  if (!Failed.exchange(true)) {
+    Reason = reason ? reason : std::generic_category().message(errno);
+    SetStreamError(StreamError(error), FinalName.empty() ? TempName : FinalName);
+  }
   return false;
 }
 
@@ -134,37 +137,39 @@ bool WriterFile::PutInPlace() {
   return SyncFolder(folderName) || Fail(StreamShortWrite);
 }
 
-// --- making
-// ------------------------------------------------------------------------------------------------------------------------------
+// --- making --------------------------------------------------------------------------------------------------------------
 
 // Checks what stands at `path` and sets the final name. `device` tells that it is written directly.
 static bool TakeTarget(WriterFile& file, const std::string& path, bool& device) {
   file.FinalName = path;
   device = false;
-  if (path.empty() || path.back() == '/' || path.find('\0') != std::string::npos) return file.Fail(StreamNoFile);
+  if (path.empty()) return file.Fail(StreamNoFile, "the name is empty");
+  if (path.find('\0') != std::string::npos) return file.Fail(StreamNoFile, "the name holds a zero byte");
+  if (path.back() == '/') return file.Fail(StreamNoFile, "it is a folder");
   if (char* real = ::realpath(path.c_str(), nullptr)) {
     file.FinalName = real;
     std::free(real);
   }
   struct stat info;
   if (::stat(path.c_str(), &info) != 0) return true;
-  if (S_ISDIR(info.st_mode) || ::access(path.c_str(), W_OK) != 0) return file.Fail(StreamNoFile);
+  if (S_ISDIR(info.st_mode)) return file.Fail(StreamNoFile, "it is a folder");
+  if (::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) return file.Fail(StreamNoFile);
   device = !S_ISREG(info.st_mode);
   return true;
 }
 
-std::shared_ptr<WriterFile> CreateFileFor(const std::string& path) {
+std::shared_ptr<WriterFile> CreateFileFor(const std::string& path, std::string* reason) {
   TurnSizeSignalIntoError();
   auto file = std::make_shared<WriterFile>();
   bool device;
-  if (!TakeTarget(*file, path, device)) return nullptr;
-  file->Handle = device ? ::open(file->FinalName.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY)
-                        : OpenTemporary(FolderOf(file->FinalName), file->TempName);
-  if (file->Handle < 0) {
+  if (TakeTarget(*file, path, device)) {
+    file->Handle = device ? ::open(file->FinalName.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY)
+                          : OpenTemporary(FolderOf(file->FinalName), file->TempName);
+    if (file->Handle >= 0) return file;
     file->Fail(StreamNoFile);
-    return nullptr;
   }
-  return file;
+  if (reason) *reason = file->Reason;
+  return nullptr;
 }
 
 // The lock tells a file in use from one that an ended process left behind, which is taken over.

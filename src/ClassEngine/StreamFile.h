@@ -1,5 +1,6 @@
 #pragma once
-// The file behind a writing stream: a temporary file on its way to its final name. Streams and the background writer share it.
+// A temporary file on its way to its final name: the one road by which files are written. Streams, the background writer and
+// comms::SafeFileWriter share it.
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -20,17 +21,20 @@ struct WriterFile {
   bool PutInPlace();
   /// Closes and removes.
   void Drop();
-  bool Fail(int error);
+  /// Reports `error` (StreamError) and keeps the reason, errno's text where none is given. Always false.
+  bool Fail(int error, const char* reason = nullptr);
 
   int Handle = -1;
   std::string TempName;   ///< empty: FinalName is a device or pipe that is written directly
   std::string FinalName;  ///< behind its links; empty until known for the service's temporary file
+  std::string Reason;     ///< of the first failure, in words
   std::atomic<bool> Failed{false};
 };
 
-/// A new file that will stand at `path`. Null, with LastStreamError set, where that can't be: no such folder, not writable, a
-/// folder itself. Permissions of a file at `path` are taken over.
-std::shared_ptr<WriterFile> CreateFileFor(const std::string& path);
+/// A new file that will stand at `path`; behind a symbolic link at `path`, where it points to. Null, with LastStreamError set and
+/// the reason in `reason`, where that can't be: no such folder, not writable, a folder itself. Permissions of a file at `path`
+/// are taken over. A device or pipe has no old content to guard and is written directly.
+std::shared_ptr<WriterFile> CreateFileFor(const std::string& path, std::string* reason = nullptr);
 /// The temporary file that the host names; where another stream or process writes that one now, the same name with a number.
 std::shared_ptr<WriterFile> CreateServiceFile();
 /// Gives a file its (new) final name and makes the folders of it.

@@ -38,7 +38,8 @@ bool ReadFloat(std::string_view text, float& value, std::string& expected) {
   float read;
   expected = "a number";
   // A comma may stand for the point in files; on a command line it is more likely a list.
-  if (text.find(',') != std::string_view::npos || !TakeFloat(rest, read) || !TrimBlanks(rest).empty() || read - read != 0) return false;
+  if (text.find(',') != std::string_view::npos || !TakeFloat(rest, read) || !TrimBlanks(rest).empty() || read - read != 0)
+    return false;
   value = read;
   return true;
 }
@@ -65,7 +66,8 @@ bool ReadHex(std::string_view text, uint32_t& value, std::string& expected) {
 
 }  // namespace reflection
 
-// --- _bool ---------------------------------------------------------------------------------------------------------------------------
+// --- _bool
+// ---------------------------------------------------------------------------------------------------------------------------
 bool _bool::CheckCompatibility(const char* typeName, size_t) const { return NormalizeClassName(typeName) == "bool"; }
 
 void _bool::Save(XmlNode* node, void* data, void*) { node->SetValue(Get(data) ? "true" : "false"); }
@@ -92,12 +94,12 @@ bool _bool::ReadText(std::string_view text, void* data, void*, std::string& expe
   return true;
 }
 
-// --- _index --------------------------------------------------------------------------------------------------------------------------
+// --- _index
+// --------------------------------------------------------------------------------------------------------------------------
 namespace {
 
 Enumerator* GetEnumerator(void* extra, const XmlNode* node) {
-  if (!extra)
-    ShowClassError("Enumerator not assigned for type \"_index\" for variable %s\n", node->GetName());
+  if (!extra) ShowClassError("Enumerator not assigned for type \"_index\" for variable %s\n", node->GetName());
   return static_cast<Enumerator*>(extra);
 }
 
@@ -146,7 +148,8 @@ bool _index::ReadText(std::string_view text, void* data, void* extra, std::strin
   return false;
 }
 
-// --- _TextureID ----------------------------------------------------------------------------------------------------------------------
+// --- _TextureID
+// ----------------------------------------------------------------------------------------------------------------------
 void _TextureID::Save(XmlNode* node, void* data, void*) {
   const int32_t id = Get(data);
   if (id != -1) node->SetValue(GetEngineHost().GetTextureName(id));
@@ -165,7 +168,8 @@ bool _TextureID::ReadText(std::string_view text, void* data, void*, std::string&
   return true;
 }
 
-// --- _cFloat3 ------------------------------------------------------------------------------------------------------------------------
+// --- _cFloat3
+// ------------------------------------------------------------------------------------------------------------------------
 void _cFloat3::Save(XmlNode* node, void* data, void*) {
   const Float3Storage point = Get(data);
   node->SetValue(PrintShortest(point.Values[0]) + " " + PrintShortest(point.Values[1]) + " " + PrintShortest(point.Values[2]));
@@ -204,7 +208,8 @@ int _cFloat3::GetNumbers(const void* data, double (&numbers)[4]) const {
   return 3;
 }
 
-// --- _str_ref ------------------------------------------------------------------------------------------------------------------------
+// --- _str_ref
+// ------------------------------------------------------------------------------------------------------------------------
 void _str_ref::ResetClass(void* data) {
   if (_str* text = At(data)) text->Release();
 }

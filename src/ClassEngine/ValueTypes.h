@@ -74,7 +74,7 @@ class IntegerValue : public PlainValue<Self, T> {
 
  public:
   template <class M>
-  static constexpr bool Fits = reflection::IsWhole<M, T>&&(std::is_enum_v<M> || std::is_signed_v<M> == std::is_signed_v<T>);
+  static constexpr bool Fits = reflection::IsWhole<M, T> && (std::is_enum_v<M> || std::is_signed_v<M> == std::is_signed_v<T>);
   void Save(XmlNode* node, void* data, void*) override { reflection::SaveInteger(node, Base::Get(data)); }
   bool Load(const XmlNode* node, void* data, XmlErrorLog* errors, void*) override {
     int64_t value;
@@ -85,7 +85,8 @@ class IntegerValue : public PlainValue<Self, T> {
   }
   bool ReadText(std::string_view text, void* data, void*, std::string& expected) override {
     int64_t value;
-    if (!reflection::ReadInteger(text, std::numeric_limits<T>::min(), std::numeric_limits<T>::max(), value, expected)) return false;
+    if (!reflection::ReadInteger(text, std::numeric_limits<T>::min(), std::numeric_limits<T>::max(), value, expected))
+      return false;
     Base::Set(data, T(value));
     return true;
   }
@@ -225,10 +226,11 @@ class _cFloat3 : public PlainValue<_cFloat3, Float3Storage> {
   VALUE_TYPE(_cFloat3)
   template <class M>
   static constexpr bool IsPoint = requires(M point) {
-    requires std::same_as<decltype(point.x), float> && std::same_as<decltype(point.y), float> && std::same_as<decltype(point.z), float>;
+    requires std::same_as<decltype(point.x), float> && std::same_as<decltype(point.y), float> &&
+        std::same_as<decltype(point.z), float>;
   };
   template <class M>
-  static constexpr bool Fits = sizeof(M) == 12 && std::is_trivially_copyable_v<M> &&(IsPoint<M> || std::is_same_v<M, float[3]>);
+  static constexpr bool Fits = sizeof(M) == 12 && std::is_trivially_copyable_v<M> && (IsPoint<M> || std::is_same_v<M, float[3]>);
   void Save(XmlNode* node, void* data, void* extra) override;
   bool Load(const XmlNode* node, void* data, XmlErrorLog* errors, void* extra) override;
   bool ReadText(std::string_view text, void* data, void* extra, std::string& expected) override;

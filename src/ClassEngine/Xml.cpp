@@ -255,8 +255,9 @@ bool XmlPrinter::PrintEscaped(std::string_view text) {
         *out++ = symbol;
         continue;
       }
-      std::memcpy(out, symbol == '<' ? "&lt" : "&gt", 3);
-      out += 3;
+      *out++ = '&';
+      *out++ = symbol == '<' ? 'l' : 'g';
+      *out++ = 't';
     }
     m_Length = out - m_Dest.Data;
   }

@@ -1,8 +1,9 @@
-// Stages: walk (which cells does the field reach), prepare (blocks for the results), merge (parallel, one owner a cell), commit (backups
-// and blocks change hands on the calling thread, in walk order, which keeps tables and backups independent of the thread count).
+// Stages: walk (which cells does the field reach), prepare (blocks for the results), merge (parallel, one owner a cell), commit
+// (backups and blocks change hands on the calling thread, in walk order, which keeps tables and backups independent of the thread
+// count).
 //
-// Workers write into a block of their own and leave the old one as it is: the old block becomes the backup's without a copy, a cell
-// in which nothing changed needs no backup at all, and a field may read the volume that is being written.
+// Workers write into a block of their own and leave the old one as it is: the old block becomes the backup's without a copy, a
+// cell in which nothing changed needs no backup at all, and a field may read the volume that is being written.
 #include "MC/ApplyField.h"
 
 #include <tbb/parallel_for.h>
@@ -94,8 +95,13 @@ struct Target {
 class Walk {
  public:
   // `first` .. `last`: where the walk is expected to stay.
-  Walk(const VolumeObject& volume, const FieldEvaluator& field, const ApplyOptions& options, const CellKey& first, const CellKey& last)
-      : m_Volume(volume), m_Field(field), m_Options(options), m_Lattice(LatticeFor(options.BrushRadius)), m_Visited(first, last) {}
+  Walk(const VolumeObject& volume, const FieldEvaluator& field, const ApplyOptions& options, const CellKey& first,
+       const CellKey& last)
+      : m_Volume(volume),
+        m_Field(field),
+        m_Options(options),
+        m_Lattice(LatticeFor(options.BrushRadius)),
+        m_Visited(first, last) {}
 
   void Start(const CellKey& cell) {
     m_Visited.Insert(cell);
@@ -198,10 +204,14 @@ inline uint16_t MergeSample(uint16_t v, uint16_t q) {
 
 uint16_t MergeSample(Rule rule, uint16_t v, uint16_t q) {
   switch (rule) {
-    case Rule::Max: return MergeSample<Rule::Max>(v, q);
-    case Rule::MinComplement: return MergeSample<Rule::MinComplement>(v, q);
-    case Rule::Min: return MergeSample<Rule::Min>(v, q);
-    default: return MergeSample<Rule::Subtract>(v, q);
+    case Rule::Max:
+      return MergeSample<Rule::Max>(v, q);
+    case Rule::MinComplement:
+      return MergeSample<Rule::MinComplement>(v, q);
+    case Rule::Min:
+      return MergeSample<Rule::Min>(v, q);
+    default:
+      return MergeSample<Rule::Subtract>(v, q);
   }
 }
 
@@ -227,19 +237,23 @@ MergeResult MergeSamples(const uint16_t* before, const uint16_t* q, uint16_t* af
 
 MergeResult MergeSamples(Rule rule, const uint16_t* before, const uint16_t* q, uint16_t* after) {
   switch (rule) {
-    case Rule::Max: return MergeSamples<Rule::Max>(before, q, after);
-    case Rule::MinComplement: return MergeSamples<Rule::MinComplement>(before, q, after);
-    case Rule::Min: return MergeSamples<Rule::Min>(before, q, after);
-    default: return MergeSamples<Rule::Subtract>(before, q, after);
+    case Rule::Max:
+      return MergeSamples<Rule::Max>(before, q, after);
+    case Rule::MinComplement:
+      return MergeSamples<Rule::MinComplement>(before, q, after);
+    case Rule::Min:
+      return MergeSamples<Rule::Min>(before, q, after);
+    default:
+      return MergeSamples<Rule::Subtract>(before, q, after);
   }
 }
 
 struct CellWork {
   CellKey Key;
   uint32_t Reached = 0;
-  VoxelCell* Cell = nullptr;   // null: to be created when something changes
-  uint16_t* Block = nullptr;   // spare block for the result; null: the cell's own block is written in place
-  uint32_t Spill = 0;          // neighbours that share a changed sample and were not reached by the walk
+  VoxelCell* Cell = nullptr;  // null: to be created when something changes
+  uint16_t* Block = nullptr;  // spare block for the result; null: the cell's own block is written in place
+  uint32_t Spill = 0;         // neighbours that share a changed sample and were not reached by the walk
   MergeResult Result;
 };
 
@@ -291,7 +305,8 @@ class Pass {
         for (size_t i = range.begin(); i != range.end(); i++) MergeCell(m_Work[i]);
       });
       for (CellWork& work : m_Work) {
-        for (uint32_t bits = work.Spill; bits; bits &= bits - 1) spill.push_back(work.Key + NeighbourStep(std::countr_zero(bits)));
+        for (uint32_t bits = work.Spill; bits; bits &= bits - 1)
+          spill.push_back(work.Key + NeighbourStep(std::countr_zero(bits)));
         Commit(work);
       }
     }
@@ -307,7 +322,7 @@ class Pass {
     for (size_t i = 0; i < count; i++) {
       VoxelCell* cell = m_Volume.FindCell(targets[i].Key);
       MORVANE_ASSERT(!cell || cell->Edge == CellEdge);
-      if (m_Options.Mode == ApplyIntersect && cell) cell->Flags |= FrozenCell;
+      if (m_Rule == Rule::Min && cell) cell->Flags |= FrozenCell;
       if (!HasBlock(cell) && IsSettled(m_Rule, cell ? cell->UniformValue : 0)) continue;
       m_Work.push_back({targets[i].Key, targets[i].Reached, cell, nullptr, 0, {}});
       const bool inPlace = HasBlock(cell) && cell->Backup && !m_Options.Compare;
@@ -340,7 +355,7 @@ class Pass {
     work.Result = MergeSamples(m_Rule, old, q, after);
 
     if (work.Reached != AllNeighbours) {
-      if (m_Options.Mode == ApplyIntersect)  // what is left beyond the border of the reach is wiped there
+      if (m_Rule == Rule::Min)  // what is left beyond the border of the reach is wiped there
         work.Spill = FindSpill(work.Reached, [&](int i) { return after[i]; });
       else if (work.Result.Changed)
         work.Spill = FindSpill(work.Reached, [&](int i) { return after[i] ^ old[i]; });
@@ -380,7 +395,7 @@ class Pass {
     }
     cell.Flags = uint8_t((cell.Flags & ~(HasOutside | HasInside | Unpacked | UniformKept | FillPending)) | Touched |
                          (work.Result.Low < SurfaceLevel ? HasOutside : 0) | (work.Result.High >= SurfaceLevel ? HasInside : 0) |
-                         (m_Options.Mode == ApplyIntersect ? FrozenCell : 0));
+                         (m_Rule == Rule::Min ? FrozenCell : 0));
     m_Volume.MarkCellChanged(key.x, key.y, key.z, false, false);
     ChangedCells++;
   }
@@ -424,11 +439,13 @@ bool FindCellAt(float x, float y, float z, CellKey& cell) {
 
 }  // namespace
 
-ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, const VolumeBox& bounds, const ApplyOptions& options) {
+ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, const VolumeBox& bounds,
+                           const ApplyOptions& options) {
   ApplyReport report;
   CellKey start, first, last;
   if (volume.SurfaceMode) return report;
-  if (!FindCellAt((bounds.MinX + bounds.MaxX) / 2, (bounds.MinY + bounds.MaxY) / 2, (bounds.MinZ + bounds.MaxZ) / 2, start)) return report;
+  if (!FindCellAt((bounds.MinX + bounds.MaxX) / 2, (bounds.MinY + bounds.MaxY) / 2, (bounds.MinZ + bounds.MaxZ) / 2, start))
+    return report;
   if (!FindCellAt(bounds.MinX, bounds.MinY, bounds.MinZ, first) || !FindCellAt(bounds.MaxX, bounds.MaxY, bounds.MaxZ, last))
     first = last = start;
 
@@ -447,6 +464,6 @@ ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, co
   report.TargetCells = int32_t(walk.Targets.size());
   report.Capped = walk.Capped();
   report.ChangedCells = pass.ChangedCells;
-  if (options.Mode == ApplyIntersect) report.ChangedCells += WipeUnreached(volume);
+  if (RuleOf(options) == Rule::Min) report.ChangedCells += WipeUnreached(volume);
   return report;
 }

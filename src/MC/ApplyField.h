@@ -9,19 +9,19 @@
 #include "MC/VolumeObject.h"
 #include "MC/VoxelCell.h"
 
-/// How a field value q (0 .. 65535) is merged into a sample v.
+/// How a field value q (0 .. 65535) is merged into a sample v. With Airbrush every mode but add is max(0, v - q).
 enum ApplyMode : int32_t {
   ApplyAdd = 0,        ///< max(v, q)
-  ApplySubtract = 1,   ///< min(v, 65535 - q); with Airbrush max(0, v - q)
-  ApplyIntersect = 2,  ///< min(v, q), and every cell that the field does not reach is wiped; with Airbrush as ApplySubtract with it
+  ApplySubtract = 1,   ///< min(v, 65535 - q)
+  ApplyIntersect = 2,  ///< min(v, q), and every cell that the field does not reach is wiped
 };
 
 struct ApplyOptions {
   static constexpr int32_t DefaultCellCap = 150000, SegmentCellCap = 3000000;
   int32_t Mode = ApplyAdd;
   bool Airbrush = false;
-  bool Compare = false;          ///< reach is where the field differs from the density by at least 2; the field may read the volume itself
-  float BrushRadius = 32;        ///< voxels; decides how finely cells are probed: every 4 samples, every 2 below 4, every one below 1
+  bool Compare = false;    ///< only where the field differs from the density by at least 2; it may read the volume itself
+  float BrushRadius = 32;  ///< voxels; cells are probed every 4 samples, every 2 where it is below 4, every one below 1
   int32_t CellCap = DefaultCellCap;  ///< the walk stops after so many cells: the guard against an unbounded field
 };
 
@@ -31,7 +31,8 @@ struct ApplyReport {
   int32_t ChangedCells = 0;  ///< cells in which a sample changed; they were backed up and marked changed
   bool Capped = false;       ///< the walk stopped at CellCap
   friend ApplyReport operator+(const ApplyReport& a, const ApplyReport& b) {
-    return {a.VisitedCells + b.VisitedCells, a.TargetCells + b.TargetCells, a.ChangedCells + b.ChangedCells, a.Capped || b.Capped};
+    return {a.VisitedCells + b.VisitedCells, a.TargetCells + b.TargetCells, a.ChangedCells + b.ChangedCells,
+            a.Capped || b.Capped};
   }
 };
 
@@ -92,14 +93,16 @@ class FieldEvaluatorOf final : public FieldEvaluator {
 };
 
 /// As ApplyField below, for a field behind the evaluator interface.
-ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, const VolumeBox& bounds, const ApplyOptions& options);
+ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, const VolumeBox& bounds,
+                           const ApplyOptions& options);
 
-/// Merges `field`, a callable (x, y, z) -> value with 0.5 on the surface, into `volume`. The walk starts at the cell in the middle of
-/// `bounds` (voxels) and its face neighbours, and goes on beyond every face, edge and corner where the field is above 0.
+/// Merges `field`, a callable (x, y, z) -> value with 0.5 on the surface, into `volume`. The walk starts at the cell in the
+/// middle of `bounds` (voxels) and its face neighbours, and goes on beyond every face, edge and corner where the field is above
+/// 0.
 ///
-/// Cells that change are backed up once a stroke and marked changed; all others are left alone, and none is created in vain. Planes
-/// that cells share hold equal values afterwards. A volume in SurfaceMode and bounds that are not finite or beyond CellKeyLimit are
-/// left alone. The result does not depend on the number of threads.
+/// Cells that change are backed up once a stroke and marked changed; all others are left alone, and none is created in vain.
+/// Planes that cells share hold equal values afterwards. A volume in SurfaceMode and bounds that are not finite or beyond
+/// CellKeyLimit are left alone. The result does not depend on the number of threads.
 ///
 /// Cost: the samples of the cells reached, on all threads; cells deep inside a field that knows its cover cost no evaluation.
 template <class Field>

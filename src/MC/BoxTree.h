@@ -2,21 +2,25 @@
 // Bounding boxes of a volume's surface, per cell and per block of 2, 4 .. 32 cells along a side, for picking and culling.
 #include <cstddef>
 
+#include "ClassEngine/ClassArray.h"
+#include "ClassEngine/Declare.h"
 #include "ClassEngine/unihash.h"
 #include "MC/VoxelCell.h"
 
-/// One level: boxes keyed by cell coordinates >> level, and the keys whose box is stale.
-class ABOcTreeLevel {
- public:
+/// One level: boxes keyed by cell coordinates >> level, and the keys whose box is stale. The tables grow with what they hold;
+/// their content follows from the cells and is stored nowhere.
+class ABOcTreeLevel : public BaseClass {
+  REFLECTED(ABOcTreeLevel, BaseClass)
   CoordHash<VolumeBox> Boxes;
   CoordHash<int32_t> Changed;
 };
 
-class ABOcTree {
- public:
+class ABOcTree : public BaseClass {
+  REFLECTED(ABOcTree, BaseClass)
   static constexpr int LevelCount = 6;
-  ABOcTreeLevel Levels[LevelCount];
+  ClassArray<ABOcTreeLevel> Levels;
 
+  ABOcTree();
   /// Stores a box (inverted for an empty cell) and marks the key above it as changed.
   void SetBox(int level, const CellKey& key, const VolumeBox& box);
   /// The stored box; null where none was ever stored.

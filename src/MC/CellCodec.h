@@ -1,7 +1,7 @@
 #pragma once
-// How a block of samples is kept in files: the first sample as it is, then one byte a run. 1 .. 219 repeats the sample before so many
-// times; 220 + n is followed by n 16-bit differences to the sample before, modulo 65536. Surface cells are mostly saturated at 0 or
-// 65535 with a smooth ramp between, which repeats or differs in long runs.
+// How a block of samples is kept in files: the first sample as it is, then one byte a run. 1 .. 219 repeats the sample before so
+// many times; 220 + n is followed by n 16-bit differences to the sample before, modulo 65536. Surface cells are mostly saturated
+// at 0 or 65535 with a smooth ramp between, which repeats or differs in long runs.
 #include <cstdint>
 
 #include "ClassEngine/BinStream.h"

@@ -1,6 +1,6 @@
 #pragma once
-// A set of cell keys for walks, one bit a cell. Where the walk is expected lies a window of up to 64 cells along x whose rows are single
-// words, so that the 26 neighbours of a cell are asked for in nine steps; beyond it pages of 4 x 4 x 4 cells are hashed.
+// A set of cell keys for walks, one bit a cell. Where the walk is expected lies a window of up to 64 cells along x whose rows are
+// single words, so that the 26 neighbours of a cell are asked for in nine steps; beyond it pages of 4 x 4 x 4 cells are hashed.
 #include <bit>
 #include <cstdint>
 #include <vector>
@@ -29,8 +29,8 @@ class CellSet {
     }
     return InsertHashed(key);
   }
-  /// Inserts the neighbours of `key` that `mask` names (bit (dz + 1) * 9 + (dy + 1) * 3 + dx + 1) and calls added(key) for those that
-  /// are new, in the order of the bits.
+  /// Inserts the neighbours of `key` that `mask` names (bit (dz + 1) * 9 + (dy + 1) * 3 + dx + 1) and calls added(key) for those
+  /// that are new, in the order of the bits.
   template <class Added>
   void InsertNeighbours(const CellKey& key, uint32_t mask, Added&& added) {
     const uint32_t x = uint32_t(key.x - m_First.x - 1), y = uint32_t(key.y - m_First.y - 1), z = uint32_t(key.z - m_First.z - 1);
@@ -51,6 +51,7 @@ class CellSet {
       if (Insert(neighbour)) added(neighbour);
     }
   }
+
  private:
   static constexpr int64_t MaxRows = 64 * 64;
   bool InsertHashed(const CellKey& key) {

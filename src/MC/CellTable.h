@@ -2,8 +2,8 @@
 // The cell table of a volume: from the three integers of a cell key to its record.
 //
 // Sculptures are compact, so neighbours are looked up together: cells live in pages of 4 x 4 x 4 slots, found through an
-// open-addressing hash of the page key. A lookup in the page of the one before costs no hash at all (Cursor), a page costs 8 bytes
-// a slot, and the surface of a solid fills a page to more than half, so a cell's share stays below 16 bytes.
+// open-addressing hash of the page key. A lookup in the page of the one before costs no hash at all (Cursor), a page costs 8
+// bytes a slot, and the surface of a solid fills a page to more than half, so a cell's share stays below 16 bytes.
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -18,8 +18,8 @@ class CellTable {
  public:
   static constexpr int PageShift = 2, PageSize = 4, PageSlots = 64;
   struct Page {
-    CellKey Key;             ///< cell key >> PageShift
-    uint64_t Present = 0;    ///< bit SlotOf(cell): the slot holds a cell
+    CellKey Key;           ///< cell key >> PageShift
+    uint64_t Present = 0;  ///< bit SlotOf(cell): the slot holds a cell
     VoxelCell* Cells[PageSlots];
   };
   /// Remembers the last page; consecutive lookups nearby skip the hash. One per thread; stale after Remove or Clear.

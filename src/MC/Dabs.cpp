@@ -88,8 +88,8 @@ ApplyReport ApplySegmentDab(VolumeObject& volume, const Dab& dab, const DabOptio
   const float radius = LargerRadius(CurrentStroke);
   ApplyOptions apply = OptionsFor(options, std::min(dab.R1, dab.R2));
   apply.CellCap = ApplyOptions::SegmentCellCap;
-  return ApplyField(volume, SegmentField(CurrentStroke, volume.RampWidth), BoxOf(CurrentStroke, radius + float(volume.RampWidth) / 2),
-                    apply);
+  return ApplyField(volume, SegmentField(CurrentStroke, volume.RampWidth),
+                    BoxOf(CurrentStroke, radius + float(volume.RampWidth) / 2), apply);
 }
 
 ApplyReport ApplyWorldSegmentDab(VolumeObject& volume, const Dab& worldDab, const DabOptions& options) {
@@ -122,7 +122,8 @@ ApplyReport ApplyCarveDab(VolumeObject& volume, const Dab& dab, const CarvePen& 
 VolumeBox GetSolidBox(const VolumeObject& volume) {
   VolumeBox box;
   volume.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
-    if (!(cell.Flags & HasInside)) return;
+    // Wiped cells hold no block and have both flags: their value decides.
+    if (cell.Density ? !(cell.Flags & HasInside) : cell.UniformValue < SurfaceLevel) return;
     const float x = float(key.x) * CellSize, y = float(key.y) * CellSize, z = float(key.z) * CellSize;
     box.Add(VolumeBox{x, y, z, x + CellSize, y + CellSize, z + CellSize});
   });

@@ -1,10 +1,10 @@
 #pragma once
-// The scalar fields of brushes. A field maps a voxel position to a value that ApplyField clamps to 0 .. 1; 0.5 is the surface, and one
-// voxel of distance is 1 / RampWidth.
+// The scalar fields of brushes. A field maps a voxel position to a value that ApplyField clamps to 0 .. 1; 0.5 is the surface,
+// and one voxel of distance is 1 / RampWidth.
 //
-// Every field is a small value with operator()(x, y, z) free of branches and calls, so that a loop over samples runs eight at a time.
-// No operation is reordered or fused, hence the vector route gives the same bits as a single call. A field whose centre and vectors
-// are mirrored gives equal bits at mirrored positions: each term of a sum changes its sign twice or not at all.
+// Every field is a small value with operator()(x, y, z) free of branches and calls, so that a loop over samples runs eight at a
+// time. No operation is reordered or fused, hence the vector route gives the same bits as a single call. A field whose centre and
+// vectors are mirrored gives equal bits at mirrored positions: each term of a sum changes its sign twice or not at all.
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -28,8 +28,8 @@ inline float Clamp01(float x) {
   return x < 1 ? x : 1;
 }
 
-/// Falloff (sin(2 (x - 0.5)) + 1) / 2, 0 and 1 where the doubled argument leaves -pi/2 .. pi/2. The sine is its series up to the 11th
-/// power, below 6e-8 off in that range: the library's differs between machines and can't run on vectors.
+/// Falloff (sin(2 (x - 0.5)) + 1) / 2, 0 and 1 where the doubled argument leaves -pi/2 .. pi/2. The sine is its series up to the
+/// 11th power, below 6e-8 off in that range: the library's differs between machines and can't run on vectors.
 inline float SmoothFalloff(float x) {
   constexpr float quarterTurn = 1.57079633f;
   float a = 2 * (x - 0.5f);
@@ -57,7 +57,8 @@ class SphereField {
   /// Every operation is monotone in the three distances, so the farthest corner, itself a sample, has the lowest value.
   FieldCover CoverOf(const VolumeBox& box) const {
     const auto far = [](float lo, float hi, float c) { return c - lo > hi - c ? lo : hi; };
-    return (*this)(far(box.MinX, box.MaxX, m_Center.x), far(box.MinY, box.MaxY, m_Center.y), far(box.MinZ, box.MaxZ, m_Center.z)) >= 1
+    return (*this)(far(box.MinX, box.MaxX, m_Center.x), far(box.MinY, box.MaxY, m_Center.y),
+                   far(box.MinZ, box.MaxZ, m_Center.z)) >= 1
                ? FieldCover::Full
                : FieldCover::Mixed;
   }
@@ -95,8 +96,8 @@ class SegmentField {
   float m_Length, m_InverseLength, m_Radius, m_Dr, m_InverseK;
 };
 
-/// The same capsule in a volume whose axes are scaled apart: distances are taken in world units, behind `toWorld`, and expressed in
-/// voxels of the mean scale. `dab` is in world units but for its ramp. Mirror images are taken of the position, which is exact
+/// The same capsule in a volume whose axes are scaled apart: distances are taken in world units, behind `toWorld`, and expressed
+/// in voxels of the mean scale. `dab` is in world units but for its ramp. Mirror images are taken of the position, which is exact
 /// whatever the matrix holds.
 class WorldSegmentField {
  public:
@@ -175,8 +176,8 @@ class CarveField {
   float m_InverseLength, m_Falloff, m_Base, m_InverseK;
 };
 
-/// Density of a second volume at a mapped point, 0 .. 1. The source stands still while it is read, and must not be the volume that is
-/// written. Subtracting needs no other field: the merge takes the complement.
+/// Density of a second volume at a mapped point, 0 .. 1. The source stands still while it is read, and must not be the volume
+/// that is written. Subtracting needs no other field: the merge takes the complement.
 class StampField {
  public:
   /// `toSource` maps voxels of the written volume to voxels of `source`; `mirror` is applied to the position first.

@@ -27,8 +27,8 @@ void PauseOnce() {
 #endif
 }
 
-// Slabs of the largest size are aligned to it, so that the system may back each with one huge page. The advice is only that: where
-// it is unknown or refused the slab works as well.
+// Slabs of the largest size are aligned to it, so that the system may back each with one huge page. The advice is only that:
+// where it is unknown or refused the slab works as well.
 void* AllocateSlab(size_t bytes) {
   for (;;) {
     void* slab = std::aligned_alloc(bytes == LargestSlab ? LargestSlab : 64, bytes);
@@ -77,7 +77,8 @@ void FixedPool::AddSlab() {
   m_Slabs.push_back(m_Fresh);
 }
 
-// Free blocks are chained through their first bytes. A block may lie at any even address, so the link is copied, not dereferenced.
+// Free blocks are chained through their first bytes. A block may lie at any even address, so the link is copied, not
+// dereferenced.
 void* FixedPool::Take() {
   m_Used++;
   if (m_Free) {

@@ -1,6 +1,6 @@
 #pragma once
-// The marching-cubes tables of Lorensen and Cline ("Marching Cubes: A High Resolution 3D Surface Construction Algorithm", SIGGRAPH
-// 1987) in the form that Paul Bourke published ("Polygonising a scalar field", 1994), table data by Cory Gene Bloyd.
+// The marching-cubes tables of Lorensen and Cline ("Marching Cubes: A High Resolution 3D Surface Construction Algorithm",
+// SIGGRAPH 1987) in the form that Paul Bourke published ("Polygonising a scalar field", 1994), table data by Cory Gene Bloyd.
 //
 //        4 ----4---- 5          corners 0-3 run round z = 0: (0,0,0) (1,0,0) (1,1,0) (0,1,0), corners 4-7 above them;
 //       /|          /|          edges 0-3 round z = 0, edges 4-7 round z = 1, edges 8-11 from corner i to i + 4

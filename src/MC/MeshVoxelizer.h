@@ -64,6 +64,7 @@ class MeshVoxelizer {
     VoxelMapping Mapping;
   };
   std::vector<Source> Sources() const;
+  bool RunStages(VolumeObject& target, int32_t mode, bool backup);
   VoxelizeLimits m_Limits;
   std::vector<Source> m_Sources;
   std::vector<comms::cVec3> m_Positions;  // of single triangles

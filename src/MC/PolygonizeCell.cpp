@@ -1,8 +1,8 @@
 // Marching cubes in one cell (Lorensen and Cline 1987, tables of Bourke), in the cell's mirrored frame.
 //
-// A cell with a negative coordinate is traversed as its mirror image in the positive octant and mirrored back at the end: its samples
-// are copied mirrored, and everything in between knows only the frame. Positions are made as the distance from the origin plane and
-// then given their sign, so both sides of a symmetric volume carry the same digits.
+// A cell with a negative coordinate is traversed as its mirror image in the positive octant and mirrored back at the end: its
+// samples are copied mirrored, and everything in between knows only the frame. Positions are made as the distance from the origin
+// plane and then given their sign, so both sides of a symmetric volume carry the same digits.
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -26,10 +26,10 @@ constexpr int FrameStride[3] = {1, FrameEdge, FramePlane};
 inline constexpr int FrameIndex(int x, int y, int z) { return z * FramePlane + y * FrameEdge + x; }
 
 // Edges are numbered by their lower end and axis, as EdgeKey does.
-constexpr int KeyStride[3] = {1, CellEdge, CellEdge * CellEdge}, KeyAxis = CellSamples, KeyCount = 3 * CellSamples;
+constexpr int KeyStride[3] = {1, CellEdge, CellEdge*CellEdge}, KeyAxis = CellSamples, KeyCount = 3 * CellSamples;
 
 struct EdgeInfo {
-  uint16_t Key;    // offset of the key from that of the voxel
+  uint16_t Key;  // offset of the key from that of the voxel
   uint8_t Axis;
   uint8_t x, y, z;  // lower end within the voxel
 };
@@ -41,16 +41,16 @@ constexpr std::array<EdgeInfo, 12> MakeEdges() {
     const int8_t* b = CornerOffset[EdgeCorners[e][1]];
     const int axis = a[0] != b[0] ? 0 : a[1] != b[1] ? 1 : 2;
     auto low = [&](int i) { return a[i] < b[i] ? a[i] : b[i]; };
-    edges[e] = {uint16_t(low(0) + CellEdge * low(1) + CellEdge * CellEdge * low(2) + KeyAxis * axis), uint8_t(axis), uint8_t(low(0)),
-                uint8_t(low(1)), uint8_t(low(2))};
+    edges[e] = {uint16_t(low(0) + CellEdge * low(1) + CellEdge * CellEdge * low(2) + KeyAxis * axis), uint8_t(axis),
+                uint8_t(low(0)), uint8_t(low(1)), uint8_t(low(2))};
   }
   return edges;
 }
 constexpr std::array<EdgeInfo, 12> Edges = MakeEdges();
 
-// An edge is met first by the voxel of lowest z, y, x that has it. Every voxel that has a crossed edge is visited, so the position
-// alone tells which edges of a voxel are new: those on its near faces only where the voxel lies at the near side of the cell.
-// Index: bit 0 x > 0, bit 1 y > 0, bit 2 z > 0.
+// An edge is met first by the voxel of lowest z, y, x that has it. Every voxel that has a crossed edge is visited, so the
+// position alone tells which edges of a voxel are new: those on its near faces only where the voxel lies at the near side of the
+// cell. Index: bit 0 x > 0, bit 1 y > 0, bit 2 z > 0.
 constexpr std::array<uint16_t, 8> MakeNewEdges() {
   std::array<uint16_t, 8> masks{};
   for (int m = 0; m < 8; m++)
@@ -89,11 +89,11 @@ struct NewVertex {
 struct Work {
   alignas(32) uint16_t Packed[CellSamples + 39];  // frame samples in block order, padded for whole vectors
   uint16_t Frame[FramePlane * FrameEdge];
-  uint16_t Uniform[CellSamples];                  // stands for a neighbour without a block
-  uint16_t NumberOf[KeyCount];                    // vertex of a crossed edge
-  uint16_t Rows[CellEdge * CellEdge];             // 9 bits a row: inside
-  NewVertex Vertices[3][CellSamples];             // by the axis of their edge
-  uint16_t Indices[512 * 15 + 16];                // whole rows are written
+  uint16_t Uniform[CellSamples];       // stands for a neighbour without a block
+  uint16_t NumberOf[KeyCount];         // vertex of a crossed edge
+  uint16_t Rows[CellEdge * CellEdge];  // 9 bits a row: inside
+  NewVertex Vertices[3][CellSamples];  // by the axis of their edge
+  uint16_t Indices[512 * 15 + 16];     // whole rows are written
   VolumeVertex Finished[KeyCount];
 };
 
@@ -176,7 +176,8 @@ Counts March(Work& work, const KeyRows& rows) {
       for (; active; active &= active - 1) {
         const int x = std::countr_zero(active);
         auto pair = [x](uint32_t row) { return ~row >> x & 3; };  // outside bits of the corners at x and x + 1
-        const uint32_t cubeCase = pair(r0) | uint32_t(SwapPair[pair(r1)]) << 2 | pair(r2) << 4 | uint32_t(SwapPair[pair(r3)]) << 6;
+        const uint32_t cubeCase =
+            pair(r0) | uint32_t(SwapPair[pair(r1)]) << 2 | pair(r2) << 4 | uint32_t(SwapPair[pair(r3)]) << 6;
         uint16_t* numbers = work.NumberOf + x + CellEdge * y + CellEdge * CellEdge * z;
         const int nearSides = (x > 0) | (y > 0) << 1 | (z > 0) << 2;
         for (uint32_t fresh = edgeTable[cubeCase] & NewEdges[nearSides]; fresh; fresh &= fresh - 1) {
@@ -199,7 +200,8 @@ Counts March(Work& work, const KeyRows& rows) {
 }
 
 /// The block of the cell beyond the far side of one axis; where that is uniform or missing, `uniform` filled with its value.
-const uint16_t* FarBlock(const VolumeObject& volume, const MirrorFrame& frame, int axis, CellTable::Cursor& cursor, uint16_t* uniform) {
+const uint16_t* FarBlock(const VolumeObject& volume, const MirrorFrame& frame, int axis, CellTable::Cursor& cursor,
+                         uint16_t* uniform) {
   CellKey key = frame.Key;
   (axis == 0 ? key.x : axis == 1 ? key.y : key.z) += frame.Negative[axis] ? -1 : 1;
   const VoxelCell* cell = volume.Cells.Find(key, cursor);
@@ -318,7 +320,8 @@ class VertexMaker {
 };
 
 template <int Axis>
-void MakeVertices(const VolumeObject& volume, const MirrorFrame& frame, Work& work, uint32_t count, VolumeObject::Cursor& cursor) {
+void MakeVertices(const VolumeObject& volume, const MirrorFrame& frame, Work& work, uint32_t count,
+                  VolumeObject::Cursor& cursor) {
   const VertexMaker<Axis> maker(volume, frame, work, cursor);
   for (uint32_t i = 0; i < count; i++) maker.Make(work.Vertices[Axis][i]);
 }

@@ -1,6 +1,6 @@
 #pragma once
-// Arithmetic that the sampling functions and the polygoniser share, so that a normal is the same to the last bit whichever of them
-// makes it, and so that mirrored input gives mirrored output to the last bit.
+// Arithmetic that the sampling functions and the polygoniser share, so that a normal is the same to the last bit whichever of
+// them makes it, and so that mirrored input gives mirrored output to the last bit.
 #include <cmath>
 
 #include "comms/Vec.h"
@@ -12,8 +12,8 @@ inline double Lerp(double a, double b, double f) { return a * (1 - f) + b * f; }
 /// A coordinate counts as lying on a sample when it is this close to one.
 inline constexpr double OnSample = 0.001;
 
-/// Value at a local position (each in 0 .. 8) that lies on a grid edge: linear along the one axis whose fraction is above OnSample,
-/// x where there is none; 0 with two such axes. `sample(ix, iy, iz)` yields the samples.
+/// Value at a local position (each in 0 .. 8) that lies on a grid edge: linear along the one axis whose fraction is above
+/// OnSample, x where there is none; 0 with two such axes. `sample(ix, iy, iz)` yields the samples.
 template <class Sample>
 double SampleGridEdge(double x, double y, double z, Sample&& sample) {
   const double fx = std::floor(x + OnSample), fy = std::floor(y + OnSample), fz = std::floor(z + OnSample);

@@ -91,7 +91,8 @@ std::string MakeStlHeader() {
   return header + "\n";
 }
 
-bool ExportStl(const std::vector<const VolumeObject*>& volumes, const std::string& path, const StlOptions& options, std::string& error) {
+bool ExportStl(const std::vector<const VolumeObject*>& volumes, const std::string& path, const StlOptions& options,
+               std::string& error) {
   uint64_t triangles = 0, done = 0;
   std::vector<Piece> pieces = CollectPieces(volumes, triangles);
   if (triangles > UINT32_MAX) {

@@ -16,6 +16,9 @@ std::array<float, 3> AxisScales(const comms::cMat4& space) {
   return scales;
 }
 
+// Voxels; balls closer than this add nothing but time.
+constexpr float LeastStep = 0.25f;
+
 // A sample with its pressure applied, in the space of the dabs.
 struct Tip {
   cVec3 Position, Normal;
@@ -78,7 +81,7 @@ class StrokeRunner {
       if (!(length > 0) || !std::isfinite(length)) continue;
       for (float at = 0;;) {
         const float t = at / length;
-        const float step = std::max(spacing * (a.Radius + (b.Radius - a.Radius) * t), m_InWorld ? 0.25f * m_UnitsPerVoxel : 0.25f);
+        const float step = std::max(spacing * (a.Radius + (b.Radius - a.Radius) * t), LeastStep);
         const float go = step * (1 - due);
         if (at + go > length) {
           due += (length - at) / step;
@@ -106,10 +109,14 @@ class StrokeRunner {
   }
   ApplyReport ApplyDab(const Dab& dab, const DabOptions& options) {
     switch (m_Stroke.Tool) {
-      case StrokeTool::Sphere: return ApplySphereDab(m_Volume, dab.P1, dab.R1, options);
-      case StrokeTool::Segment: return m_InWorld ? ApplyWorldSegmentDab(m_Volume, dab, options) : ApplySegmentDab(m_Volume, dab, options);
-      case StrokeTool::Carve: return ApplyCarveDab(m_Volume, dab, {m_Stroke.Falloff, m_Stroke.Base / m_UnitsPerVoxel}, options);
-      case StrokeTool::Stamp: return m_Stroke.StampSource ? ApplyStamp(m_Volume, *m_Stroke.StampSource, dab, options) : ApplyReport{};
+      case StrokeTool::Sphere:
+        return ApplySphereDab(m_Volume, dab.P1, dab.R1, options);
+      case StrokeTool::Segment:
+        return m_InWorld ? ApplyWorldSegmentDab(m_Volume, dab, options) : ApplySegmentDab(m_Volume, dab, options);
+      case StrokeTool::Carve:
+        return ApplyCarveDab(m_Volume, dab, {m_Stroke.Falloff, m_Stroke.Base / m_UnitsPerVoxel}, options);
+      case StrokeTool::Stamp:
+        return m_Stroke.StampSource ? ApplyStamp(m_Volume, *m_Stroke.StampSource, dab, options) : ApplyReport{};
     }
     return {};
   }

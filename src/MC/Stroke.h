@@ -21,23 +21,23 @@ struct PenSample {
 
 struct Stroke {
   StrokeTool Tool = StrokeTool::Segment;
-  int32_t Mode = ApplyAdd;       ///< ApplyMode
+  int32_t Mode = ApplyAdd;  ///< ApplyMode
   bool Airbrush = false;
-  int Symmetry = MirrorNone;     ///< axes of volume space about whose planes every dab is repeated
-  float Spacing = 0;             ///< least distance between two ends of dabs, in radii; 0: every sample counts. Sphere dabs follow
-                                 ///< each other at this distance, at SphereSpacing where it is 0
-  bool PressureRadius = true;    ///< pressure scales the radius
-  bool PressureHeight = true;    ///< pressure scales the height
-  float Falloff = 0;             ///< Carve: strength of the falloff curve, 0 .. 1
-  float Base = 0;                ///< Carve: offset from the surface, world units
-  std::string StampName;         ///< Stamp: name of the source volume, for whoever resolves it
+  int Symmetry = MirrorNone;   ///< axes of volume space about whose planes every dab is repeated
+  float Spacing = 0;           ///< least distance between two ends of dabs, in radii; 0: every sample counts. Sphere dabs follow
+                               ///< each other at this distance, at SphereSpacing where it is 0
+  bool PressureRadius = true;  ///< pressure scales the radius
+  bool PressureHeight = true;  ///< pressure scales the height
+  float Falloff = 0;           ///< Carve: strength of the falloff curve, 0 .. 1
+  float Base = 0;              ///< Carve: offset from the surface, world units
+  std::string StampName;       ///< Stamp: name of the source volume, for whoever resolves it
   const VolumeObject* StampSource = nullptr;  ///< Stamp: the source; the tool does nothing without one
   std::vector<PenSample> Samples;
   static constexpr float SphereSpacing = 0.25f;
 };
 
-/// Hears of every stroke that changed something, before its backups are dropped. The undo record takes them from there: a listener may
-/// move VoxelCell::Backup out of the cells of `keys` (all of them hold one; keys past MaxStrokeKeys are not listed).
+/// Hears of every stroke that changed something, before its backups are dropped. The undo record takes them from there: a
+/// listener may move VoxelCell::Backup out of the cells of `keys` (all of them hold one; keys past MaxStrokeKeys are not listed).
 class StrokeListener {
  public:
   virtual ~StrokeListener() = default;
@@ -50,15 +50,16 @@ struct StrokeOptions {
 };
 
 struct StrokeReport {
-  int32_t Dabs = 0;             ///< dabs applied, images included
-  ApplyReport Apply;            ///< sums over the dabs
+  int32_t Dabs = 0;   ///< dabs applied, images included
+  ApplyReport Apply;  ///< sums over the dabs
 };
 
-/// Runs the dabs of a stroke; the stroke stays open, so that more may follow before FinishStroke.
+/// Runs the dabs of a stroke; the stroke stays open, so that more may follow before FinishStroke. In a volume whose axes are
+/// scaled apart Segment keeps its shape in world space; the other tools are round in voxels.
 StrokeReport ApplyStroke(VolumeObject& volume, const Stroke& stroke, const StrokeOptions& options = {});
 
-/// Ends a stroke: the listener (null: none) gets the backups unless nothing was touched, what it leaves is dropped, StrokeCellKeys and
-/// BackupCount are emptied, and the changes are refreshed.
+/// Ends a stroke: the listener (null: none) gets the backups unless nothing was touched, what it leaves is dropped,
+/// StrokeCellKeys and BackupCount are emptied, and the changes are refreshed.
 void FinishStroke(VolumeObject& volume, StrokeListener* listener = nullptr, const StrokeOptions& options = {});
 
 /// Whether the axes of a volume are scaled alike: every ratio of two of them lies in 0.98 .. 1.02.

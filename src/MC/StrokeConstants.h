@@ -1,25 +1,25 @@
 #pragma once
-// The constants of the dab that is being applied. They are process-wide: written by the calling thread before a pass, only read while
-// the pass runs. Field functions take their copy when they are made, so that workers read no shared memory per sample.
+// The constants of the dab that is being applied. They are process-wide: written by the calling thread before a pass, only read
+// while the pass runs. Field functions take their copy when they are made, so that workers read no shared memory per sample.
 #include <cstdint>
 
 #include "comms/Vec.h"
 
 /// Lengths in voxels, vectors in volume space.
 struct StrokeConstants {
-  comms::cVec3 spCenter;                     ///< first end of the dab
-  comms::cVec3 spDir;                        ///< unit vector from the first end to the second; zero when they coincide
-  float spLength = 1e-20f;                   ///< distance of the ends, never below 1e-20
-  float spRadius = 0, spDr = 0;              ///< radius at the first end, and its change to the second
-  comms::cVec3 spT{1, 0, 0}, spB{0, 1, 0};   ///< tangent and bitangent of the pen plane
-  comms::cVec3 spN1{0, 0, 1}, spDN;          ///< normal at the first end, and its change to the second
-  float spAspect1 = 1, spAspectD = 0;        ///< height of the brush at the first end, and its change
-  int32_t spSub = 0;                         ///< 1 while the dab subtracts
-  comms::cMat4 spScreenMatrix;               ///< projection of brushes in screen space
-  float spProjCX = 0, spProjCY = 0;          ///< its centre
-  comms::cMat4 ScrToUV1, ScrToUV2;           ///< lookups of stencil and material
-  comms::cVec3 spPinchShift;                 ///< pinch: shift
-  float spPinchDegree = 0;                   ///< pinch: degree
+  comms::cVec3 spCenter;                    ///< first end of the dab
+  comms::cVec3 spDir;                       ///< unit vector from the first end to the second; zero when they coincide
+  float spLength = 1e-20f;                  ///< distance of the ends, never below 1e-20
+  float spRadius = 0, spDr = 0;             ///< radius at the first end, and its change to the second
+  comms::cVec3 spT{1, 0, 0}, spB{0, 1, 0};  ///< tangent and bitangent of the pen plane
+  comms::cVec3 spN1{0, 0, 1}, spDN;         ///< normal at the first end, and its change to the second
+  float spAspect1 = 1, spAspectD = 0;       ///< height of the brush at the first end, and its change
+  int32_t spSub = 0;                        ///< 1 while the dab subtracts
+  comms::cMat4 spScreenMatrix;              ///< projection of brushes in screen space
+  float spProjCX = 0, spProjCY = 0;         ///< its centre
+  comms::cMat4 ScrToUV1, ScrToUV2;          ///< lookups of stencil and material
+  comms::cVec3 spPinchShift;                ///< pinch: shift
+  float spPinchDegree = 0;                  ///< pinch: degree
 };
 
 /// The constants in force.

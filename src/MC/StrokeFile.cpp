@@ -71,7 +71,8 @@ class StrokeParser {
     const bool isNumber = end == digits.data() + digits.size() && (code == std::errc() || code == std::errc::result_out_of_range);
     if (!isNumber) return Fail("found " + Quote(word) + " where " + what + " is expected");
     if (code != std::errc() || !(value >= least && value <= most))
-      return Fail(comms::Format("%s is %s, expected a number from %g to %g", what, Quote(word).c_str(), double(least), double(most)));
+      return Fail(
+          comms::Format("%s is %s, expected a number from %g to %g", what, Quote(word).c_str(), double(least), double(most)));
     return true;
   }
   // Takes one of `choices`; its place in the list goes to `choice`.
@@ -94,7 +95,8 @@ class StrokeParser {
                            is("falloff") || is("base") || is("stamp");
     if (!isSetting) return Fail("found " + Quote(statement) + ", which is no statement of a stroke file");
     if (!m_Current.Samples.empty())
-      return Fail(Quote(statement) + " stands behind a sample; a setting comes before the samples, and 'stroke' starts another stroke");
+      return Fail(Quote(statement) +
+                  " stands behind a sample; a setting comes before the samples, and 'stroke' starts another stroke");
     return ParseSetting(is);
   }
 

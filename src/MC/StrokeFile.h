@@ -20,8 +20,8 @@
 
 #include "MC/Stroke.h"
 
-/// Parses `text`; `name` stands for it in messages. False with one sentence in `error` (file, line, what was found and expected); then
-/// `strokes` is as it was. Strokes without a sample are left out.
+/// Parses `text`; `name` stands for it in messages. False with one sentence in `error` (file, line, what was found and expected);
+/// then `strokes` is as it was. Strokes without a sample are left out.
 bool ParseStrokes(std::string_view text, const std::string& name, std::vector<Stroke>& strokes, std::string& error);
 
 /// ParseStrokes of a file; also false where the file can't be read.

@@ -10,7 +10,8 @@ void ForEachSide(const SurfaceData& surface, Visit&& visit) {
   const uint32_t triangles = surface.Indices.Count() / 3;
   for (uint32_t t = 0; t < triangles; t++) {
     uint32_t ids[3];
-    for (uint32_t corner = 0; corner < 3; corner++) ids[corner] = surface.VertexIds[surface.Indices[3 * t + corner]] & ~SharedVertexBit;
+    for (uint32_t corner = 0; corner < 3; corner++)
+      ids[corner] = surface.VertexIds[surface.Indices[3 * t + corner]] & ~SharedVertexBit;
     for (uint32_t corner = 0; corner < 3; corner++) visit(ids[corner], ids[(corner + 1) % 3], t, corner);
   }
 }

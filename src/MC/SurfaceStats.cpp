@@ -32,7 +32,8 @@ EdgeCounts CountEdgesAt(const SurfaceEdges& edges, uint32_t id) {
   const auto sides = edges.From(id);
   for (size_t i = 0; i < sides.size(); i++) {
     const uint32_t to = sides[i].To;
-    const bool repeated = std::any_of(sides.begin(), sides.begin() + ptrdiff_t(i), [to](const auto& side) { return side.To == to; });
+    const bool repeated =
+        std::any_of(sides.begin(), sides.begin() + ptrdiff_t(i), [to](const auto& side) { return side.To == to; });
     const size_t back = CountSides(edges, to, id);
     if (repeated || (to < id && back > 0)) continue;
     const size_t forth = CountSides(edges, id, to);

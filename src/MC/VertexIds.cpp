@@ -1,8 +1,8 @@
 // Ids that weld the cells' meshes together.
 //
-// A vertex on a cell's boundary has copies in up to four cells. Of these the one where no coordinate of the edge is 8 owns it; the
-// owner numbers it, the others find it there through their neighbour. So no table of all vertices is needed, each cell is the work
-// of one thread, and the ids depend on the mesh alone.
+// A vertex on a cell's boundary has copies in up to four cells. Of these the one where no coordinate of the edge is 8 owns it;
+// the owner numbers it, the others find it there through their neighbour. So no table of all vertices is needed, each cell is the
+// work of one thread, and the ids depend on the mesh alone.
 #include <oneapi/tbb/parallel_for.h>
 
 #include <algorithm>
@@ -14,18 +14,7 @@
 
 namespace {
 
-constexpr int EdgeKeys = 3 * CellSamples;
-
-/// Bit i: coordinate i of the edge's lower end is 8, so the next cell along that axis owns the vertex.
-constexpr std::array<uint8_t, EdgeKeys> MakeFarAxes() {
-  std::array<uint8_t, EdgeKeys> axes{};
-  for (int key = 0; key < EdgeKeys; key++)
-    axes[key] = uint8_t((key % 9 == 8) | (key / 9 % 9 == 8) << 1 | (key / 81 % 9 == 8) << 2);
-  return axes;
-}
-constexpr std::array<uint8_t, EdgeKeys> FarAxes = MakeFarAxes();
-
-bool IsOwned(const VolumeVertex& v) { return v.EdgeKey == InteriorEdge || FarAxes[v.EdgeKey] == 0; }
+using surface_cells::FarAxes;
 
 constexpr uint32_t Unset = ~0u;
 
@@ -34,7 +23,7 @@ void NumberOwned(SurfaceData& surface, uint32_t first) {
   surface.VertexIds.Resize(surface.Vertices.Count());
   for (uint32_t i = 0; i < surface.Vertices.Count(); i++) {
     const VolumeVertex& v = surface.Vertices[i];
-    if (!IsOwned(v))
+    if (!IsOwnedVertex(v))
       surface.VertexIds[i] = Unset;
     else
       surface.VertexIds[i] = v.EdgeKey == InteriorEdge ? first++ : first++ | SharedVertexBit;
@@ -44,7 +33,7 @@ void NumberOwned(SurfaceData& surface, uint32_t first) {
 /// Takes the ids of vertices that the far neighbours own from there. False when a neighbour does not have one of them.
 bool TakeFromNeighbours(const VolumeObject& volume, const SurfaceCell& cell, CellTable::Cursor& cursor) {
   // Entries left by other cells are harmless: each is checked against the vertex that it leads to.
-  thread_local std::array<uint16_t, EdgeKeys> vertexOf{};
+  thread_local std::array<uint16_t, FarAxes.size()> vertexOf{};
   SurfaceData& surface = *cell.Surface;
   uint8_t needed = 0;
   for (const VolumeVertex& v : surface.Vertices)
@@ -52,8 +41,8 @@ bool TakeFromNeighbours(const VolumeObject& volume, const SurfaceCell& cell, Cel
   bool complete = true;
   for (int far = 1; far < 8; far++) {
     if (!(needed >> far & 1)) continue;
-    const VoxelCell* neighbour = volume.Cells.Find(
-        {cell.Key.x + (far & 1), cell.Key.y + (far >> 1 & 1), cell.Key.z + (far >> 2)}, cursor);
+    const VoxelCell* neighbour =
+        volume.Cells.Find({cell.Key.x + (far & 1), cell.Key.y + (far >> 1 & 1), cell.Key.z + (far >> 2)}, cursor);
     const SurfaceData* owner = neighbour && !neighbour->Has(ShadowCell) ? neighbour->Surface : nullptr;
     const uint32_t ownerCount = owner ? owner->Vertices.Count() : 0;
     for (uint32_t i = 0; i < ownerCount; i++)
@@ -78,8 +67,8 @@ void WeldOrphans(const SurfaceCell& cell, CoordHash<std::array<uint32_t, 3>>& or
     if (cell.Surface->VertexIds[i] != Unset) continue;
     const int key = cell.Surface->Vertices[i].EdgeKey;
     bool added = false;
-    auto& ids = orphans.FindOrAdd(
-        CellKey{key % 9 + 8 * cell.Key.x, key / 9 % 9 + 8 * cell.Key.y, key / 81 % 9 + 8 * cell.Key.z}, &added);
+    auto& ids =
+        orphans.FindOrAdd(CellKey{key % 9 + 8 * cell.Key.x, key / 9 % 9 + 8 * cell.Key.y, key / 81 % 9 + 8 * cell.Key.z}, &added);
     if (added) ids.fill(Unset);
     uint32_t& id = ids[size_t(key / CellSamples)];
     if (id == Unset) id = nextId++ | SharedVertexBit;
@@ -95,7 +84,7 @@ uint32_t VolumeObject::AssignVertexIds() {
   std::vector<uint32_t> first(cells.size());
   tbb::parallel_for(size_t(0), cells.size(), [&](size_t i) {
     const Block<VolumeVertex>& vertices = cells[i].Surface->Vertices;
-    first[i] = uint32_t(std::count_if(vertices.begin(), vertices.end(), IsOwned));
+    first[i] = uint32_t(std::count_if(vertices.begin(), vertices.end(), IsOwnedVertex));
   });
   uint64_t next = 0;
   for (uint32_t& f : first) {

@@ -61,11 +61,11 @@ VolumeMemory VolumeObject::CountMemory() const {
   memory.DensityBytes = VoxelPool.SlabBytes();
   memory.SurfaceBytes = SurfacePool.SlabBytes();
   memory.BoxTreeBytes = BoxTree.Bytes();
-  memory.OtherBlockBytes += DirtyGroups.Bytes() + DirtyCells.Bytes() + RedrawCells.Bytes() + StrokeCellKeys.capacity() * sizeof(CellKey);
+  memory.OtherBlockBytes +=
+      DirtyGroups.Bytes() + DirtyCells.Bytes() + RedrawCells.Bytes() + StrokeCellKeys.capacity() * sizeof(CellKey);
   memory.GroupMeshBytes = RenderGroups.Bytes();
-  RenderGroups.ForEach([&](const CellKey&, const RenderGroup& group) {
-    memory.GroupMeshBytes += sizeof(comms::BaseMesh) + group.Mesh->Bytes();
-  });
+  RenderGroups.ForEach(
+      [&](const CellKey&, const RenderGroup& group) { memory.GroupMeshBytes += sizeof(comms::BaseMesh) + group.Mesh->Bytes(); });
   return memory;
 }
 
@@ -89,11 +89,12 @@ std::string VolumeObject::MemoryReport() {
   const double counted = empty + filled + surface + double(memory.VertexBytes) + double(memory.IndexBytes) +
                          double(memory.BoxTreeBytes) + double(memory.OtherBlockBytes);
   std::string text;
-  Print(text, "\nMemory usage report:\nCells: %d\nEmpty cells: %d (%.02f mb)\nSurfaceCells: %d (%.02f mb)\nFilled cells: %d (%.02f mb)\n",
-        int(memory.Cells), int(memory.UniformCells), empty / Megabyte, int(memory.SurfaceCells), surface / Megabyte,
-        int(memory.FilledCells), filled / Megabyte);
-  Print(text,
-        "Vertex cash: %.02f mb\nIndex cash: %.02f mb\nOcTree: %.02f\nExtra data: %.02f mb\n\nTotal: %.02f mb (%.02f mb)\n",
+  Print(
+      text,
+      "\nMemory usage report:\nCells: %d\nEmpty cells: %d (%.02f mb)\nSurfaceCells: %d (%.02f mb)\nFilled cells: %d (%.02f mb)\n",
+      int(memory.Cells), int(memory.UniformCells), empty / Megabyte, int(memory.SurfaceCells), surface / Megabyte,
+      int(memory.FilledCells), filled / Megabyte);
+  Print(text, "Vertex cash: %.02f mb\nIndex cash: %.02f mb\nOcTree: %.02f\nExtra data: %.02f mb\n\nTotal: %.02f mb (%.02f mb)\n",
         double(memory.VertexBytes) / Megabyte, double(memory.IndexBytes) / Megabyte, double(memory.BoxTreeBytes) / Megabyte,
         double(memory.OtherBlockBytes) / Megabyte, counted / Megabyte, double(memory.Total()) / Megabyte);
   Print(text, "vpool: %.02f mb\ncpool: %.02f mb\napool: %.02f\n", double(memory.DensityBytes) / Megabyte,

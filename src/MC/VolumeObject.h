@@ -1,12 +1,12 @@
 #pragma once
 // The sparse volume: an unbounded grid of 16-bit density samples in 8 x 8 x 8 cells that exist only where something is stored.
 //
-// Density: 32768 is the surface, at least 32768 is inside; one voxel of distance is 16384 units, the ramp is 4 voxels wide. A cell
-// stores 9 x 9 x 9 samples: the far planes repeat the first planes of its neighbours, and every writer computes all 729 samples, so
-// that shared planes hold equal values by construction.
+// Density: 32768 is the surface, at least 32768 is inside; one voxel of distance is 16384 units, the ramp is 4 voxels wide. A
+// cell stores 9 x 9 x 9 samples: the far planes repeat the first planes of its neighbours, and every writer computes all 729
+// samples, so that shared planes hold equal values by construction.
 //
-// Threads: lookups and sampling are free for all while nobody writes. A parallel pass gives each cell one owner; creation of cells
-// and of blocks on workers passes lock = true.
+// Threads: lookups and sampling are free for all while nobody writes. A parallel pass gives each cell one owner; creation of
+// cells and of blocks on workers passes lock = true.
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -14,12 +14,12 @@
 #include <string>
 #include <vector>
 
+#include "ClassEngine/unihash.h"
 #include "MC/BoxTree.h"
 #include "MC/CellTable.h"
 #include "MC/FixedPool.h"
 #include "MC/RedrawArea.h"
 #include "MC/VoxelCell.h"
-#include "ClassEngine/unihash.h"
 #include "comms/BaseMesh.h"
 #include "comms/Vec.h"
 
@@ -67,8 +67,8 @@ class VolumeObject {
   const VoxelCell* FindCellOrBackup(int32_t x, int32_t y, int32_t z) const;
   /// Takes a cell out of the table and returns all it holds to the pools.
   void DeleteCell(const CellKey& key);
-  /// Drops the backups of a finished stroke (`restore` false) or puts them back in place of the changed cells (`restore` true, the
-  /// cells are marked changed), and empties StrokeCellKeys and BackupCount.
+  /// Drops the backups of a finished stroke (`restore` false) or puts them back in place of the changed cells (`restore` true,
+  /// the cells are marked changed), and empties StrokeCellKeys and BackupCount.
   void EndStroke(bool restore);
   void AllocateSurface(VoxelCell& cell);
   void FreeSurface(VoxelCell& cell);
@@ -98,8 +98,8 @@ class VolumeObject {
   void MarkCellChanged(int32_t x, int32_t y, int32_t z, bool boxOnly, bool lock);
   /// Rebuilds the triangles of one cell. Safe on many threads for different cells while nobody writes density.
   VoxelCell* PolygonizeCell(int32_t x, int32_t y, int32_t z);
-  /// Polygonises all marked cells, renews boxes, group meshes and the box tree. `buildGroups` false: surfaces and boxes alone, for
-  /// callers that draw nothing; the groups stay marked.
+  /// Polygonises all marked cells, renews boxes, group meshes and the box tree. `buildGroups` false: surfaces and boxes alone,
+  /// for callers that draw nothing; the groups stay marked.
   void RefreshChanges(bool buildGroups = true);
   /// Null when the group has no vertices or no indices.
   std::unique_ptr<comms::BaseMesh> BuildGroupMesh(int32_t gx, int32_t gy, int32_t gz, VolumeBox& box, ::ScreenRect& rect) const;
@@ -149,6 +149,7 @@ class VolumeObject {
   std::atomic<bool> m_IdsCurrent{false};
 };
 
-/// Unit normal at a world position over several volumes, in world space: each volume with density there adds its central normal, and
-/// the deepest one decides, since the weight is the density over SurfaceLevel to the power of 64. Zero where no volume has density.
+/// Unit normal at a world position over several volumes, in world space: each volume with density there adds its central normal,
+/// and the deepest one decides, since the weight is the density over SurfaceLevel to the power of 64. Zero where no volume has
+/// density.
 comms::cVec3 GetBlendedNormal(std::span<const VolumeObject* const> volumes, const comms::cVec3& world);

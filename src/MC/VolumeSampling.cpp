@@ -49,8 +49,7 @@ uint16_t VolumeObject::SampleVoxel(int32_t x, int32_t y, int32_t z, Cursor& curs
 double VolumeObject::SampleTrilinear(float x, float y, float z, bool fromBackup) const {
   const Split sx(x), sy(y), sz(z);
   if (!sx.Inside || !sy.Inside || !sz.Inside) return 0;
-  const VoxelCell* cell =
-      fromBackup ? FindCellOrBackup(sx.Cell, sy.Cell, sz.Cell) : Cells.Find({sx.Cell, sy.Cell, sz.Cell});
+  const VoxelCell* cell = fromBackup ? FindCellOrBackup(sx.Cell, sy.Cell, sz.Cell) : Cells.Find({sx.Cell, sy.Cell, sz.Cell});
   if (!cell) return 0;
   if (!cell->Density || (cell->Flags & FillPending)) return cell->UniformValue;
   const int ix = int(sx.Local), iy = int(sy.Local), iz = int(sz.Local);

@@ -108,9 +108,9 @@ enum ExpandMode : int { ExpandAllocate = 1, ExpandFill = 2 };
 struct VoxelCell {
   SurfaceData* Surface = nullptr;
   VolumeObject* Owner = nullptr;
-  VoxelCell* Backup = nullptr;      ///< this cell when the present stroke first touched it
-  uint16_t* StrokeBase = nullptr;   ///< second density block of strokes that compare with their start
-  uint16_t* Density = nullptr;      ///< 729 samples from VoxelPool, index (z * 9 + y) * 9 + x
+  VoxelCell* Backup = nullptr;     ///< this cell when the present stroke first touched it
+  uint16_t* StrokeBase = nullptr;  ///< second density block of strokes that compare with their start
+  uint16_t* Density = nullptr;     ///< 729 samples from VoxelPool, index (z * 9 + y) * 9 + x
   uint16_t UniformValue = 0;
   uint16_t DrawStamp = 0;
   uint8_t Flags = Touched | HasOutside;

@@ -85,8 +85,8 @@ float ParseFloat(const char*& at) {
   if ((*p | 0x20) == 'e') ReadExponent(p, parts);
   at = p;
   if (parts.Digits > 19 || parts.Scale < -22 || parts.Scale > 22) return ParseExactly(p, parts);
-  // One or two roundings of a double, at most two units of its last place off the exact value. The float behind it is the right one
-  // unless the boundary between two floats lies that near; small floats have other boundaries, large ones may overflow.
+  // One or two roundings of a double, at most two units of its last place off the exact value. The float behind it is the right
+  // one unless the boundary between two floats lies that near; small floats have other boundaries, large ones may overflow.
   const double mantissa = double(parts.Mantissa);
   const double value = parts.Scale < 0 ? mantissa / PowersOfTen[-parts.Scale] : mantissa * PowersOfTen[parts.Scale];
   const uint32_t rest = uint32_t(std::bit_cast<uint64_t>(value)) & 0x1FFFFFFFu;

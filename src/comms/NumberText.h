@@ -9,10 +9,9 @@ namespace comms {
 /// Bytes behind the end of a text that the parsers here may look at without using them.
 constexpr int TextPadding = 8;
 
-/// Reads optional blanks and tabs, sign, digits with "." or "," before the decimals, and an optional exponent. Correctly rounded. `at`
-/// moves behind what was used. Text without a digit gives 0 and moves nothing (so "nan" and "inf" give 0); too large a number gives
-/// infinity.
-/// at   ends with a byte that belongs to no number, with TextPadding readable bytes behind it
+/// Reads optional blanks and tabs, sign, digits with "." or "," before the decimals, and an optional exponent. Correctly rounded.
+/// `at` moves behind what was used. Text without a digit gives 0 and moves nothing (so "nan" and "inf" give 0); too large a
+/// number gives infinity. at   ends with a byte that belongs to no number, with TextPadding readable bytes behind it
 float ParseFloat(const char*& at);
 /// The same for any text.
 float ParseFloat(std::string_view text);

@@ -1,14 +1,14 @@
 #pragma once
 // Lines of OBJ text: the exact rules, and a fast look at the ordinary line.
-#include <cstdint>
 #include <immintrin.h>
+#include <cstdint>
 #include <string_view>
 
 namespace comms {
 
-/// A line by the exact rules: at most MaxChars characters up to CR or LF; a backslash before the line end becomes a blank and joins
-/// what follows; "#" cuts the line unless one of the three extensions begins it; tokens stand between blanks and tabs and are cut at
-/// MaxTokenChars; a line that fills the table of tokens counts OverflowTokens.
+/// A line by the exact rules: at most MaxChars characters up to CR or LF; a backslash before the line end becomes a blank and
+/// joins what follows; "#" cuts the line unless one of the three extensions begins it; tokens stand between blanks and tabs and
+/// are cut at MaxTokenChars; a line that fills the table of tokens counts OverflowTokens.
 class ObjLine {
  public:
   static constexpr int MaxChars = 2047, MaxTokens = 256, MaxTokenChars = 126, OverflowTokens = 5;
@@ -46,7 +46,8 @@ struct ObjLineScan {
   bool IsOdd;  ///< holds "#" or a backslash, is too long or has too many tokens: ObjLine must read it
 };
 
-/// 32 characters at a time. The three tables hold, by the low half of a character, the one character of their class with that half.
+/// 32 characters at a time. The three tables hold, by the low half of a character, the one character of their class with that
+/// half.
 inline ObjLineScan ScanObjLine(const char* at) {
   const __m256i endTable = _mm256_broadcastsi128_si256(_mm_setr_epi8(-1, 0, 0, 0, 0, 0, 0, 0, 0, 0, '\n', 0, 0, '\r', 0, 0));
   const __m256i blankTable = _mm256_broadcastsi128_si256(_mm_setr_epi8(' ', 0, 0, 0, 0, 0, 0, 0, 0, '\t', 0, 0, 0, 0, 0, 0));

@@ -16,7 +16,8 @@ const MtlKeyword MtlKeywords[NumMtlKeywords] = {{"map_Kd ", cRawMaterial::Diffus
                                                 {"map_bump ", cRawMaterial::NormalBump},
                                                 {"disp ", cRawMaterial::Bump}};
 
-// --- text of a library -----------------------------------------------------------------------------------------------------------
+// --- text of a library
+// -----------------------------------------------------------------------------------------------------------
 
 constexpr std::string_view EntryWord = "newmtl ", BoundWord = "newmtl";
 constexpr size_t MaxPathChars = 259;
@@ -74,7 +75,8 @@ MtlPaths MtlText::ReadPaths(int64_t start) const {
   return paths;
 }
 
-// --- the libraries of a file -----------------------------------------------------------------------------------------------------
+// --- the libraries of a file
+// -----------------------------------------------------------------------------------------------------
 
 struct MtlLibraries::Library {
   cStr Name;
@@ -101,8 +103,8 @@ MtlLibraries::Library* MtlLibraries::Open(std::string_view name) {
   const cStr path = FindRegularFile(m_Folder + cStr(name));
   const int64_t size = path.empty() ? 0 : GetFileSize(path);
   if (m_Bytes + size > MaxBytes || m_Libraries.size() >= MaxLibraries) {
-    LogWarning("The material library \"%s\" is left out: at most %lld bytes in %zu libraries are read for one file.", path.c_str(),
-               static_cast<long long>(MaxBytes), MaxLibraries);
+    LogWarning("The material library \"%s\" is left out: at most %lld bytes in %zu libraries are read for one file.",
+               path.c_str(), static_cast<long long>(MaxBytes), MaxLibraries);
     m_IsFull = true;
     return nullptr;
   }
@@ -136,14 +138,16 @@ MtlPaths MtlLibraries::Find(std::string_view libraryName, std::string_view mater
   return entry->second;
 }
 
-// --- UV sets -----------------------------------------------------------------------------------------------------------------------
+// --- UV sets
+// -----------------------------------------------------------------------------------------------------------------------
 
 static std::string_view WithoutExtension(std::string_view path) {
   const size_t dot = path.find_last_of("./\\");
   return dot != path.npos && path[dot] == '.' ? path.substr(0, dot) : path;
 }
 
-// Text that the diffuse paths begin with, cut back to a whole folder. An empty path behind the first non-empty one leaves nothing.
+// Text that the diffuse paths begin with, cut back to a whole folder. An empty path behind the first non-empty one leaves
+// nothing.
 static std::string_view FindCommonFolder(const cList<cRawMaterial>& materials) {
   std::string_view common;
   bool hasFirst = false;
@@ -151,7 +155,8 @@ static std::string_view FindCommonFolder(const cList<cRawMaterial>& materials) {
     const cStr& path = material.Textures[cRawMaterial::Diffuse].FileName;
     if (hasFirst) {
       const size_t most = std::min(common.size(), path.size());
-      common = common.substr(0, size_t(std::mismatch(common.begin(), common.begin() + ptrdiff_t(most), path.begin()).first - common.begin()));
+      common = common.substr(
+          0, size_t(std::mismatch(common.begin(), common.begin() + ptrdiff_t(most), path.begin()).first - common.begin()));
     } else if (!path.empty()) {
       common = path;
       hasFirst = true;

@@ -60,8 +60,8 @@ class MtlText {
   size_t m_LastCr, m_LastLf;
 };
 
-/// Gives materials that share a diffuse texture one UV set: true with UVSets filled and the set of every material in `setOf`, or false
-/// with no UV sets where no two materials share one.
+/// Gives materials that share a diffuse texture one UV set: true with UVSets filled and the set of every material in `setOf`, or
+/// false with no UV sets where no two materials share one.
 bool JoinUVSets(cRawMesh& mesh, cList<int>& setOf);
 
 }  // namespace comms

@@ -1,11 +1,11 @@
 #include "comms/ObjReader.h"
 
+#include <tbb/enumerable_thread_specific.h>
+#include <tbb/parallel_for.h>
 #include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <limits>
-#include <tbb/enumerable_thread_specific.h>
-#include <tbb/parallel_for.h>
 #include <thread>
 
 #include "comms/Log.h"
@@ -16,7 +16,8 @@
 
 namespace comms {
 
-// --- between the passes ------------------------------------------------------------------------------------------------------------
+// --- between the passes
+// ------------------------------------------------------------------------------------------------------------
 
 namespace {
 // Objects and materials in the order of the file, and which of them are current.
@@ -71,7 +72,9 @@ class ObjState {
           object.HasPivot = true;
         }
         return true;
-      case ObjEvent::Library: m_Library = content; return true;
+      case ObjEvent::Library:
+        m_Library = content;
+        return true;
       case ObjEvent::Material:
         m_Material = m_Materials.Find(content);
         if (m_Material < 0 && !AddMaterial(content)) return false;
@@ -148,7 +151,8 @@ bool ResolveObjChunks(const cFile& file, cList<ObjChunk>& chunks, cRawMesh& mesh
   return true;
 }
 
-// --- the passes --------------------------------------------------------------------------------------------------------------------
+// --- the passes
+// --------------------------------------------------------------------------------------------------------------------
 
 namespace {
 // What a thread needs for its chunks.
@@ -250,7 +254,8 @@ static void ReportFailure(const cFile& file, const ObjChunk& chunk, Worker& work
 }
 
 static bool ReportShortRead(const cFile& file) {
-  LogError("cMeshObj::DecodeObj(): \"%s\" gives fewer than its %lld bytes.", file.Name().c_str(), static_cast<long long>(file.Size()));
+  LogError("cMeshObj::DecodeObj(): \"%s\" gives fewer than its %lld bytes.", file.Name().c_str(),
+           static_cast<long long>(file.Size()));
   return false;
 }
 
@@ -287,7 +292,8 @@ bool ReadObj(const cFile& file, cRawMesh& mesh, const ObjReadOptions& options) {
   return true;
 }
 
-// --- codec -------------------------------------------------------------------------------------------------------------------------
+// --- codec
+// -------------------------------------------------------------------------------------------------------------------------
 
 cRawMesh* cMeshObj::Decode(cFile& file) {
   if (file.AtEnd()) return nullptr;

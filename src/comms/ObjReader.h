@@ -55,8 +55,8 @@ struct ObjChunk {
 /// Text of a chunk, with what is needed to look behind its end.
 class ObjChunkText {
  public:
-  /// Finds the chunk that the nominal bytes [begin, end) own: the lines that begin behind the first sure line end in it. False where
-  /// the file gives less than its size.
+  /// Finds the chunk that the nominal bytes [begin, end) own: the lines that begin behind the first sure line end in it. False
+  /// where the file gives less than its size.
   bool Find(const cFile& file, int64_t begin, int64_t end);
   bool Load(const cFile& file, int64_t begin, int64_t end);
   int64_t FileBegin() const { return m_FileBegin; }

@@ -8,7 +8,8 @@
 
 namespace comms {
 
-// --- text --------------------------------------------------------------------------------------------------------------------------
+// --- text
+// --------------------------------------------------------------------------------------------------------------------------
 
 bool ObjChunkText::Fetch(const cFile& file, int64_t begin, int64_t end) {
   m_Text.resize(size_t(end - begin) + ObjTextPadding);
@@ -55,7 +56,8 @@ bool ObjChunkText::Load(const cFile& file, int64_t begin, int64_t end) {
   return Fetch(file, begin, end);
 }
 
-// --- walking the lines -------------------------------------------------------------------------------------------------------------
+// --- walking the lines
+// -------------------------------------------------------------------------------------------------------------
 
 enum class ObjRecord { Position, TexCoord, Normal, Face, Other };
 
@@ -87,8 +89,8 @@ static bool IsPlainComment(const char* at, const char* end) {
 }
 
 // Calls, for every line in order, until one answers false:
-//   visitor.Ordinary(record, at, scan)  a line of numbers that ObjLine would read the same; true, or false to have it read by ObjLine
-//   visitor.Exact(line)                 any other line, with at least one token
+//   visitor.Ordinary(record, at, scan)  a line of numbers that ObjLine would read the same; true, or false to have it read by
+//   ObjLine visitor.Exact(line)                 any other line, with at least one token
 // Returns where the line begins that was answered false; null at the end.
 template <class Visitor>
 static const char* WalkLines(const ObjChunkText& text, ObjLine& line, Visitor& visitor) {
@@ -114,7 +116,8 @@ static const char* WalkLines(const ObjChunkText& text, ObjLine& line, Visitor& v
   }
 }
 
-// --- first pass --------------------------------------------------------------------------------------------------------------------
+// --- first pass
+// --------------------------------------------------------------------------------------------------------------------
 
 static std::string_view WithoutQuotes(std::string_view name) {
   if (name.starts_with('"')) name.remove_prefix(1);
@@ -136,10 +139,17 @@ struct CountVisitor {
   bool Count(ObjRecord record, int tokens) {
     if (tokens < MinTokens(record)) return record == ObjRecord::Face;
     switch (record) {
-      case ObjRecord::Position: Chunk.Counts.Positions++; break;
-      case ObjRecord::TexCoord: Chunk.Counts.TexCoords++; break;
-      case ObjRecord::Normal: Chunk.Counts.Normals++; break;
-      case ObjRecord::Other: break;
+      case ObjRecord::Position:
+        Chunk.Counts.Positions++;
+        break;
+      case ObjRecord::TexCoord:
+        Chunk.Counts.TexCoords++;
+        break;
+      case ObjRecord::Normal:
+        Chunk.Counts.Normals++;
+        break;
+      case ObjRecord::Other:
+        break;
       case ObjRecord::Face:
         Chunk.Counts.Records += tokens;
         if (!HasObject) {
@@ -214,7 +224,8 @@ void CountObjChunk(const ObjChunkText& text, ObjLine& line, ObjChunk& chunk) {
   chunk.Events.shrink_to_fit();
 }
 
-// --- second pass -------------------------------------------------------------------------------------------------------------------
+// --- second pass
+// -------------------------------------------------------------------------------------------------------------------
 
 // sscanf("%X") on eight characters: blanks, sign and "0x" are taken; no digit leaves mid grey.
 static uint32_t ParseColor(const char* at) {
@@ -289,7 +300,8 @@ struct ParseVisitor {
     return true;
   }
 
-  // A corner's text "a/b/c" up to the end of the token. An empty field changes nothing; behind the third slash it is the third again.
+  // A corner's text "a/b/c" up to the end of the token. An empty field changes nothing; behind the third slash it is the third
+  // again.
   bool ReadCorner(const char*& at, cRawPolyRec& corner) const {
     int index[3] = {-1, -1, -1};
     for (int field = 0;;) {
@@ -341,7 +353,8 @@ struct ParseVisitor {
           const char* const token = at;
           return ReadCorner(at, corner) && at - token <= ObjLine::MaxTokenChars;
         });
-      case ObjRecord::Other: break;
+      case ObjRecord::Other:
+        break;
     }
     return false;
   }
@@ -374,7 +387,8 @@ struct ParseVisitor {
           const char* at = line.TokenText(i);
           return ReadCorner(at, corner);
         });
-      case ObjRecord::Other: break;
+      case ObjRecord::Other:
+        break;
     }
     if (IsColors(line)) {
       const std::string_view colors = line.BehindFirstBlank();

@@ -3,8 +3,11 @@
 // is checked, the file is synced, renamed over the old one, and the folder is synced.
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
+
+struct WriterFile;
 
 namespace comms {
 
@@ -39,16 +42,11 @@ class SafeFileWriter {
 
  private:
   bool Fail(const std::string& reason);
-  bool FailWithErrno();
-  void OpenTemporary();
-  bool WriteThrough(const uint8_t* data, std::size_t size);
-  bool SyncFolder();
-  std::string m_Path;      // as given, for messages
-  std::string m_Target;    // m_Path behind its links
-  std::string m_TempPath;  // empty: m_Target is written directly
+  bool Flush();
+  std::string m_Path;  // as given, for messages
   std::string m_Error;
   std::vector<uint8_t> m_Buffer;
-  int m_Handle = -1;
+  std::shared_ptr<WriterFile> m_File;
 };
 
 }  // namespace comms

@@ -9,8 +9,8 @@ namespace comms {
 
 class SafeFileWriter;
 
-/// Holds a file name and exactly one of a reading and a writing stream. What is written replaces the old file in one step, on Close;
-/// until then, and after any failure, the old file stands.
+/// Holds a file name and exactly one of a reading and a writing stream. What is written replaces the old file in one step, on
+/// Close; until then, and after any failure, the old file stands.
 class __attribute__((visibility("default"))) cFile {
  public:
   enum Mode { Read, Write };

@@ -1,8 +1,8 @@
 #include "comms/cMeshIO.h"
 
+#include <dlfcn.h>
 #include <algorithm>
 #include <cstring>
-#include <dlfcn.h>
 #include <filesystem>
 
 #include "comms/Log.h"
@@ -31,7 +31,8 @@ static cStr& PluginFolder() {
   return folder;
 }
 
-// --- registry ----------------------------------------------------------------------------------------------------------------------
+// --- registry
+// ----------------------------------------------------------------------------------------------------------------------
 
 bool cMeshIO::AddCodec(const char* extension, cMeshCodec* codec) {
   Init();
@@ -53,8 +54,10 @@ void cMeshIO::SetPluginFolder(const cStr& folder) { PluginFolder() = folder; }
 static cList<cStr> ListPlugins() {
   cList<cStr> paths;
   std::error_code failure;
-  for (std::filesystem::directory_iterator entry(PluginFolder(), failure), end; !failure && entry != end; entry.increment(failure))
-    if (EqualsNoCase(GetExtension(entry->path().string()), "so")) paths.push_back(std::filesystem::absolute(entry->path(), failure).string());
+  for (std::filesystem::directory_iterator entry(PluginFolder(), failure), end; !failure && entry != end;
+       entry.increment(failure))
+    if (EqualsNoCase(GetExtension(entry->path().string()), "so"))
+      paths.push_back(std::filesystem::absolute(entry->path(), failure).string());
   std::sort(paths.begin(), paths.end());  // the order of a folder is nobody's promise
   return paths;
 }
@@ -67,7 +70,8 @@ static void LoadPlugin(const cStr& path) {
   const auto codec = reinterpret_cast<cMeshCodec* (*)(int)>(::dlsym(library, "_Z12GetMeshCodeci"));
   const auto name = reinterpret_cast<const char* (*)(int)>(::dlsym(library, "_Z16GetMeshCodecNamei"));
   if (!count || !codec || !name) return;
-  for (int i = 0; i < count(); i++) cMeshIO::AddCodec(name(i), codec(i));
+  for (int i = 0; i < count(); i++)
+    if (name(i) && codec(i)) cMeshIO::AddCodec(name(i), codec(i));
 }
 
 void cMeshIO::Init() {
@@ -78,7 +82,8 @@ void cMeshIO::Init() {
   AddCodec("Obj", new cMeshObj);
 }
 
-// --- files -------------------------------------------------------------------------------------------------------------------------
+// --- files
+// -------------------------------------------------------------------------------------------------------------------------
 
 // Meshes in the program's own folders were made in its own axes.
 static bool IsExchangePath(const char* path) { return !std::strstr(path, "VoxStamps") && !std::strstr(path, "ToolsPresets"); }

@@ -22,11 +22,11 @@ class cMeshIO {
   static void SetPluginFolder(const cStr& folder);
   static cMeshCodec* FindCodec(const char* extension);
 
-  /// A new mesh owned by the caller, or null after a message. Several names parted by ";" give one merged mesh, never null; names that
-  /// fail are left out of it.
+  /// A new mesh owned by the caller, or null after a message. Several names parted by ";" give one merged mesh, never null; names
+  /// that fail are left out of it.
   static cRawMesh* LoadMesh(const char* fileName);
-  /// False after a message; the old file is then whole. With m_SwapYZ on, `mesh` comes back turned in the cases that return early and
-  /// for the program's own folders: hand in a mesh that is thrown away afterwards.
+  /// False after a message; the old file is then whole. With m_SwapYZ on, `mesh` comes back turned in the cases that return early
+  /// and for the program's own folders: hand in a mesh that is thrown away afterwards.
   static bool SaveMesh(cRawMesh* mesh, const char* fileName);
   static void Merge(cRawMesh& target, const cRawMesh& source);
   static void SwapYZ(cRawMesh& mesh, bool forward);

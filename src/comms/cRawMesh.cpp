@@ -1,15 +1,16 @@
 #include "comms/cRawMesh.h"
 
+#include <sys/mman.h>
+#include <tbb/parallel_for.h>
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <new>
-#include <sys/mman.h>
-#include <tbb/parallel_for.h>
 
 namespace comms {
 
-// --- memory of lists ---------------------------------------------------------------------------------------------------------------
+// --- memory of lists
+// ---------------------------------------------------------------------------------------------------------------
 
 void* AllocateRawBytes(std::size_t bytes) {
   constexpr std::size_t LargePage = std::size_t(2) << 20;
@@ -25,10 +26,11 @@ void* AllocateRawBytes(std::size_t bytes) {
 }
 void FreeRawBytes(void* data) { std::free(data); }
 
-// --- polygon stream ----------------------------------------------------------------------------------------------------------------
+// --- polygon stream
+// ----------------------------------------------------------------------------------------------------------------
 
-// Most streams hold polygons of one size: then the headers stand at a fixed distance, and if the first words there all agree, they
-// are the headers. Found on all cores, where the walk from header to header is bound to one.
+// Most streams hold polygons of one size: then the headers stand at a fixed distance, and if the first words there all agree,
+// they are the headers. Found on all cores, where the walk from header to header is bound to one.
 static bool HasOneSize(const cRawList<cRawPolyRec>& polygons, size_t stride) {
   if (polygons.size() % stride) return false;
   const size_t count = polygons.size() / stride;
@@ -90,7 +92,8 @@ bool cRawMesh::HasValidIndices() const {
   return isValid;
 }
 
-// --- merging and turning -----------------------------------------------------------------------------------------------------------
+// --- merging and turning
+// -----------------------------------------------------------------------------------------------------------
 
 template <class List>
 static void Append(List& list, const List& other) {

@@ -10,9 +10,9 @@
 
 namespace comms {
 
-/// Three words of the packed polygon stream. A polygon is one header {corners n, material word, object index} and n corners {position,
-/// texture coordinate or -1, normal or -1}. The material word keeps the index into Materials in its low half and the index into UVSets
-/// in its high half.
+/// Three words of the packed polygon stream. A polygon is one header {corners n, material word, object index} and n corners
+/// {position, texture coordinate or -1, normal or -1}. The material word keeps the index into Materials in its low half and the
+/// index into UVSets in its high half.
 struct cRawPolyRec {
   int32_t Words[3];
 
@@ -104,22 +104,23 @@ struct __attribute__((visibility("default"))) cRawMesh {
   cRawList<uint32_t> VertexColors;  ///< 0xAARRGGBB; counts only when there are as many as positions
   cRawList<cVec3> BiTangents;
 
-  /// Appends polygons, arrays, objects, materials and UV sets of `source`, its indices moved behind ours. Morphs and vertex maps stay
-  /// behind.
+  /// Appends polygons, arrays, objects, materials and UV sets of `source`, its indices moved behind ours. Morphs and vertex maps
+  /// stay behind.
   void Merge(const cRawMesh& source);
-  /// Turns the coordinate axes: forward (x, y, z) becomes (z, x, y), backward (y, z, x). Positions, normals and pivots; windings stay.
+  /// Turns the coordinate axes: forward (x, y, z) becomes (z, x, y), backward (y, z, x). Positions, normals and pivots; windings
+  /// stay.
   void SwapYZ(bool forward);
   /// Logs every fault, one entry each, and returns how many there are.
   int64_t Validate() const;
-  /// Whether the stream is whole and every position, texture coordinate and normal index lies in its array (-1 is fine for the last
-  /// two). Runs on all cores.
+  /// Whether the stream is whole and every position, texture coordinate and normal index lies in its array (-1 is fine for the
+  /// last two). Runs on all cores.
   bool HasValidIndices() const;
   /// Polygons in the stream.
   int64_t CountPolygons() const;
 };
 
-/// Starts of the `blockSize`-th polygons of a stream: Records[i] is the index of the header of polygon i * blockSize; one more entry
-/// is the end. A broken stream (negative count, end before the last corner) ends at its last whole polygon.
+/// Starts of the `blockSize`-th polygons of a stream: Records[i] is the index of the header of polygon i * blockSize; one more
+/// entry is the end. A broken stream (negative count, end before the last corner) ends at its last whole polygon.
 struct cRawPolyBlocks {
   cList<size_t> Records;
   int64_t NumPolygons = 0;

@@ -57,7 +57,8 @@ TEST(ReflectedContainers, LoadReplacesAndCopyAppends) {
   ClassArray<Values> array, other;
   array.Add(new Leaf);
   XmlErrorLog errors;
-  ASSERT_TRUE(LoadText(array, "<A><Values><Number>1</Number></Values><Stranger></Stranger><Leaf><Veins>2</Veins></Leaf></A>", &errors));
+  ASSERT_TRUE(
+      LoadText(array, "<A><Values><Number>1</Number></Values><Stranger></Stranger><Leaf><Veins>2</Veins></Leaf></A>", &errors));
   EXPECT_EQ(errors.Messages.View(), "Unknown identifier Stranger of class ClassArray.Values.\n");
   ASSERT_EQ(array.Count, 2);
   other.Add(new Values);
@@ -134,8 +135,7 @@ TEST(ReflectedContainers, AddableClasses) {
   ClonesArray<Leaf> clones;
   ClassPtr<Leaf> pointer;
   const auto ofArray = offered(array);
-  for (const char* name : {"Branch", "Leaf", "Unmentioned", "Plain", "Plants"})
-    EXPECT_THAT(ofArray, testing::Contains(name));
+  for (const char* name : {"Branch", "Leaf", "Unmentioned", "Plain", "Plants"}) EXPECT_THAT(ofArray, testing::Contains(name));
   EXPECT_THAT(ofArray, testing::Not(testing::Contains("Values")));
   EXPECT_THAT(offered(array, [](const char* name, void*) { return std::string_view(name) == "Leaf"; }), ElementsAre("Leaf", "|"));
   EXPECT_THAT(offered(clones), ElementsAre("Leaf", "|"));

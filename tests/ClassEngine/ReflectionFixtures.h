@@ -27,7 +27,7 @@ class RecordingHost : public EngineHost {
     Textures.emplace_back(fileName);
     return int(Textures.size()) - 1;
   }
-  std::string GetTextureName(int id) override { return Textures.at(size_t(id)); }
+  std::string GetTextureName(int id) override { return size_t(id) < Textures.size() ? Textures[size_t(id)] : ""; }
 
   std::vector<std::string> Boxes, Textures;
   std::string LogText;
@@ -106,8 +106,8 @@ inline bool LoadBytes(BaseClass& object, std::string_view bytes) {
   return object.LoadBin(nullptr, nullptr, stream);
 }
 
-/// Puts values that differ from the default into every member, by its tag, `depth` containers deep. The name of a member whose tag has
-/// no filler is the answer; empty when all were filled.
+/// Puts values that differ from the default into every member, by its tag, `depth` containers deep. The name of a member whose
+/// tag has no filler is the answer; empty when all were filled.
 std::string FillNonDefault(BaseClass& object, int& seed, int depth = 2);
 
 }  // namespace fixture

@@ -147,7 +147,7 @@ TEST(ReflectionRegistry, EveryMemberIsDescribedAndItsDefaultReadsBack) {
       if (!plain) continue;
       ASSERT_TRUE(SetMemberFromText(*object, info.Name, info.Default, error)) << error;
       EXPECT_TRUE(GetMemberText(*object, info.Name, text) && text == info.Default);
-      for (const char* wrong : {"", "nan", "-inf", "1e999", "12monkeys", "99999999999999999999", "1 2 3 4", "--1", "0x", "tru", "Ba"})
+      for (const char* wrong : {"", "nan", "-inf", "1e999", "12monkeys", "9e99", "1 2 3 4", "--1", "0x", "tru", "Ba"})
         EXPECT_FALSE(SetMemberFromText(*object, info.Name, wrong, error)) << wrong;
       if (!info.HasRange) continue;
       for (const double end : {info.MinValue, info.MaxValue}) {

@@ -135,11 +135,12 @@ TEST(Reflection, ValuesHaveTheirText) {
 TEST(Reflection, LoadingIsLenientAndReportsByType) {
   Values values;
   XmlErrorLog errors;
-  ASSERT_TRUE(LoadText(values,
-                       "<Values><Flag>  trueish</Flag><Number>x1</Number><Kind>Vanished</Kind><Size>1,5</Size><Byte>300</Byte><Char>q</Char>"
-                       "<Short>70000</Short><Word>-1</Word><Tint>zz</Tint><Bits>123456789</Bits><Count>9 apples</Count>"
-                       "<Center>1 2</Center><number>8</number><Nobody><Number>5</Number></Nobody><Strength>+0.5</Strength></Values>",
-                       &errors));
+  ASSERT_TRUE(LoadText(
+      values,
+      "<Values><Flag>  trueish</Flag><Number>x1</Number><Kind>Vanished</Kind><Size>1,5</Size><Byte>300</Byte><Char>q</Char>"
+      "<Short>70000</Short><Word>-1</Word><Tint>zz</Tint><Bits>123456789</Bits><Count>9 apples</Count>"
+      "<Center>1 2</Center><number>8</number><Nobody><Number>5</Number></Nobody><Strength>+0.5</Strength></Values>",
+      &errors));
   EXPECT_EQ(errors.Messages.View(),
             "unable to read DWORD from XML: x1\nunable to read BYTE from XML: 300\nunable to read char from XML: q\n"
             "unable to read short from XML: 70000\nunable to read WORD from XML: -1\nunable to read DWORD from XML: zz\n"
@@ -162,7 +163,8 @@ TEST(Reflection, BoxesShowTheSourceCutAndCancelEndsTheProcess) {
   const std::string longText(600, 'x');
   ASSERT_TRUE(LoadText(values, "<Values><Number>" + longText + "</Number></Values>", &errors));
   const std::string source = ("<Number>" + longText).substr(0, 500) + "...";
-  EXPECT_THAT(host.Boxes, ElementsAre("Class engine error|unable to read DWORD from XML: " + longText + "\nXML source:\n\n" + source + "\n"));
+  EXPECT_THAT(host.Boxes,
+              ElementsAre("Class engine error|unable to read DWORD from XML: " + longText + "\nXML source:\n\n" + source + "\n"));
   EXPECT_EXIT(
       {
         host.AnswerOk = false;
@@ -188,14 +190,16 @@ TEST(Reflection, WrongDeclarationsAreShownAndTheClassStaysUsable) {
 
 TEST(Reflection, FlagsStaticsMethodsAndAccessors) {
   Special object, other;
-  EXPECT_TRUE(LoadText(object, "<Special><Shared>6</Shared><Watched>4</Watched><Through>10</Through><Nowhere>1</Nowhere></Special>"));
+  EXPECT_TRUE(
+      LoadText(object, "<Special><Shared>6</Shared><Watched>4</Watched><Through>10</Through><Nowhere>1</Nowhere></Special>"));
   EXPECT_EQ(s_Shared, 6);
   EXPECT_EQ(object.Real, 10);
   EXPECT_TRUE(object.FullCopy(&object, nullptr, &other, &other, nullptr));
   EXPECT_EQ(other.Seen, "4?");  // a copy is no load: CurrentBase is nobody
   EXPECT_EQ(object.Seen, "4;");
-  EXPECT_EQ(SaveText(object), "<Special>\n <Locked>1</Locked>\n <Secret>2</Secret>\n <Shared>6</Shared>\n <Watched>4</Watched>\n"
-                              " <Through>10</Through>\n <Nowhere>NULL</Nowhere>\n</Special>\n");
+  EXPECT_EQ(SaveText(object),
+            "<Special>\n <Locked>1</Locked>\n <Secret>2</Secret>\n <Shared>6</Shared>\n <Watched>4</Watched>\n"
+            " <Through>10</Through>\n <Nowhere>NULL</Nowhere>\n</Special>\n");
   EXPECT_TRUE(object.IsElementReadOnly(0, &object, 3));
   EXPECT_FALSE(object.IsElementReadOnly(1, &object, 3));
   EXPECT_TRUE(object.IsElementHiddenInPanel(ElementRowBase + 1, &object, 3));
@@ -292,7 +296,8 @@ TEST(Reflection, FilesOfObjects) {
 
   std::ofstream(path) << "<Redirected><A>10</A><B>20</B><C>30</C><SourceFile>" << path << "</SourceFile></Redirected>";
   Redirected redirected;
-  EXPECT_TRUE(LoadText(redirected, "<Redirected><A>5</A><SourceFile>" + path + "</SourceFile><LoadingRules>B, C SourceFile</LoadingRules></Redirected>"));
+  EXPECT_TRUE(LoadText(redirected, "<Redirected><A>5</A><SourceFile>" + path +
+                                       "</SourceFile><LoadingRules>B, C SourceFile</LoadingRules></Redirected>"));
   EXPECT_EQ(redirected.A, 5);
   EXPECT_EQ(redirected.B, 20);
   EXPECT_EQ(redirected.C, 30);

@@ -17,8 +17,8 @@ struct Merge {
   int Mode;
   bool Airbrush;
 };
-constexpr Merge AllMerges[] = {{ApplyAdd, false}, {ApplySubtract, false}, {ApplyAdd, true}, {ApplySubtract, true}, {ApplyIntersect, true},
-                               {ApplyIntersect, false}};
+constexpr Merge AllMerges[] = {{ApplyAdd, false},     {ApplySubtract, false}, {ApplyAdd, true},
+                               {ApplySubtract, true}, {ApplyIntersect, true}, {ApplyIntersect, false}};
 
 VolumeBox BoxAt(const cVec3& c) { return {c.x - 1, c.y - 1, c.z - 1, c.x + 1, c.y + 1, c.z + 1}; }
 
@@ -32,7 +32,8 @@ ApplyOptions OptionsOf(const Merge& merge, float radius) {
 
 // A field of each kind and size at places that lie across cell borders, applied to both volumes.
 template <class Field>
-void ApplyBoth(VolumeObject& volume, DenseVolume& dense, const Field& field, const cVec3& center, float radius, const Merge& merge) {
+void ApplyBoth(VolumeObject& volume, DenseVolume& dense, const Field& field, const cVec3& center, float radius,
+               const Merge& merge) {
   ApplyField(volume, field, BoxAt(center), OptionsOf(merge, radius));
   dense.Apply(field, merge.Mode, merge.Airbrush);
 }
@@ -102,7 +103,8 @@ TEST(ApplyField, ThreadCountChangesNoByte) {
     std::mt19937 random(5);
     std::uniform_real_distribution<float> at(-60, 60);
     for (int i = 0; i < 40; i++)
-      ApplySphereDab(volume, {at(random), at(random), at(random)}, 5 + std::fabs(at(random)) / 4, {i % 3 == 2 ? ApplySubtract : ApplyAdd, i % 2 == 1, 0});
+      ApplySphereDab(volume, {at(random), at(random), at(random)}, 5 + std::fabs(at(random)) / 4,
+                     {i % 3 == 2 ? ApplySubtract : ApplyAdd, i % 2 == 1, 0});
     volume.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {  // table order, flags and values
       std::vector<uint16_t> content{cell.Flags, cell.UniformValue};
       if (cell.Density) content.insert(content.end(), cell.Density, cell.Density + CellSamples);
@@ -121,8 +123,8 @@ TEST(ApplyField, WhatChangesNothingLeavesNoTrace) {
   volume.RefreshChanges(false);
   const auto before = DumpSamples(volume);
   const float nan = std::nanf(""), infinite = INFINITY;
-  ApplySphereDab(volume, {2, 1, 0}, 12, {});                                // inside the solid
-  ApplySphereDab(volume, {100, 0, 0}, 12, {ApplySubtract, false, 0});       // in empty space
+  ApplySphereDab(volume, {2, 1, 0}, 12, {});                           // inside the solid
+  ApplySphereDab(volume, {100, 0, 0}, 12, {ApplySubtract, false, 0});  // in empty space
   ApplySphereDab(volume, {100, 0, 0}, 12, {ApplySubtract, true, 0});
   ApplySphereDab(volume, {}, 0, {});
   ApplySphereDab(volume, {}, -3, {});
@@ -147,7 +149,8 @@ TEST(ApplyField, UnboundedFieldStopsAtTheCap) {
   VolumeObject volume;
   ApplyOptions options;
   options.CellCap = 500;
-  const ApplyReport report = ApplyField(volume, [](float, float, float) { return 1.0f; }, BoxAt({}), options);
+  const ApplyReport report = ApplyField(
+      volume, [](float, float, float) { return 1.0f; }, BoxAt({}), options);
   EXPECT_TRUE(report.Capped);
   EXPECT_EQ(report.VisitedCells, 500);
   EXPECT_EQ(volume.Cells.Count(), 500u);
@@ -160,7 +163,8 @@ TEST(ApplyField, IntersectionWithNothingWipesAndAStrokeRestores) {
   volume.EndStroke(false);
   volume.RefreshChanges(false);
   const auto before = DumpSamples(volume);
-  ApplyField(volume, [](float, float, float) { return 0.0f; }, BoxAt({}), OptionsOf({ApplyIntersect, false}, 8));
+  ApplyField(
+      volume, [](float, float, float) { return 0.0f; }, BoxAt({}), OptionsOf({ApplyIntersect, false}, 8));
   volume.ForEachCell([](const CellKey&, const VoxelCell& cell) {
     EXPECT_EQ(cell.Density, nullptr);
     EXPECT_EQ(cell.UniformValue, 0);

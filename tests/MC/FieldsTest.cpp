@@ -29,7 +29,9 @@ struct RandomDab {
 // One call at a time, whatever the compiler would like to do.
 template <class Field>
 float CallAlone(const Field& field, float x, float y, float z) {
-  float (*volatile call)(const Field&, float, float, float) = [](const Field& f, float a, float b, float c) { return f(a, b, c); };
+  float (*volatile call)(const Field&, float, float, float) = [](const Field& f, float a, float b, float c) {
+    return f(a, b, c);
+  };
   return call(field, x, y, z);
 }
 
@@ -58,12 +60,14 @@ TEST(Fields, KnownValues) {
   Dab dab{{0, 0, 5}, {10, 0, 5}, {0, 0, 1}, {0, 0, 1}, 8, 8, 0.5f, 0.5f};
   const CarveField carve(MakeStrokeConstants(dab, false), {0, 0.25f}, Ramp);
   for (const float u : {0.0f, 1.5f, 3.0f, 4.25f, 6.0f})
-    for (const float side : {u, -u}) EXPECT_NEAR(carve(4, 0, 5 + side), std::min((8 * 0.5f + 0.25f - u) / Ramp, 8.0f / Ramp) + 0.5f, 1e-5) << u;
+    for (const float side : {u, -u})
+      EXPECT_NEAR(carve(4, 0, 5 + side), std::min((8 * 0.5f + 0.25f - u) / Ramp, 8.0f / Ramp) + 0.5f, 1e-5) << u;
   EXPECT_EQ(carve(4, 8.01f, 5), 0);
   EXPECT_EQ(carve(4, 7.9f, 5), 0) << "the rounded edge ends before the rim";
   EXPECT_GT(carve(4, 7.5f, 5), 0);
   dab.H1 = dab.H2 = -1;
-  EXPECT_NEAR(CarveField(MakeStrokeConstants(dab, false), {0, 0.25f}, Ramp)(4, 0, 5), 0.5f + 0.25f / Ramp, 1e-5) << "height is at least 0";
+  EXPECT_NEAR(CarveField(MakeStrokeConstants(dab, false), {0, 0.25f}, Ramp)(4, 0, 5), 0.5f + 0.25f / Ramp, 1e-5)
+      << "height is at least 0";
   dab.R1 = dab.R2 = 0;
   EXPECT_EQ(CarveField(MakeStrokeConstants(dab, false), {0, 5}, Ramp)(0, 0, 5), 0);
 
@@ -144,7 +148,8 @@ TEST(Fields, MirroredAndVectorRoutesGiveTheSameBits) {
           const cVec3 p{float(cell.x * 8) + offsets.X[s], float(cell.y * 8) + offsets.Y[s], float(cell.z * 8) + offsets.Z[s]};
           const cVec3 m = Mirrored(p, mirror);
           const float value = CallAlone(field, p.x, p.y, p.z), mirrored = CallAlone(image, m.x, m.y, m.z);
-          ASSERT_EQ(std::bit_cast<uint32_t>(value), std::bit_cast<uint32_t>(mirrored)) << value << " " << mirrored << " mirror " << mirror;
+          ASSERT_EQ(std::bit_cast<uint32_t>(value), std::bit_cast<uint32_t>(mirrored))
+              << value << " " << mirrored << " mirror " << mirror;
           ASSERT_EQ(q[size_t(s)], uint16_t(int(Clamp01(value) * 65535.0f)));
         }
       });

@@ -35,8 +35,8 @@ std::multiset<Segment> Border(int cubeCase) {
   return border;
 }
 
-/// Part of the border on the face where coordinate `axis` is `at` (0 or 2), as if the case stood mirrored along `mirror` (-1: not).
-/// The face coordinate is taken out, so that the two sides of a shared face compare.
+/// Part of the border on the face where coordinate `axis` is `at` (0 or 2), as if the case stood mirrored along `mirror` (-1:
+/// not). The face coordinate is taken out, so that the two sides of a shared face compare.
 std::multiset<Segment> OnFace(int cubeCase, int axis, int at, int mirror) {
   std::multiset<Segment> found;
   for (Segment s : Border(cubeCase)) {
@@ -77,8 +77,7 @@ int FaceBits(int cubeCase, int axis, int at, int mirror) {
 TEST(MarchingCubesTables, EveryCaseCutsExactlyTheCrossedEdgesAndFacesOutwards) {
   for (int cubeCase = 0; cubeCase < 256; cubeCase++) {
     int crossed = 0;
-    for (int e = 0; e < 12; e++)
-      crossed |= ((cubeCase >> EdgeCorners[e][0] ^ cubeCase >> EdgeCorners[e][1]) & 1) << e;
+    for (int e = 0; e < 12; e++) crossed |= ((cubeCase >> EdgeCorners[e][0] ^ cubeCase >> EdgeCorners[e][1]) & 1) << e;
     ASSERT_EQ(edgeTable[cubeCase], crossed) << cubeCase;
     const std::vector<int> row = Row(cubeCase);
     ASSERT_EQ(row.size(), numVertsTable[cubeCase]) << cubeCase;
@@ -116,8 +115,8 @@ TEST(MarchingCubesTables, PatchesAreOrientedDisksWithTheirBorderOnTheFaces) {
   }
 }
 
-// Two voxels that share a face draw the same segments on it, in opposite directions; also across an origin plane, where one of the
-// two is traversed mirrored. This is what keeps the surface of any volume closed.
+// Two voxels that share a face draw the same segments on it, in opposite directions; also across an origin plane, where one of
+// the two is traversed mirrored. This is what keeps the surface of any volume closed.
 TEST(MarchingCubesTables, SegmentsOnASharedFaceCancel) {
   for (int axis = 0; axis < 3; axis++)
     for (int mirror : {-1, axis}) {

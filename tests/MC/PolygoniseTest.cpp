@@ -5,8 +5,8 @@
 #include <set>
 
 #include "MC/MarchingCubesTables.h"
-#include "MC/VolumeFixtures.h"
 #include "MC/ReferencePolygoniser.h"
+#include "MC/VolumeFixtures.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
-// Marching cubes of one cell by the book: every corner looked up through the mirror, every vertex found by its key in a map, every
-// normal by the general sampling function. Slow, and the second road to the same bits.
+// Marching cubes of one cell by the book: every corner looked up through the mirror, every vertex found by its key in a map,
+// every normal by the general sampling function. Slow, and the second road to the same bits.
 #include <array>
 #include <map>
 #include <vector>
@@ -29,9 +29,7 @@ inline ReferenceMesh PolygonizeByTheBook(const VolumeObject& volume, const CellK
   for (int z = 0; z < 8; z++)
     for (int y = 0; y < 8; y++)
       for (int x = 0; x < 8; x++) {
-        auto corner = [&](int i) {
-          return mirror({x + CornerOffset[i][0], y + CornerOffset[i][1], z + CornerOffset[i][2]});
-        };
+        auto corner = [&](int i) { return mirror({x + CornerOffset[i][0], y + CornerOffset[i][1], z + CornerOffset[i][2]}); };
         int cubeCase = 0;
         for (int i = 0; i < 8; i++)
           if (sample(corner(i)) < 32768) cubeCase |= 1 << i;

@@ -29,7 +29,8 @@ Stroke MakeStroke(StrokeTool tool, const VolumeObject* stamp) {
   stroke.StampSource = stamp;
   for (int i = 0; i < 6; i++) {
     const float a = 0.35f * float(i) - 0.5f;
-    stroke.Samples.push_back(MakeSample(cVec3{std::sin(a), 0.3f * std::cos(3 * a), std::cos(a)} * 29.3f, 6.7f + 0.3f * float(i), 0.5f + 0.1f * float(i)));
+    stroke.Samples.push_back(MakeSample(cVec3{std::sin(a), 0.3f * std::cos(3 * a), std::cos(a)} * 29.3f, 6.7f + 0.3f * float(i),
+                                        0.5f + 0.1f * float(i)));
   }
   return stroke;
 }
@@ -81,7 +82,8 @@ TEST(Stroke, SymmetricStrokesAreSymmetricToTheLastBit) {
               for (int y = -50; y <= 50; y++)
                 for (int x = -50; x <= 50; x++)
                   differing += volume.SampleVoxel(x, y, z, here, false) !=
-                               volume.SampleVoxel(axis == MirrorX ? -x : x, axis == MirrorY ? -y : y, axis == MirrorZ ? -z : z, there, false);
+                               volume.SampleVoxel(axis == MirrorX ? -x : x, axis == MirrorY ? -y : y, axis == MirrorZ ? -z : z,
+                                                  there, false);
             EXPECT_EQ(differing, 0);
             EXPECT_TRUE(SortedVertices(volume, MirrorNone) == SortedVertices(volume, axis));
           }
@@ -136,7 +138,8 @@ TEST(Stroke, EndHandsOverTheBackupsOnceAndOnlyWhenSomethingChanged) {
 
 // Lengths of a stroke are world units, whatever the volume's space is.
 TEST(Stroke, RadiiAreInWorldUnits) {
-  const comms::cMat4 spaces[] = {comms::cMat4::Scale(0.25f), {{{0, 0.3f, 0, 0}, {-0.3f, 0, 0, 0}, {0, 0, 0.3f, 0}, {7, -5, 1, 1}}},
+  const comms::cMat4 spaces[] = {comms::cMat4::Scale(0.25f),
+                                 {{{0, 0.3f, 0, 0}, {-0.3f, 0, 0, 0}, {0, 0, 0.3f, 0}, {7, -5, 1, 1}}},
                                  {{{0.2f, 0, 0, 0}, {0, 0.3f, 0, 0}, {0, 0.02f, 0.25f, 0}, {1, 2, 3, 1}}}};
   const cVec3 a{1, 2, 3}, b{3, 5, 2};
   for (const comms::cMat4& space : spaces) {
@@ -155,8 +158,8 @@ TEST(Stroke, RadiiAreInWorldUnits) {
         const cVec3 p = volume.VolumeToWorld({v.x, v.y, v.z});
         const float t = std::clamp(Dot(p - a, b - a) / Dot(b - a, b - a), 0.0f, 1.0f);
         const float radius = 3 - t;
-        // Linear interpolation in a grid of h = 0.3 errs by h^2 / 8 r, by h / 4 of the change of slope where the taper begins; the
-        // distance of the fast path by 0.18 percent.
+        // Linear interpolation in a grid of h = 0.3 errs by h^2 / 8 r, by h / 4 of the change of slope where the taper begins;
+        // the distance of the fast path by 0.18 percent.
         const float tolerance = 0.3f * 0.3f / (8 * 2) + 0.3f / (4 * Length(b - a)) + 0.0018f * radius;
         EXPECT_NEAR(Length(p - (a + (b - a) * t)), radius, tolerance);
         vertices++;

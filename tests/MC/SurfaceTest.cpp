@@ -9,6 +9,7 @@
 
 #include "MC/SurfaceCells.h"
 #include "MC/SurfaceEdges.h"
+#include "MC/SurfaceExtract.h"
 #include "MC/SurfaceStats.h"
 #include "MC/VolumeFixtures.h"
 
@@ -226,6 +227,47 @@ TEST(Surface, FiguresOfKnownSolids) {
   EXPECT_EQ(open.Genus, -1);
 }
 
+TEST(Surface, ExtractedMeshIsTheSurface) {
+  VolumeObject ball, block;
+  Fill(ball, {-3, -3, -3}, {2, 2, 2}, fixtures::Sphere{0.5, 0, 0, 14});
+  Fill(block, {0, 0, 0}, {2, 2, 2}, fixtures::Sphere{12, 12, 12, 9});
+  ball.Name = "Ball";
+  block.Name = "Block";
+  // Stretched, mirrored and moved.
+  ball.SpaceMatrix.m[0][0] = -2;
+  ball.SpaceMatrix.m[3][1] = 100;
+  for (VolumeObject* volume : {&ball, &block}) volume->RefreshChanges();
+  const auto mesh = ExtractSurface({&ball, &block});
+  EXPECT_EQ(mesh->Validate(), 0);
+  ASSERT_TRUE(mesh->HasValidIndices());
+  const SurfaceStats first = MeasureSurface(ball), second = MeasureSurface(block);
+  EXPECT_EQ(mesh->Positions.size(), first.Vertices + second.Vertices);
+  EXPECT_EQ(mesh->CountPolygons(), int64_t(first.Triangles + second.Triangles));
+  ASSERT_EQ(mesh->Objects.size(), 2u);
+  EXPECT_EQ(mesh->Objects[1].Name, "Block");
+  double volume = 0;
+  for (size_t i = 0; i < mesh->Polygons.size(); i += 4) {
+    const comms::cVec3 a = mesh->Positions[size_t(mesh->Polygons[i + 1].Position())],
+                       b = mesh->Positions[size_t(mesh->Polygons[i + 2].Position())],
+                       c = mesh->Positions[size_t(mesh->Polygons[i + 3].Position())];
+    const comms::cVec3 face = comms::Cross(b - a, c - a);
+    volume += comms::Dot(a, face) / 6;
+    for (int k = 1; k <= 3; k++) {  // sides and normals look the same way
+      const comms::cVec3 normal = mesh->Normals[size_t(mesh->Polygons[i + size_t(k)].Normal())];
+      ASSERT_NEAR(comms::Length(normal), 1, 1e-5);
+      if (comms::Length(face) > 0.05f) {
+        ASSERT_GT(comms::Dot(normal, comms::Normalized(face)), 0.7f);
+      }
+    }
+  }
+  EXPECT_NEAR(volume, first.Volume + second.Volume, 1);
+  // The normal of an ellipsoid (x/2)^2 + y^2 + z^2 about (-1, 100, 0) is along (x/4, y, z).
+  for (size_t i = 0; i < first.Vertices; i++) {
+    const comms::cVec3 d = mesh->Positions[i] - comms::cVec3{-1, 100, 0};
+    ASSERT_GT(comms::Dot(mesh->Normals[i], comms::Normalized({d.x / 4, d.y, d.z})), 0.97f);
+  }
+}
+
 TEST(Refresh, GroupsAndBoxesFollowTheSurface) {
   VolumeObject volume;
   Fill(volume, {-9, -9, -9}, {8, 8, 8}, fixtures::Sphere{3, -2, 5, 50});
@@ -244,17 +286,17 @@ TEST(Refresh, GroupsAndBoxesFollowTheSurface) {
     }
     for (int level = 1; level < ABOcTree::LevelCount; level++) {
       VolumeBox joined;
-      volume.BoxTree.Levels[level].Boxes.ForEach([&](const CellKey& key, const VolumeBox& box) {
+      volume.BoxTree.Levels[level]->Boxes.ForEach([&](const CellKey& key, const VolumeBox& box) {
         VolumeBox children;
         for (int i = 0; i < 8; i++)
-          if (const VolumeBox* child = volume.BoxTree.FindBox(
-                  level - 1, CellKey{2 * key.x + (i & 1), 2 * key.y + (i >> 1 & 1), 2 * key.z + (i >> 2)}))
+          if (const VolumeBox* child =
+                  volume.BoxTree.FindBox(level - 1, CellKey{2 * key.x + (i & 1), 2 * key.y + (i >> 1 & 1), 2 * key.z + (i >> 2)}))
             children.Add(*child);
         ASSERT_EQ(children, box) << "level " << level;
         joined.Add(box);
       });
       ASSERT_EQ(joined, all) << "level " << level;
-      ASSERT_TRUE(volume.BoxTree.Levels[level].Changed.Empty());
+      ASSERT_TRUE(volume.BoxTree.Levels[level]->Changed.Empty());
     }
     volume.RenderGroups.ForEach([&](const CellKey& key, const RenderGroup& group) {
       groupVertices += size_t(group.Mesh->NumVertices);
@@ -290,7 +332,7 @@ TEST(Refresh, GroupsAndBoxesFollowTheSurface) {
   check();
 
   // All boxes again from the vertices.
-  for (auto& level : volume.BoxTree.Levels) level.Boxes.Clear();
+  for (ABOcTreeLevel* level : volume.BoxTree.Levels) level->Boxes.Clear();
   volume.BoxTree.RequestRebuild();
   volume.BoxTree.Update(volume);
   check();

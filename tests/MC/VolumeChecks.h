@@ -56,8 +56,8 @@ class DenseVolume {
     std::string found;
     const auto report = [&](int x, int y, int z, int is, int expected) {
       if (found.empty())
-        found = "sample (" + std::to_string(x) + ", " + std::to_string(y) + ", " + std::to_string(z) + ") is " + std::to_string(is) +
-                ", expected " + std::to_string(expected);
+        found = "sample (" + std::to_string(x) + ", " + std::to_string(y) + ", " + std::to_string(z) + ") is " +
+                std::to_string(is) + ", expected " + std::to_string(expected);
     };
     VolumeObject::Cursor cursor;
     ForEach([&](int x, int y, int z, uint16_t v) {

@@ -11,8 +11,8 @@ namespace fixtures {
 /// Density of a signed distance (positive outside) on the ramp of 4 voxels.
 inline uint16_t Ramp(double distance) { return uint16_t(std::clamp(0.5 - distance / 4, 0.0, 1.0) * 65535); }
 
-/// Fills the cells of a box of keys with field(x, y, z) at voxel coordinates; cells without density are not created. All samples come
-/// from the one function, so shared planes are equal.
+/// Fills the cells of a box of keys with field(x, y, z) at voxel coordinates; cells without density are not created. All samples
+/// come from the one function, so shared planes are equal.
 template <class Field>
 void Fill(VolumeObject& volume, const CellKey& low, const CellKey& high, Field&& field) {
   uint16_t samples[CellSamples];
@@ -41,8 +41,8 @@ inline uint32_t HashVoxel(int32_t x, int32_t y, int32_t z, uint32_t seed) {
   return h ^ h >> 16;
 }
 
-/// Samples without any order, every kind of them: saturated, near the surface level, anything. 0 outside `low` .. `high` (voxels), so
-/// that the surface is closed there.
+/// Samples without any order, every kind of them: saturated, near the surface level, anything. 0 outside `low` .. `high`
+/// (voxels), so that the surface is closed there.
 struct Noise {
   CellKey Low, High;
   uint32_t Seed;
@@ -50,11 +50,16 @@ struct Noise {
     if (x <= Low.x || y <= Low.y || z <= Low.z || x >= High.x || y >= High.y || z >= High.z) return 0;
     const uint32_t h = HashVoxel(x, y, z, Seed);
     switch (h >> 29) {
-      case 0: return 0;
-      case 1: return 65535;
-      case 2: return uint16_t(32766 + (h & 3));  // next to the surface level, on both sides
-      case 3: return 32768;
-      default: return uint16_t(h);
+      case 0:
+        return 0;
+      case 1:
+        return 65535;
+      case 2:
+        return uint16_t(32766 + (h & 3));  // next to the surface level, on both sides
+      case 3:
+        return 32768;
+      default:
+        return uint16_t(h);
     }
   }
 };

@@ -5,6 +5,8 @@
 #include <memory>
 
 #include "ClassEngine/ValueTypes.h"
+#include "MC/ApplyField.h"
+#include "MC/MeshVoxelizer.h"
 #include "MC/room/LoggedMeshIO.h"
 #include "MC/room/RoomCommands.h"
 #include "MC/room/RoomHelpers.h"
@@ -36,12 +38,31 @@ class ValidateParams : public CommandParameters {
 };
 DECLARE_MEMBERS(ValidateParams) { Member<_str>("File", File).Hint("Mesh file to check; the scene stays as it is"); }
 
+class VoxelizeParams : public CommandParameters {
+  REFLECTED(VoxelizeParams, CommandParameters)
+ public:
+  _str Name, Into;
+  int32_t Resolution = 256;
+  float VoxelSize = 0;
+  int32_t Mode = ApplyAdd;
+  bool Replace = false;
+};
+DECLARE_MEMBERS(VoxelizeParams) {
+  Member<_str>("Name", Name).Hint("Name of the new volume, which becomes the current one; empty: the name of the mesh's file");
+  Member<_int>("Resolution", Resolution).Range(8, 16384).Unit("voxels").Hint("Along the longest side of the mesh");
+  Member<_float>("VoxelSize", VoxelSize).Range(0, 1e6).Unit("world units").Hint("Side of a voxel, in place of Resolution; 0: Resolution counts");
+  Member<_bool>("Replace", Replace).Hint("Replace a volume that has this name");
+  Member<_str>("Into", Into).Hint("Name of a volume that the mesh is merged into, in place of a new one; it keeps its voxels");
+  Member<_int>("Mode", Mode).Range(0, 2).Hint("With Into: 0 adds, 1 subtracts, 2 leaves what both have");
+}
+
 // Each of the names in a list parted by ';', found on its own.
 std::string FindMeshFiles(const std::string& names) {
   std::string found;
   for (size_t start = 0; start <= names.size();) {
     const size_t end = std::min(names.find(';', start), names.size());
-    found += (start ? ";" : "") + FindInputFile(names.substr(start, end - start));
+    if (start > 0) found += ';';
+    found += FindInputFile(names.substr(start, end - start));
     start = end + 1;
   }
   return found;
@@ -55,14 +76,19 @@ int64_t CountTriangles(const cRawMesh& mesh) {
   return triangles;
 }
 
-JsonObject DescribeMesh(const cRawMesh& mesh) {
+void FindBounds(const cRawMesh& mesh, cVec3& minimum, cVec3& maximum) {
   constexpr float infinite = std::numeric_limits<float>::infinity();
-  cVec3 minimum{infinite, infinite, infinite}, maximum = -minimum;
+  minimum = {infinite, infinite, infinite}, maximum = -minimum;
   for (const cVec3& p : mesh.Positions)
     for (int i = 0; i < 3; ++i) {
       minimum[i] = std::min(minimum[i], p[i]);
       maximum[i] = std::max(maximum[i], p[i]);
     }
+}
+
+JsonObject DescribeMesh(const cRawMesh& mesh) {
+  cVec3 minimum, maximum;
+  FindBounds(mesh, minimum, maximum);
   return JsonObject()
       .Add("vertices", mesh.Positions.size())
       .Add("polygons", mesh.CountPolygons())
@@ -94,12 +120,93 @@ CommandResult Validate(const ValidateParams& parameters) {
       JsonObject().Add("faults", mesh->Validate()).Add("vertices", mesh->Positions.size()).Add("polygons", mesh->CountPolygons()));
 }
 
+JsonObject DescribeVoxelization(const VolumeObject& volume, const VoxelizeReport& report) {
+  return JsonObject()
+      .Add("name", volume.Name)
+      .Add("voxelSize", GetVoxelSize(volume))
+      .Add("triangles", report.Triangles)
+      .Add("rays", report.Rays)
+      .Add("raysSkipped", report.SkippedRays)
+      .Add("cells", volume.Cells.Count());
+}
+
+float FindLongestSide(const cRawMesh& mesh) {
+  cVec3 minimum, maximum;
+  FindBounds(mesh, minimum, maximum);
+  return std::max({maximum.x - minimum.x, maximum.y - minimum.y, maximum.z - minimum.z});
+}
+
+CommandResult VoxelizeAsNew(VoxelScene& scene, Messages& messages, const VoxelizeParams& parameters) {
+  const bool bySize = parameters.VoxelSize > 0;
+  if (bySize && parameters.IsGiven("Resolution")) return CommandResult::Refuse("Voxelize takes Resolution or VoxelSize, not both");
+  if (parameters.IsGiven("Mode")) return CommandResult::Refuse("Voxelize takes Mode with Into alone");
+  const std::string name = parameters.IsGiven("Name") ? parameters.Name.ToString() : scene.MeshName();
+  std::string error;
+  if (!MayEnterVolume(scene, messages, name, parameters.Replace, error)) return CommandResult::Fail(error);
+  VoxelizeOptions options;
+  options.Resolution = parameters.Resolution;
+  options.VoxelSize = parameters.VoxelSize;
+  auto volume = std::make_unique<VolumeObject>();
+  volume->Name = name;
+  VoxelizeReport report;
+  if (!VoxelizeMesh(*scene.Mesh(), options, *volume, report, error))
+    return CommandResult::Fail(report.Cancelled ? "cancelled; the scene is as it was" : error);
+  volume->EndStroke(false);
+  const VolumeObject& entered = scene.Add(std::move(volume));
+  JsonObject figures = DescribeVoxelization(entered, report);
+  figures.Add("resolution", std::ceil(FindLongestSide(*scene.Mesh()) / GetVoxelSize(entered) - 1e-3f));
+  return CommandResult::Done(figures);
+}
+
+// All polygons as fans of triangles.
+std::vector<int32_t> CutIntoTriangles(const cRawMesh& mesh) {
+  std::vector<int32_t> corners;
+  corners.reserve(size_t(CountTriangles(mesh)) * 3);
+  for (size_t i = 0; i < mesh.Polygons.size(); i += size_t(mesh.Polygons[i].Corners()) + 1)
+    for (int k = 2; k < mesh.Polygons[i].Corners(); ++k)
+      for (const int corner : {0, k - 1, k}) corners.push_back(mesh.Polygons[i + 1 + size_t(corner)].Position());
+  return corners;
+}
+
+CommandResult VoxelizeInto(const VoxelScene& scene, const VoxelizeParams& parameters) {
+  for (const char* name : {"Name", "Resolution", "VoxelSize", "Replace"})
+    if (parameters.IsGiven(name)) return CommandResult::Refuse(Format("Voxelize takes Into or %s, not both", name));
+  std::string error;
+  VolumeObject* volume = scene.FindOrCurrent(parameters.Into.ToString(), error);
+  if (!volume) return CommandResult::Fail(error);
+
+  const std::vector<int32_t> corners = CutIntoTriangles(*scene.Mesh());
+  const TriangleView triangles{scene.Mesh()->Positions.data(), scene.Mesh()->Positions.size(), corners.data(), corners.size() / 3};
+  // The space of a volume is a uniform scale and a translation.
+  const comms::cMat4& space = volume->SpaceMatrix;
+  VoxelMapping mapping;
+  mapping.Scale = 1 / double(GetVoxelSize(*volume));
+  for (int i = 0; i < 3; ++i) mapping.Shift[i] = -double(space.m[3][i]) * mapping.Scale;
+
+  MeshVoxelizer voxelizer;
+  voxelizer.AddMesh(triangles, mapping);
+  if (!voxelizer.Run(volume, parameters.Mode, true))
+    return CommandResult::Fail(voxelizer.Report.Cancelled ? "cancelled; the volume is as it was" : voxelizer.Error);
+  volume->EndStroke(false);
+  return CommandResult::Done(DescribeVoxelization(*volume, voxelizer.Report));
+}
+
+CommandResult Voxelize(VoxelScene& scene, Messages& messages, const VoxelizeParams& parameters) {
+  if (!scene.Mesh()) return CommandResult::Fail("there is no mesh to voxelise; ImportMesh reads one");
+  return parameters.IsGiven("Into") ? VoxelizeInto(scene, parameters) : VoxelizeAsNew(scene, messages, parameters);
+}
+
 }  // namespace
 
-void AddMeshCommands(CommandTable& table, VoxelScene& scene, Messages&) {
+void AddMeshCommands(CommandTable& table, VoxelScene& scene, Messages& messages) {
   table.Add<ImportMeshParams>(
       "ImportMesh", "Reads a mesh, for Voxelize.", [&](const ImportMeshParams& parameters) { return ImportMesh(scene, parameters); },
       {"File"});
+  table.Add<VoxelizeParams>(
+      "Voxelize",
+      "Makes the mesh that was imported last solid in a volume. A mesh that is not closed gives the best solid that its rays tell; raysSkipped "
+      "counts those that told nothing.",
+      [&](const VoxelizeParams& parameters) { return Voxelize(scene, messages, parameters); }, {}, true);
   table.Add<ValidateParams>(
       "Validate", "Counts the faults of a mesh file; each is told in the log.",
       [](const ValidateParams& parameters) { return Validate(parameters); }, {"File"});

@@ -138,7 +138,9 @@ TEST_F(RoomCommandsTest, BadValuesOfEveryParameterAreRefused) {
         EXPECT_NE(m_Answer["error"].String.find(member.Name), std::string::npos) << line << ": " << m_Answer["error"].String;
       }
     }
-    if (!command.Required.empty()) EXPECT_EQ(Run(command.Name), 2) << "without what it needs";
+    if (!command.Required.empty()) {
+      EXPECT_EQ(Run(command.Name), 2) << "without what it needs";
+    }
     EXPECT_EQ(Run(command.Name + required + " Bogus=1"), 2);
   }
   EXPECT_EQ(Fingerprint(), before);

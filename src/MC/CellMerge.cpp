@@ -1,0 +1,190 @@
+#include "MC/CellMerge.h"
+
+#include <oneapi/tbb/blocked_range.h>
+#include <oneapi/tbb/enumerable_thread_specific.h>
+#include <oneapi/tbb/parallel_for.h>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "MC/ApplyField.h"
+
+namespace {
+
+uint16_t MergeSample(int32_t mode, uint16_t v, uint16_t q) {
+  if (mode == ApplyAdd) return std::max(v, q);
+  return std::min(v, mode == ApplySubtract ? uint16_t(65535 - q) : q);
+}
+
+// samples = merge(old, samples), whole vectors at a time.
+void MergeSamples(int32_t mode, const uint16_t* old, uint16_t* samples) {
+  if (mode == ApplyAdd)
+    for (int i = 0; i < CellSampler::Padded; i++) samples[i] = std::max(old[i], samples[i]);
+  else if (mode == ApplySubtract)
+    for (int i = 0; i < CellSampler::Padded; i++) samples[i] = std::min(old[i], uint16_t(65535 - samples[i]));
+  else
+    for (int i = 0; i < CellSampler::Padded; i++) samples[i] = std::min(old[i], samples[i]);
+}
+
+uint8_t SidesOf(uint16_t low, uint16_t high) {
+  return uint8_t((low < SurfaceLevel ? HasOutside : 0) | (high >= SurfaceLevel ? HasInside : 0));
+}
+
+bool HasSamples(const VoxelCell& cell) { return cell.Density && !(cell.Flags & FillPending); }
+
+}  // namespace
+
+/// Blocks that one thread takes from the pool, a few at a time.
+class CellMerge::BlockCache {
+ public:
+  explicit BlockCache(VolumeObject& volume) : m_Pool(volume.VoxelPool) {}
+  uint16_t* Take() {
+    if (m_Count == 0) m_Pool.AllocateMany(m_Count = Size, m_Blocks);
+    return static_cast<uint16_t*>(m_Blocks[--m_Count]);
+  }
+  void GiveBack() {
+    while (m_Count > 0) m_Pool.Free(m_Blocks[--m_Count], false);
+  }
+
+ private:
+  static constexpr size_t Size = 64;
+  FixedPool& m_Pool;
+  void* m_Blocks[Size];
+  size_t m_Count = 0;
+};
+
+CellMerge::~CellMerge() {
+  for (const CellChange& change : m_Changes)
+    if (change.Block) m_Volume.VoxelPool.Free(change.Block, false);
+}
+
+// Cells in the order of the table's pages, so that neighbours are entered and looked up together.
+void CellMerge::CollectWork(const std::vector<CellContent>& contents) {
+  const RasterFrame& frame = m_Tables.Frame;
+  const CellKey& first = frame.FirstCell;
+  const CellKey end = first + CellKey{frame.Cells[0], frame.Cells[1], frame.Cells[2]};
+  constexpr int32_t page = CellTable::PageSize;
+  const bool onlyExisting = m_Mode != ApplyAdd;
+  const auto collect = [&](const CellKey& key) {
+    const CellKey at{key.x - first.x, key.y - first.y, key.z - first.z};
+    const CellContent content =
+        contents[size_t(at.x) + size_t(frame.Cells[0]) * (size_t(at.y) + size_t(frame.Cells[1]) * size_t(at.z))];
+    if (content == CellContent::Empty || (onlyExisting && !m_Volume.FindCell(key))) return;
+    m_Work.push_back({key, content});
+  };
+  for (int32_t pz = first.z & -page; pz < end.z; pz += page)
+    for (int32_t py = first.y & -page; py < end.y; py += page)
+      for (int32_t px = first.x & -page; px < end.x; px += page)
+        for (int32_t z = std::max(pz, first.z); z < std::min(pz + page, end.z); z++)
+          for (int32_t y = std::max(py, first.y); y < std::min(py + page, end.y); y++)
+            for (int32_t x = std::max(px, first.x); x < std::min(px + page, end.x); x++) collect({x, y, z});
+  if (m_Mode != ApplyIntersect) return;
+  // What the solid does not reach is wiped, inside the frame and outside.
+  m_Volume.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
+    const CellKey at{key.x - first.x, key.y - first.y, key.z - first.z};
+    const bool within = at.x >= 0 && at.y >= 0 && at.z >= 0 && at.x < frame.Cells[0] && at.y < frame.Cells[1] && at.z < frame.Cells[2];
+    if (within && contents[size_t(at.x) + size_t(frame.Cells[0]) * (size_t(at.y) + size_t(frame.Cells[1]) * size_t(at.z))] !=
+                      CellContent::Empty)
+      return;
+    if (cell.Density || cell.UniformValue) m_Work.push_back({key, CellContent::Empty});
+  });
+}
+
+void CellMerge::Prepare(const std::vector<CellContent>& contents) {
+  m_Volume.ForEachCell([&](const CellKey&, const VoxelCell& cell) { m_AnyFrozen |= (cell.Flags & FrozenCell) != 0; });
+  CollectWork(contents);
+  m_Changes.resize(m_Work.size());
+  oneapi::tbb::enumerable_thread_specific<BlockCache> blocks([this] { return BlockCache(m_Volume); });
+  oneapi::tbb::parallel_for(oneapi::tbb::blocked_range<size_t>(0, m_Work.size(), 32),
+                            [&](const oneapi::tbb::blocked_range<size_t>& range) {
+                              CellSampler sampler(m_Tables, m_Volume.RampWidth);
+                              BlockCache& cache = blocks.local();
+                              for (size_t i = range.begin(); i != range.end(); i++) m_Changes[i] = MergeCell(m_Work[i], sampler, cache);
+                            });
+  for (BlockCache& cache : blocks) cache.GiveBack();
+}
+
+bool CellMerge::HasFrozenNeighbour(const CellKey& key) const {
+  if (!m_AnyFrozen) return false;
+  CellTable::Cursor cursor;
+  for (int bit = 0; bit < 27; bit++) {
+    const VoxelCell* cell = m_Volume.Cells.Find(key + CellKey{bit % 3 - 1, bit / 3 % 3 - 1, bit / 9 - 1}, cursor);
+    if (cell && (cell->Flags & FrozenCell)) return true;
+  }
+  return false;
+}
+
+void CellMerge::KeepFrozen(const CellKey& key, const uint16_t* old, uint16_t* samples) const {
+  CellTable::Cursor cursor;
+  for (int bit = 0; bit < 27; bit++) {
+    const int step[3] = {bit % 3 - 1, bit / 3 % 3 - 1, bit / 9 - 1};
+    const VoxelCell* cell = m_Volume.Cells.Find(key + CellKey{step[0], step[1], step[2]}, cursor);
+    if (!cell || !(cell->Flags & FrozenCell)) continue;
+    int from[3], to[3];
+    for (int k = 0; k < 3; k++) {
+      from[k] = step[k] > 0 ? CellSize : 0;
+      to[k] = step[k] < 0 ? 0 : CellSize;
+    }
+    for (int z = from[2]; z <= to[2]; z++)
+      for (int y = from[1]; y <= to[1]; y++)
+        for (int x = from[0]; x <= to[0]; x++) samples[SampleIndex(x, y, z)] = old[SampleIndex(x, y, z)];
+  }
+}
+
+CellChange CellMerge::MergeUniform(const CellKey& key, uint16_t value, uint16_t old) const {
+  const uint16_t merged = MergeSample(m_Mode, old, value);
+  return {key, nullptr, merged, SidesOf(merged, merged), merged != old};
+}
+
+CellChange CellMerge::MergeCell(const Work& work, CellSampler& sampler, BlockCache& blocks) const {
+  const VoxelCell* cell = m_Volume.FindCell(work.Key);
+  if (cell && (cell->Flags & FrozenCell)) return {work.Key};
+  const bool hasSamples = cell && HasSamples(*cell), fromFrozen = HasFrozenNeighbour(work.Key);
+  const uint16_t oldUniform = cell ? cell->UniformValue : 0;
+  const uint16_t full = work.Content == CellContent::Solid ? 65535 : 0;
+  if (work.Content != CellContent::Mixed && !hasSamples && !fromFrozen) return MergeUniform(work.Key, full, oldUniform);
+
+  alignas(32) uint16_t old[CellSampler::Padded], samples[CellSampler::Padded];
+  if (work.Content == CellContent::Mixed) {
+    const CellKey& first = m_Tables.Frame.FirstCell;
+    sampler.Fill({work.Key.x - first.x, work.Key.y - first.y, work.Key.z - first.z}, samples);
+  } else {
+    std::fill_n(samples, CellSampler::Padded, full);
+  }
+  std::fill_n(old, CellSampler::Padded, oldUniform);
+  if (hasSamples) std::copy_n(cell->Density, CellSamples, old);
+  MergeSamples(m_Mode, old, samples);
+  if (fromFrozen) KeepFrozen(work.Key, old, samples);
+  std::fill(samples + CellSamples, samples + CellSampler::Padded, samples[0]);
+
+  uint16_t low = 65535, high = 0, differs = 0;
+  for (int i = 0; i < CellSamples; i++) {
+    low = std::min(low, samples[i]);
+    high = std::max(high, samples[i]);
+    differs |= uint16_t(samples[i] ^ old[i]);
+  }
+  CellChange change{work.Key, nullptr, samples[0], SidesOf(low, high), differs != 0};
+  if (change.Changed && low != high) {
+    change.Block = blocks.Take();
+    std::memcpy(change.Block, samples, CellSamples * sizeof(uint16_t));
+  }
+  return change;
+}
+
+int64_t CellMerge::Commit(bool backup) {
+  int64_t changed = 0;
+  for (CellChange& change : m_Changes) {
+    if (!change.Changed) continue;
+    const CellKey& key = change.Key;
+    VoxelCell& cell = *m_Volume.GetCell(key.x, key.y, key.z, true, backup, false);
+    if (cell.Density) m_Volume.VoxelPool.Free(cell.Density, false);
+    cell.Density = std::exchange(change.Block, nullptr);
+    cell.UniformValue = change.UniformValue;
+    constexpr uint8_t renewed = HasOutside | HasInside | Unpacked | UniformKept | FillPending;
+    cell.Flags = uint8_t((cell.Flags & ~renewed) | change.Sides | Touched);
+    m_Volume.MarkCellChanged(key.x, key.y, key.z, false, false);
+    changed++;
+  }
+  return changed;
+}

@@ -1,0 +1,50 @@
+#pragma once
+// The last stage of a voxelisation: cells that were sampled are merged into a volume.
+#include <cstdint>
+#include <vector>
+
+#include "MC/DepthCells.h"
+#include "MC/VolumeObject.h"
+
+/// What becomes of one cell. Prepared on workers, carried out on the calling thread.
+struct CellChange {
+  CellKey Key;
+  uint16_t* Block = nullptr;  ///< the new samples; null for a uniform cell
+  uint16_t UniformValue = 0;
+  uint8_t Sides = 0;          ///< HasOutside, HasInside
+  bool Changed = false;
+};
+
+/// Computes what the solid of `tables` makes of a volume's cells, without touching them.
+class CellMerge {
+ public:
+  CellMerge(VolumeObject& volume, const DepthTables& tables, int32_t mode) : m_Volume(volume), m_Tables(tables), m_Mode(mode) {}
+  ~CellMerge();
+  CellMerge(const CellMerge&) = delete;
+  CellMerge& operator=(const CellMerge&) = delete;
+
+  /// Samples and merges on all threads of the current arena.
+  void Prepare(const std::vector<CellContent>& contents);
+  /// Writes the changes into the volume and returns how many cells changed.
+  int64_t Commit(bool backup);
+
+ private:
+  struct Work {
+    CellKey Key;
+    CellContent Content;
+  };
+  class BlockCache;
+  void CollectWork(const std::vector<CellContent>& contents);
+  CellChange MergeUniform(const CellKey& key, uint16_t value, uint16_t old) const;
+  CellChange MergeCell(const Work& work, CellSampler& sampler, BlockCache& blocks) const;
+  /// Puts the old value back where a sample belongs to a frozen neighbour too.
+  void KeepFrozen(const CellKey& key, const uint16_t* old, uint16_t* samples) const;
+  bool HasFrozenNeighbour(const CellKey& key) const;
+
+  VolumeObject& m_Volume;
+  const DepthTables& m_Tables;
+  const int32_t m_Mode;
+  bool m_AnyFrozen = false;
+  std::vector<Work> m_Work;
+  std::vector<CellChange> m_Changes;
+};
