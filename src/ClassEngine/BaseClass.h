@@ -208,6 +208,14 @@ class BaseClass {
   void RunDeltaPass(XmlNode* node);
 };
 
+// --- chunks
+// --------------------------------------------------------------------------------------------------------------------------
+/// Writes `object` as a chunk: the tag, the size, and its XML text with the terminator. False when it could not be written.
+bool WriteChunkFromXml(BinStream& stream, uint32_t tag, BaseClass& object);
+/// Loads `object` from the payload of such a chunk, `size` bytes from the reading position on. False, with the object as it was,
+/// where the stream ends early or the text doesn't parse.
+bool ReadChunkToXml(BinStream& stream, uint32_t size, BaseClass& object, XmlErrorLog* errors = nullptr);
+
 // --- declaration state
 // ---------------------------------------------------------------------------------------------------------------
 /// Describe the next declared member; every AddMember clears them.

@@ -135,3 +135,19 @@ bool BaseClass::WriteToFile(const char* path) {
   SaveOnlyChanges = false;
   return root.WriteFile(path);
 }
+
+bool WriteChunkFromXml(BinStream& stream, uint32_t tag, BaseClass& object) {
+  XmlNode root;
+  object.Save(&root, &object);
+  StrBuffer text;
+  return root.Print(text, 0) && WriteTextChunk(stream, tag, text.View());
+}
+
+bool ReadChunkToXml(BinStream& stream, uint32_t size, BaseClass& object, XmlErrorLog* errors) {
+  if (!HasItems(stream, size, 1)) return false;
+  StrBuffer text;
+  text.SetLength(size);
+  if (stream.Read(text.Data, size) != int64_t(size)) return false;
+  XmlNode root;
+  return root.Parse(text.View()) > 0 && object.Load(&root, &object, errors);
+}

@@ -83,7 +83,8 @@ void CellMerge::CollectWork(const std::vector<CellContent>& contents) {
   // What the solid does not reach is wiped, inside the frame and outside.
   m_Volume.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
     const CellKey at{key.x - first.x, key.y - first.y, key.z - first.z};
-    const bool within = at.x >= 0 && at.y >= 0 && at.z >= 0 && at.x < frame.Cells[0] && at.y < frame.Cells[1] && at.z < frame.Cells[2];
+    const bool within =
+        at.x >= 0 && at.y >= 0 && at.z >= 0 && at.x < frame.Cells[0] && at.y < frame.Cells[1] && at.z < frame.Cells[2];
     if (within && contents[size_t(at.x) + size_t(frame.Cells[0]) * (size_t(at.y) + size_t(frame.Cells[1]) * size_t(at.z))] !=
                       CellContent::Empty)
       return;
@@ -100,7 +101,8 @@ void CellMerge::Prepare(const std::vector<CellContent>& contents) {
                             [&](const oneapi::tbb::blocked_range<size_t>& range) {
                               CellSampler sampler(m_Tables, m_Volume.RampWidth);
                               BlockCache& cache = blocks.local();
-                              for (size_t i = range.begin(); i != range.end(); i++) m_Changes[i] = MergeCell(m_Work[i], sampler, cache);
+                              for (size_t i = range.begin(); i != range.end(); i++)
+                                m_Changes[i] = MergeCell(m_Work[i], sampler, cache);
                             });
   for (BlockCache& cache : blocks) cache.GiveBack();
 }

@@ -11,7 +11,7 @@ struct CellChange {
   CellKey Key;
   uint16_t* Block = nullptr;  ///< the new samples; null for a uniform cell
   uint16_t UniformValue = 0;
-  uint8_t Sides = 0;          ///< HasOutside, HasInside
+  uint8_t Sides = 0;  ///< HasOutside, HasInside
   bool Changed = false;
 };
 

@@ -70,8 +70,9 @@ struct Column {
  private:
   int32_t CellOf(int32_t sample) const { return std::clamp(sample >> CellShift, 0, m_Cells - 1); }
   void MarkNear(int32_t depth, int32_t reach) {
-    // A sample on a border belongs to the cell before it too.
-    Near.SetRange(CellOf(((depth - reach) >> DepthShift) - 1), CellOf((depth + reach) >> DepthShift));
+    // The first sample in reach is the one behind the rounded depth. Where it lies on a border it belongs to the cell before it
+    // too, and that is the cell of the rounded depth.
+    Near.SetRange(CellOf((depth - reach) >> DepthShift), CellOf((depth + reach) >> DepthShift));
   }
   ColumnBits m_Ray;
   int32_t m_Cells;
@@ -108,8 +109,8 @@ void ClassifyColumns(const DepthTables& tables, int axis, int32_t cv, int32_t re
 
 std::vector<CellContent> ClassifyCells(const DepthTables& tables, int32_t rampWidth) {
   const RasterFrame& frame = tables.Frame;
-  // The ramp reaches half its width from a plane. With all three axes alike the distance is theirs divided by sqrt(3), so a sample
-  // within the ramp has a depth on one of its rays within sqrt(3) / 2 of the width.
+  // The ramp reaches half its width from a plane. With all three axes alike the distance is theirs divided by sqrt(3), so a
+  // sample within the ramp has a depth on one of its rays within sqrt(3) / 2 of the width.
   const int32_t reach = int32_t(0.876 * rampWidth * DepthUnits);
   std::vector<uint8_t> states(size_t(frame.Cells[0]) * size_t(frame.Cells[1]) * size_t(frame.Cells[2]));
   for (int axis = 0; axis < 3; axis++)
@@ -181,7 +182,8 @@ void CellSampler::FillAxis(int axis, const CellKey& cell) {
     if (axis == 0) {
       for (int ray = 0; ray < Rays; ray++) out[ray * CellEdge + step] = plane[ray];
     } else if (axis == 1) {
-      for (int z = 0; z < CellEdge; z++) std::memcpy(out + SampleIndex(0, step, z), plane + z * CellEdge, CellEdge * sizeof(float));
+      for (int z = 0; z < CellEdge; z++)
+        std::memcpy(out + SampleIndex(0, step, z), plane + z * CellEdge, CellEdge * sizeof(float));
     } else {
       std::memcpy(out + SampleIndex(0, 0, step), plane, Rays * sizeof(float));
     }

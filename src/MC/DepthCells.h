@@ -18,10 +18,10 @@ class CellSampler {
  public:
   CellSampler(const DepthTables& tables, int32_t rampWidth) : m_Tables(tables), m_RampWidth(rampWidth) {}
 
-  /// Samples of the cell at `cell`, counted from the frame's first cell. Each axis gives a signed distance along its ray to the nearest
-  /// end of the interval that holds the sample, in ramp widths, positive inside; outside by 10 and more it says nothing, as a ray
-  /// without depths does. The distance is that of a plane that crosses the axes at these distances, its sign that of the longest one.
-  /// Padded to whole vectors: `samples` holds Padded values.
+  /// Samples of the cell at `cell`, counted from the frame's first cell. Each axis gives a signed distance along its ray to the
+  /// nearest end of the interval that holds the sample, in ramp widths, positive inside; outside by 10 and more it says nothing,
+  /// as a ray without depths does. The distance is that of a plane that crosses the axes at these distances, its sign that of the
+  /// longest one. Padded to whole vectors: `samples` holds Padded values.
   static constexpr int Padded = (CellSamples + 7) / 8 * 8;
   void Fill(const CellKey& cell, uint16_t* samples);
 

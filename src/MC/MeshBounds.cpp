@@ -59,13 +59,14 @@ std::string DescribeFault(const TriangleView& mesh) {
   for (size_t i = 0; i < mesh.TriangleCount * 3; i++) {
     const int32_t index = mesh.Corners[i];
     if (size_t(uint32_t(index)) >= mesh.PositionCount) {
-      std::snprintf(text, sizeof text, "triangle %zu uses vertex %d, but the mesh has %zu vertices", i / 3, index, mesh.PositionCount);
+      std::snprintf(text, sizeof text, "triangle %zu uses vertex %d, but the mesh has %zu vertices", i / 3, index,
+                    mesh.PositionCount);
       break;
     }
     const cVec3& p = mesh.Positions[index];
     if (!comms::IsFinite(p)) {
-      std::snprintf(text, sizeof text, "vertex %d of triangle %zu lies at (%g, %g, %g), which is not finite", index, i / 3, double(p.x),
-                    double(p.y), double(p.z));
+      std::snprintf(text, sizeof text, "vertex %d of triangle %zu lies at (%g, %g, %g), which is not finite", index, i / 3,
+                    double(p.x), double(p.y), double(p.z));
       break;
     }
   }
@@ -79,7 +80,9 @@ bool MeasureMesh(const TriangleView& mesh, const VoxelMapping& mapping, MeshBoun
   if (mesh.TriangleCount == 0) return true;
   const Measured measured = oneapi::tbb::parallel_deterministic_reduce(
       oneapi::tbb::blocked_range<size_t>(0, mesh.TriangleCount, 16384), Measured{},
-      [&](const oneapi::tbb::blocked_range<size_t>& range, Measured sum) { return MeasureRange(mesh, range.begin(), range.end(), sum); },
+      [&](const oneapi::tbb::blocked_range<size_t>& range, Measured sum) {
+        return MeasureRange(mesh, range.begin(), range.end(), sum);
+      },
       [](const Measured& a, const Measured& b) {
         return Measured{Lower(a.Low, b.Low), Higher(a.High, b.High), a.Area + b.Area, a.Sound && b.Sound};
       });

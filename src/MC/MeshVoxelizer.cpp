@@ -32,8 +32,8 @@ bool CheckRange(const MeshBounds& bounds, std::string& error) {
     for (const double at : {bounds.Low[k], bounds.High[k]})
       if (!(std::fabs(at) < RasterRange - 16)) {
         char text[160];
-        std::snprintf(text, sizeof text, "the mesh reaches to %c = %.6g voxels; coordinates up to %d voxels can be voxelised", "xyz"[k], at,
-                      RasterRange - 16);
+        std::snprintf(text, sizeof text, "the mesh reaches to %c = %.6g voxels; coordinates up to %d voxels can be voxelised",
+                      "xyz"[k], at, RasterRange - 16);
         error = text;
         return false;
       }
@@ -46,8 +46,8 @@ bool CheckMemory(const MeshBounds& bounds, const RasterFrame& frame, const Voxel
   if (needed <= available) return true;
   char text[240];
   std::snprintf(text, sizeof text, "a voxelisation of %.0f x %.0f x %.0f voxels needs about %.0f MB, and %.0f MB are available",
-                bounds.High[0] - bounds.Low[0], bounds.High[1] - bounds.Low[1], bounds.High[2] - bounds.Low[2], std::ceil(needed / 1e6),
-                std::floor(available / 1e6));
+                bounds.High[0] - bounds.Low[0], bounds.High[1] - bounds.Low[1], bounds.High[2] - bounds.Low[2],
+                std::ceil(needed / 1e6), std::floor(available / 1e6));
   error = text;
   return false;
 }

@@ -1,9 +1,11 @@
 #pragma once
-// Any triangle mesh becomes density: depth lists along three axes tell for every sample how far the surface is on its three rays, and
-// the three distances together give the distance to a plane that crosses them. No ray casts, no flood fill, no distance queries.
+// Any triangle mesh becomes density: depth lists along three axes tell for every sample how far the surface is on its three rays,
+// and the three distances together give the distance to a plane that crosses them. No ray casts, no flood fill, no distance
+// queries.
 //
-// A mesh need not be sound. Overlapping shells unite, a shell turned inside out is solid all the same, a shell inside another that is
-// turned against it is a cavity. Rays that meet the surface an odd number of times, at holes, say nothing; the other two axes decide.
+// A mesh need not be sound. Overlapping shells unite, a shell turned inside out is solid all the same, a shell inside another
+// that is turned against it is a cavity. Rays that meet the surface an odd number of times, at holes, say nothing; the other two
+// axes decide.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -45,12 +47,12 @@ class MeshVoxelizer {
   /// Refers to the arrays until Run has returned.
   void AddMesh(const TriangleView& mesh, const VoxelMapping& mapping = {});
 
-  /// Merges the solid of all triangles by `mode` (ApplyMode of MC/ApplyField.h). Cells that change are backed up once a stroke where
-  /// `backup` is set, and marked changed; FrozenCell cells and the samples that others share with them stay as they are.
+  /// Merges the solid of all triangles by `mode` (ApplyMode of MC/ApplyField.h). Cells that change are backed up once a stroke
+  /// where `backup` is set, and marked changed; FrozenCell cells and the samples that others share with them stay as they are.
   ///
-  /// False, with one sentence in Error and the volume untouched: indices out of range, coordinates that are not finite or lie beyond
-  /// RasterRange, more memory than the limit. False with Report.Cancelled and no sentence when the person stopped it; the volume is
-  /// untouched then as well. Without triangles there is nothing to do.
+  /// False, with one sentence in Error and the volume untouched: indices out of range, coordinates that are not finite or lie
+  /// beyond RasterRange, more memory than the limit. False with Report.Cancelled and no sentence when the person stopped it; the
+  /// volume is untouched then as well. Without triangles there is nothing to do.
   ///
   /// `parallel` false runs on the calling thread; the result is the same to the last bit. Call it from the main thread.
   bool Run(VolumeObject* target, int32_t mode, bool parallel, bool backup = true);
@@ -78,9 +80,9 @@ struct VoxelizeOptions {
   VoxelizeLimits Limits;
 };
 
-/// Fills an empty volume with the solid of a mesh and sets its SpaceMatrix: the voxel size as a uniform scale and, for a mesh that lies
-/// more than 16384 voxels from the origin, a translation by whole voxels. So a mesh that is symmetric about the origin gives a
-/// symmetric volume. False as MeshVoxelizer::Run, with the sentence in `error`.
+/// Fills an empty volume with the solid of a mesh and sets its SpaceMatrix: the voxel size as a uniform scale and, for a mesh
+/// that lies more than 16384 voxels from the origin, a translation by whole voxels. So a mesh that is symmetric about the origin
+/// gives a symmetric volume. False as MeshVoxelizer::Run, with the sentence in `error`.
 bool VoxelizeMesh(const TriangleView& mesh, const VoxelizeOptions& options, VolumeObject& volume, VoxelizeReport& report,
                   std::string& error);
 /// The polygons of a mesh as fans.

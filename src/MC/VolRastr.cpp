@@ -55,8 +55,8 @@ void EntryBins::AddChunk(Bin& bin) {
   bin.End = m_Fresh += ChunkEntries;
 }
 
-// A triangle seen along one axis, turned counter-clockwise. With E_i the edge function opposite to vertex i, a ray at (u, v) meets the
-// triangle where all E_i are at least 0, and its depth is sum(E_i * w_i) / Area.
+// A triangle seen along one axis, turned counter-clockwise. With E_i the edge function opposite to vertex i, a ray at (u, v)
+// meets the triangle where all E_i are at least 0, and its depth is sum(E_i * w_i) / Area.
 struct VolRastr::Projected {
   int64_t u[3], v[3], w[3];
   int64_t Area;
@@ -64,8 +64,8 @@ struct VolRastr::Projected {
 };
 
 void VolRastr::AddTriangle(const SnappedVertex& a, const SnappedVertex& b, const SnappedVertex& c) {
-  // Dense meshes: most triangles lie between the rays. An axis along which no sample lies in the triangle's range excludes the two
-  // directions that have it as u or v.
+  // Dense meshes: most triangles lie between the rays. An axis along which no sample lies in the triangle's range excludes the
+  // two directions that have it as u or v.
   const auto load = [](const SnappedVertex& p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p.c)); };
   const __m128i pa = load(a), pb = load(b), pc = load(c);
   const __m128i low = _mm_min_epi32(_mm_min_epi32(pa, pb), pc), high = _mm_max_epi32(_mm_max_epi32(pa, pb), pc);
@@ -91,7 +91,9 @@ void VolRastr::RasterizeAlong(int axis, const SnappedVertex& a, const SnappedVer
   }
   m_Axis = axis;
   m_RowRays = m_Frame.Samples(ku);
-  const auto firstSample = [](const int64_t p[3]) { return int32_t((std::min({p[0], p[1], p[2]}) + VertexUnits - 1) >> VertexShift); };
+  const auto firstSample = [](const int64_t p[3]) {
+    return int32_t((std::min({p[0], p[1], p[2]}) + VertexUnits - 1) >> VertexShift);
+  };
   const auto lastSample = [](const int64_t p[3]) { return int32_t(std::max({p[0], p[1], p[2]}) >> VertexShift); };
   const int32_t u0 = firstSample(t.u), u1 = lastSample(t.u), v0 = firstSample(t.v), v1 = lastSample(t.v);
   // The tie rule turns with the signs of u and v.
@@ -137,7 +139,8 @@ int32_t RoundedQuotient(Wide numerator, int64_t area, double inverse) {
 
 template <class Wide>
 void VolRastr::FillRows(const Projected& t, const int64_t bias[3], int32_t u0, int32_t u1, int32_t v0, int32_t v1) {
-  const int32_t shiftU = m_Frame.FirstSample(RasterFrame::AxisU(m_Axis)), shiftV = m_Frame.FirstSample(RasterFrame::AxisV(m_Axis));
+  const int32_t shiftU = m_Frame.FirstSample(RasterFrame::AxisU(m_Axis)),
+                shiftV = m_Frame.FirstSample(RasterFrame::AxisV(m_Axis));
   const double inverse = 1.0 / double(t.Area);
   int64_t row[3], stepU[3], stepV[3];
   for (int i = 0; i < 3; i++) {
@@ -201,8 +204,8 @@ uint32_t CleanList(int32_t* keys, uint32_t count, RayCount& rays) {
 
 }  // namespace
 
-void BuildBand(const RasterFrame& frame, int axis, int32_t band, const std::vector<const VolRastr*>& rasterisers, DepthBand& result,
-               RayCount& rays) {
+void BuildBand(const RasterFrame& frame, int axis, int32_t band, const std::vector<const VolRastr*>& rasterisers,
+               DepthBand& result, RayCount& rays) {
   const bool last = band + 1 == frame.Bands(axis);  // it has only the row that closes the cells before it
   const size_t rayCount = size_t(frame.Samples(RasterFrame::AxisU(axis))) * (last ? 1 : 8);
   std::vector<uint32_t>& begin = result.Begin;

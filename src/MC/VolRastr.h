@@ -1,13 +1,14 @@
 #pragma once
-// The triangle rasteriser of the voxeliser: along each axis a ray runs through every voxel sample, and each ray collects the depths at
-// which it meets the surface.
+// The triangle rasteriser of the voxeliser: along each axis a ray runs through every voxel sample, and each ray collects the
+// depths at which it meets the surface.
 //
-// Exactness is what makes the result watertight. Vertices are snapped to a fixed-point grid, the tests whether a ray meets a triangle
-// are exact integer arithmetic, and a depth is the exact plane depth rounded once, so that it does not depend on which of two triangles
-// at a common edge yields it. A ray through an edge or a vertex counts as moved by an infinitely small step towards the coordinate
-// planes, in u more than in v (simulation of simplicity, Edelsbrunner and Muecke 1990); since the step turns with the sign of u and v,
-// mirrored triangles give mirrored lists. Only on the planes u = 0 and v = 0 themselves a step must choose a side, the positive one:
-// there the mirror image of a face that lies in the plane is not the mirror image of its list.
+// Exactness is what makes the result watertight. Vertices are snapped to a fixed-point grid, the tests whether a ray meets a
+// triangle are exact integer arithmetic, and a depth is the exact plane depth rounded once, so that it does not depend on which
+// of two triangles at a common edge yields it. A ray through an edge or a vertex counts as moved by an infinitely small step
+// towards the coordinate planes, in u more than in v (simulation of simplicity, Edelsbrunner and Muecke 1990); since the step
+// turns with the sign of u and v, mirrored triangles give mirrored lists. Only on the planes u = 0 and v = 0 themselves a step
+// must choose a side, the positive one: there the mirror image of a face that lies in the plane is not the mirror image of its
+// list.
 #include <cstdint>
 #include <vector>
 
@@ -140,8 +141,8 @@ class VolRastr {
   int32_t m_RowRays = 0;
 };
 
-/// Sorts and cleans the entries that the rasterisers collected for one band. Lists of odd count are dropped and counted. Where the sides
-/// of a list balance, the entries at which the winding number leaves or reaches 0 are kept, so that overlapping shells unite and faces
-/// that coincide with opposite sides vanish; where they do not, every second entry leaves (even-odd).
-void BuildBand(const RasterFrame& frame, int axis, int32_t band, const std::vector<const VolRastr*>& rasterisers, DepthBand& result,
-               RayCount& count);
+/// Sorts and cleans the entries that the rasterisers collected for one band. Lists of odd count are dropped and counted. Where
+/// the sides of a list balance, the entries at which the winding number leaves or reaches 0 are kept, so that overlapping shells
+/// unite and faces that coincide with opposite sides vanish; where they do not, every second entry leaves (even-odd).
+void BuildBand(const RasterFrame& frame, int axis, int32_t band, const std::vector<const VolRastr*>& rasterisers,
+               DepthBand& result, RayCount& count);

@@ -52,7 +52,8 @@ bool VoxelizeMesh(const TriangleView& mesh, const VoxelizeOptions& options, Volu
   for (int k = 0; k < 3; k++) farthest = std::max({farthest, std::fabs(bounds.Low[k]), std::fabs(bounds.High[k])});
   if (!(mapping.Scale > 0 && std::isfinite(mapping.Scale) && std::isfinite(farthest * mapping.Scale))) {
     char text[120];
-    std::snprintf(text, sizeof text, "voxels of %g units are too small for a mesh that reaches to %g", double(voxelSize), farthest);
+    std::snprintf(text, sizeof text, "voxels of %g units are too small for a mesh that reaches to %g", double(voxelSize),
+                  farthest);
     error = text;
     return false;
   }
@@ -88,5 +89,6 @@ bool VoxelizeMesh(const comms::cRawMesh& mesh, const VoxelizeOptions& options, V
       corners.insert(corners.end(), {polygon[0].Position(), polygon[i - 1].Position(), polygon[i].Position()});
     at += size_t(count) + 1;
   }
-  return VoxelizeMesh({mesh.Positions.data(), mesh.Positions.size(), corners.data(), corners.size() / 3}, options, volume, report, error);
+  return VoxelizeMesh({mesh.Positions.data(), mesh.Positions.size(), corners.data(), corners.size() / 3}, options, volume, report,
+                      error);
 }

@@ -115,6 +115,12 @@ class Shapes : public EnumProvider {
   const char* GetName(int32_t index) const override { return index == 0 ? "Torus" : nullptr; }
 };
 
+// What a declaration refuses to compile.
+static_assert(!_int::Fits<short> && !_int::Fits<bool> && !_int::Fits<long> && !_int::Fits<unsigned> && _int::Fits<Shape>);
+static_assert(!_float::Fits<double> && !_bool::Fits<uint8_t> && !_index::Fits<float> && !_color::Fits<float> &&
+              !_BYTE::Fits<int8_t>);
+static_assert(_cFloat3::Fits<Point> && _cFloat3::Fits<float[3]> && !_cFloat3::Fits<int[3]> && !_cFloat3::Fits<float[4]>);
+
 }  // namespace
 
 TEST(Reflection, ValuesHaveTheirText) {
@@ -344,6 +350,26 @@ TEST(Reflection, StringsInBinary) {
     EXPECT_TRUE(read.LoadBin(nullptr, nullptr, stream, &names));
     EXPECT_TRUE(read.Empty());
   }
+}
+
+TEST(Reflection, XmlChunks) {
+  Values written, read;
+  written.Number = 33;
+  MemoryBinStream stream;
+  ASSERT_TRUE(WriteChunkFromXml(stream, ChunkTag("VALS"), written));
+  EXPECT_EQ(stream.GetData()[stream.Size() - 1], 0);  // the terminator counts
+  int taken = 0;
+  const ChunkWalk walk = ReadChunks(stream, stream.Size(), [&](uint32_t tag, uint32_t size) {
+    taken += tag == ChunkTag("VALS") && ReadChunkToXml(stream, size, read);
+    return true;
+  });
+  EXPECT_FALSE(walk.Damaged);
+  EXPECT_EQ(taken, 1);
+  EXPECT_EQ(read.Number, 33);
+  stream.SetReadPos(8);
+  EXPECT_FALSE(ReadChunkToXml(stream, 0xFFFFFFFFu, read));
+  stream.SetReadPos(8);
+  EXPECT_FALSE(ReadChunkToXml(stream, uint32_t(stream.Size() - 20), read));  // cut off
 }
 
 TEST(Reflection, HintsComeFromTheTranslation) {

@@ -78,9 +78,10 @@ TEST(ApplyField, EqualsAPlainLoopForEveryFieldAndRule) {
     both(SphereField({1, -2, 3}, 30, 4), {1, -2, 3}, 30, AllMerges[0]);
     ExpectSound(volume);
     // Radii on every side of the probing steps; reach across corners, edges and faces by fractions of a voxel.
-    const cVec3 centers[] = {{16, 8, -8}, {20.3f, -7.9f, 0.1f}, {-24.02f, 3.5f, 11.7f}, {4, 4, 30.9f}};
-    const float radii[] = {6.5f, 4, 2.3f, 0.9f};
-    for (int i = 0; i < 4; i++) both(SphereField(centers[i], radii[i], 4), centers[i], radii[i], merge);
+    // The last one reaches the border x = 24 by a hair, between the probes.
+    const cVec3 centers[] = {{16, 8, -8}, {20.3f, -7.9f, 0.1f}, {-24.02f, 3.5f, 11.7f}, {4, 4, 30.9f}, {17.3f, 2, 2}};
+    const float radii[] = {6.5f, 4, 2.3f, 0.9f, 5};
+    for (int i = 0; i < 5; i++) both(SphereField(centers[i], radii[i], 4), centers[i], radii[i], merge);
     EXPECT_EQ(dense.Compare(volume), "");
     Dab dab{{-10, -20, 5}, {12, 17, -9}, {0, 0, 1}, {0.6f, 0, 0.8f}, 9, 5, 0.5f, 0.4f};
     both(SegmentField(MakeStrokeConstants(dab, false), 4), {1, -1, -2}, 5, merge);

@@ -58,7 +58,8 @@ Shape Torus(float ring, float tube, int around, int along, const cVec3& scale = 
     for (int j = 0; j < along; j++) {
       const double a = 2 * std::numbers::pi * i / around, b = 2 * std::numbers::pi * j / along;
       const double r = ring + tube * std::cos(b);
-      torus.Positions.push_back({float(r * std::cos(a)) * scale.x, float(r * std::sin(a)) * scale.y, float(tube * std::sin(b)) * scale.z});
+      torus.Positions.push_back(
+          {float(r * std::cos(a)) * scale.x, float(r * std::sin(a)) * scale.y, float(tube * std::sin(b)) * scale.z});
     }
   for (int i = 0; i < around; i++)
     for (int j = 0; j < along; j++) {
@@ -127,7 +128,8 @@ std::vector<std::pair<double, bool>> Intersect(const Shape& shape, int axis, int
   for (size_t t = 0; t < shape.Corners.size(); t += 3) {
     double p[3][3];
     for (int i = 0; i < 3; i++)
-      for (int k = 0; k < 3; k++) p[i][k] = SnapVertex(shape.Positions[size_t(shape.Corners[t + size_t(i)])], {}).c[k] / double(VertexUnits);
+      for (int k = 0; k < 3; k++)
+        p[i][k] = SnapVertex(shape.Positions[size_t(shape.Corners[t + size_t(i)])], {}).c[k] / double(VertexUnits);
     double weight[3], area = 0;
     for (int i = 0; i < 3; i++) {
       const double *a = p[(i + 1) % 3], *b = p[(i + 2) % 3];
@@ -245,7 +247,8 @@ TEST(MeshVoxelizer, ClosedMeshGivesItsSurfaceBack) {
 }
 
 TEST(MeshVoxelizer, ShellsUniteCoverAndCancel) {
-  const Shape outer = Box({-13.3f, -12.6f, -11.4f}, {14.2f, 13.1f, 12.7f}), inner = Box({-5.3f, -5.1f, -4.6f}, {6.2f, 5.7f, 4.4f});
+  const Shape outer = Box({-13.3f, -12.6f, -11.4f}, {14.2f, 13.1f, 12.7f}),
+              inner = Box({-5.3f, -5.1f, -4.6f}, {6.2f, 5.7f, 4.4f});
   const Dump solid = DumpOf(outer);
   EXPECT_EQ(DumpOf(outer.Flipped()), solid) << "inside out";
   EXPECT_EQ(DumpOf(Shape(outer).Append(inner)), solid) << "a shell inside another";
@@ -261,7 +264,8 @@ TEST(MeshVoxelizer, ShellsUniteCoverAndCancel) {
 
   // Two boxes that share a face are one box: no wall is left between them.
   for (const float seam : {3.0f, 2.7f, -0.4f}) {
-    const Shape left = Box({-13.3f, -12.6f, -11.4f}, {seam, 13.1f, 12.7f}), right = Box({seam, -12.6f, -11.4f}, {14.2f, 13.1f, 12.7f});
+    const Shape left = Box({-13.3f, -12.6f, -11.4f}, {seam, 13.1f, 12.7f}),
+                right = Box({seam, -12.6f, -11.4f}, {14.2f, 13.1f, 12.7f});
     EXPECT_EQ(DumpOf(Shape(left).Append(right)), solid) << seam;
   }
   // Triangles without area, points and needles on the surface say nothing.
@@ -292,7 +296,8 @@ TEST(MeshVoxelizer, MirroredMeshGivesMirroredBits) {
     return shape;
   };
   const auto lump = [](const cVec3& d) { return 14 + 3 * std::sin(5 * d.x + 1) * std::cos(4 * d.y) + 2 * d.z; };
-  const Shape shapes[] = {snapped(Ball(2, lump)), Turned(Ball(3, lump)), Box({-13, 3, 2}, {9, 8, 16}), Torus(17, 6, 16, 8, {1, 0.7f, 1.3f})};
+  const Shape shapes[] = {snapped(Ball(2, lump)), Turned(Ball(3, lump)), Box({-13, 3, 2}, {9, 8, 16}),
+                          Torus(17, 6, 16, 8, {1, 0.7f, 1.3f})};
   const auto mirroredSamples = [](const Dump& dump, int axis) {
     std::map<std::tuple<int, int, int>, uint16_t> samples;
     for (const auto& [key, values] : dump)
@@ -314,6 +319,18 @@ TEST(MeshVoxelizer, MirroredMeshGivesMirroredBits) {
       Shape both = shape;
       const Dump dump = DumpOf(both.Append(shape.Mirrored(axis)));
       EXPECT_TRUE(mirroredSamples(dump, axis) == mirroredSamples(dump, -1)) << "axis " << axis;
+    }
+}
+
+TEST(MeshVoxelizer, TrianglesOfAThousandVoxels) {
+  VolumeObject volume;
+  EXPECT_EQ(Fill(volume, Box({3000.5f, -700, -3}, {3011.25f, 700, 700})).SkippedRays, 0);
+  for (const int y : {-698, 0, 698})
+    for (const int z : {-1, 350, 698}) {
+      // Density of a plane at 1.5 and 1.25 voxels; the sides are two voxels away at least, so they bend it a little at the edges.
+      EXPECT_NEAR(At(volume, 3000, y, z), 32767.5 - 0.5 * 16383.75, 600);
+      EXPECT_NEAR(At(volume, 3012, y, z), 32767.5 - 0.75 * 16383.75, 2000);
+      EXPECT_GE(At(volume, 3005, y, z), SurfaceLevel);
     }
 }
 
@@ -339,13 +356,16 @@ TEST(MeshVoxelizer, ModesMergeAndUndo) {
     volume.EndStroke(false);
     Fill(volume, tool, mode, true, true);
     const Dump merged = DumpSamples(volume);
-    if (mode != ApplyAdd) { EXPECT_EQ(merged.size(), v.size()) << "no cell is created in vain"; }
+    if (mode != ApplyAdd) {
+      EXPECT_EQ(merged.size(), v.size()) << "no cell is created in vain";
+    }
     Dump keys = v;
     keys.insert(q.begin(), q.end());
     for (const auto& [key, unused] : keys)
       for (size_t i = 0; i < size_t(CellSamples); i++) {
         const uint16_t a = valueOf(v, key, i), b = valueOf(q, key, i);
-        const uint16_t expected = mode == ApplyAdd ? std::max(a, b) : std::min(a, mode == ApplySubtract ? uint16_t(65535 - b) : b);
+        const uint16_t expected =
+            mode == ApplyAdd ? std::max(a, b) : std::min(a, mode == ApplySubtract ? uint16_t(65535 - b) : b);
         ASSERT_EQ(valueOf(merged, key, i), expected) << "mode " << mode;
       }
     volume.EndStroke(true);
@@ -368,7 +388,8 @@ TEST(MeshVoxelizer, LeavesFrozenCellsAlone) {
     int torn = 0;
     for (const auto& [key, samples] : after)
       for (size_t i = 0; i < samples.size(); i++)
-        torn += samples[i] != At(volume, std::get<2>(key) * 8 + int(i) % 9, std::get<1>(key) * 8 + int(i) / 9 % 9, std::get<0>(key) * 8 + int(i) / 81);
+        torn += samples[i] != At(volume, std::get<2>(key) * 8 + int(i) % 9, std::get<1>(key) * 8 + int(i) / 9 % 9,
+                                 std::get<0>(key) * 8 + int(i) / 81);
     EXPECT_EQ(torn, 0) << "planes that cells share differ";
   }
 }
@@ -423,8 +444,9 @@ TEST(MeshVoxelizer, EstimateCoversWhatIsUsed) {
   MeshBounds bounds;
   std::string error;
   ASSERT_TRUE(MeasureMesh(shape.View(), {}, bounds, error));
-  const size_t used = volume.VoxelPool.UsedBlocks() * volume.VoxelPool.BlockBytes() + volume.CellPool.UsedBlocks() * sizeof(VoxelCell) +
-                      volume.Cells.Bytes() + volume.DirtyCells.Bytes() + volume.RedrawCells.Bytes();
+  const size_t used = volume.VoxelPool.UsedBlocks() * volume.VoxelPool.BlockBytes() +
+                      volume.CellPool.UsedBlocks() * sizeof(VoxelCell) + volume.Cells.Bytes() + volume.DirtyCells.Bytes() +
+                      volume.RedrawCells.Bytes();
   EXPECT_GT(EstimateBytes(bounds, FrameOf(bounds)), double(used));
   EXPECT_LT(EstimateBytes(bounds, FrameOf(bounds)), 8.0 * double(used));
 }

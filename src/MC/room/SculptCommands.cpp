@@ -90,18 +90,21 @@ CommandResult RunStrokes(VolumeObject& volume, const std::vector<Stroke>& stroke
   const StrokeOptions options{.RefreshEachDab = false, .BuildGroups = false};
   StrokeReport sum;
   for (size_t i = 0; i < strokes.size(); ++i) {
-    if (!comms::ShowProgress(double(i), double(strokes.size()), "Stroke")) {
+    const bool goOn = comms::ShowProgress(double(i), double(strokes.size()), "Stroke");
+    if (goOn) {
+      const StrokeReport report = ApplyStroke(volume, strokes[i], options);
+      sum.Dabs += report.Dabs;
+      sum.Apply = sum.Apply + report.Apply;
+    }
+    if (!goOn || sum.Apply.Capped) {
       volume.EndStroke(true);
       volume.RefreshChanges(false);
-      return CommandResult::Fail("cancelled; the volume is as it was");
+      return CommandResult::Fail(goOn ? "a dab reaches more cells than are changed at once; a smaller radius or larger voxels are needed"
+                                      : "cancelled; the volume is as it was");
     }
-    const StrokeReport report = ApplyStroke(volume, strokes[i], options);
-    sum.Dabs += report.Dabs;
-    sum.Apply = sum.Apply + report.Apply;
   }
   FinishStroke(volume, nullptr, options);
   figures.Add("dabs", sum.Dabs).Add("cellsReached", sum.Apply.TargetCells).Add("cellsChanged", sum.Apply.ChangedCells);
-  figures.Add("capped", sum.Apply.Capped);
   return CommandResult::Done(figures);
 }
 

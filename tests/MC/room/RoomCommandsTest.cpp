@@ -155,7 +155,7 @@ TEST_F(RoomCommandsTest, FailuresChangeNothing) {
   WriteText("wild.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n");
   WriteText("bad.stroke", "tool Segment\nsample 1 2\n");
   WriteText("stamp.stroke", "tool Stamp\nstamp v\nsample 0 0 0 0 0 1 1 1 1\n");
-  WriteText("far.stroke", "sample 1e30 0 0 0 0 1 1 1 1\n");
+  WriteText("far.stroke", "sample 1e8 0 0 0 0 1 1 1 1\n");
   WriteText("old.obj", "old");
   WriteText("file", "");
   ASSERT_EQ(Run("ImportMesh File=@box.obj\nNewVolume Name=v VoxelSize=0.1\nDab Center=\"1 0 0\" Radius=1\nNewVolume Name=empty\n"
@@ -183,6 +183,7 @@ TEST_F(RoomCommandsTest, FailuresChangeNothing) {
       {"Dab Center=\"0 0 0\" Radius=1 Volume=none", 1},
       {"Dab Center=\"0 0 0\" Radius=1e5", 1},
       {"Dab Center=\"1e9 0 0\" Radius=1", 1},
+      {"Dab Center=\"0 0 0\" Radius=90 Tool=Sphere", 1},
       {"Dab Center=\"0 0 0\" Radius=1 Tool=Sphere End=\"1 1 1\"", 2},
       {"Dab Center=\"0 0 0\" Radius=1 Tool=Carve Normal=\"0 0 0\"", 2},
       {"NewVolume Name=v", 1},
@@ -202,7 +203,7 @@ TEST_F(RoomCommandsTest, FailuresChangeNothing) {
       {"ExportStl File=@", 4},
       {"Render File=@no/such/folder/a.png Width=64 Height=64", 4},
       {"Help Command=Bogus", 1},
-      {"Voxelize Resolution=100000", 1},
+      {"Voxelize Name=w Resolution=16384", 1},
       {"Voxelize Name=v Resolution=32", 1},
   };
   for (const auto& c : cases) {

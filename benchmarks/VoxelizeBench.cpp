@@ -1,0 +1,166 @@
+// Mesh to volume: against OpenVDB 10's meshToVolume of the same mesh and voxel size, and how well the surface comes back.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+
+#include "Claims.h"
+#include "MC/MeshVoxelizer.h"
+#include "MC/SurfaceStats.h"
+#include "MC/VolumeObject.h"
+
+#if __has_include(<openvdb/openvdb.h>)
+#define HAS_OPENVDB 1
+#include <openvdb/openvdb.h>
+#include <openvdb/tools/MeshToVolume.h>
+#endif
+
+using namespace bench;
+using comms::cVec3;
+
+namespace {
+
+constexpr int Pairs = 5;
+
+struct Input {
+  const char *File, *Name;
+  int Subdivisions;
+  const char* Goal;  ///< our time in the peer's
+};
+constexpr Input Inputs[] = {{"koala.obj", "koala", 0, "<= 0.125"},
+                            {"nefertiti_280k.ply", "nefertiti 280 k", 0, "<= 0.125"},
+                            {"nefertiti_280k.ply", "nefertiti 4.5 M", 2, "<= 0.0834"}};
+
+TriangleView ViewOf(const TriangleSoup& mesh) {
+  static_assert(sizeof(cVec3) == 3 * sizeof(float));
+  return {reinterpret_cast<const cVec3*>(mesh.Positions.data()), mesh.Positions.size() / 3, mesh.Triangles.data(),
+          mesh.Triangles.size() / 3};
+}
+
+double LongestSide(const TriangleSoup& mesh) {
+  double longest = 0;
+  for (size_t k = 0; k < 3; k++) {
+    float low = mesh.Positions[k], high = low;
+    for (size_t i = k; i < mesh.Positions.size(); i += 3) {
+      low = std::min(low, mesh.Positions[i]);
+      high = std::max(high, mesh.Positions[i]);
+    }
+    longest = std::max(longest, double(high) - low);
+  }
+  return longest;
+}
+
+double EnclosedVolume(const TriangleSoup& mesh) {
+  double volume = 0;
+  for (size_t i = 0; i < mesh.Triangles.size(); i += 3) {
+    double p[3][3];
+    for (size_t corner = 0; corner < 3; corner++)
+      for (size_t k = 0; k < 3; k++) p[corner][k] = mesh.Positions[size_t(mesh.Triangles[i + corner]) * 3 + k];
+    volume += p[0][0] * (p[1][1] * p[2][2] - p[1][2] * p[2][1]) + p[0][1] * (p[1][2] * p[2][0] - p[1][0] * p[2][2]) +
+              p[0][2] * (p[1][0] * p[2][1] - p[1][1] * p[2][0]);
+  }
+  return volume / 6;
+}
+
+std::unique_ptr<VolumeObject> Voxelize(const TriangleSoup& mesh, double voxelSize) {
+  auto volume = std::make_unique<VolumeObject>();
+  VoxelizeOptions options;
+  options.VoxelSize = voxelSize;
+  VoxelizeReport report;
+  std::string error;
+  if (!VoxelizeMesh(ViewOf(mesh), options, *volume, report, error)) {
+    std::fprintf(stderr, "voxelise: %s\n", error.c_str());
+    return nullptr;
+  }
+  return volume;
+}
+
+#ifdef HAS_OPENVDB
+/// The mesh as the peer takes it, in the voxels of its grid.
+struct PeerMesh {
+  std::vector<openvdb::Vec3s> Points;
+  std::vector<openvdb::Vec3I> Triangles;
+  PeerMesh(const TriangleSoup& mesh, double voxelSize) {
+    for (size_t i = 0; i < mesh.Positions.size(); i += 3)
+      Points.emplace_back(float(mesh.Positions[i] / voxelSize), float(mesh.Positions[i + 1] / voxelSize),
+                          float(mesh.Positions[i + 2] / voxelSize));
+    for (size_t i = 0; i < mesh.Triangles.size(); i += 3)
+      Triangles.emplace_back(mesh.Triangles[i], mesh.Triangles[i + 1], mesh.Triangles[i + 2]);
+  }
+};
+#endif
+
+void BenchTime(const TriangleSoup& mesh, const Input& input, int resolution, std::vector<Claim>& claims) {
+  Claim claim;
+  claim.Text = std::string("Mesh to volume, ") + input.Name + " at " + std::to_string(resolution) + ": ms, ours / OpenVDB";
+  claim.Goal = input.Goal;
+#ifdef HAS_OPENVDB
+  const double voxelSize = float(LongestSide(mesh) / resolution);
+  const PeerMesh peerMesh(mesh, voxelSize);
+  const auto transform = openvdb::math::Transform::createLinearTransform(voxelSize);
+  std::unique_ptr<VolumeObject> ours;
+  openvdb::FloatGrid::Ptr peer;
+  const Pair pair = MeasurePairs(
+      Pairs, [&] { ours = Voxelize(mesh, voxelSize); },
+      [&] {
+        openvdb::tools::QuadAndTriangleDataAdapter<openvdb::Vec3s, openvdb::Vec3I> adapter(peerMesh.Points, peerMesh.Triangles);
+        peer = openvdb::tools::meshToVolume<openvdb::FloatGrid>(adapter, *transform, 3.0f, 3.0f);
+      },
+      [&] { ours.reset(); }, [&] { peer.reset(); });
+  claim.Ours = pair.Ours * 1e3;
+  claim.Peer = pair.Peer * 1e3;
+  claim.Ratio = pair.Ours / pair.Peer;
+  char note[100];
+  std::snprintf(note, sizeof note, "%d pairs, spread of ours %.0f%%; %zu blocks, %zu cells", Pairs, pair.Spread * 100,
+                ours->VoxelPool.UsedBlocks(), ours->Cells.Count());
+  claim.Note = note;
+#else
+  (void)mesh;
+  claim.Skipped = "OpenVDB is not installed; ./bench --with-peers installs it";
+#endif
+  claims.push_back(claim);
+}
+
+void BenchSurface(const TriangleSoup& mesh, const Input& input, std::vector<Claim>& claims) {
+  const std::unique_ptr<VolumeObject> volume = Voxelize(mesh, LongestSide(mesh) / 256);
+  if (!volume) return;
+  volume->RefreshChanges(false);
+  const SurfaceStats stats = MeasureSurface(*volume);
+  Claim closed;
+  closed.Text = std::string("Surface of ") + input.Name + " at 256: boundary and non-manifold edges";
+  closed.Goal = "<= 0";
+  closed.Ours = closed.Ratio = double(stats.BoundaryEdges + stats.NonManifoldEdges);
+  closed.Note = "genus " + std::to_string(stats.Genus) + ", components " + std::to_string(stats.Components);
+  claims.push_back(closed);
+  Claim enclosed;
+  enclosed.Text = std::string("Volume of ") + input.Name + " at 256: relative error against the mesh";
+  enclosed.Goal = "<= 0.005";
+  enclosed.Ours = stats.Volume;
+  enclosed.Peer = EnclosedVolume(mesh);
+  enclosed.Ratio = std::fabs(enclosed.Ours / enclosed.Peer - 1);
+  claims.push_back(enclosed);
+}
+
+void BenchVoxelize(std::vector<Claim>& claims) {
+#ifdef HAS_OPENVDB
+  openvdb::initialize();
+#endif
+  for (const Input& input : Inputs) {
+    TriangleSoup mesh;
+    if (!LoadBenchMesh(input.File, mesh)) {
+      Claim claim;
+      claim.Text = std::string("Mesh to volume, ") + input.Name;
+      claim.Goal = input.Goal;
+      claim.Skipped = std::string(input.File) + " is not there";
+      claims.push_back(claim);
+      continue;
+    }
+    for (int i = 0; i < input.Subdivisions; i++) mesh = Subdivide(mesh);
+    for (const int resolution : {256, 512}) BenchTime(mesh, input, resolution, claims);
+    if (input.Subdivisions == 0) BenchSurface(mesh, input, claims);
+  }
+}
+
+const Benchmark voxelize("voxelize", BenchVoxelize);
+
+}  // namespace
