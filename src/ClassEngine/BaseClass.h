@@ -214,7 +214,7 @@ class BaseClass {
 bool WriteChunkFromXml(BinStream& stream, uint32_t tag, BaseClass& object);
 /// Loads `object` from the payload of such a chunk, `size` bytes from the reading position on. False, with the object as it was,
 /// where the stream ends early or the text doesn't parse.
-bool ReadChunkToXml(BinStream& stream, uint32_t size, BaseClass& object, XmlErrorLog* errors = nullptr);
+bool ReadXmlChunk(BinStream& stream, uint32_t size, BaseClass& object, XmlErrorLog* errors = nullptr);
 
 // --- declaration state
 // ---------------------------------------------------------------------------------------------------------------

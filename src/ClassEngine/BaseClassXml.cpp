@@ -143,8 +143,8 @@ bool WriteChunkFromXml(BinStream& stream, uint32_t tag, BaseClass& object) {
   return root.Print(text, 0) && WriteTextChunk(stream, tag, text.View());
 }
 
-bool ReadChunkToXml(BinStream& stream, uint32_t size, BaseClass& object, XmlErrorLog* errors) {
-  if (!HasItems(stream, size, 1)) return false;
+bool ReadXmlChunk(BinStream& stream, uint32_t size, BaseClass& object, XmlErrorLog* errors) {
+  if (size >= INT32_MAX || !HasItems(stream, size, 1)) return false;
   StrBuffer text;
   text.SetLength(size);
   if (stream.Read(text.Data, size) != int64_t(size)) return false;

@@ -360,16 +360,16 @@ TEST(Reflection, XmlChunks) {
   EXPECT_EQ(stream.GetData()[stream.Size() - 1], 0);  // the terminator counts
   int taken = 0;
   const ChunkWalk walk = ReadChunks(stream, stream.Size(), [&](uint32_t tag, uint32_t size) {
-    taken += tag == ChunkTag("VALS") && ReadChunkToXml(stream, size, read);
+    taken += tag == ChunkTag("VALS") && ReadXmlChunk(stream, size, read);
     return true;
   });
   EXPECT_FALSE(walk.Damaged);
   EXPECT_EQ(taken, 1);
   EXPECT_EQ(read.Number, 33);
   stream.SetReadPos(8);
-  EXPECT_FALSE(ReadChunkToXml(stream, 0xFFFFFFFFu, read));
+  EXPECT_FALSE(ReadXmlChunk(stream, 0xFFFFFFFFu, read));
   stream.SetReadPos(8);
-  EXPECT_FALSE(ReadChunkToXml(stream, uint32_t(stream.Size() - 20), read));  // cut off
+  EXPECT_FALSE(ReadXmlChunk(stream, uint32_t(stream.Size() - 20), read));  // cut off
 }
 
 TEST(Reflection, HintsComeFromTheTranslation) {

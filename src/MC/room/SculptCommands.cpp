@@ -81,6 +81,18 @@ std::string CheckReach(const VolumeObject& volume, const Stroke& stroke) {
   return {};
 }
 
+// Takes back all that was done since the last stroke ended. Cells that it created are empty then, and empty cells say no more than
+// missing ones: they go, so that a stroke that was too large leaves no memory behind.
+void UndoStroke(VolumeObject& volume) {
+  volume.EndStroke(true);
+  volume.RefreshChanges(false);
+  std::vector<CellKey> empty;
+  volume.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
+    if (!cell.Density && cell.UniformValue == 0 && !cell.Surface) empty.push_back(key);
+  });
+  for (const CellKey& key : empty) volume.DeleteCell(key);
+}
+
 // Runs strokes as one change of the volume: all of them, or none where the person cancels.
 CommandResult RunStrokes(VolumeObject& volume, const std::vector<Stroke>& strokes, JsonObject figures) {
   for (const Stroke& stroke : strokes) {
@@ -97,8 +109,7 @@ CommandResult RunStrokes(VolumeObject& volume, const std::vector<Stroke>& stroke
       sum.Apply = sum.Apply + report.Apply;
     }
     if (!goOn || sum.Apply.Capped) {
-      volume.EndStroke(true);
-      volume.RefreshChanges(false);
+      UndoStroke(volume);
       return CommandResult::Fail(goOn ? "a dab reaches more cells than are changed at once; a smaller radius or larger voxels are needed"
                                       : "cancelled; the volume is as it was");
     }
