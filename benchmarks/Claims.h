@@ -10,12 +10,12 @@
 namespace bench {
 
 struct Claim {
-  std::string Text;                 ///< what is claimed, in words: "Sphere dab radius 32, add: dabs a second, ours / OpenVDB"
+  std::string Text{};                 ///< what is claimed, in words: "Sphere dab radius 32, add: dabs a second, ours / OpenVDB"
   double Ours = 0, Peer = 0;        ///< in the unit that Text names
   double Ratio = 0;                 ///< the figure that is held against Goal
-  std::string Goal;                 ///< ">= 3", "<= 0.125": comparison and bound
-  std::string Skipped;              ///< why there is no figure (peer not installed, mesh absent); empty when measured
-  std::string Note;                 ///< spread of the pairs, or what else the reader needs
+  std::string Goal{};                 ///< ">= 3", "<= 0.125": comparison and bound
+  std::string Skipped{};              ///< why there is no figure (peer not installed, mesh absent); empty when measured
+  std::string Note{};                 ///< spread of the pairs, or what else the reader needs
 };
 
 /// True when Ratio satisfies Goal.

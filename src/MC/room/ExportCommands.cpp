@@ -22,7 +22,8 @@ DECLARE_MEMBERS(ExportParams) {
 }
 
 // The volumes with their surfaces up to date; empty with one sentence where there is no surface to write.
-std::vector<VolumeObject*> PrepareVolumes(const VoxelScene& scene, const ExportParams& parameters, size_t& triangles, std::string& error) {
+std::vector<VolumeObject*> PrepareVolumes(const VoxelScene& scene, const ExportParams& parameters, size_t& triangles,
+                                          std::string& error) {
   std::vector<VolumeObject*> volumes = FindVolumes(scene, parameters.Volume.ToString(), error);
   triangles = 0;
   for (VolumeObject* volume : volumes) {
@@ -64,10 +65,9 @@ CommandResult ExportToStl(const VoxelScene& scene, const ExportParams& parameter
 }  // namespace
 
 void AddExportCommands(CommandTable& table, VoxelScene& scene) {
-  table.Add<ExportParams>(
-      "ExportMesh", "Writes the surface as a mesh file, welded, with normals; the extension chooses the format.",
-      [&](const ExportParams& parameters) { return ExportToMesh(scene, parameters); }, {"File"});
-  table.Add<ExportParams>(
-      "ExportStl", "Writes the surface as a binary STL file.",
-      [&](const ExportParams& parameters) { return ExportToStl(scene, parameters); }, {"File"});
+  table.Add<ExportParams>("ExportMesh",
+                          "Writes the surface as a mesh file, welded, with normals; the extension chooses the format.",
+                          [&](const ExportParams& parameters) { return ExportToMesh(scene, parameters); }, {"File"});
+  table.Add<ExportParams>("ExportStl", "Writes the surface as a binary STL file.",
+                          [&](const ExportParams& parameters) { return ExportToStl(scene, parameters); }, {"File"});
 }

@@ -50,7 +50,10 @@ class VoxelizeParams : public CommandParameters {
 DECLARE_MEMBERS(VoxelizeParams) {
   Member<_str>("Name", Name).Hint("Name of the new volume, which becomes the current one; empty: the name of the mesh's file");
   Member<_int>("Resolution", Resolution).Range(8, 16384).Unit("voxels").Hint("Along the longest side of the mesh");
-  Member<_float>("VoxelSize", VoxelSize).Range(0, 1e6).Unit("world units").Hint("Side of a voxel, in place of Resolution; 0: Resolution counts");
+  Member<_float>("VoxelSize", VoxelSize)
+      .Range(0, 1e6)
+      .Unit("world units")
+      .Hint("Side of a voxel, in place of Resolution; 0: Resolution counts");
   Member<_bool>("Replace", Replace).Hint("Replace a volume that has this name");
   Member<_str>("Into", Into).Hint("Name of a volume that the mesh is merged into, in place of a new one; it keeps its voxels");
   Member<_int>("Mode", Mode).Range(0, 2).Hint("With Into: 0 adds, 1 subtracts, 2 leaves what both have");
@@ -116,8 +119,10 @@ CommandResult Validate(const ValidateParams& parameters) {
   std::string error;
   const std::unique_ptr<cRawMesh> mesh = LoadMeshLogged(names, false, error);
   if (!mesh) return CommandResult::NoInput(error);
-  return CommandResult::Done(
-      JsonObject().Add("faults", mesh->Validate()).Add("vertices", mesh->Positions.size()).Add("polygons", mesh->CountPolygons()));
+  return CommandResult::Done(JsonObject()
+                                 .Add("faults", mesh->Validate())
+                                 .Add("vertices", mesh->Positions.size())
+                                 .Add("polygons", mesh->CountPolygons()));
 }
 
 JsonObject DescribeVoxelization(const VolumeObject& volume, const VoxelizeReport& report) {
@@ -138,7 +143,8 @@ float FindLongestSide(const cRawMesh& mesh) {
 
 CommandResult VoxelizeAsNew(VoxelScene& scene, Messages& messages, const VoxelizeParams& parameters) {
   const bool bySize = parameters.VoxelSize > 0;
-  if (bySize && parameters.IsGiven("Resolution")) return CommandResult::Refuse("Voxelize takes Resolution or VoxelSize, not both");
+  if (bySize && parameters.IsGiven("Resolution"))
+    return CommandResult::Refuse("Voxelize takes Resolution or VoxelSize, not both");
   if (parameters.IsGiven("Mode")) return CommandResult::Refuse("Voxelize takes Mode with Into alone");
   const std::string name = parameters.IsGiven("Name") ? parameters.Name.ToString() : scene.MeshName();
   std::string error;
@@ -176,7 +182,8 @@ CommandResult VoxelizeInto(const VoxelScene& scene, const VoxelizeParams& parame
   if (!volume) return CommandResult::Fail(error);
 
   const std::vector<int32_t> corners = CutIntoTriangles(*scene.Mesh());
-  const TriangleView triangles{scene.Mesh()->Positions.data(), scene.Mesh()->Positions.size(), corners.data(), corners.size() / 3};
+  const TriangleView triangles{scene.Mesh()->Positions.data(), scene.Mesh()->Positions.size(), corners.data(),
+                               corners.size() / 3};
   // The space of a volume is a uniform scale and a translation.
   const comms::cMat4& space = volume->SpaceMatrix;
   VoxelMapping mapping;
@@ -199,15 +206,14 @@ CommandResult Voxelize(VoxelScene& scene, Messages& messages, const VoxelizePara
 }  // namespace
 
 void AddMeshCommands(CommandTable& table, VoxelScene& scene, Messages& messages) {
-  table.Add<ImportMeshParams>(
-      "ImportMesh", "Reads a mesh, for Voxelize.", [&](const ImportMeshParams& parameters) { return ImportMesh(scene, parameters); },
-      {"File"});
+  table.Add<ImportMeshParams>("ImportMesh", "Reads a mesh, for Voxelize.",
+                              [&](const ImportMeshParams& parameters) { return ImportMesh(scene, parameters); }, {"File"});
   table.Add<VoxelizeParams>(
       "Voxelize",
-      "Makes the mesh that was imported last solid in a volume. A mesh that is not closed gives the best solid that its rays tell; raysSkipped "
+      "Makes the mesh that was imported last solid in a volume. A mesh that is not closed gives the best solid that its rays "
+      "tell; raysSkipped "
       "counts those that told nothing.",
       [&](const VoxelizeParams& parameters) { return Voxelize(scene, messages, parameters); }, {}, true);
-  table.Add<ValidateParams>(
-      "Validate", "Counts the faults of a mesh file; each is told in the log.",
-      [](const ValidateParams& parameters) { return Validate(parameters); }, {"File"});
+  table.Add<ValidateParams>("Validate", "Counts the faults of a mesh file; each is told in the log.",
+                            [](const ValidateParams& parameters) { return Validate(parameters); }, {"File"});
 }

@@ -29,16 +29,25 @@ DECLARE_MEMBERS(RenderParams) {
   Member<_str>("Volume", Volume).Hint("Name of the volume; empty: all");
   Member<_int>("Width", Width).Range(16, 16384).Unit("pixels").Hint("Width of the picture");
   Member<_int>("Height", Height).Range(16, 16384).Unit("pixels").Hint("Height of the picture");
-  Member<_float>("Azimuth", Azimuth).Range(-360, 360).Unit("degrees").Hint("Where the camera stands: 0 in front (+z), 90 at the right (+x)");
-  Member<_float>("Elevation", Elevation).Range(-89, 89).Unit("degrees").Hint("How far the camera stands above the horizon (y is up)");
+  Member<_float>("Azimuth", Azimuth)
+      .Range(-360, 360)
+      .Unit("degrees")
+      .Hint("Where the camera stands: 0 in front (+z), 90 at the right (+x)");
+  Member<_float>("Elevation", Elevation)
+      .Range(-89, 89)
+      .Unit("degrees")
+      .Hint("How far the camera stands above the horizon (y is up)");
   Member<_float>("Fov", Fov).Range(1, 150).Unit("degrees").Hint("Vertical angle of view");
   Member<_float>("Zoom", Zoom).Range(0.01, 100).Hint("1 just shows everything, 2 shows it twice as large");
   Member<_cFloat3>("Position", Position).Unit("world units").Hint("Place of the camera, in place of Azimuth, Elevation and Zoom");
-  Member<_cFloat3>("Target", Target).Unit("world units").Hint("Point in the middle of the picture; not given: the middle of what is shown");
+  Member<_cFloat3>("Target", Target)
+      .Unit("world units")
+      .Hint("Point in the middle of the picture; not given: the middle of what is shown");
 }
 
 // Camera in the direction of the two angles at the least distance from which every corner of the box is in the picture.
-comms::PictureCamera FrameFromAngles(const cVec3& minimum, const cVec3& maximum, const cVec3& target, const RenderParams& parameters) {
+comms::PictureCamera FrameFromAngles(const cVec3& minimum, const cVec3& maximum, const cVec3& target,
+                                     const RenderParams& parameters) {
   constexpr float degree = std::numbers::pi_v<float> / 180;
   const float azimuth = parameters.Azimuth * degree, elevation = parameters.Elevation * degree;
   const cVec3 back{std::sin(azimuth) * std::cos(elevation), std::sin(elevation), std::cos(azimuth) * std::cos(elevation)};
@@ -47,7 +56,8 @@ comms::PictureCamera FrameFromAngles(const cVec3& minimum, const cVec3& maximum,
   constexpr float margin = 1.04f;
   float distance = 0;
   for (int i = 0; i < 8; ++i) {
-    const cVec3 corner = cVec3{i & 1 ? maximum.x : minimum.x, i & 2 ? maximum.y : minimum.y, i & 4 ? maximum.z : minimum.z} - target;
+    const cVec3 corner =
+        cVec3{i & 1 ? maximum.x : minimum.x, i & 2 ? maximum.y : minimum.y, i & 4 ? maximum.z : minimum.z} - target;
     const float needed = std::max(std::fabs(Dot(corner, up)) / tangent, std::fabs(Dot(corner, right)) / (tangent * aspect));
     distance = std::max(distance, Dot(corner, back) + needed * margin);
   }
@@ -67,8 +77,9 @@ class PictureMaker {
     std::optional<std::pair<cVec3, cVec3>> box;
     for (VolumeObject* volume : volumes) {
       volume->RefreshChanges(true);
-      volume->RenderGroups.ForEach(
-          [&](const auto&, RenderGroup& group) { items.push_back({group.Mesh.get(), volume->SpaceMatrix}); });
+      volume->RenderGroups.ForEach([&](const auto&, RenderGroup& group) {
+        items.push_back({group.Mesh.get(), volume->SpaceMatrix});
+      });
       cVec3 minimum, maximum;
       if (!GetSurfaceBounds(*volume, minimum, maximum)) continue;
       if (!box) box = {minimum, maximum};
@@ -116,7 +127,6 @@ class PictureMaker {
 
 void AddRenderCommands(CommandTable& table, VoxelScene& scene) {
   const auto maker = std::make_shared<PictureMaker>(scene);
-  table.Add<RenderParams>(
-      "Render", "Draws the scene into a picture.",
-      [maker](const RenderParams& parameters) { return maker->Run(parameters); }, {"File"});
+  table.Add<RenderParams>("Render", "Draws the scene into a picture.",
+                          [maker](const RenderParams& parameters) { return maker->Run(parameters); }, {"File"});
 }

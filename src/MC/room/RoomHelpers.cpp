@@ -25,7 +25,8 @@ std::vector<VolumeObject*> FindVolumes(const VoxelScene& scene, const std::strin
 std::string PrepareOutputPath(const VoxelScene& scene, std::string path) {
   static constexpr std::string_view mark = "{Name}";
   const std::string name = scene.Current() ? scene.Current()->Name : "";
-  for (size_t at = path.find(mark); at != std::string::npos; at = path.find(mark, at + name.size())) path.replace(at, mark.size(), name);
+  for (size_t at = path.find(mark); at != std::string::npos; at = path.find(mark, at + name.size()))
+    path.replace(at, mark.size(), name);
   std::error_code ignored;  // the write that follows tells what is wrong
   const std::string folder = comms::GetFolder(path);
   if (!folder.empty()) std::filesystem::create_directory(std::filesystem::path(folder).parent_path(), ignored);

@@ -10,15 +10,17 @@
 /// {"min": [x, y, z], "max": [x, y, z]}
 JsonObject BoundsFigure(const comms::cVec3& minimum, const comms::cVec3& maximum);
 
-/// The volumes that a command for "all or one" works on: the named one, or all. Empty with one sentence in `error` where there is none.
+/// The volumes that a command for "all or one" works on: the named one, or all. Empty with one sentence in `error` where there is
+/// none.
 std::vector<VolumeObject*> FindVolumes(const VoxelScene& scene, const std::string& name, std::string& error);
 
-/// `path` with every {Name} replaced by the current volume's name. The folder of the result is made where only it is missing, so that
-/// a first export into "out" does not fail.
+/// `path` with every {Name} replaced by the current volume's name. The folder of the result is made where only it is missing, so
+/// that a first export into "out" does not fail.
 std::string PrepareOutputPath(const VoxelScene& scene, std::string path);
 
-/// Whether a volume may be entered under `name`: a free name may; a taken one only with `replace`, or where the person agrees. Without a
-/// person the volume stays. Names are 1 to 200 bytes and can be part of a file name. One sentence in `error` where it may not.
+/// Whether a volume may be entered under `name`: a free name may; a taken one only with `replace`, or where the person agrees.
+/// Without a person the volume stays. Names are 1 to 200 bytes and can be part of a file name. One sentence in `error` where it
+/// may not.
 bool MayEnterVolume(const VoxelScene& scene, Messages& messages, const std::string& name, bool replace, std::string& error);
 
 /// Space of a volume whose voxels are cubes of side `voxelSize`, with voxel 0 in the world's origin.

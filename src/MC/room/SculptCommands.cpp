@@ -30,7 +30,8 @@ class StrokeParams : public CommandParameters {
 DECLARE_MEMBERS(StrokeParams) {
   Member<_str>("File", File).Hint("Text file of strokes: tool, mode, symmetry and pen samples");
   Member<_str>("Volume", Volume).Hint("Name of the volume; empty: the current one");
-  Member<_index>("Space", Space, "StrokeSpaces").Entries({"World", "Box"})
+  Member<_index>("Space", Space, "StrokeSpaces")
+      .Entries({"World", "Box"})
       .Hint("Unit of the file's lengths: world units, or half the longest side of the surface's box, from its middle");
   Member<_bool>("Project", Project).Hint("Move every sample against its normal onto the surface; those that miss it are dropped");
 }
@@ -47,8 +48,11 @@ class DabParams : public CommandParameters {
   _str Volume;
 };
 DECLARE_MEMBERS(DabParams) {
-  Member<_index>("Tool", Tool, "DabTools").Entries({"Sphere", "Segment", "Carve"})
-      .Hint("Sphere: a ball at Center; Segment: a capsule from Center to End; Carve: a lens of the pen about the plane across Normal");
+  Member<_index>("Tool", Tool, "DabTools")
+      .Entries({"Sphere", "Segment", "Carve"})
+      .Hint(
+          "Sphere: a ball at Center; Segment: a capsule from Center to End; Carve: a lens of the pen about the plane across "
+          "Normal");
   Member<_cFloat3>("Center", Center).Unit("world units").Hint("First end of the dab");
   Member<_cFloat3>("End", End).Unit("world units").Hint("Second end of the dab; not given: Center");
   Member<_float>("Radius", Radius).Range(1e-6, 1e6).Unit("world units").Hint("Radius at Center");
@@ -57,7 +61,8 @@ DECLARE_MEMBERS(DabParams) {
   Member<_float>("Height", Height).Range(0, 100).Unit("radii").Hint("Depth of Carve");
   Member<_int>("Mode", Mode).Range(0, 2).Hint("0 adds, 1 subtracts, 2 leaves what lies within the dab");
   Member<_bool>("Airbrush", Airbrush).Hint("Subtract a part of the density each time instead of all at once");
-  Member<_index>("Symmetry", Symmetry, "SymmetryAxes").Entries({"none", "x", "y", "xy", "z", "xz", "yz", "xyz"})
+  Member<_index>("Symmetry", Symmetry, "SymmetryAxes")
+      .Entries({"none", "x", "y", "xy", "z", "xz", "yz", "xyz"})
       .Hint("Repeat the dab mirrored about the planes through the volume's origin across these axes");
   Member<_str>("Volume", Volume).Hint("Name of the volume; empty: the current one");
 }
@@ -75,14 +80,15 @@ std::string CheckReach(const VolumeObject& volume, const Stroke& stroke) {
                     double(sample.Radius / voxel), volume.Name.c_str(), double(MaxRadiusVoxels));
     const cVec3 p = volume.WorldToVolume(sample.Position);
     if (!(std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)}) < MaxVoxel - MaxRadiusVoxels))
-      return Format("the point %g %g %g lies %g voxels from the origin of the volume '%s'; %.0f are possible", double(sample.Position.x),
-                    double(sample.Position.y), double(sample.Position.z), double(Length(p)), volume.Name.c_str(), double(MaxVoxel));
+      return Format("the point %g %g %g lies %g voxels from the origin of the volume '%s'; %.0f are possible",
+                    double(sample.Position.x), double(sample.Position.y), double(sample.Position.z), double(Length(p)),
+                    volume.Name.c_str(), double(MaxVoxel));
   }
   return {};
 }
 
-// Takes back all that was done since the last stroke ended. Cells that it created are empty then, and empty cells say no more than
-// missing ones: they go, so that a stroke that was too large leaves no memory behind.
+// Takes back all that was done since the last stroke ended. Cells that it created are empty then, and empty cells say no more
+// than missing ones: they go, so that a stroke that was too large leaves no memory behind.
 void UndoStroke(VolumeObject& volume) {
   volume.EndStroke(true);
   volume.RefreshChanges(false);
@@ -110,8 +116,9 @@ CommandResult RunStrokes(VolumeObject& volume, const std::vector<Stroke>& stroke
     }
     if (!goOn || sum.Apply.Capped) {
       UndoStroke(volume);
-      return CommandResult::Fail(goOn ? "a dab reaches more cells than are changed at once; a smaller radius or larger voxels are needed"
-                                      : "cancelled; the volume is as it was");
+      return CommandResult::Fail(
+          goOn ? "a dab reaches more cells than are changed at once; a smaller radius or larger voxels are needed"
+               : "cancelled; the volume is as it was");
     }
   }
   FinishStroke(volume, nullptr, options);
@@ -152,7 +159,8 @@ CommandResult RunStrokeFile(VoxelScene& scene, const StrokeParams& parameters) {
     std::vector<Stroke> placed;
     for (Stroke& stroke : strokes) {
       if (parameters.Space == StrokeSpace::Box) PlaceInBox(minimum, maximum, stroke);
-      const std::vector<Stroke> pieces = parameters.Project ? ProjectOnSurface(*volume, stroke, missed) : std::vector<Stroke>{stroke};
+      const std::vector<Stroke> pieces =
+          parameters.Project ? ProjectOnSurface(*volume, stroke, missed) : std::vector<Stroke>{stroke};
       placed.insert(placed.end(), pieces.begin(), pieces.end());
     }
     strokes = std::move(placed);
@@ -166,7 +174,8 @@ CommandResult RunDab(VoxelScene& scene, const DabParams& parameters) {
   VolumeObject* volume = scene.FindOrCurrent(parameters.Volume.ToString(), error);
   if (!volume) return CommandResult::Fail(error);
   const bool hasEnd = parameters.IsGiven("End");
-  if (parameters.Tool == DabTool::Sphere && hasEnd) return CommandResult::Refuse("Tool=Sphere has no End; a capsule is Tool=Segment");
+  if (parameters.Tool == DabTool::Sphere && hasEnd)
+    return CommandResult::Refuse("Tool=Sphere has no End; a capsule is Tool=Segment");
   if (parameters.Tool == DabTool::Carve && !(Length(parameters.Normal) > 0)) return CommandResult::Refuse("Normal has no length");
 
   Stroke stroke;
@@ -189,6 +198,6 @@ void AddSculptCommands(CommandTable& table, VoxelScene& scene) {
       "Stroke", "Runs the strokes of a file on a volume.",
       [&](const StrokeParams& parameters) { return RunStrokeFile(scene, parameters); }, {"File"}, true);
   table.Add<DabParams>(
-      "Dab", "Applies one dab of a brush to a volume.",
-      [&](const DabParams& parameters) { return RunDab(scene, parameters); }, {"Center", "Radius"}, true);
+      "Dab", "Applies one dab of a brush to a volume.", [&](const DabParams& parameters) { return RunDab(scene, parameters); },
+      {"Center", "Radius"}, true);
 }

@@ -81,9 +81,9 @@ CommandResult Report(const VoxelScene& scene, const OneVolumeParams& parameters)
 void AddSurfaceCommands(CommandTable& table, VoxelScene& scene) {
   table.Add<PolygonizeParams>("Polygonize", "Makes the surface of a volume up to date.",
                               [&](const PolygonizeParams& parameters) { return Polygonize(scene, parameters); });
-  table.Add<OneVolumeParams>(
-      "Report",
-      "Measures a volume and its surface, welded: cells, triangles, volume, area, bounds, pieces, genus (null where it has none), open "
-      "edges, memory.",
-      [&](const OneVolumeParams& parameters) { return Report(scene, parameters); });
+  table.Add<OneVolumeParams>("Report",
+                             "Measures a volume and its surface, welded: cells, triangles, volume, area, bounds, pieces, genus "
+                             "(null where it has none), open "
+                             "edges, memory.",
+                             [&](const OneVolumeParams& parameters) { return Report(scene, parameters); });
 }

@@ -14,7 +14,10 @@ class NewVolumeParams : public CommandParameters {
 };
 DECLARE_MEMBERS(NewVolumeParams) {
   Member<_str>("Name", Name).Hint("Name of the new volume, which becomes the current one");
-  Member<_float>("VoxelSize", VoxelSize).Range(1e-6, 1e6).Unit("world units").Hint("Side of a voxel; details finer than this are lost");
+  Member<_float>("VoxelSize", VoxelSize)
+      .Range(1e-6, 1e6)
+      .Unit("world units")
+      .Hint("Side of a voxel; details finer than this are lost");
   Member<_bool>("Replace", Replace).Hint("Replace a volume that has this name");
 }
 
@@ -54,16 +57,15 @@ void AddVolumeCommands(CommandTable& table, VoxelScene& scene, Messages& message
   table.Add<NewVolumeParams>(
       "NewVolume", "Adds an empty volume to sculpt into.",
       [&](const NewVolumeParams& parameters) { return MakeVolume(scene, messages, parameters); }, {"Name"}, true);
-  table.Add<VolumeNameParams>(
-      "SelectVolume", "Makes a volume the current one, on which commands work that name none.",
-      [&](const VolumeNameParams& parameters) {
-        std::string error;
-        VolumeObject* volume = scene.FindOrCurrent(parameters.Name.ToString(), error);
-        if (!volume) return CommandResult::Fail(error);
-        scene.Select(*volume);
-        return CommandResult::Done(JsonObject().Add("name", volume->Name));
-      },
-      {"Name"});
+  table.Add<VolumeNameParams>("SelectVolume", "Makes a volume the current one, on which commands work that name none.",
+                              [&](const VolumeNameParams& parameters) {
+                                std::string error;
+                                VolumeObject* volume = scene.FindOrCurrent(parameters.Name.ToString(), error);
+                                if (!volume) return CommandResult::Fail(error);
+                                scene.Select(*volume);
+                                return CommandResult::Done(JsonObject().Add("name", volume->Name));
+                              },
+                              {"Name"});
   table.Add<VolumeNameParams>(
       "DeleteVolume", "Takes a volume out of the scene.",
       [&](const VolumeNameParams& parameters) {

@@ -26,7 +26,8 @@ constexpr char Usage[] =
 /// What lives as long as the program: the scene, the messages, the commands.
 class Program {
  public:
-  Program(std::string dataFolder, BatchOptions options) : m_Scene(std::move(dataFolder)), m_Runner(m_Table, m_Messages, std::cout, options) {
+  Program(std::string dataFolder, BatchOptions options)
+      : m_Scene(std::move(dataFolder)), m_Runner(m_Table, m_Messages, std::cout, options) {
     SetEngineHost(&m_Messages);
     AddGeneralCommands(m_Table);
     AddRoomCommands(m_Table, m_Scene, m_Messages);
@@ -73,8 +74,8 @@ int RunApp(const std::vector<std::string>& words, const BuildFacts& build) {
   }
   if (options.ShowHelp) {
     const Program program({}, {});
-    std::printf("%s\noptions:\n%s\ncommands of a batch file, one a line, as Name key=value key=\"value with blanks\":\n\n%s", Usage,
-                DescribeOptions().c_str(), program.Table().DescribeAll().c_str());
+    std::printf("%s\noptions:\n%s\ncommands of a batch file, one a line, as Name key=value key=\"value with blanks\":\n\n%s",
+                Usage, DescribeOptions().c_str(), program.Table().DescribeAll().c_str());
     return 0;
   }
   if (options.BatchFile.empty() && options.InputFile.empty()) {

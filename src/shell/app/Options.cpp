@@ -12,7 +12,8 @@ struct OptionRow {
 };
 
 const OptionRow s_Rows[] = {
-    {"--batch", "FILE", "run the commands of FILE, one a line ('-': standard input), without a window", &Options::BatchFile, nullptr},
+    {"--batch", "FILE", "run the commands of FILE, one a line ('-': standard input), without a window", &Options::BatchFile,
+     nullptr},
     {"--keep-going", nullptr, "go on behind a command that failed; the first failure still decides the exit code", nullptr,
      &Options::KeepGoing},
     {"--threads", "N", "use N threads, 1 to 1024 (as many as there are processors); no result depends on it", nullptr, nullptr},

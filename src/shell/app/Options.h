@@ -4,10 +4,10 @@
 #include <vector>
 
 struct Options {
-  std::string BatchFile;  ///< --batch FILE, "-" for standard input; empty: none
-  std::string InputFile;  ///< a mesh to open; empty: none
-  std::string DataFolder; ///< --data DIR; empty: looked up
-  int Threads = 0;        ///< --threads N, 1 to 1024; 0: as many as the machine has
+  std::string BatchFile;   ///< --batch FILE, "-" for standard input; empty: none
+  std::string InputFile;   ///< a mesh to open; empty: none
+  std::string DataFolder;  ///< --data DIR; empty: looked up
+  int Threads = 0;         ///< --threads N, 1 to 1024; 0: as many as the machine has
   bool KeepGoing = false, ShowHelp = false, ShowVersion = false;
 };
 

@@ -8,8 +8,9 @@
 
 int main(int count, char** words) {
   if (!HasNeededInstructions()) {
-    std::fputs("morvane: this processor lacks the AVX2 instructions that the program is built for (Intel from 2013, AMD from 2015)\n",
-               stderr);
+    std::fputs(
+        "morvane: this processor lacks the AVX2 instructions that the program is built for (Intel from 2013, AMD from 2015)\n",
+        stderr);
     return 1;
   }
   IgnoreClosedPipes();

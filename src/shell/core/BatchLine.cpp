@@ -48,8 +48,7 @@ class LineParser {
 
  private:
   bool CheckBytes() {
-    if (m_Text.size() > MaxBatchLine)
-      return FailWith(Format("the line is longer than %zu bytes", MaxBatchLine), 0);
+    if (m_Text.size() > MaxBatchLine) return FailWith(Format("the line is longer than %zu bytes", MaxBatchLine), 0);
     const size_t invalid = FindInvalidUtf8(m_Text);
     if (invalid != std::string_view::npos)
       return FailWith(Format("byte 0x%02X is not valid UTF-8", unsigned(static_cast<unsigned char>(m_Text[invalid]))), invalid);
@@ -77,10 +76,12 @@ class LineParser {
   bool ParseArgument(BatchArgument& argument) {
     const size_t start = m_At;
     argument.Key = ReadName();
-    if (argument.Key.empty() || m_At == m_Text.size() || m_Text[m_At] != '=') return Fail("expected key=value, found '%s'", start);
+    if (argument.Key.empty() || m_At == m_Text.size() || m_Text[m_At] != '=')
+      return Fail("expected key=value, found '%s'", start);
     ++m_At;
-    if (AtWordEnd()) return FailWith(Format("'%s=' has no value; the empty text is written %s=\"\"", argument.Key.c_str(),
-                                            argument.Key.c_str()), start);
+    if (AtWordEnd())
+      return FailWith(Format("'%s=' has no value; the empty text is written %s=\"\"", argument.Key.c_str(), argument.Key.c_str()),
+                      start);
     return m_Text[m_At] == '"' ? ParseQuoted(argument.Value) : ParseBare(argument.Value);
   }
 
@@ -97,7 +98,8 @@ class LineParser {
   bool ParseQuoted(std::string& value) {
     const size_t start = m_At++;
     while (m_At < m_Text.size() && m_Text[m_At] != '"') {
-      const bool escape = m_Text[m_At] == '\\' && m_At + 1 < m_Text.size() && (m_Text[m_At + 1] == '"' || m_Text[m_At + 1] == '\\');
+      const bool escape =
+          m_Text[m_At] == '\\' && m_At + 1 < m_Text.size() && (m_Text[m_At + 1] == '"' || m_Text[m_At + 1] == '\\');
       if (escape) ++m_At;
       value += m_Text[m_At++];
     }

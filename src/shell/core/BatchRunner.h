@@ -5,7 +5,8 @@
 // through pipes:
 //   {"command": "Dab", "ok": true, "ms": 12.5, ...figures}
 //   {"command": "Dab", "ok": false, "ms": 0.2, "error": "..."}
-// Boxes and questions that came up meanwhile follow as "messages". What a person reads goes to standard error, with file and line.
+// Boxes and questions that came up meanwhile follow as "messages". What a person reads goes to standard error, with file and
+// line.
 #include <iosfwd>
 #include <string>
 

@@ -47,7 +47,8 @@ void CommandTable::Insert(Command command) {
 }
 
 const Command* CommandTable::Find(const std::string& name) const {
-  const auto found = std::find_if(m_Commands.begin(), m_Commands.end(), [&](const Command& command) { return command.Name == name; });
+  const auto found =
+      std::find_if(m_Commands.begin(), m_Commands.end(), [&](const Command& command) { return command.Name == name; });
   return found == m_Commands.end() ? nullptr : &*found;
 }
 
@@ -59,7 +60,8 @@ std::string CommandTable::DescribeUnknown(const std::string& name) const {
          (nearest.empty() ? std::string("Help lists them") : "'" + nearest + "' was probably meant");
 }
 
-std::unique_ptr<CommandParameters> CommandTable::ReadParameters(const Command& command, const std::vector<BatchArgument>& arguments,
+std::unique_ptr<CommandParameters> CommandTable::ReadParameters(const Command& command,
+                                                                const std::vector<BatchArgument>& arguments,
                                                                 std::string& error) const {
   std::unique_ptr<CommandParameters> parameters = command.MakeParameters();
   std::vector<std::string> names;
@@ -98,9 +100,9 @@ struct TypeWords {
   const char *Tag, *Person, *Program;
 };
 constexpr TypeWords s_TypeWords[] = {
-    {"_bool", "true or false", "bool"},         {"_int", "whole number", "int"},     {"CtrlISlider", "whole number", "int"},
-    {"_float", "number", "float"},              {"CtrlFSlider", "number", "float"},  {"_index", "one of", "choice"},
-    {"_str", "text", "text"},                   {"_cFloat3", "\"x y z\"", "point"},
+    {"_bool", "true or false", "bool"}, {"_int", "whole number", "int"},    {"CtrlISlider", "whole number", "int"},
+    {"_float", "number", "float"},      {"CtrlFSlider", "number", "float"}, {"_index", "one of", "choice"},
+    {"_str", "text", "text"},           {"_cFloat3", "\"x y z\"", "point"},
 };
 const TypeWords& GetTypeWords(const MemberInfo& member) {
   for (const TypeWords& words : s_TypeWords)

@@ -17,7 +17,8 @@
 class CommandParameters : public BaseClass {
   REFLECTED(CommandParameters, BaseClass)
  public:
-  std::vector<std::string> Given;  ///< names of the parameters that were set by whoever runs the command; the others are at their defaults
+  std::vector<std::string>
+      Given;  ///< names of the parameters that were set by whoever runs the command; the others are at their defaults
   bool IsGiven(const char* name) const;
 };
 
@@ -63,10 +64,10 @@ class CommandTable {
   /// A sentence about a name that is not in the table; tells the name that was probably meant.
   std::string DescribeUnknown(const std::string& name) const;
 
-  /// A parameter object filled from the words of a line. Null with one sentence in `error` where a key is unknown, a required one is
-  /// missing, or a value can't be read or is out of range.
+  /// A parameter object filled from the words of a line. Null with one sentence in `error` where a key is unknown, a required one
+  /// is missing, or a value can't be read or is out of range.
   std::unique_ptr<CommandParameters> ReadParameters(const Command& command, const std::vector<BatchArgument>& arguments,
-                                            std::string& error) const;
+                                                    std::string& error) const;
 
   /// What a person reads: name, help and every parameter with type, range, default and help.
   std::string DescribeCommand(const Command& command) const;

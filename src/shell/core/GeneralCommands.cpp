@@ -67,7 +67,8 @@ class XmlCommands {
       if (!node.ReadFile(path.c_str())) return CommandResult::NoInput(LastLine(log.Text(), path + ": can't be read as XML"));
     }
     XmlErrorLog errors;
-    if (!object->Load(&node, object.get(), &errors)) return CommandResult::NoInput(path + ": is not an object of class " + className);
+    if (!object->Load(&node, object.get(), &errors))
+      return CommandResult::NoInput(path + ": is not an object of class " + className);
 
     JsonObject members;
     for (int32_t i = 0; i < object->GetElementCount(); ++i) {
@@ -130,7 +131,8 @@ class XmlCommands {
 }  // namespace
 
 void AddGeneralCommands(CommandTable& table) {
-  table.Add<HelpParams>("Help", "Lists the commands with their parameters, for programs in the answer and for people on standard error.",
+  table.Add<HelpParams>("Help",
+                        "Lists the commands with their parameters, for programs in the answer and for people on standard error.",
                         [&table](const HelpParams& parameters) { return RunHelp(table, parameters); });
   table.Add<NoParameters>("Quit", "Ends the run; lines behind it are not read.", [](const NoParameters&) {
     CommandResult result = CommandResult::Done();
@@ -138,10 +140,8 @@ void AddGeneralCommands(CommandTable& table) {
     return result;
   });
   const auto xml = std::make_shared<XmlCommands>();
-  table.Add<ReadXmlParams>(
-      "ReadXml", "Reads an object of a registered class and tells the members that the file held.",
-      [xml](const ReadXmlParams& parameters) { return xml->Read(parameters); }, {"Class", "File"});
-  table.Add<WriteXmlParams>(
-      "WriteXml", "Writes an object of a registered class: the one that ReadXml read last, or a fresh one.",
-      [xml](const WriteXmlParams& parameters) { return xml->Write(parameters); }, {"Class", "File"});
+  table.Add<ReadXmlParams>("ReadXml", "Reads an object of a registered class and tells the members that the file held.",
+                           [xml](const ReadXmlParams& parameters) { return xml->Read(parameters); }, {"Class", "File"});
+  table.Add<WriteXmlParams>("WriteXml", "Writes an object of a registered class: the one that ReadXml read last, or a fresh one.",
+                            [xml](const WriteXmlParams& parameters) { return xml->Write(parameters); }, {"Class", "File"});
 }

@@ -41,8 +41,7 @@ class JsonObject {
   JsonObject& Add(std::string_view key, const JsonArray& value) { return AddEncoded(key, value.Text()); }
   JsonObject& Add(std::string_view key, const JsonObject& value) { return AddEncoded(key, value.Text()); }
   template <class T>
-    requires std::is_integral_v<T>
-  JsonObject& Add(std::string_view key, T value) {
+  requires std::is_integral_v<T> JsonObject& Add(std::string_view key, T value) {
     if constexpr (std::is_same_v<T, bool>) {
       return AddEncoded(key, value ? "true" : "false");
     } else {

@@ -15,8 +15,8 @@ class Messages {
   virtual int Ask(const char* title, const char* text, const std::vector<std::string>& answers, int safe) = 0;
 };
 
-/// Messages of a run without a person, and the class engine's host in one: the engine's boxes go the same way as the shell's. Every
-/// box is answered OK (go on), every question with its safe answer; each is logged and kept until it is taken.
+/// Messages of a run without a person, and the class engine's host in one: the engine's boxes go the same way as the shell's.
+/// Every box is answered OK (go on), every question with its safe answer; each is logged and kept until it is taken.
 class BatchMessages : public Messages, public EngineHost {
  public:
   struct Record {

@@ -9,6 +9,8 @@ std::string GetProgramFile() {
   return fault ? std::string() : path.string();
 }
 
-bool HasNeededInstructions() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") && __builtin_cpu_supports("bmi2"); }
+bool HasNeededInstructions() {
+  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") && __builtin_cpu_supports("bmi2");
+}
 
 void IgnoreClosedPipes() { std::signal(SIGPIPE, SIG_IGN); }

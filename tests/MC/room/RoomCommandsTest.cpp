@@ -23,7 +23,8 @@ namespace {
 class RoomCommandsTest : public testing::Test {
  protected:
   RoomCommandsTest()
-      : m_Folder(fs::path(testing::TempDir()) / ("Room" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()))),
+      : m_Folder(fs::path(testing::TempDir()) /
+                 ("Room" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()))),
         m_Scene(MORVANE_DATA_DIR) {
     fs::remove_all(m_Folder);
     fs::create_directories(m_Folder);
@@ -64,12 +65,14 @@ class RoomCommandsTest : public testing::Test {
       size_t cells = 0;
       volume->ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
         if (!cell.Density && cell.UniformValue == 0) return;  // an empty cell is as good as none
-        uint64_t hash = uint64_t(uint32_t(key.x)) * 73856093 ^ uint64_t(uint32_t(key.y)) * 19349663 ^ uint64_t(uint32_t(key.z)) * 83492791;
+        uint64_t hash =
+            uint64_t(uint32_t(key.x)) * 73856093 ^ uint64_t(uint32_t(key.y)) * 19349663 ^ uint64_t(uint32_t(key.z)) * 83492791;
         for (int i = 0; i < CellSamples; ++i) hash = hash * 1099511628211u + (cell.Density ? cell.Density[i] : cell.UniformValue);
         sum += hash;
         ++cells;
       });
-      text += volume->Name + ":" + std::to_string(cells) + ":" + std::to_string(sum) + (volume.get() == m_Scene.Current() ? "* " : " ");
+      text += volume->Name + ":" + std::to_string(cells) + ":" + std::to_string(sum) +
+              (volume.get() == m_Scene.Current() ? "* " : " ");
     }
     return text;
   }
@@ -100,7 +103,8 @@ TEST_F(RoomCommandsTest, HelpOfEveryCommandIsComplete) {
       SCOPED_TRACE(member.Name);
       EXPECT_FALSE(member.Hint.empty());
       EXPECT_NE(m_Table.DescribeCommand(command).find(" " + member.Name + "="), std::string::npos);
-      EXPECT_EQ(m_Table.ListCommand(command).Text().find("\"type\": \"value\""), std::string::npos) << "a type without a word for it";
+      EXPECT_EQ(m_Table.ListCommand(command).Text().find("\"type\": \"value\""), std::string::npos)
+          << "a type without a word for it";
       std::string error;
       EXPECT_TRUE(SetMemberFromText(*parameters, member.Name, member.Default, error)) << "the default is refused: " << error;
     }
@@ -245,6 +249,59 @@ TEST_F(RoomCommandsTest, BallHasTheFiguresOfABall) {
   EXPECT_EQ(m_Answer["bounds"]["min"].Items[0].Number, -m_Answer["bounds"]["max"].Items[0].Number) << "to the last bit";
   ASSERT_EQ(Run("Dab Center=\"2 0 0\" Radius=0.7 Mode=2\nReport"), 0);
   EXPECT_EQ(m_Answer["components"].Number, 1);
+}
+
+// A box and a ball whose common volume is known: a new volume, then merged into the ball in the three modes.
+TEST_F(RoomCommandsTest, MeshBecomesAVolumeOrIsMergedIntoOne) {
+  WriteText("box.obj", BoxObj);
+  ASSERT_EQ(Run("ImportMesh File=@box.obj"), 0) << m_Answer["error"].String;
+  EXPECT_EQ(m_Answer["polygons"].Number, 6);
+  EXPECT_EQ(m_Answer["triangles"].Number, 12);
+  EXPECT_EQ(m_Answer["bounds"]["max"].Items[2].Number, 1);
+  ASSERT_EQ(Run("Voxelize VoxelSize=0.05"), 0) << m_Answer["error"].String;
+  EXPECT_EQ(m_Answer["name"].String, "box");
+  EXPECT_EQ(m_Answer["resolution"].Number, 40);
+  EXPECT_EQ(m_Answer["raysSkipped"].Number, 0);
+  ASSERT_EQ(Run("Voxelize Name=other Resolution=40\nReport"), 0);
+  EXPECT_NEAR(m_Answer["voxelSize"].Number, 0.05, 1e-6);
+  EXPECT_NEAR(m_Answer["volume"].Number, 8, 24 * 0.05 / 4);
+
+  constexpr double radius = 1.2, pi = std::numbers::pi, depth = radius - 1;
+  constexpr double ball = 4 / 3.0 * pi * radius * radius * radius, caps = 6 * pi * depth * depth * (3 * radius - depth) / 3;
+  const double expected[] = {8 + caps, caps, ball - caps};
+  const double pieces[] = {1, 6, 1};
+  for (int mode = 0; mode < 3; ++mode) {
+    ASSERT_EQ(Run("NewVolume Name=ball VoxelSize=0.05 Replace=true\nDab Center=\"0 0 0\" Radius=1.2\nVoxelize Into=ball Mode=" +
+                  std::to_string(mode) + "\nReport"),
+              0)
+        << m_Answer["error"].String;
+    EXPECT_NEAR(m_Answer["volume"].Number, expected[mode], 0.25) << mode;
+    EXPECT_EQ(m_Answer["components"].Number, pieces[mode]) << mode;
+    EXPECT_EQ(m_Answer["boundaryEdges"].Number, 0);
+  }
+  for (const char* line : {"Voxelize Into=ball Name=x", "Voxelize Into=ball Resolution=64", "Voxelize Mode=1",
+                           "Voxelize Name=x VoxelSize=1 Resolution=64"})
+    EXPECT_EQ(Run(line), 2) << line;
+
+  // The same box without its lid is still solid, and tells that rays were lost.
+  WriteText("open.obj", std::string(BoxObj).substr(0, std::string(BoxObj).find("f 4 3 2 1")) +
+                            "f 5 6 7 8\nf 1 2 6 5\nf 2 3 7 6\nf 3 4 8 7\nf 4 1 5 8\n");
+  ASSERT_EQ(Run("ImportMesh File=@open.obj\nVoxelize Resolution=40"), 0) << m_Answer["error"].String;
+  EXPECT_GT(m_Answer["raysSkipped"].Number, 1000);
+  ASSERT_EQ(Run("Report"), 0);
+  EXPECT_EQ(m_Answer["boundaryEdges"].Number, 0);
+}
+
+TEST_F(RoomCommandsTest, HelpAnswersTheTable) {
+  ASSERT_EQ(Run("Help"), 0);
+  EXPECT_EQ(m_Answer["commands"].Items.size(), m_Table.All().size());
+  ASSERT_EQ(Run("Help Command=Dab"), 0);
+  ASSERT_EQ(m_Answer["commands"].Items.size(), 1u);
+  const JsonValue& parameters = m_Answer["commands"].Items[0]["parameters"];
+  for (const JsonValue& parameter : parameters.Items)
+    if (parameter["name"].String == "Mode") {
+      EXPECT_EQ(parameter["max"].Number, 2);
+    }
 }
 
 TEST_F(RoomCommandsTest, VolumesAreNamedSelectedAndDeleted) {

@@ -26,7 +26,8 @@ struct Outcome {
 class AppTest : public testing::Test {
  protected:
   AppTest()
-      : m_Folder(fs::path(testing::TempDir()) / ("App" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()))) {
+      : m_Folder(fs::path(testing::TempDir()) /
+                 ("App" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()))) {
     fs::remove_all(m_Folder);
     fs::create_directories(m_Folder);
   }
@@ -42,7 +43,8 @@ class AppTest : public testing::Test {
   /// Runs the program in the test's folder with `options`, `input` on standard input. `shell`: put before the command.
   Outcome Run(const std::string& options, const std::string& input = "", const std::string& shell = "") {
     WriteText(".in", input);
-    const std::string command = "cd '" + m_Folder.string() + "' && " + shell + " '" MORVANE_BINARY "' " + options + " <.in >.out 2>.err";
+    const std::string command =
+        "cd '" + m_Folder.string() + "' && " + shell + " '" MORVANE_BINARY "' " + options + " <.in >.out 2>.err";
     const int status = std::system(command.c_str());
     Outcome outcome;
     outcome.Code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
@@ -100,7 +102,8 @@ TEST_F(AppTest, CommandLine) {
 // The whole way, on one and on two threads: the same bytes.
 TEST_F(AppTest, MeshBecomesSculptureBecomesMesh) {
   WriteText("torus.obj", MakeTorus());
-  WriteText("cut.stroke", "tool Segment\nmode subtract\nsymmetry x\nsample 1 0.5 0  0 1 0  0.15 1 1\nsample 0 0.5 1  0 1 0  0.1 1 0.7\n");
+  WriteText("cut.stroke",
+            "tool Segment\nmode subtract\nsymmetry x\nsample 1 0.5 0  0 1 0  0.15 1 1\nsample 0 0.5 1  0 1 0  0.1 1 0.7\n");
   const std::string job =
       "ImportMesh File=torus.obj\nVoxelize Resolution=120\nReport\nDab Center=\"1 0.3 0\" Radius=0.3 Symmetry=xz\n"
       "Stroke File=cut.stroke\nPolygonize\nReport\nExportMesh File=out/{Name}.obj\nExportStl File=out/{Name}.stl\n"
@@ -116,7 +119,8 @@ TEST_F(AppTest, MeshBecomesSculptureBecomesMesh) {
     EXPECT_EQ(before["genus"].Number, 1);
     EXPECT_EQ(before["boundaryEdges"].Number, 0);
     // The polygons of the mesh lie within the torus of radii 1 and 0.4; theirs is the volume, to the size of the step.
-    const double volume = 2 * M_PI * M_PI * 0.16 * (std::sin(2 * M_PI / 24) / (2 * M_PI / 24)) * (std::sin(2 * M_PI / 48) / (2 * M_PI / 48));
+    const double volume =
+        2 * M_PI * M_PI * 0.16 * (std::sin(2 * M_PI / 24) / (2 * M_PI / 24)) * (std::sin(2 * M_PI / 48) / (2 * M_PI / 48));
     EXPECT_NEAR(before["volume"].Number, volume, 0.01 * volume);
     EXPECT_NE(after["volume"].Number, before["volume"].Number);
     EXPECT_EQ(after["nonManifoldEdges"].Number, 0);
@@ -158,7 +162,8 @@ TEST_F(AppTest, ClosedAnswersEndTheRun) {
   std::string lines;
   for (int i = 0; i < 2000; ++i) lines += "ListVolumes\n";
   WriteText("many.batch", lines);
-  const std::string command = "cd '" + m_Folder.string() + "' && ('" MORVANE_BINARY "' --batch many.batch 2>.err; echo $? >.code) | head -1 >.out";
+  const std::string command =
+      "cd '" + m_Folder.string() + "' && ('" MORVANE_BINARY "' --batch many.batch 2>.err; echo $? >.code) | head -1 >.out";
   ASSERT_EQ(std::system(command.c_str()), 0);
   EXPECT_EQ(ReadText(".code"), "4\n");
 }

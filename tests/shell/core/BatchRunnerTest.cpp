@@ -31,22 +31,32 @@ DECLARE_MEMBERS(TryParams) {
   Member<_str>("Name", Name).Hint("A name");
   Member<_int>("Count", Count).Range(1, 9).Hint("A count");
   Member<_float>("Ratio", Ratio).Range(0, 1).Hint("A ratio");
-  Member<_index>("Fail", Fail, "TestTroubles").Entries({"none", "command", "input", "output", "throw", "memory"}).Hint("What goes wrong");
+  Member<_index>("Fail", Fail, "TestTroubles")
+      .Entries({"none", "command", "input", "output", "throw", "memory"})
+      .Hint("What goes wrong");
   Member<_bool>("AskFirst", AskFirst).Hint("Ask a question and show a box");
 }
 
 CommandResult Try(Messages& messages, const TryParams& p) {
   if (p.AskFirst) {
-    if (messages.Ask("Volume", "Replace it?", {"Replace", "Keep"}, 1) != 1) return CommandResult::Fail("the unsafe answer was taken");
-    if (!GetEngineHost().ShowBox("Class engine error", "a box of the engine")) return CommandResult::Fail("the box was cancelled");
+    if (messages.Ask("Volume", "Replace it?", {"Replace", "Keep"}, 1) != 1)
+      return CommandResult::Fail("the unsafe answer was taken");
+    if (!GetEngineHost().ShowBox("Class engine error", "a box of the engine"))
+      return CommandResult::Fail("the box was cancelled");
   }
   switch (p.Fail) {
-    case Trouble::Command: return CommandResult::Fail("no");
-    case Trouble::Input: return CommandResult::NoInput("no file");
-    case Trouble::Output: return CommandResult::NoOutput("no disk");
-    case Trouble::Throw: throw std::runtime_error("thrown");
-    case Trouble::OutOfMemory: throw std::bad_alloc();
-    case Trouble::None: break;
+    case Trouble::Command:
+      return CommandResult::Fail("no");
+    case Trouble::Input:
+      return CommandResult::NoInput("no file");
+    case Trouble::Output:
+      return CommandResult::NoOutput("no disk");
+    case Trouble::Throw:
+      throw std::runtime_error("thrown");
+    case Trouble::OutOfMemory:
+      throw std::bad_alloc();
+    case Trouble::None:
+      break;
   }
   return CommandResult::Done(JsonObject().Add("name", p.Name.ToString()).Add("count", p.Count).Add("given", p.Given.size()));
 }
@@ -108,10 +118,26 @@ TEST_F(BatchRunnerTest, KindOfFailureDecidesTheExitCode) {
   const struct {
     const char* Line;
     int Code;
-  } cases[] = {{"Try Fail=command", 1}, {"Try Fail=input", 3},  {"Try Fail=output", 4},        {"Try Fail=throw", 1}, {"Try Fail=memory", 1},
-               {"Bogus", 2},            {"Try Bogus=1", 2},     {"Try Count=0", 2},            {"Try Count=10", 2},   {"Try Count=2.5", 2},
-               {"Try Count=", 2},       {"Try Ratio=nan", 2},   {"Try Ratio=1e99", 2},         {"Try Ratio=0,5", 2},  {"Try Fail=other", 2},
-               {"Try AskFirst=2", 2},   {"Try Count=1 Count=2", 2}, {"ReadXml Class=TryParams", 2}, {"Try \"", 2},      {"\xFF", 2}};
+  } cases[] = {{"Try Fail=command", 1},
+               {"Try Fail=input", 3},
+               {"Try Fail=output", 4},
+               {"Try Fail=throw", 1},
+               {"Try Fail=memory", 1},
+               {"Bogus", 2},
+               {"Try Bogus=1", 2},
+               {"Try Count=0", 2},
+               {"Try Count=10", 2},
+               {"Try Count=2.5", 2},
+               {"Try Count=", 2},
+               {"Try Ratio=nan", 2},
+               {"Try Ratio=1e99", 2},
+               {"Try Ratio=0,5", 2},
+               {"Try Fail=other", 2},
+               {"Try AskFirst=2", 2},
+               {"Try Count=1 Count=2", 2},
+               {"ReadXml Class=TryParams", 2},
+               {"Try \"", 2},
+               {"\xFF", 2}};
   for (const auto& c : cases) {
     EXPECT_EQ(Run(std::string("# first line\n") + c.Line + "\nTry"), c.Code) << c.Line;
     ASSERT_EQ(m_Answers.size(), 1u) << c.Line << ": the run stops at the first failure";
@@ -210,7 +236,7 @@ TEST_F(BatchFileTest, MissingFileAndFolderAreInputsThatCantBeRead) {
 
 // Files are found beside the batch file, wherever it is run from; XML goes out and comes back.
 TEST_F(BatchFileTest, XmlComesBackFromBesideTheBatchFile) {
-  RegisterClass(*TryParams().New());
+  RegisterClass(*std::make_unique<TryParams>());
   WriteText("in.xml", "<TryParams><Name>n &lt;</Name><Count>8</Count><Odd>1</Odd></TryParams>");
   WriteText("read.batch", "ReadXml Class=TryParams File=in.xml");
   ASSERT_EQ(RunFile(Path("read.batch")), 0) << m_Log;

@@ -44,8 +44,7 @@ TEST(Json, NestsAndKeepsOrder) {
   JsonObject outer;
   outer.Add("first", std::numeric_limits<int64_t>::min()).Append(JsonObject()).Add("inner", inner);
   outer.Add("list", JsonArray().Add("x").AddNumber(2.5)).Add("empty", JsonArray());
-  EXPECT_EQ(outer.Text(),
-            R"({"first": -9223372036854775808, "inner": {"z": 1, "a": true}, "list": ["x", 2.5], "empty": []})");
+  EXPECT_EQ(outer.Text(), R"({"first": -9223372036854775808, "inner": {"z": 1, "a": true}, "list": ["x", 2.5], "empty": []})");
 }
 
 }  // namespace
