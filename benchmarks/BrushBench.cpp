@@ -349,6 +349,6 @@ void BenchBrushes(std::vector<Claim>& claims) {
 #endif
 }
 
-const Benchmark brushes("brushes", BenchBrushes);
+const Benchmark brushes("Brush", BenchBrushes);
 
 }  // namespace

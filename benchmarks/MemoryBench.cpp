@@ -49,7 +49,7 @@ size_t HeapCost(const Block<T>& block) {
              : 0;
 }
 
-const bench::Benchmark cellMemory("CellMemory", [](std::vector<bench::Claim>& claims) {
+const bench::Benchmark cellMemory("MemoryCells", [](std::vector<bench::Claim>& claims) {
   VolumeObject volume;
   FillDentedSphere(volume, 200);
   constexpr size_t tableEntry = 16, blockOverhead = 16;
@@ -113,7 +113,7 @@ const bench::ChildTask voxelisedScan("VoxelisedScan", [](const std::string& file
   volume.RefreshChanges();
 });
 
-const bench::Benchmark scanMemory("ScanMemory", [](std::vector<bench::Claim>& claims) {
+const bench::Benchmark scanMemory("MemoryScan", [](std::vector<bench::Claim>& claims) {
   for (const char* file : {"koala.obj", "nefertiti_280k.ply"}) {
     bench::Claim claim;
     claim.Text = "Peak memory of " + std::string(file) + " voxelised at 512, with surface and group meshes, in MB";

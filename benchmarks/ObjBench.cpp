@@ -192,7 +192,7 @@ void ExporterClaim([[maybe_unused]] comms::cRawMesh& mesh, [[maybe_unused]] cons
       5, [&] { comms::cMeshIO::SaveMesh(&mesh, path.c_str()); },
       [&] {
         Assimp::Exporter exporter;
-        exporter.Export(&scene, "obj", peerPath);
+        exporter.Export(&scene, "Obj", peerPath);
       });
   claim.Ours = pair.Ours;
   claim.Peer = pair.Peer;
@@ -229,6 +229,6 @@ void Run(std::vector<Claim>& claims) {
   ExporterClaim(*Load(path), folder, std::to_string(small.Triangles.size() / 3) + " triangles", claims);
 }
 
-const Benchmark Registration("obj", Run);
+const Benchmark Registration("Obj", Run);
 
 }  // namespace

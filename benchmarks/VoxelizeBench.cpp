@@ -161,6 +161,6 @@ void BenchVoxelize(std::vector<Claim>& claims) {
   }
 }
 
-const Benchmark voxelize("voxelize", BenchVoxelize);
+const Benchmark voxelize("Voxelize", BenchVoxelize);
 
 }  // namespace

@@ -28,3 +28,11 @@ if(TARGET shell_app_tests)
   add_dependencies(shell_app_tests morvane)
   target_compile_definitions(shell_app_tests PRIVATE MORVANE_BINARY="$<TARGET_FILE:morvane>")
 endif()
+
+# A mesh codec plug-in for the tests of the registry.
+if(TARGET comms_tests)
+  add_library(mesh_plugin MODULE tests/comms/plugin/MeshPlugin.cpp)
+  target_link_libraries(mesh_plugin PRIVATE morvane_flags)
+  target_compile_definitions(comms_tests PRIVATE MESH_PLUGIN="$<TARGET_FILE:mesh_plugin>")
+  add_dependencies(comms_tests mesh_plugin)
+endif()

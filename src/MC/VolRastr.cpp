@@ -26,13 +26,6 @@ size_t RasterFrame::RayCount() const {
   return count;
 }
 
-size_t DepthTables::Bytes() const {
-  size_t bytes = 0;
-  for (const std::vector<DepthBand>& bands : Bands)
-    for (const DepthBand& band : bands) bytes += (band.Begin.capacity() + band.Depths.capacity()) * sizeof(int32_t);
-  return bytes;
-}
-
 EntryBins::EntryBins(const RasterFrame& frame) {
   for (int axis = 0; axis < 3; axis++) m_Bins[axis].resize(size_t(frame.Bands(axis)));
 }

@@ -69,7 +69,6 @@ struct DepthTables {
     const size_t ray = size_t(v & 7) * size_t(Frame.Samples(RasterFrame::AxisU(axis))) + size_t(u);
     return {band.Depths.data() + band.Begin[ray], band.Depths.data() + band.Begin[ray + 1]};
   }
-  size_t Bytes() const;
 };
 
 /// Rays that met the surface, and those of them whose list had an odd count and was dropped: the mesh is open there.

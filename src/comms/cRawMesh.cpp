@@ -83,8 +83,8 @@ bool cRawMesh::HasValidIndices() const {
       const size_t end = at + size_t(Polygons[at].Corners()) + 1;
       for (at++; at < end; at++) {
         const cRawPolyRec& corner = Polygons[at];
-        areIn &= isIn(corner.Position(), Positions.size(), 0) & isIn(corner.TexCoord(), TexCoords.size(), -1) &
-                 isIn(corner.Normal(), Normals.size(), -1);
+        areIn = areIn && isIn(corner.Position(), Positions.size(), 0) && isIn(corner.TexCoord(), TexCoords.size(), -1) &&
+                isIn(corner.Normal(), Normals.size(), -1);
       }
     }
     if (!areIn) isValid = false;

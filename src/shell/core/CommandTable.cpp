@@ -43,6 +43,7 @@ static std::string Shorten(const std::string& text) { return text.size() <= 60 ?
 
 void CommandTable::Insert(Command command) {
   MORVANE_ASSERT(!Find(command.Name));
+  command.MakeParameters();  // makes the class known by name, to ReadXml as well
   m_Commands.push_back(std::move(command));
 }
 

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "ClassEngine/ClassHelp.h"
+#include "MC/StrokeFile.h"
 #include "comms/Image.h"
 #include "comms/Log.h"
 #include "shell/JsonReader.h"
@@ -290,6 +291,30 @@ TEST_F(RoomCommandsTest, MeshBecomesAVolumeOrIsMergedIntoOne) {
   EXPECT_GT(m_Answer["raysSkipped"].Number, 1000);
   ASSERT_EQ(Run("Report"), 0);
   EXPECT_EQ(m_Answer["boundaryEdges"].Number, 0);
+}
+
+// Every line of every sample is understood by the commands as they are now, and the strokes that it names can be read.
+TEST_F(RoomCommandsTest, SamplesAreUnderstood) {
+  size_t lines = 0;
+  for (const auto& entry : fs::directory_iterator(MORVANE_DATA_DIR "/Samples")) {
+    if (entry.path().extension() != ".batch") continue;
+    std::ifstream file(entry.path());
+    for (std::string text; std::getline(file, text);) {
+      SCOPED_TRACE(entry.path().filename().string() + ": " + text);
+      BatchLine line;
+      std::string error;
+      ASSERT_TRUE(ParseBatchLine(text, line, error)) << error;
+      if (line.Name.empty()) continue;
+      const Command* command = m_Table.Find(line.Name);
+      ASSERT_TRUE(command);
+      EXPECT_TRUE(m_Table.ReadParameters(*command, line.Arguments, error)) << error;
+      ++lines;
+      if (line.Name != "Stroke") continue;
+      std::vector<Stroke> strokes;
+      EXPECT_TRUE(ReadStrokeFile((entry.path().parent_path() / line.Arguments[0].Value).string(), strokes, error)) << error;
+    }
+  }
+  EXPECT_GE(lines, 10u);
 }
 
 TEST_F(RoomCommandsTest, HelpAnswersTheTable) {

@@ -236,7 +236,6 @@ TEST_F(BatchFileTest, MissingFileAndFolderAreInputsThatCantBeRead) {
 
 // Files are found beside the batch file, wherever it is run from; XML goes out and comes back.
 TEST_F(BatchFileTest, XmlComesBackFromBesideTheBatchFile) {
-  RegisterClass(*std::make_unique<TryParams>());
   WriteText("in.xml", "<TryParams><Name>n &lt;</Name><Count>8</Count><Odd>1</Odd></TryParams>");
   WriteText("read.batch", "ReadXml Class=TryParams File=in.xml");
   ASSERT_EQ(RunFile(Path("read.batch")), 0) << m_Log;

@@ -1,0 +1,35 @@
+#pragma once
+// Files of a test: a folder that goes with it, whole texts in and out.
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+class TestFolder {
+ public:
+  TestFolder() {
+    static int count = 0;
+    m_Path =
+        std::filesystem::temp_directory_path() / ("morvane-mesh-" + std::to_string(getpid()) + "-" + std::to_string(count++));
+    std::filesystem::create_directories(m_Path);
+  }
+  ~TestFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_Path, ignored);
+  }
+  std::string Path(const std::string& name = {}) const { return (m_Path / name).string(); }
+  std::string Write(const std::string& name, const std::string& text) const {
+    std::ofstream(Path(name), std::ios::binary) << text;
+    return Path(name);
+  }
+  std::string Read(const std::string& name) const { return ReadText(Path(name)); }
+  static std::string ReadText(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+ private:
+  std::filesystem::path m_Path;
+};

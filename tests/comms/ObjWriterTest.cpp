@@ -1,0 +1,208 @@
+#include "comms/ObjWriter.h"
+
+#include <gtest/gtest.h>
+#include <tbb/global_control.h>
+
+#include <memory>
+#include <random>
+
+#include "MeshFiles.h"
+#include "comms/Log.h"
+#include "comms/cMeshIO.h"
+
+using namespace comms;
+
+namespace {
+
+void AddPolygon(cRawMesh& mesh, int material, int object, std::initializer_list<cRawPolyRec> corners) {
+  mesh.Polygons.push_back({{int(corners.size()), material, object}});
+  for (const cRawPolyRec& corner : corners) mesh.Polygons.push_back(corner);
+}
+
+std::unique_ptr<cRawMesh> MakeTriangles(int count, bool withColors) {
+  auto mesh = std::make_unique<cRawMesh>();
+  mesh->Objects.emplace_back().Name = "all";
+  mesh->Materials.emplace_back().Name = "m";
+  for (int i = 0; i < count; i++) {
+    mesh->Positions.push_back({float(i), 0.5f, -1});
+    if (withColors) mesh->VertexColors.push_back(0xFF000000u + uint32_t(i));
+  }
+  for (int i = 0; i + 2 < count; i++) AddPolygon(*mesh, 0, 0, {{{i, -1, -1}}, {{i + 1, -1, -1}}, {{i + 2, -1, -1}}});
+  return mesh;
+}
+
+std::string Save(const TestFolder& folder, cRawMesh& mesh) {
+  EXPECT_TRUE(cMeshIO::SaveMesh(&mesh, folder.Path("out.obj").c_str()));
+  return folder.Read("out.obj");
+}
+
+}  // namespace
+
+TEST(ObjWriter, WritesTheTextToTheByte) {
+  const TestFolder folder;
+  cRawMesh mesh;
+  mesh.Name = "in.lwo";
+  mesh.Positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, NAN}, {9, 9, 9}};
+  mesh.TexCoords = {{0.25f, 0.75f}};
+  mesh.Objects.resize(3);
+  mesh.Objects[0].Name = "first";
+  mesh.Objects[1].Name = "empty";
+  mesh.Objects[2].Name = "last";
+  mesh.Objects[2].HasPivot = true;
+  mesh.Objects[2].Pivot = {1, 2, 3};
+  mesh.Materials.resize(2);
+  mesh.Materials[0].Name = "dark skin";
+  mesh.Materials[0].Textures[cRawMaterial::NormalBump].FileName = "n.png";
+  mesh.Materials[1].Name = "red";
+  AddPolygon(mesh, 1, 2, {{{3, 0, -1}}, {{2, 0, -1}}, {{1, -1, -1}}});
+  AddPolygon(mesh, 0, 0, {{{0, -1, -1}}, {{1, -1, -1}}, {{2, -1, -1}}});
+  AddPolygon(mesh, 1, 2, {{{3, 0, -1}}, {{1, 0, -1}}, {{2, 0, -1}}});
+  EXPECT_EQ(Save(folder, mesh),
+            "# Wavefront Obj file\r\n# in.lwo\r\n# verts: 5 uv-s: 1\r\nmtllib out.mtl\r\n"
+            "\r\ng first\r\n\r\nv 0.000000 0.000000 0.000000\r\nv 1.000000 0.000000 0.000000\r\nv 0.000000 1.000000 0.000000"
+            "\r\n# 3 positions\r\n\r\n# 0 texture coordinates\r\n\r\n# 0 normals\r\n\r\nusemtl dark_skin\r\nf 1 2 3\r\n"
+            "\r\ng empty\r\n\r\n# 0 positions\r\n\r\n# 0 texture coordinates\r\n\r\n# 0 normals\r\n"
+            "\r\ng last\r\n#pivot 1.000000 2.000000 3.000000\r\n\r\nv 0.000000 0.000000 0.000000\r\n# 1 positions\r\n"
+            "\r\nvt 0.250000 0.750000\r\n# 1 texture coordinates\r\n\r\n# 0 normals\r\n"
+            "\r\nusemtl red\r\nf 4/1 3/1 2\r\nf 4/1 2/1 3/1\r\n\r\n# 3 faces\r\n");
+  const std::string rest =
+      "\nNs 100.000\nd 1.00000\nillum 2\nKd 1.00000 1.00000 1.00000\nKa 0.00000 0.00000 0.00000\nKs 1.00000 1.00000 1.00000\nKe "
+      "0.00000e+0 0.00000e+0 0.00000e+0\n";
+  EXPECT_EQ(folder.Read("out.mtl"), "newmtl dark_skin" + rest + "map_bump n.png\nnewmtl red" + rest);
+}
+
+TEST(ObjWriter, ColourBlockEndsOnlyWhereALineIsLeftOpen) {
+  const TestFolder folder;
+  for (const int count : {16, 17}) {
+    const std::string text = Save(folder, *MakeTriangles(count, true));
+    EXPECT_NE(text.find("# The following MRGB block contains Vertex Color written by Morvane\r\n"), text.npos);
+    EXPECT_NE(text.find("ff00000e"
+                        "ff00000f\r\n"),
+              text.npos);
+    EXPECT_EQ(text.find("\r\n# End of MRGB block\r\n") != text.npos, count == 17);
+    const std::unique_ptr<cRawMesh> mesh(cMeshIO::LoadMesh(folder.Path("out.obj").c_str()));
+    ASSERT_EQ(mesh->VertexColors.size(), size_t(count));
+    EXPECT_EQ(mesh->VertexColors.back(), 0xFF000000u + uint32_t(count - 1));
+  }
+}
+
+TEST(ObjWriter, SmoothingGroupsJoinPolygonsThatShareAnEdge) {
+  cRawMesh mesh;
+  const auto add = [&](int a, int b, int c) { AddPolygon(mesh, 0, 0, {{{0, -1, a}}, {{1, -1, b}}, {{2, -1, c}}}); };
+  add(0, 1, 2);     // with the third
+  add(10, 11, 12);  // alone
+  add(2, 1, 3);
+  add(20, 21, 22);  // with the fifth
+  add(22, 21, 23);
+  add(0, 1, 9);  // the same direction as the first: not a neighbour of it, alone
+  const cList<int> groups = SortBySmoothingGroup(mesh);
+  // Seeds take 1 (first), 2 (second), 3 (fourth), 4 (sixth); the two that stay alone get what comes next.
+  EXPECT_EQ(groups, (cList<int>{1, 1, 3, 3, 5, 5}));
+  const int firstNormals[] = {0, 2, 20, 22, 10, 0};
+  for (size_t i = 0; i < 6; i++) EXPECT_EQ(mesh.Polygons[i * 4 + 1].Normal(), firstNormals[i]);
+}
+
+TEST(ObjWriter, CornersAndNormalsTakeTheirForms) {
+  const TestFolder folder;
+  auto mesh = MakeTriangles(3, false);
+  mesh->Polygons.clear();
+  mesh->Normals = {{0, 0, 0}, {2, 0, 0}, {0, INFINITY, 0}};
+  AddPolygon(*mesh, 0, 0, {{{0, -1, 0}}, {{1, -1, 1}}, {{2, -1, 2}}});
+  std::string text = Save(folder, *mesh);
+  EXPECT_NE(text.find("\r\nvn 0.000000 0.000000 1.000000\r\nvn 2.000000 0.000000 0.000000\r\nvn 0.000000 0.000000 1.000000"),
+            text.npos);
+  EXPECT_NE(text.find("f 1//1 2//2 3//3\r\n"), text.npos);
+  mesh->TexCoords = {{1, 1}};
+  mesh->Polygons[2].Words[1] = 0;
+  EXPECT_NE(Save(folder, *mesh).find("f 1//1 2/1/2 3//3\r\n"), text.npos);
+  mesh->Polygons[3].Words[2] = -1;  // one corner without: none has any
+  text = Save(folder, *mesh);
+  EXPECT_NE(text.find("f 1 2/1 3\r\n"), text.npos);
+  EXPECT_EQ(text.find("\r\nvn"), text.npos);
+}
+
+// Many objects, materials and pieces: what is written is read back, on one thread and two.
+TEST(ObjWriter, RoundTripKeepsTheMeshWhateverTheThreads) {
+  const TestFolder folder;
+  std::mt19937 random(5);
+  cRawMesh mesh;
+  mesh.Name = "round";
+  for (int i = 0; i < 7; i++) mesh.Objects.emplace_back().Name = "o" + std::to_string(i);
+  for (int i = 0; i < 3; i++) mesh.Materials.emplace_back().Name = "m" + std::to_string(i);
+  for (int i = 0; i < 20000; i++) {
+    mesh.Positions.push_back({float(random() % 4096) / 64, float(random() % 4096) / 64, float(i)});
+    mesh.TexCoords.push_back({float(i) / 65536, 0});
+    mesh.Normals.push_back({float(i + 1), 1, 0});
+  }
+  for (int i = 0; i < 30000; i++) {
+    const int corners = 3 + int(random() % 3);
+    mesh.Polygons.push_back({{corners, int(random() % 3), int(random() % 50 ? i / 5000 : random() % 7)}});
+    for (int k = 0; k < corners; k++) {
+      const int element = int(random() % 20000);
+      mesh.Polygons.push_back({{element, element, element}});
+    }
+  }
+  std::string texts[2];
+  for (const size_t threads : {1, 2}) {
+    const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
+    texts[threads - 1] = Save(folder, mesh);
+  }
+  EXPECT_TRUE(texts[0] == texts[1]);
+  const std::unique_ptr<cRawMesh> back(cMeshIO::LoadMesh(folder.Path("out.obj").c_str()));
+  ASSERT_TRUE(back);
+  // Polygons come back sorted by object, corners with the same values.
+  size_t at = 0;
+  for (int object = 0; object < 7; object++)
+    for (size_t i = 0; i < mesh.Polygons.size(); i += size_t(mesh.Polygons[i].Corners()) + 1) {
+      if (mesh.Polygons[i].Object() != object) continue;
+      ASSERT_EQ(back->Polygons[at].Corners(), mesh.Polygons[i].Corners());
+      ASSERT_EQ(back->Objects[size_t(back->Polygons[at].Object())].Name, mesh.Objects[size_t(object)].Name);
+      ASSERT_EQ(back->Materials[size_t(back->Polygons[at].Material())].Name,
+                mesh.Materials[size_t(mesh.Polygons[i].Material())].Name);
+      for (int k = 1; k <= mesh.Polygons[i].Corners(); k++) {
+        const cRawPolyRec &a = mesh.Polygons[i + size_t(k)], &b = back->Polygons[at + size_t(k)];
+        ASSERT_EQ(mesh.Positions[size_t(a.Position())], back->Positions[size_t(b.Position())]);
+        ASSERT_NEAR(mesh.TexCoords[size_t(a.TexCoord())].x, back->TexCoords[size_t(b.TexCoord())].x, 5.1e-7);
+        ASSERT_EQ(mesh.Normals[size_t(a.Normal())], back->Normals[size_t(b.Normal())]);
+      }
+      at += size_t(mesh.Polygons[i].Corners()) + 1;
+    }
+  EXPECT_EQ(at, back->Polygons.size());
+}
+
+TEST(ObjWriter, MorphsBecomeFilesAndGo) {
+  const TestFolder folder;
+  auto mesh = MakeTriangles(3, false);
+  mesh->Normals = {{0, 0, 1}, {0, 0, 1}};
+  for (cRawPolyRec& record : mesh->Polygons)
+    if (&record != &mesh->Polygons[0]) record.Words[2] = 0;
+  auto morph = std::make_unique<cRawMorph>();
+  morph->Name = "smile";
+  morph->Deltas = {{8, 0, 0}, {8, 0, 0}, {8, 0, 0}};
+  mesh->Morphs.push_back(std::move(morph));
+  Save(folder, *mesh);
+  EXPECT_TRUE(mesh->Morphs.empty());
+  EXPECT_EQ(mesh->Positions[0].x, 0);
+  // As many elements move as there are normals.
+  EXPECT_NE(folder.Read("out_smile.obj").find("\r\nv 8.000000 0.500000 -1.000000\r\nv 9.000000 0.500000 -1.000000\r\nv 2.000000"),
+            std::string::npos);
+}
+
+TEST(ObjWriter, FailedWritesLeaveTheOldFile) {
+  const TestFolder folder;
+  folder.Write("out.obj", "old");
+  auto mesh = MakeTriangles(3, false);
+  mesh->Polygons[1].Words[0] = 3;
+  const LogRecorder log;
+  EXPECT_FALSE(cMeshIO::SaveMesh(mesh.get(), folder.Path("out.obj").c_str()));
+  EXPECT_EQ(folder.Read("out.obj"), "old");
+  EXPECT_NE(log.Text().find("indices out of range"), std::string::npos);
+  EXPECT_FALSE(cMeshIO::SaveMesh(MakeTriangles(3, false).get(), folder.Path("missing/out.obj").c_str()));
+  EXPECT_NE(log.Text().find("missing/out.obj"), std::string::npos);
+  // Every write to this device fails: the disk is full.
+  if (std::filesystem::exists("/dev/full")) {
+    std::filesystem::create_symlink("/dev/full", folder.Path("full.obj"));
+    EXPECT_FALSE(cMeshIO::SaveMesh(MakeTriangles(30000, true).get(), folder.Path("full.obj").c_str()));
+    EXPECT_NE(log.Text().find("full.obj"), std::string::npos);
+  }
+}
