@@ -1,8 +1,8 @@
 #pragma once
 // One claim a row: ours against a peer or a physical limit, measured in the same run.
 //
-// The machine is shared and noisy, so ours and the peer run in turn (A B A B ...) and medians are compared. A bench file registers
-// its claims; bench/main.cpp runs them, prints the table and writes out/bench.json.
+// The machine is shared and noisy, so ours and the peer run in turn (A B A B ...) and medians are compared. A bench file
+// registers its claims; bench/main.cpp runs them, prints the table and writes out/bench.json.
 #include <functional>
 #include <string>
 #include <vector>
@@ -10,12 +10,12 @@
 namespace bench {
 
 struct Claim {
-  std::string Text{};                 ///< what is claimed, in words: "Sphere dab radius 32, add: dabs a second, ours / OpenVDB"
-  double Ours = 0, Peer = 0;        ///< in the unit that Text names
-  double Ratio = 0;                 ///< the figure that is held against Goal
-  std::string Goal{};                 ///< ">= 3", "<= 0.125": comparison and bound
-  std::string Skipped{};              ///< why there is no figure (peer not installed, mesh absent); empty when measured
-  std::string Note{};                 ///< spread of the pairs, or what else the reader needs
+  std::string Text{};         ///< what is claimed, in words: "Sphere dab radius 32, add: dabs a second, ours / OpenVDB"
+  double Ours = 0, Peer = 0;  ///< in the unit that Text names
+  double Ratio = 0;           ///< the figure that is held against Goal
+  std::string Goal{};         ///< ">= 3", "<= 0.125": comparison and bound
+  std::string Skipped{};      ///< why there is no figure (peer not installed, mesh absent); empty when measured
+  std::string Note{};         ///< spread of the pairs, or what else the reader needs
 };
 
 /// True when Ratio satisfies Goal.

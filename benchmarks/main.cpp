@@ -1,6 +1,8 @@
 // bench [--threads N] [--json FILE] [NAME ...]
-// Runs the benchmarks whose name contains one of the NAMEs (none: all), prints one row a claim and writes the same as JSON records
-// {"claim","ours","peer","ratio","goal","holds"}. Exit code 0 when every measured claim holds, 1 when one does not, 2 for bad options.
+// Runs the benchmarks whose name contains one of the NAMEs (none: all), prints one row a claim and writes the same as JSON
+// records
+// {"claim","ours","peer","ratio","goal","holds"}. Exit code 0 when every measured claim holds, 1 when one does not, 2 for bad
+// options.
 #include <tbb/global_control.h>
 
 #include <algorithm>
@@ -43,8 +45,11 @@ static bool WriteJson(const std::string& path, const std::vector<Claim>& claims)
     else
       std::snprintf(figures, sizeof figures, R"("ours": null, "peer": null, "ratio": null)");
     file << "  {\"claim\": " << JsonText(claim.Text) << ", " << figures << ", \"goal\": " << JsonText(claim.Goal)
-         << ", \"holds\": " << (!claim.Skipped.empty() ? "null" : Holds(claim) ? "true" : "false") << "}"
-         << (i + 1 < claims.size() ? ",\n" : "\n");
+         << ", \"holds\": "
+         << (!claim.Skipped.empty() ? "null"
+             : Holds(claim)         ? "true"
+                                    : "false")
+         << "}" << (i + 1 < claims.size() ? ",\n" : "\n");
   }
   file << "]\n";
   return bool(file.flush());

@@ -14,7 +14,8 @@ void LogWarning(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void LogError(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 using LogSink = std::function<void(LogLevel, const std::string& text)>;
-/// Installs `sink` in place of the one before, which is returned. An empty sink drops entries. The default writes to standard error.
+/// Installs `sink` in place of the one before, which is returned. An empty sink drops entries. The default writes to standard
+/// error.
 LogSink SetLogSink(LogSink sink);
 
 /// Records the entries of a scope (tests, commands that quote the last error), then gives the sink back.

@@ -114,29 +114,24 @@ static constexpr std::array<char, 200> MakePairs() {
 }
 static constexpr std::array<char, 200> Pairs = MakePairs();
 
+static inline uint32_t PairOf(uint32_t value) {
+  uint16_t pair;
+  std::memcpy(&pair, Pairs.data() + value * 2, 2);
+  return pair;
+}
 static inline void PutPair(char* out, uint32_t value) { std::memcpy(out, Pairs.data() + value * 2, 2); }
 static inline void PutFour(char* out, uint32_t value) {
-  PutPair(out, value / 100);
-  PutPair(out + 2, value % 100);
+  const uint32_t text = PairOf(value / 100) | PairOf(value % 100) << 16;
+  std::memcpy(out, &text, 4);
 }
 
-// Less than 10000, without leading zeros.
+// Less than 10000, without leading zeros: all four digits, shifted so that the first one that counts comes first. No branch,
+// because the number of digits is anyone's guess.
 static inline char* PutUpToFour(char* out, uint32_t value) {
-  if (value >= 100) {
-    if (value >= 1000) {
-      PutFour(out, value);
-      return out + 4;
-    }
-    *out = char('0' + value / 100);
-    PutPair(out + 1, value % 100);
-    return out + 3;
-  }
-  if (value >= 10) {
-    PutPair(out, value);
-    return out + 2;
-  }
-  *out = char('0' + value);
-  return out + 1;
+  const int digits = 1 + (value >= 10) + (value >= 100) + (value >= 1000);
+  const uint32_t text = (PairOf(value / 100) | PairOf(value % 100) << 16) >> (8 * (4 - digits));
+  std::memcpy(out, &text, 4);
+  return out + digits;
 }
 
 char* PrintIndex(char* out, uint32_t value) {
@@ -166,14 +161,13 @@ char* PrintFloat(char* out, float value) {
   if (power >= 0) {
     millionths = (mantissa << power) * 1000000;
   } else if (power > -64) {
-    const uint64_t scaled = mantissa * 1000000;
-    const uint64_t half = uint64_t(1) << (-power - 1), fallen = scaled & (2 * half - 1);
-    millionths = scaled >> -power;
-    millionths += fallen > half || (fallen == half && (millionths & 1));
+    const uint64_t scaled = mantissa * 1000000, half = uint64_t(1) << (-power - 1);
+    millionths = (scaled + half - 1 + (scaled >> -power & 1)) >> -power;  // a half goes to the even neighbour
   } else {
     millionths = 0;
   }
-  if (bits >> 31) *out++ = '-';
+  *out = '-';
+  out += bits >> 31;
   const uint64_t whole = millionths / 1000000;
   const uint32_t decimals = uint32_t(millionths - whole * 1000000);
   out = PrintIndex(out, uint32_t(whole));

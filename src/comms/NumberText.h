@@ -31,8 +31,8 @@ inline uint64_t ParseDigits8(const char* at, int& digits) {
   return ((x & 0x000000FF000000FFu) * 0x000F424000000064u + ((x >> 16) & 0x000000FF000000FFu) * 0x0000271000000001u) >> 32;
 }
 
-/// Longest text of PrintFloat.
-constexpr int MaxFloatChars = 48;
+/// Room that PrintFloat and PrintIndex may use: their longest text and a little behind it.
+constexpr int MaxFloatChars = 48, MaxIndexChars = 14;
 /// Exactly what printf("%f") gives in the "C" locale. Returns the end; no terminator.
 char* PrintFloat(char* out, float value);
 /// "%d" of a number that is not negative.

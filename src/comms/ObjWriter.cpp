@@ -69,6 +69,7 @@ struct Piece {
 };
 
 constexpr size_t PieceSize = 4096;  // elements; of 16 colours to a line
+constexpr size_t BatchSize = 8192;  // about 200 kB of text: large enough to be written without another copy
 
 // Gives the pieces in the order of the file.
 class Outline {
@@ -227,7 +228,7 @@ class PieceWriter {
   }
 
   void WriteFaces(const ObjPolyRun& run, TextBuffer& text) const {
-    constexpr size_t maxCornerChars = 40;
+    constexpr size_t maxCornerChars = 3 * (MaxIndexChars + 1);
     int material = run.MaterialBefore, group = run.GroupBefore;
     int64_t polygon = run.FirstPolygon;
     for (size_t i = run.Begin; i < run.End; polygon++) {
@@ -274,7 +275,7 @@ bool WriteObjSections(const cRawMesh& mesh, const ObjPlan& plan, cFile& file) {
     batch.Pieces.clear();
     batch.Text.Clear();
     Piece piece;
-    for (size_t cost = 0; cost < PieceSize && outline.Next(piece);) {
+    for (size_t cost = 0; cost < BatchSize && outline.Next(piece);) {
       batch.Pieces.push_back(piece);
       const size_t perSection = 8;
       cost += perSection + (piece.Kind == Section::Faces && piece.Begin < piece.End ? size_t(plan.Runs[piece.Begin].NumPolygons)
@@ -353,21 +354,21 @@ static void EncodeMorphs(cMeshObj& codec, cList<std::unique_ptr<cRawMorph>> morp
 }
 
 static void EncodeMesh(cMeshObj& codec, cRawMesh& mesh, cFile& file) {
-  if (!mesh.HasValidIndices()) {
+  if (mesh.Objects.empty() && !mesh.Polygons.empty())
+    LogWarning("cMeshObj::Encode(): Mesh \"%s\" has no objects, so none of its polygons is written.", mesh.Name.c_str());
+  cList<int> groups;
+  if (mesh.Normals.size() > mesh.Positions.size() && mesh.HasValidIndices()) groups = SortBySmoothingGroup(mesh);
+  const ObjPlan plan = PlanObj(mesh, std::move(groups));
+  if (!plan.HasValidIndices) {
     file.Fail(Format("cMeshObj::Encode(): Mesh \"%s\" has indices out of range; nothing is written.", mesh.Name.c_str()));
     return;
   }
-  if (mesh.Objects.empty() && !mesh.Polygons.empty())
-    LogWarning("cMeshObj::Encode(): Mesh \"%s\" has no objects, so none of its polygons is written.", mesh.Name.c_str());
   file.WriteStr(("# Wavefront Obj file\r\n# " + mesh.Name + "\r\n").c_str());
   file.WriteStr(Format("# verts: %d uv-s: %d\r\n", int(mesh.Positions.size()), int(mesh.TexCoords.size())).c_str());
   for (cRawMaterial& material : mesh.Materials) std::replace(material.Name.begin(), material.Name.end(), ' ', '_');
   if (!WriteMtl(mesh, file.Name()))
     file.Fail(Format("Can't write \"%s\": its material library can't be written.", file.Name().c_str()));
   file.WriteStr(("mtllib " + GetBaseName(file.Name()) + ".mtl\r\n").c_str());
-  cList<int> groups;
-  if (mesh.Normals.size() > mesh.Positions.size()) groups = SortBySmoothingGroup(mesh);
-  const ObjPlan plan = PlanObj(mesh, std::move(groups));
   WriteObjSections(mesh, plan, file);
   file.WriteStr(Format("\r\n# %lld faces\r\n", static_cast<long long>(plan.NumPolygons)).c_str());
   EncodeMorphs(codec, std::exchange(mesh.Morphs, {}), mesh, file);

@@ -10,9 +10,9 @@ namespace comms {
 
 /// The elements of one array in the order of the file.
 struct ObjElements {
-  cList<int> Order;      ///< Order[i] is the element that has number i + 1 in the file
-  cList<int> Numbers;    ///< number of an element in the file; 0: no polygon of any object uses it
-  cList<size_t> Begins;  ///< those of object o stand at Order[Begins[o]] up to Begins[o + 1]
+  cRawList<int> Order;    ///< Order[i] is the element that has number i + 1 in the file
+  cRawList<int> Numbers;  ///< number of an element in the file; 0: no polygon of any object uses it
+  cList<size_t> Begins;   ///< those of object o stand at Order[Begins[o]] up to Begins[o + 1]
 };
 
 /// Neighbouring polygons of one object.
@@ -26,13 +26,14 @@ struct ObjPolyRun {
 struct ObjPlan {
   ObjElements Positions, TexCoords, Normals;
   bool HasTexCoords = false, HasNormals = false;
-  cList<ObjPolyRun> Runs;   ///< by object
-  cList<size_t> RunBegins;  ///< those of object o stand at RunBegins[o] up to RunBegins[o + 1]
-  cList<int> Groups;        ///< smoothing group by polygon; empty: no "s" lines
-  int64_t NumPolygons = 0;  ///< in all runs
+  cList<ObjPolyRun> Runs;       ///< by object
+  cList<size_t> RunBegins;      ///< those of object o stand at RunBegins[o] up to RunBegins[o + 1]
+  cList<int> Groups;            ///< smoothing group by polygon; empty: no "s" lines
+  bool HasValidIndices = true;  ///< false: nothing else here can be used
+  int64_t NumPolygons = 0;      ///< in all runs
 };
 
-/// `mesh` has valid indices. `groups` as FindSmoothingGroups gives them, or empty.
+/// `groups` as SortBySmoothingGroup gives them, or empty.
 ObjPlan PlanObj(const cRawMesh& mesh, cList<int> groups);
 
 /// Numbers the groups of polygons that share an edge, seen from both sides with the same two normals, and sorts the polygons of

@@ -31,7 +31,7 @@ class Owners {
   ObjElements Number(size_t numObjects) const;
 
  private:
-  cList<int> m_Owners;
+  cRawList<int> m_Owners;
 };
 }  // namespace
 
@@ -46,6 +46,7 @@ ObjElements Owners::Number(size_t numObjects) const {
   elements.Numbers.resize(m_Owners.size());
   cList<size_t> next(elements.Begins.begin(), elements.Begins.end() - 1);
   for (size_t i = 0; i < m_Owners.size(); i++) {
+    elements.Numbers[i] = 0;
     if (!isWritten(m_Owners[i])) continue;
     const size_t place = next[size_t(m_Owners[i])]++;
     elements.Order[place] = int(i);
@@ -60,7 +61,7 @@ ObjElements Owners::Number(size_t numObjects) const {
 namespace {
 struct BlockPlan {
   cList<ObjPolyRun> Runs;
-  bool LacksNormal = false;
+  bool LacksNormal = false, HasValidIndices = true;
 };
 }  // namespace
 
@@ -108,6 +109,10 @@ ObjPlan PlanObj(const cRawMesh& mesh, cList<int> groups) {
       const int object = header.Object();
       for (at++; at < end; at++) {
         const cRawPolyRec& corner = mesh.Polygons[at];
+        if (!mesh.HasValidIndices(corner)) {
+          block.HasValidIndices = false;
+          return;
+        }
         block.LacksNormal |= corner.Normal() < 0;
         if (object < 0) continue;
         positions.Lower(corner.Position(), object);
@@ -123,6 +128,9 @@ ObjPlan PlanObj(const cRawMesh& mesh, cList<int> groups) {
       run.MaterialBefore = header.Material();
     }
   });
+  plan.HasValidIndices =
+      starts.IsWhole && std::all_of(blocks.begin(), blocks.end(), [](const BlockPlan& block) { return block.HasValidIndices; });
+  if (!plan.HasValidIndices) return plan;
   const bool lacksNormal = std::any_of(blocks.begin(), blocks.end(), [](const BlockPlan& block) { return block.LacksNormal; });
   plan.HasTexCoords = !mesh.TexCoords.empty();
   plan.HasNormals = !mesh.Normals.empty() && !lacksNormal;

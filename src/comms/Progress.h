@@ -1,6 +1,6 @@
 #pragma once
-// How long work tells where it is and learns that it should stop. The window draws a small frame of its own, batch writes a line to
-// standard error; code below the shell sees only this interface.
+// How long work tells where it is and learns that it should stop. The window draws a small frame of its own, batch writes a line
+// to standard error; code below the shell sees only this interface.
 
 namespace comms {
 

@@ -74,18 +74,13 @@ int64_t cRawMesh::CountPolygons() const { return FindPolyBlocks(Polygons, int64_
 bool cRawMesh::HasValidIndices() const {
   const cRawPolyBlocks blocks = FindPolyBlocks(Polygons, 1 << 14);
   if (!blocks.IsWhole) return false;
-  const auto isIn = [](int index, size_t count, int lowest) { return index >= lowest && int64_t(index) < int64_t(count); };
   std::atomic<bool> isValid{true};
   tbb::parallel_for(size_t(0), blocks.Records.size() - 1, [&](size_t block) {
     bool areIn = true;
     size_t at = blocks.Records[block];
     while (at < blocks.Records[block + 1]) {
       const size_t end = at + size_t(Polygons[at].Corners()) + 1;
-      for (at++; at < end; at++) {
-        const cRawPolyRec& corner = Polygons[at];
-        areIn = areIn && isIn(corner.Position(), Positions.size(), 0) && isIn(corner.TexCoord(), TexCoords.size(), -1) &&
-                isIn(corner.Normal(), Normals.size(), -1);
-      }
+      for (at++; at < end; at++) areIn = areIn && HasValidIndices(Polygons[at]);
     }
     if (!areIn) isValid = false;
   });
@@ -99,6 +94,9 @@ template <class List>
 static void Append(List& list, const List& other) {
   list.insert(list.end(), other.begin(), other.end());
 }
+
+// Indices may be anything a file says: they wrap rather than overflow.
+static int32_t Move(int32_t index, int by) { return int32_t(uint32_t(index) + uint32_t(by)); }
 
 void cRawMesh::Merge(const cRawMesh& source) {
   const int positions = int(Positions.size()), normals = int(Normals.size()), texCoords = int(TexCoords.size());
@@ -116,13 +114,13 @@ void cRawMesh::Merge(const cRawMesh& source) {
   for (size_t at = records; at < Polygons.size();) {
     cRawPolyRec& header = Polygons[at];
     header.Words[1] = int32_t(uint32_t(header.Words[1]) + materialWord);
-    header.Words[2] += objects;
+    header.Words[2] = Move(header.Object(), objects);
     const size_t end = at + 1 + std::min(size_t(std::max(header.Corners(), 0)), Polygons.size() - at - 1);
     for (at++; at < end; at++) {
       int32_t* const corner = Polygons[at].Words;
-      corner[0] += positions;
-      if (corner[1] != -1) corner[1] += texCoords;
-      if (corner[2] != -1) corner[2] += normals;
+      corner[0] = Move(corner[0], positions);
+      if (corner[1] != -1) corner[1] = Move(corner[1], texCoords);
+      if (corner[2] != -1) corner[2] = Move(corner[2], normals);
     }
   }
 }

@@ -115,6 +115,11 @@ struct __attribute__((visibility("default"))) cRawMesh {
   /// Whether the stream is whole and every position, texture coordinate and normal index lies in its array (-1 is fine for the
   /// last two). Runs on all cores.
   bool HasValidIndices() const;
+  /// The same for one corner.
+  bool HasValidIndices(const cRawPolyRec& corner) const {
+    return uint32_t(corner.Position()) < Positions.size() && uint32_t(corner.TexCoord()) + 1 <= TexCoords.size() &&
+           uint32_t(corner.Normal()) + 1 <= Normals.size();
+  }
   /// Polygons in the stream.
   int64_t CountPolygons() const;
 };

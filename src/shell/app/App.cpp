@@ -11,6 +11,7 @@
 #include "MC/room/RoomCommands.h"
 #include "MC/room/VoxelScene.h"
 #include "comms/Str.h"
+#include "comms/cMeshIO.h"
 #include "shell/app/DataFolder.h"
 #include "shell/app/Options.h"
 #include "shell/core/BatchRunner.h"
@@ -31,6 +32,8 @@ class Program {
     SetEngineHost(&m_Messages);
     AddGeneralCommands(m_Table);
     AddRoomCommands(m_Table, m_Scene, m_Messages);
+    // Code is loaded from the program's own folder alone, never from where the run happens to be started.
+    comms::cMeshIO::SetPluginFolder(comms::JoinPath(m_Scene.DataFolder(), "Plugins/MeshCodecs/"));
   }
   ~Program() { SetEngineHost(nullptr); }
   Program(const Program&) = delete;
