@@ -192,7 +192,7 @@ void ExporterClaim([[maybe_unused]] comms::cRawMesh& mesh, [[maybe_unused]] cons
       5, [&] { comms::cMeshIO::SaveMesh(&mesh, path.c_str()); },
       [&] {
         Assimp::Exporter exporter;
-        exporter.Export(&scene, "Obj", peerPath);
+        if (exporter.Export(&scene, "obj", peerPath) != aiReturn_SUCCESS) claim.Skipped = exporter.GetErrorString();
       });
   claim.Ours = pair.Ours;
   claim.Peer = pair.Peer;
