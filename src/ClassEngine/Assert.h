@@ -7,7 +7,6 @@
 #ifdef MORVANE_NO_ASSERTS
 #define MORVANE_ASSERT(condition) ((void)sizeof(condition))
 #else
-#define MORVANE_ASSERT(condition)                                                                      \
-  ((condition) ? (void)0                                                                               \
-               : (std::fprintf(stderr, "%s:%d: assertion failed: %s\n", __FILE__, __LINE__, #condition), std::abort()))
+#define MORVANE_ASSERT(condition) \
+  ((condition) ? (void)0 : (std::fprintf(stderr, "%s:%d: assertion failed: %s\n", __FILE__, __LINE__, #condition), std::abort()))
 #endif

@@ -10,34 +10,9 @@ namespace comms {
 
 // --- text to number ------------------------------------------------------------------------------------------------------------
 
-static constexpr double PowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-static constexpr uint64_t Shift[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
-
-// The parts of a number's text.
-struct NumberParts {
-  uint64_t Mantissa = 0;  // all digits, where there are at most 19
-  int Digits = 0;
-  int Scale = 0;  // decimal exponent of the mantissa
-  bool Negative = false;
-  const char* FirstDigit = nullptr;
-};
-
 static bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-static int ReadDigits(const char*& at, NumberParts& parts) {
-  int total = 0, digits;
-  do {
-    const uint64_t value = ParseDigits8(at, digits);
-    parts.Mantissa = parts.Mantissa * Shift[digits] + value;
-    at += digits;
-    total += digits;
-  } while (digits == 8);
-  parts.Digits += total;
-  return total;
-}
-
-static void ReadExponent(const char*& at, NumberParts& parts) {
+void NumberParts::ReadExponent(const char*& at) {
   const char* p = at + 1;
   const bool negative = *p == '-';
   if (*p == '-' || *p == '+') p++;
@@ -45,12 +20,11 @@ static void ReadExponent(const char*& at, NumberParts& parts) {
   int exponent = 0;
   for (; IsDigit(*p); p++)
     if (exponent < 100000000) exponent = exponent * 10 + (*p - '0');
-  parts.Scale += negative ? -exponent : exponent;
+  Scale += negative ? -exponent : exponent;
   at = p;
 }
 
-// Any number of digits, any exponent.
-static float ParseExactly(const char* end, const NumberParts& parts) {
+float ParseFloatExactly(const char* end, const NumberParts& parts) {
   std::string text(parts.FirstDigit, end);
   for (char& c : text)
     if (c == ',') c = '.';
@@ -67,32 +41,6 @@ static float ParseExactly(const char* end, const NumberParts& parts) {
     value = place > 0 ? std::numeric_limits<float>::infinity() : 0.0f;
   }
   return parts.Negative ? -value : value;
-}
-
-float ParseFloat(const char*& at) {
-  const char* p = at;
-  while (*p == ' ' || *p == '\t') p++;
-  NumberParts parts;
-  parts.Negative = *p == '-';
-  if (*p == '-' || *p == '+') p++;
-  parts.FirstDigit = p;
-  ReadDigits(p, parts);
-  if (*p == '.' || *p == ',') {
-    p++;
-    parts.Scale = -ReadDigits(p, parts);
-  }
-  if (!parts.Digits) return 0;
-  if ((*p | 0x20) == 'e') ReadExponent(p, parts);
-  at = p;
-  if (parts.Digits > 19 || parts.Scale < -22 || parts.Scale > 22) return ParseExactly(p, parts);
-  // One or two roundings of a double, at most two units of its last place off the exact value. The float behind it is the right
-  // one unless the boundary between two floats lies that near; small floats have other boundaries, large ones may overflow.
-  const double mantissa = double(parts.Mantissa);
-  const double value = parts.Scale < 0 ? mantissa / PowersOfTen[-parts.Scale] : mantissa * PowersOfTen[parts.Scale];
-  const uint32_t rest = uint32_t(std::bit_cast<uint64_t>(value)) & 0x1FFFFFFFu;
-  const bool nearBoundary = rest - 0x0FFFFFFCu <= 8u;
-  if ((nearBoundary || value < 0x1p-126 || value > 0x1.fffffep127) && parts.Mantissa) return ParseExactly(p, parts);
-  return float(parts.Negative ? -value : value);
 }
 
 float ParseFloat(std::string_view text) {

@@ -246,7 +246,7 @@ static uint32_t ParseColor(const char* at) {
 }
 
 // An optional sign and digits; what is too large stays at the end of the range. No digit gives 0.
-static int ParseIndex(const char*& at) {
+[[gnu::always_inline]] static inline int ParseIndex(const char*& at) {
   const char* p = at;
   const bool negative = *p == '-';
   if (*p == '-' || *p == '+') p++;

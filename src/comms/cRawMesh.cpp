@@ -1,30 +1,10 @@
 #include "comms/cRawMesh.h"
 
-#include <sys/mman.h>
 #include <tbb/parallel_for.h>
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
-#include <new>
 
 namespace comms {
-
-// --- memory of lists
-// ---------------------------------------------------------------------------------------------------------------
-
-void* AllocateRawBytes(std::size_t bytes) {
-  constexpr std::size_t LargePage = std::size_t(2) << 20;
-  void* data;
-  if (bytes < 2 * LargePage) {
-    data = std::malloc(bytes ? bytes : 1);
-  } else {
-    data = std::aligned_alloc(LargePage, (bytes + LargePage - 1) / LargePage * LargePage);
-    if (data) ::madvise(data, bytes / LargePage * LargePage, MADV_HUGEPAGE);  // a wish; small pages do as well
-  }
-  if (!data) throw std::bad_alloc();
-  return data;
-}
-void FreeRawBytes(void* data) { std::free(data); }
 
 // --- polygon stream
 // ----------------------------------------------------------------------------------------------------------------
