@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "ClassEngine/Assert.h"
 #include "ClassEngine/BinStream.h"
 #include "ClassEngine/ClassMember.h"
 #include "ClassEngine/Xml.h"
@@ -56,7 +57,7 @@ class BaseClass {
   BaseClass() = default;
   /// A copy has an owner of its own.
   BaseClass(const BaseClass&) {}
-  BaseClass& operator=(const BaseClass&) { return *this; }
+  BaseClass& operator=(const BaseClass&) { return *this; }  // NOLINT(bugprone-unhandled-self-assignment): nothing is assigned
   static const char* StaticClassName() { return "BaseClass"; }
 
   virtual ~BaseClass() = default;
@@ -180,6 +181,7 @@ class BaseClass {
   OneClassMember* FindElementMember(int32_t i);
   /// Receiver of the operations on a value: the object at `data` if `type` is reflected, else `type`.
   static BaseClass* GetReceiver(BaseClass* type, void* data) {
+    MORVANE_ASSERT(type);
     return type->IsReflected() ? static_cast<BaseClass*>(data) : type;
   }
 

@@ -25,7 +25,7 @@ bool BaseClass::FullCopy(void* srcData, void* srcExtra, BaseClass* dst, void* ds
     if (element < 0 || !type || !from || !to || from == to) continue;
     BaseClass* source = GetReceiver(member->Type, from);
     BaseClass* target = GetReceiver(type, to);
-    if (std::strcmp(source->GetClassName(), target->GetClassName())) continue;
+    if (std::strcmp(source->GetClassName(), target->GetClassName()) != 0) continue;
     source->FullCopy(from, member->Extra, target, to, toExtra, options);
     if (const OneClassMember* copied = dst->FindElementMember(element)) copied->NotifySet(dstData, to);
   }
@@ -33,7 +33,7 @@ bool BaseClass::FullCopy(void* srcData, void* srcExtra, BaseClass* dst, void* ds
 }
 
 bool BaseClass::CopyTo(BaseClass* dest, bool clearFirst) {
-  if (!dest || std::strcmp(GetClassName(), dest->GetClassName())) return false;
+  if (!dest || std::strcmp(GetClassName(), dest->GetClassName()) != 0) return false;
   if (dest == this) return true;
   if (!clearFirst) dest->ResetClass(dest);
   return FullCopy(this, nullptr, dest, dest, nullptr);

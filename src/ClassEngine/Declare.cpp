@@ -54,8 +54,9 @@ OneClassMember* AddMember(BaseClass* type, void* address, const char* name, void
   auto* member = new OneClassMember;
   const intptr_t distance = reinterpret_cast<intptr_t>(address) - reinterpret_cast<intptr_t>(CurrentDeclaration->Object);
   member->Type = type;
-  member->Name = new char[std::strlen(name) + 1];
-  std::strcpy(member->Name, name);
+  const size_t nameBytes = std::strlen(name) + 1;
+  member->Name = new char[nameBytes];
+  std::memcpy(member->Name, name, nameBytes);
   member->Offset = DeclStatic ? reinterpret_cast<intptr_t>(address) : distance;
   member->ReadOnly = DeclReadOnly;
   member->HiddenInPanel = DeclHidden;

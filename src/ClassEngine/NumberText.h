@@ -8,7 +8,7 @@
 std::string PrintFixed(float value);
 /// The shortest text that reads back as the same float.
 std::string PrintShortest(float value);
-/// "%.6g" of a double, for messages.
+/// "%.10g" of a double, for messages.
 std::string PrintNumber(double value);
 
 /// Read a number at the start of `text`, behind blanks and an optional "+", and cut it off. False, with `text` as it was, where

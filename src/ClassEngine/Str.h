@@ -14,7 +14,7 @@ class _str : public BaseClass, public StrBuffer {
   _str(const char* text) { Assign(text); }
   _str(std::string_view text) { Assign(text); }
   _str(const std::string& text) { Assign(std::string_view(text)); }
-  _str(const _str& other) : BaseClass(), StrBuffer(other) {}
+  _str(const _str& other) : BaseClass(other), StrBuffer(other) {}
   _str(_str&& other) noexcept : BaseClass(), StrBuffer(std::move(other)) {}
   _str& operator=(const _str& other) {
     Assign(other.View());

@@ -155,7 +155,7 @@ class Walk {
     for (int first = 0; first < m_Lattice.Count; first += 32) {
       uint32_t above = m_Field.IsAboveZero(cell, m_Lattice, first);
       if (above && m_Options.Compare) above = KeepDifferent(cell, first, above);
-      for (; above; above &= above - 1) reached |= m_Lattice.Neighbours[size_t(first + std::countr_zero(above))];
+      for (; above; above &= above - 1) reached |= m_Lattice.Neighbours[size_t(first) + size_t(std::countr_zero(above))];
     }
     return reached;
   }
@@ -380,6 +380,7 @@ class Pass {
       cell.Flags &= uint8_t(~FillPending);
       const bool keep = !cell.Backup && old && !pending;
       if (!cell.Backup) m_Volume.BackupCell(key.x, key.y, key.z);
+      MORVANE_ASSERT(cell.Backup);
       if (keep)
         cell.Backup->Density = old;
       else if (old)

@@ -89,7 +89,7 @@ void ClassifyColumns(const DepthTables& tables, int axis, int32_t cv, int32_t re
   for (int32_t cu = 0; cu < frame.Cells[ku]; cu++) {
     bool any = false;
     for (int32_t row = 0; row < CellEdge && !any; row++) {
-      const std::vector<uint32_t>& begin = tables.Bands[axis][size_t(cv + (row >> 3))].Begin;
+      const std::vector<uint32_t>& begin = tables.Bands[axis][size_t(cv) + size_t(row >> 3)].Begin;
       const size_t ray = size_t(row & 7) * size_t(rowRays) + size_t(cu) * CellSize;
       any = begin[ray] != begin[ray + CellEdge];
     }

@@ -2,45 +2,25 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdlib>
 #include <cstring>
 #include <thread>
 
 #ifdef __x86_64__
 #include <immintrin.h>
 #endif
-#ifdef __linux__
-#include <sys/mman.h>
-#endif
 
 #include "ClassEngine/Assert.h"
-#include "ClassEngine/EngineHost.h"
+#include "MC/Slab.h"
 
 namespace {
 
 // A small volume must stay small, a large one must not pay a page fault every 4096 bytes.
-constexpr size_t FirstSlab = size_t(64) << 10, LargestSlab = size_t(2) << 20;
+constexpr size_t FirstSlab = size_t(64) << 10;
 
 void PauseOnce() {
 #ifdef __x86_64__
   _mm_pause();
 #endif
-}
-
-// Slabs of the largest size are aligned to it, so that the system may back each with one huge page. The advice is only that:
-// where it is unknown or refused the slab works as well.
-void* AllocateSlab(size_t bytes) {
-  for (;;) {
-    void* slab = std::aligned_alloc(bytes == LargestSlab ? LargestSlab : 64, bytes);
-    if (slab) {
-#ifdef __linux__
-      if (bytes == LargestSlab) madvise(slab, bytes, MADV_HUGEPAGE);
-#endif
-      return slab;
-    }
-    const bool tryAgain = GetEngineHost().OutOfMemory(bytes);
-    MORVANE_ASSERT(tryAgain);
-  }
 }
 
 }  // namespace
@@ -70,7 +50,7 @@ FixedPool::~FixedPool() {
 
 // A slab is a quarter of all before it, so that what lies unused at the end stays small against what is used.
 void FixedPool::AddSlab() {
-  const size_t bytes = std::clamp(std::bit_floor(m_SlabBytes / 4 + 1), FirstSlab, LargestSlab);
+  const size_t bytes = std::clamp(std::bit_floor(m_SlabBytes / 4 + 1), FirstSlab, HugeSlabBytes);
   m_Fresh = static_cast<uint8_t*>(AllocateSlab(bytes));
   m_SlabBytes += bytes;
   m_FreshEnd = m_Fresh + bytes / m_BlockBytes * m_BlockBytes;
@@ -111,7 +91,7 @@ void FixedPool::Free(void* block, bool lock) {
 
 void FixedPool::Clear() {
   MORVANE_ASSERT(m_Used == 0);
-  for (void* slab : m_Slabs) std::free(slab);
+  for (void* slab : m_Slabs) FreeSlab(slab);
   m_Slabs = {};
   m_SlabBytes = 0;
   m_Free = nullptr;

@@ -85,6 +85,9 @@ struct VoxelizeOptions {
 /// gives a symmetric volume. False as MeshVoxelizer::Run, with the sentence in `error`.
 bool VoxelizeMesh(const TriangleView& mesh, const VoxelizeOptions& options, VolumeObject& volume, VoxelizeReport& report,
                   std::string& error);
-/// The polygons of a mesh as fans.
+/// All polygons as fans of triangles, three position indices each. False with one sentence in `error` where the stream of
+/// polygons is not whole; the indices are not looked at.
+bool CutIntoTriangles(const comms::cRawMesh& mesh, std::vector<int32_t>& corners, std::string& error);
+/// The same for the polygons of a mesh, cut into triangles.
 bool VoxelizeMesh(const comms::cRawMesh& mesh, const VoxelizeOptions& options, VolumeObject& volume, VoxelizeReport& report,
                   std::string& error);

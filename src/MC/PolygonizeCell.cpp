@@ -74,7 +74,7 @@ KeyRows MakeKeyRows(bool reversed) {
   KeyRows rows{};
   for (int c = 0; c < 256; c++)
     for (int i = 0, total = numVertsTable[c]; i < total; i++)
-      rows.Keys[c][i] = Edges[size_t(triTable[c][reversed ? total - 1 - i : i])].Key;
+      rows.Keys[c][i] = Edges[uint8_t(triTable[c][reversed ? total - 1 - i : i])].Key;
   return rows;
 }
 const KeyRows ForwardRows = MakeKeyRows(false), ReversedRows = MakeKeyRows(true);

@@ -1,14 +1,12 @@
 #include "MC/VolRastr.h"
 
 #include <immintrin.h>
-#include <sys/mman.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <utility>
 
-#include "ClassEngine/Assert.h"
+#include "MC/Slab.h"
 
 SnappedVertex SnapVertex(const comms::cVec3& p, const VoxelMapping& mapping) {
   const double scale = mapping.Scale;
@@ -31,17 +29,15 @@ EntryBins::EntryBins(const RasterFrame& frame) {
 }
 
 EntryBins::~EntryBins() {
-  for (void* slab : m_Slabs) std::free(slab);
+  for (void* slab : m_Slabs) FreeSlab(slab);
 }
 
 void EntryBins::AddChunk(Bin& bin) {
   if (m_Fresh == m_FreshEnd) {
-    void* slab = std::aligned_alloc(SlabBytes, SlabBytes);
-    MORVANE_ASSERT(slab);
-    madvise(slab, SlabBytes, MADV_HUGEPAGE);
+    void* slab = AllocateSlab(HugeSlabBytes);
     m_Slabs.push_back(slab);
     m_Fresh = static_cast<Entry*>(slab);
-    m_FreshEnd = m_Fresh + SlabBytes / sizeof(Entry);
+    m_FreshEnd = m_Fresh + HugeSlabBytes / sizeof(Entry);
   }
   bin.Chunks.push_back(m_Fresh);
   bin.Next = m_Fresh;

@@ -101,7 +101,7 @@ class EntryBins {
   }
 
  private:
-  static constexpr size_t ChunkEntries = 512, SlabBytes = size_t(2) << 20;
+  static constexpr size_t ChunkEntries = 512;
   struct Bin {
     Entry* Next = nullptr;
     Entry* End = nullptr;

@@ -71,10 +71,8 @@ bool VoxelizeMesh(const TriangleView& mesh, const VoxelizeOptions& options, Volu
   return true;
 }
 
-bool VoxelizeMesh(const comms::cRawMesh& mesh, const VoxelizeOptions& options, VolumeObject& volume, VoxelizeReport& report,
-                  std::string& error) {
-  report = {};
-  std::vector<int32_t> corners;
+bool CutIntoTriangles(const comms::cRawMesh& mesh, std::vector<int32_t>& corners, std::string& error) {
+  corners.clear();
   corners.reserve(mesh.Polygons.size() * 2);
   const size_t records = mesh.Polygons.size();
   for (size_t at = 0; at < records;) {
@@ -89,6 +87,14 @@ bool VoxelizeMesh(const comms::cRawMesh& mesh, const VoxelizeOptions& options, V
       corners.insert(corners.end(), {polygon[0].Position(), polygon[i - 1].Position(), polygon[i].Position()});
     at += size_t(count) + 1;
   }
+  return true;
+}
+
+bool VoxelizeMesh(const comms::cRawMesh& mesh, const VoxelizeOptions& options, VolumeObject& volume, VoxelizeReport& report,
+                  std::string& error) {
+  report = {};
+  std::vector<int32_t> corners;
+  if (!CutIntoTriangles(mesh, corners, error)) return false;
   return VoxelizeMesh({mesh.Positions.data(), mesh.Positions.size(), corners.data(), corners.size() / 3}, options, volume, report,
                       error);
 }

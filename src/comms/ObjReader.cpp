@@ -250,7 +250,7 @@ static void ReportFailure(const cFile& file, const ObjChunk& chunk, Worker& work
   else
     LogError("cMeshObj: Zero indices not allowed: \"%s\".", text.c_str());
   LogError("cMeshObj::DecodeObj(): Reading \"%s\" ended at line %lld.", file.Name().c_str(),
-           static_cast<long long>(CountLinesBefore(file, chunk.FailAt) + 1));
+           static_cast<long long>(CountLinesBefore(file, chunk.FailAt)) + 1);
 }
 
 static bool ReportShortRead(const cFile& file) {

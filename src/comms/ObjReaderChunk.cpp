@@ -102,7 +102,8 @@ static const char* WalkLines(const ObjChunkText& text, ObjLine& line, Visitor& v
     const ObjLineScan scan = ScanObjLine(at);
     if (!scan.IsOdd && !IsObjBlank(*at)) {
       const ObjRecord record = FindRecord(at);
-      if (record != ObjRecord::Other ? visitor.Ordinary(record, at, scan) : !std::memchr("gomu", *at, 4)) {
+      if (record != ObjRecord::Other ? visitor.Ordinary(record, at, scan)
+                                     : std::string_view("gomu").find(*at) == std::string_view::npos) {
         at = scan.End;
         continue;
       }

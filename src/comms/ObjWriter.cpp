@@ -346,7 +346,7 @@ static void EncodeMorphs(cMeshObj& codec, cList<std::unique_ptr<cRawMorph>> morp
         name.begin(), name.end(), [](char c) { return c == '/' || c == '\\'; }, '_');
     AddDeltas(mesh, *morph, true);
     cFile morphFile;
-    if (morphFile.Open((stem + "_" + name + ".obj").c_str(), cFile::Write)) codec.Encode(&mesh, &morphFile);
+    if (morphFile.Open(Format("%s_%s.obj", stem.c_str(), name.c_str()).c_str(), cFile::Write)) codec.Encode(&mesh, &morphFile);
     if (!morphFile.Close()) file.Fail(morphFile.Error());
     AddDeltas(mesh, *morph, false);
     morph.reset();
@@ -366,11 +366,12 @@ static void EncodeMesh(cMeshObj& codec, cRawMesh& mesh, cFile& file) {
   file.WriteStr(("# Wavefront Obj file\r\n# " + mesh.Name + "\r\n").c_str());
   file.WriteStr(Format("# verts: %d uv-s: %d\r\n", int(mesh.Positions.size()), int(mesh.TexCoords.size())).c_str());
   for (cRawMaterial& material : mesh.Materials) std::replace(material.Name.begin(), material.Name.end(), ' ', '_');
-  if (!WriteMtl(mesh, file.Name()))
-    file.Fail(Format("Can't write \"%s\": its material library can't be written.", file.Name().c_str()));
   file.WriteStr(("mtllib " + GetBaseName(file.Name()) + ".mtl\r\n").c_str());
   WriteObjSections(mesh, plan, file);
   file.WriteStr(Format("\r\n# %lld faces\r\n", static_cast<long long>(plan.NumPolygons)).c_str());
+  // A disk that is too full for the mesh must not leave the old mesh beside a new library.
+  if (file.Flush() && !WriteMtl(mesh, file.Name()))
+    file.Fail(Format("Can't write \"%s\": its material library can't be written.", file.Name().c_str()));
   EncodeMorphs(codec, std::exchange(mesh.Morphs, {}), mesh, file);
 }
 

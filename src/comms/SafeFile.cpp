@@ -88,6 +88,8 @@ bool SafeFileWriter::Fail(const std::string& reason) {
 }
 
 bool SafeFileWriter::Flush() {
+  if (Failed()) return false;
+  if (!m_File) return Fail("it was closed before");
   if (!m_File->Write(m_Buffer.data(), int64_t(m_Buffer.size()))) return Fail(m_File->Reason);
   m_Buffer.clear();
   return true;
@@ -106,8 +108,6 @@ bool SafeFileWriter::Write(const void* data, size_t size) {
 }
 
 bool SafeFileWriter::Commit() {
-  if (Failed()) return false;
-  if (!m_File) return Fail("it was closed before");
   if (!Flush()) return false;
   if (!m_File->PutInPlace()) return Fail(m_File->Reason);
   m_File = nullptr;

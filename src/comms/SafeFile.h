@@ -33,6 +33,8 @@ class SafeFileWriter {
 
   /// Appends. False after the first failure; all later calls fail too.
   bool Write(const void* data, std::size_t size);
+  /// Hands what was appended to the system. False like Write.
+  bool Flush();
   /// Syncs, closes and renames over `path`. False where anything failed: the old file is whole, or, where only the sync of the
   /// folder failed, the new one.
   bool Commit();
@@ -42,7 +44,6 @@ class SafeFileWriter {
 
  private:
   bool Fail(const std::string& reason);
-  bool Flush();
   std::string m_Path;  // as given, for messages
   std::string m_Error;
   std::vector<uint8_t> m_Buffer;

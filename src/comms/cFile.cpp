@@ -75,6 +75,12 @@ bool cFile::WriteU16(uint16_t value) { return WriteBlock(&value, sizeof value); 
 bool cFile::WriteU32(uint32_t value) { return WriteBlock(&value, sizeof value); }
 bool cFile::WriteFloat(float value) { return WriteBlock(&value, sizeof value); }
 
+bool cFile::Flush() {
+  if (!m_Writer || !m_Error.empty()) return false;
+  if (!m_Writer->Flush()) m_Error = m_Writer->Error();
+  return m_Error.empty();
+}
+
 void cFile::Fail(const cStr& sentence) {
   if (m_Error.empty()) m_Error = sentence;
 }

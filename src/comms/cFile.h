@@ -48,6 +48,8 @@ class __attribute__((visibility("default"))) cFile {
   bool WriteU16(uint16_t value);
   bool WriteU32(uint32_t value);
   bool WriteFloat(float value);
+  /// Hands everything written so far to the system. False after any failure, and without a writer.
+  bool Flush();
 
   /// Marks the written file as not worth keeping: Close drops it and answers false.
   void Fail(const cStr& sentence);

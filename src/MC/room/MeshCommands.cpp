@@ -164,16 +164,6 @@ CommandResult VoxelizeAsNew(VoxelScene& scene, Messages& messages, const Voxeliz
   return CommandResult::Done(figures);
 }
 
-// All polygons as fans of triangles.
-std::vector<int32_t> CutIntoTriangles(const cRawMesh& mesh) {
-  std::vector<int32_t> corners;
-  corners.reserve(size_t(CountTriangles(mesh)) * 3);
-  for (size_t i = 0; i < mesh.Polygons.size(); i += size_t(mesh.Polygons[i].Corners()) + 1)
-    for (int k = 2; k < mesh.Polygons[i].Corners(); ++k)
-      for (const int corner : {0, k - 1, k}) corners.push_back(mesh.Polygons[i + 1 + size_t(corner)].Position());
-  return corners;
-}
-
 CommandResult VoxelizeInto(const VoxelScene& scene, const VoxelizeParams& parameters) {
   for (const char* name : {"Name", "Resolution", "VoxelSize", "Replace"})
     if (parameters.IsGiven(name)) return CommandResult::Refuse(Format("Voxelize takes Into or %s, not both", name));
@@ -181,7 +171,8 @@ CommandResult VoxelizeInto(const VoxelScene& scene, const VoxelizeParams& parame
   VolumeObject* volume = scene.FindOrCurrent(parameters.Into.ToString(), error);
   if (!volume) return CommandResult::Fail(error);
 
-  const std::vector<int32_t> corners = CutIntoTriangles(*scene.Mesh());
+  std::vector<int32_t> corners;
+  if (!CutIntoTriangles(*scene.Mesh(), corners, error)) return CommandResult::Fail(error);
   const TriangleView triangles{scene.Mesh()->Positions.data(), scene.Mesh()->Positions.size(), corners.data(),
                                corners.size() / 3};
   // The space of a volume is a uniform scale and a translation.

@@ -48,7 +48,9 @@ class SurfaceFinder {
     // From where the ray enters the ball about the surface's box, in half voxels; then the crossing is halved in.
     const float start = Dot(m_Middle - position, out) + m_Reach;
     float outside = start;
-    for (float at = start; at > start - 2 * m_Reach; at -= 0.5f) {
+    const int steps = int(std::ceil(4 * m_Reach));
+    for (int step = 0; step < steps; ++step) {
+      const float at = start - 0.5f * float(step);
       if (!IsInside(position + out * at)) {
         outside = at;
         continue;

@@ -65,7 +65,7 @@ bool cRenderGL::Init(const Options& options, cStr& error) {
 
 cRenderGL::~cRenderGL() {
   if (!m_VertexArray) return;
-  for (size_t i = 0; i < m_Targets.size(); i++) DeleteTarget(int(i));
+  for (size_t i = 0; i < m_Targets.size(); i++) cRenderGL::DeleteTarget(int(i));
   for (const Texture& texture : m_Textures)
     if (texture.Object) glDeleteTextures(1, &texture.Object);
   for (const Shader& shader : m_Shaders)

@@ -81,7 +81,7 @@ std::unique_ptr<CommandParameters> CommandTable::ReadParameters(const Command& c
       return nullptr;
     }
     if (!SetMemberFromText(*parameters, argument.Key, argument.Value, error)) {
-      error = command.Name + ": " + error;
+      error.insert(0, command.Name + ": ");
       return nullptr;
     }
     parameters->Given.push_back(argument.Key);

@@ -1,0 +1,28 @@
+#include "MC/Slab.h"
+
+#include <bit>
+#include <cstdlib>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
+#include "ClassEngine/Assert.h"
+#include "ClassEngine/EngineHost.h"
+
+void* AllocateSlab(size_t bytes) {
+  MORVANE_ASSERT(std::has_single_bit(bytes) && bytes >= 64 && bytes <= HugeSlabBytes);
+  for (;;) {
+    void* slab = std::aligned_alloc(bytes == HugeSlabBytes ? HugeSlabBytes : 64, bytes);
+    if (slab) {
+#ifdef __linux__
+      if (bytes == HugeSlabBytes) madvise(slab, bytes, MADV_HUGEPAGE);
+#endif
+      return slab;
+    }
+    const bool tryAgain = GetEngineHost().OutOfMemory(bytes);
+    MORVANE_ASSERT(tryAgain);
+  }
+}
+
+void FreeSlab(void* slab) { std::free(slab); }
