@@ -56,13 +56,16 @@ void LogError(const char* format, ...) {
 }
 
 struct LogRecorder::State {
-  std::string Text;
+  std::string Text, Errors;
   LogSink Before;
 };
 
 LogRecorder::LogRecorder() : m_State(new State) {
   State* state = m_State;
-  m_State->Before = SetLogSink([state](LogLevel, const std::string& text) { state->Text += text + '\n'; });
+  m_State->Before = SetLogSink([state](LogLevel level, const std::string& text) {
+    state->Text += text + '\n';
+    if (level == LogLevel::Error) state->Errors += (state->Errors.empty() ? "" : " ") + text;
+  });
 }
 LogRecorder::~LogRecorder() {
   SetLogSink(std::move(m_State->Before));
@@ -71,6 +74,10 @@ LogRecorder::~LogRecorder() {
 std::string LogRecorder::Text() const {
   const std::lock_guard lock(LogMutex());
   return m_State->Text;
+}
+std::string LogRecorder::Errors() const {
+  const std::lock_guard lock(LogMutex());
+  return m_State->Errors;
 }
 
 }  // namespace comms

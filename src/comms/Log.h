@@ -27,6 +27,8 @@ class LogRecorder {
   LogRecorder& operator=(const LogRecorder&) = delete;
   /// All entries so far, one a line.
   std::string Text() const;
+  /// The error entries alone, one behind the other: what a command answers when it failed.
+  std::string Errors() const;
 
  private:
   struct State;

@@ -19,28 +19,22 @@ class AxisScope {
   bool m_Before;
 };
 
-// Where several things were logged, the last one is why it failed.
-std::string LastEntry(std::string log) {
-  while (!log.empty() && log.back() == '\n') log.pop_back();
-  const size_t start = log.rfind('\n');
-  return start == std::string::npos ? log : log.substr(start + 1);
-}
-
 }  // namespace
 
 std::unique_ptr<comms::cRawMesh> LoadMeshLogged(const std::string& names, bool swapYZ, std::string& error) {
   std::unique_ptr<comms::cRawMesh> mesh;
-  std::string log;
+  std::string log, errors;
   {
     const AxisScope axes(swapYZ);
     comms::LogRecorder recorder;
     mesh.reset(cMeshIO::LoadMesh(names.c_str()));
     log = recorder.Text();
+    errors = recorder.Errors();
   }
   if (mesh) {
     if (!log.empty()) comms::LogInfo("%s", log.c_str());
   } else {
-    error = log.empty() ? names + ": can't be read as a mesh" : LastEntry(log);
+    error = errors.empty() ? names + ": can't be read as a mesh" : errors;
   }
   return mesh;
 }
@@ -49,7 +43,7 @@ bool SaveMeshLogged(std::unique_ptr<comms::cRawMesh> mesh, const std::string& na
   const AxisScope axes(swapYZ);
   comms::LogRecorder recorder;
   if (cMeshIO::SaveMesh(mesh.get(), name.c_str())) return true;
-  const std::string log = recorder.Text();
-  error = log.empty() ? name + ": can't be written" : LastEntry(log);
+  error = recorder.Errors();
+  if (error.empty()) error = name + ": can't be written";
   return false;
 }
