@@ -42,7 +42,7 @@ macro(morvane_folders)
       folder_target(${below} belowTarget)
       target_link_libraries(${target} ${scope} ${belowTarget})
     endforeach()
-    # add_dependencies(${target} check_includes)
+    add_dependencies(${target} check_includes)
   endforeach()
 
   if(EXISTS ${CMAKE_SOURCE_DIR}/src/shell/app/main.cpp)
