@@ -13,11 +13,11 @@
 
 #include "Claims.h"
 #include "MC/Dabs.h"
-#include "MC/MeshVoxelizer.h"
 #include "MC/StlExport.h"
 #include "MC/SurfaceCells.h"
 #include "MC/SurfaceExtract.h"
 #include "MC/VolumeObject.h"
+#include "ScanVolume.h"
 #include "comms/SafeFile.h"
 #include "comms/cMeshIO.h"
 
@@ -25,18 +25,6 @@ using namespace bench;
 using comms::cVec3;
 
 namespace {
-
-std::unique_ptr<VolumeObject> Voxelize(const TriangleSoup& mesh, double resolution) {
-  auto volume = std::make_unique<VolumeObject>();
-  VoxelizeOptions options;
-  options.Resolution = resolution;
-  VoxelizeReport report;
-  std::string error;
-  const TriangleView view{reinterpret_cast<const cVec3*>(mesh.Positions.data()), mesh.Positions.size() / 3, mesh.Triangles.data(),
-                          mesh.Triangles.size() / 3};
-  if (!VoxelizeMesh(view, options, *volume, report, error)) return nullptr;
-  return volume;
-}
 
 // --- threads -----------------------------------------------------------------------------------------------------------------
 
@@ -47,7 +35,7 @@ std::array<Bytes, 2> RunJob(const TriangleSoup& mesh, int threads, const std::fi
   std::array<Bytes, 2> files;
   tbb::task_arena arena(threads);
   arena.execute([&] {
-    const std::unique_ptr<VolumeObject> volume = Voxelize(mesh, 200);
+    const std::unique_ptr<VolumeObject> volume = VoxelizeScan(mesh, LongestSide(mesh) / 200);
     if (!volume) return;
     const VolumeBox box = GetSolidBox(*volume);
     for (int i = 0; i < 40; i++) {
@@ -104,7 +92,8 @@ Claim CheckSymmetry(const TriangleSoup& mesh) {
   Claim claim;
   claim.Text = "Surface of a scan united with its mirror image: vertices without a bit-equal mirror twin, normals included";
   claim.Goal = "<= 0";
-  const std::unique_ptr<VolumeObject> volume = Voxelize(WithMirrorImage(mesh), 256);
+  const TriangleSoup both = WithMirrorImage(mesh);
+  const std::unique_ptr<VolumeObject> volume = VoxelizeScan(both, LongestSide(both) / 256);
   if (!volume) return claim.Skipped = "the mesh was refused", claim;
   volume->RefreshChanges(false);
   using Digits = std::array<uint32_t, 6>;
@@ -163,7 +152,7 @@ Claim MeasureDistance(const TriangleSoup& mesh, const char* name) {
   Claim claim;
   claim.Text = std::string("Surface of ") + name + " at 256: largest distance of a vertex from the mesh, in voxels";
   claim.Goal = "<= 1";
-  const std::unique_ptr<VolumeObject> volume = Voxelize(mesh, 256);
+  const std::unique_ptr<VolumeObject> volume = VoxelizeScan(mesh, LongestSide(mesh) / 256);
   if (!volume) return claim.Skipped = "the mesh was refused", claim;
   volume->RefreshChanges(false);
 

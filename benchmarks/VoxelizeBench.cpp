@@ -5,9 +5,9 @@
 #include <memory>
 
 #include "Claims.h"
-#include "MC/MeshVoxelizer.h"
 #include "MC/SurfaceStats.h"
 #include "MC/VolumeObject.h"
+#include "ScanVolume.h"
 
 #if __has_include(<openvdb/openvdb.h>)
 #define HAS_OPENVDB 1
@@ -31,25 +31,6 @@ constexpr Input Inputs[] = {{"koala.obj", "koala", 0, "<= 0.125"},
                             {"nefertiti_280k.ply", "nefertiti 280 k", 0, "<= 0.125"},
                             {"nefertiti_280k.ply", "nefertiti 4.5 M", 2, "<= 0.0834"}};
 
-TriangleView ViewOf(const TriangleSoup& mesh) {
-  static_assert(sizeof(cVec3) == 3 * sizeof(float));
-  return {reinterpret_cast<const cVec3*>(mesh.Positions.data()), mesh.Positions.size() / 3, mesh.Triangles.data(),
-          mesh.Triangles.size() / 3};
-}
-
-double LongestSide(const TriangleSoup& mesh) {
-  double longest = 0;
-  for (size_t k = 0; k < 3; k++) {
-    float low = mesh.Positions[k], high = low;
-    for (size_t i = k; i < mesh.Positions.size(); i += 3) {
-      low = std::min(low, mesh.Positions[i]);
-      high = std::max(high, mesh.Positions[i]);
-    }
-    longest = std::max(longest, double(high) - low);
-  }
-  return longest;
-}
-
 double EnclosedVolume(const TriangleSoup& mesh) {
   double volume = 0;
   for (size_t i = 0; i < mesh.Triangles.size(); i += 3) {
@@ -60,19 +41,6 @@ double EnclosedVolume(const TriangleSoup& mesh) {
               p[0][2] * (p[1][0] * p[2][1] - p[1][1] * p[2][0]);
   }
   return volume / 6;
-}
-
-std::unique_ptr<VolumeObject> Voxelize(const TriangleSoup& mesh, double voxelSize) {
-  auto volume = std::make_unique<VolumeObject>();
-  VoxelizeOptions options;
-  options.VoxelSize = voxelSize;
-  VoxelizeReport report;
-  std::string error;
-  if (!VoxelizeMesh(ViewOf(mesh), options, *volume, report, error)) {
-    std::fprintf(stderr, "voxelise: %s\n", error.c_str());
-    return nullptr;
-  }
-  return volume;
 }
 
 #ifdef HAS_OPENVDB
@@ -101,7 +69,7 @@ void BenchTime(const TriangleSoup& mesh, const Input& input, int resolution, std
   std::unique_ptr<VolumeObject> ours;
   openvdb::FloatGrid::Ptr peer;
   const Pair pair = MeasurePairs(
-      Pairs, [&] { ours = Voxelize(mesh, voxelSize); },
+      Pairs, [&] { ours = VoxelizeScan(mesh, voxelSize); },
       [&] {
         openvdb::tools::QuadAndTriangleDataAdapter<openvdb::Vec3s, openvdb::Vec3I> adapter(peerMesh.Points, peerMesh.Triangles);
         peer = openvdb::tools::meshToVolume<openvdb::FloatGrid>(adapter, *transform, 3.0f, 3.0f);
@@ -122,7 +90,7 @@ void BenchTime(const TriangleSoup& mesh, const Input& input, int resolution, std
 }
 
 void BenchSurface(const TriangleSoup& mesh, const Input& input, std::vector<Claim>& claims) {
-  const std::unique_ptr<VolumeObject> volume = Voxelize(mesh, LongestSide(mesh) / 256);
+  const std::unique_ptr<VolumeObject> volume = VoxelizeScan(mesh, LongestSide(mesh) / 256);
   if (!volume) return;
   volume->RefreshChanges(false);
   const SurfaceStats stats = MeasureSurface(*volume);
