@@ -147,6 +147,9 @@ int32_t BaseClass::ExpandWith(const char*, void*) { return -1; }
 bool BaseClass::MoveElement(int32_t, int32_t) { return false; }
 bool BaseClass::CanChangeElement(int32_t) { return true; }
 void BaseClass::Call(BaseClass*, void*) { Ping(); }
+const char* BaseClass::GetClassRefName(void*) { return nullptr; }
+bool BaseClass::TryToLinkClass(BaseClass*, void*) { return true; }
+void BaseClass::UnlinkClass(void*) {}
 void BaseClass::CopyMethodFrom(const BaseClass*) {}
 void BaseClass::SetEnumeratorName(const char*) {}
 bool BaseClass::OnParametersChanged(void*, void*, void*, void*) { return false; }

@@ -25,6 +25,8 @@ class BaseWidget;
 class MemberBuilder;
 struct RowRect;
 struct WidgetEvent;
+template <class T>
+class _method;
 
 /// Offered classes for "add...": names, and the categories they fall in (none, or at least two).
 struct AddableClasses {
@@ -65,6 +67,7 @@ class BaseClass {
   virtual void ResetClass(void* data = nullptr);
   virtual void Save(XmlNode* node, void* data = nullptr, void* extra = nullptr);
   /// True on success; faults in members go to `errors` (may be null) and don't stop it. A member without a node keeps its value.
+  /// False where objects nest too deep, or where items would take too much memory for what is read (see ReadingScope.h).
   virtual bool Load(const XmlNode* node, void* data = nullptr, XmlErrorLog* errors = nullptr, void* extra = nullptr);
   virtual const char* GetClassName() const { return StaticClassName(); }
   /// Declares the members on the first call of a class; on each call gives reflected members their parent.
@@ -90,6 +93,8 @@ class BaseClass {
   /// Class of a container's items; null elsewhere.
   virtual const char* GetExpandableClass() const { return nullptr; }
   virtual bool IsTransparentElement() const { return Parent && Parent->IsTransparentElement(); }
+  /// Reserved query. Those that are reserved keep the slots behind them in their places.
+  virtual bool ReservedQuery1() const { return false; }
   /// Shifts an item by `delta`; 0 changes nothing and succeeds.
   virtual bool MoveElement(int32_t i, int32_t delta);
   virtual bool CanChangeElement(int32_t i);
@@ -103,7 +108,7 @@ class BaseClass {
   /// False where the stream isn't what this class wrote: reading stopped there, what was read stays.
   virtual bool LoadBin(void* data, void* extra, BinStream& stream, const LargeNameHash* names = nullptr);
   /// Resets nothing, parses the XML file and loads. False where the class isn't reflected or the file doesn't parse; then nothing
-  /// changed.
+  /// changed. False too where Load is.
   virtual bool ReadFromFile(const char* path);
   /// The same; shows faults in boxes unless `quiet`.
   virtual bool SafeReadFromFile(const char* path, bool quiet);
@@ -111,6 +116,8 @@ class BaseClass {
   /// FullCopy to an object of the same class; false otherwise. `dest` is reset first unless `clearFirst`: the flag stands for "is
   /// clear already".
   virtual bool CopyTo(BaseClass* dest, bool clearFirst);
+  /// Reserved query.
+  virtual bool ReservedQuery2() const { return false; }
 
   // Rows of a panel: the elements that RowOptions admit, then "add...".
   virtual int32_t GetVisibleElementCount(void* data, int options);
@@ -134,12 +141,26 @@ class BaseClass {
   virtual bool IsMethod() const { return false; }
   /// Pings; a method calls its function on `owner`.
   virtual void Call(BaseClass* owner, void* data);
+  /// Reserved query.
+  virtual bool ReservedQuery3() const { return false; }
+  /// Reserved query.
+  virtual bool ReservedQuery4() const { return false; }
   virtual bool IsElementReadOnly(int32_t row, void* data, int options);
   virtual bool IsElementHiddenInPanel(int32_t row, void* data, int options);
   /// Bit set of the sections whose members exist now; -1 is all.
   virtual int32_t GetActiveSections() { return -1; }
   /// Row to element; who holds an element index already adds ElementRowBase.
   virtual int32_t RowToElement(int32_t row) { return row >= ElementRowBase ? row - ElementRowBase : row; }
+  // Reference hooks: an object that stands for another one, which is found by name when a reading has ended.
+  /// By its class name, which begins with "ClassRef.".
+  virtual bool IsClassRef() const { return std::string_view(GetClassName()).starts_with("ClassRef."); }
+  /// The GetDisplayName of the object referred to; null or empty where it refers to none.
+  virtual const char* GetClassRefName(void* data);
+  /// Takes the first object of that name among those read, null where there is none. False or an exception is reported as
+  /// "TryToLinkClass failed!".
+  virtual bool TryToLinkClass(BaseClass* found, void* data);
+  /// Forgets the object referred to; called before the reference is read.
+  virtual void UnlinkClass(void* data);
   virtual BaseClass* GetParent() const { return Parent; }
   /// Sets the owner of this, and this as owner of the reflected members below.
   virtual void SetParentDeep(BaseClass* parent);
@@ -186,8 +207,13 @@ class BaseClass {
   }
 
  protected:
-  /// Loads one child of a node into the element of `object` that its tag names. An unknown tag is reported.
+  /// Loads each child of `node` into the element of `object` that its tag names. Unknown tags are reported. False where the
+  /// reading was cut off.
+  bool LoadElements(const XmlNode* node, BaseClass* object, XmlErrorLog* errors, void* ownExtra);
+  /// The same for one child.
   void LoadElement(const XmlNode* child, BaseClass* object, XmlErrorLog* errors, void* ownExtra);
+  /// LoadBin of a part of an object.
+  static bool LoadBinElement(BaseClass* receiver, void* data, void* extra, BinStream& stream, const LargeNameHash* names);
 
   // --- the words of a declaration; see Declare.h
   // -----------------------------------------------------------------------------------
@@ -199,14 +225,19 @@ class BaseClass {
   MemberBuilder Member(const char* name, M& field, const char* enumerator);
   template <class Tag, class M>
   MemberBuilder StaticMember(const char* name, M& field);
-  template <class T>
+  /// A button. `Kind` is the tag: _method or _cButton.
+  template <template <class> class Kind = _method, class T>
   MemberBuilder Method(const char* name, void (T::*function)());
+  /// Text in the panel: a tag without storage, such as _cLabel.
+  template <class Tag>
+  void Caption(const char* text);
   /// A line of the panel with a caption.
   void Separator(const char* caption);
   /// What follows exists in these sections only; the same mask again, or -1, ends the section, another begins the next one.
   void SECTION(int32_t mask);
 
  private:
+  bool LoadBinMembers(void* data, BinStream& stream, const LargeNameHash* names);
   void RunDeltaPass(XmlNode* node);
 };
 

@@ -58,6 +58,12 @@ bool BaseClass::LoadBin(void* data, void*, BinStream& stream, const LargeNameHas
   if (!data) data = this;
   const DepthScope depth;
   if (depth.IsTooDeep() || GetBytesLeft(stream) < 1) return false;
+  ReadingScope reading(stream);
+  const bool read = LoadBinMembers(data, stream, names);
+  return reading.Finish(*static_cast<BaseClass*>(data)) && read;
+}
+
+bool BaseClass::LoadBinMembers(void* data, BinStream& stream, const LargeNameHash* names) {
   RegisterMembers();
   const OneClassDesc* desc = GetClassDesc();
   const CurrentBaseScope current(static_cast<BaseClass*>(data));
@@ -70,8 +76,13 @@ bool BaseClass::LoadBin(void* data, void*, BinStream& stream, const LargeNameHas
     const OneClassMember& member = *desc->Members[i];
     void* value = member.GetData(data);
     if (!value) continue;
-    if (!GetReceiver(member.Type, value)->LoadBin(value, member.Extra, stream, names)) return false;
+    if (!LoadBinElement(GetReceiver(member.Type, value), value, member.Extra, stream, names)) return false;
     member.NotifySet(data, value);
   }
   return true;
+}
+
+bool BaseClass::LoadBinElement(BaseClass* receiver, void* data, void* extra, BinStream& stream, const LargeNameHash* names) {
+  ReadingScope::Begin(*receiver, data);
+  return receiver->LoadBin(data, extra, stream, names);
 }

@@ -64,10 +64,17 @@ bool BaseClass::Load(const XmlNode* node, void* data, XmlErrorLog* errors, void*
   RegisterMembers();
   auto* object = static_cast<BaseClass*>(data);
   const CurrentBaseScope current(object);
-  const int32_t count = node->GetChildCount();
-  for (int32_t i = 0; i < count; i++) LoadElement(node->GetChild(i), object, errors, ownExtra);
+  ReadingScope reading(*node);
+  LoadElements(node, object, errors, ownExtra);
   ReadMemberSourceFile(node, data);
-  return true;
+  return reading.Finish(*object, node, errors);
+}
+
+bool BaseClass::LoadElements(const XmlNode* node, BaseClass* object, XmlErrorLog* errors, void* ownExtra) {
+  ReadingScope reading(*node);
+  const int32_t count = node->GetChildCount();
+  for (int32_t i = 0; i < count && !ReadingScope::IsSpent(); i++) LoadElement(node->GetChild(i), object, errors, ownExtra);
+  return reading.Finish(*object, node, errors);
 }
 
 void BaseClass::LoadElement(const XmlNode* child, BaseClass* object, XmlErrorLog* errors, void* ownExtra) {
@@ -75,6 +82,7 @@ void BaseClass::LoadElement(const XmlNode* child, BaseClass* object, XmlErrorLog
   void* elementData = object;
   void* extra = ownExtra;
   const int32_t element = FindElement(child->GetName(), type, elementData, extra, object);
+  if (ReadingScope::IsSpent()) return;
   if (element < 0 || !type) {
     ReportLoadError(errors, child, "Unknown identifier %s of class %s.\n", child->GetName(), GetClassName());
     return;
@@ -82,6 +90,7 @@ void BaseClass::LoadElement(const XmlNode* child, BaseClass* object, XmlErrorLog
   if (!elementData) return;
   BaseClass* receiver = GetReceiver(type, elementData);
   if (receiver->IsReflected() && receiver->Parent != object) receiver->SetParentDeep(object);
+  ReadingScope::Begin(*receiver, elementData);
   receiver->Load(child, elementData, errors, extra);
   if (const OneClassMember* member = FindElementMember(element)) member->NotifySet(object, elementData);
 }
@@ -91,6 +100,8 @@ bool BaseClass::ReadMemberSourceFile(const XmlNode*, void* data) {
   const OneClassMember* source = desc ? desc->FindMember("SourceFile") : nullptr;
   const OneClassMember* rules = desc ? desc->FindMember("LoadingRules") : nullptr;
   if (!source || !rules || !source->Type || !rules->Type) return false;
+  const SourceFileScope sourceFile;
+  if (sourceFile.IsNested()) return false;
   auto* object = static_cast<BaseClass*>(data ? data : this);
   const auto getText = [object](const OneClassMember& member) {
     void* value = member.GetData(object);
@@ -101,12 +112,13 @@ bool BaseClass::ReadMemberSourceFile(const XmlNode*, void* data) {
   const std::string path = getText(*source);
   XmlNode root;
   if (path.empty() || !root.ReadFile(path.c_str())) return false;
+  ReadingScope::AddSource(root);
   constexpr const char* gaps = " ,;\t\r\n";
   const std::string names = getText(*rules);
   for (size_t from = names.find_first_not_of(gaps); from != std::string::npos;) {
     const size_t to = std::min(names.find_first_of(gaps, from), names.size());
     const std::string_view name = std::string_view(names).substr(from, to - from);
-    // The pair itself stays: a file must not send the reader on to another, or back to itself.
+    // The pair itself stays, see SourceFileScope.
     const XmlNode* child = name == "SourceFile" || name == "LoadingRules" ? nullptr : root.FindChild(name);
     if (child) LoadElement(child, object, nullptr, nullptr);
     from = names.find_first_not_of(gaps, to);
@@ -120,6 +132,7 @@ bool BaseClass::SafeReadFromFile(const char* path, bool quiet) {
   if (!IsReflected()) return false;
   XmlNode root;
   if (!root.ReadFile(path)) return false;
+  ReadingScope::AddSource(root);
   XmlErrorLog errors;
   errors.ShowBox = !quiet;
   const bool loaded = Load(&root, this, &errors);
@@ -149,5 +162,7 @@ bool ReadXmlChunk(BinStream& stream, uint32_t size, BaseClass& object, XmlErrorL
   text.SetLength(size);
   if (stream.Read(text.Data, size) != int64_t(size)) return false;
   XmlNode root;
-  return root.Parse(text.View()) > 0 && object.Load(&root, &object, errors);
+  if (root.Parse(text.View()) <= 0) return false;
+  ReadingScope::AddSource(root);
+  return object.Load(&root, &object, errors);
 }

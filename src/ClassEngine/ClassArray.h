@@ -6,6 +6,7 @@
 #include <string>
 
 #include "ClassEngine/BaseClass.h"
+#include "ClassEngine/ReadingScope.h"
 #include "ClassEngine/Str.h"
 
 /// The order is that of insertion. Looking up a class name costs O(1), so loading is linear in the items.
@@ -54,9 +55,7 @@ class ClassArray : public BaseClass, public DynArray<T*, 15> {
   bool Load(const XmlNode* node, void* data = nullptr, XmlErrorLog* errors = nullptr, void* extra = nullptr) override {
     ClassArray& to = At(data);
     to.DeleteItems();
-    const int32_t count = node->GetChildCount();
-    for (int32_t i = 0; i < count; i++) to.LoadElement(node->GetChild(i), &to, errors, extra);
-    return true;
+    return to.LoadElements(node, &to, errors, extra);
   }
   const char* GetClassName() const override { return StaticClassName(); }
   int32_t GetElementCount() override { return Count; }
@@ -113,16 +112,9 @@ class ClassArray : public BaseClass, public DynArray<T*, 15> {
   bool LoadBin(void* data, void*, BinStream& stream, const LargeNameHash* names = nullptr) override {
     ClassArray& to = At(data);
     to.DeleteItems();
-    if (GetBytesLeft(stream) < 4) return false;
-    const uint32_t count = ReadDWORD(stream);
-    if (!HasItems(stream, count, 2)) return false;  // a name and at least one byte each
-    StrBuffer className;
-    for (uint32_t n = 0; n < count; n++) {
-      if (!ReadBinString(stream, className, names)) return false;
-      const int32_t i = to.ExpandWith(className.Get());
-      if (i < 0 || !to.Data[i]->LoadBin(to.GetElementData(i, nullptr), nullptr, stream, names)) return false;
-    }
-    return true;
+    ReadingScope reading(stream);
+    const bool read = to.LoadBinItems(stream, names);
+    return reading.Finish(to) && read;
   }
   void SetParentDeep(BaseClass* parent) override {
     SetParent(parent);
@@ -133,11 +125,23 @@ class ClassArray : public BaseClass, public DynArray<T*, 15> {
 
  protected:
   /// A fresh item, not yet owned; null where the class can't stand here.
-  virtual T* MakeItem(const char* className) const { return reflection::MakeDerived<T>(className); }
+  virtual T* MakeItem(const char* className) const { return reflection::MakeItem<T>(className); }
 
  private:
   bool IsItem(int32_t i) const { return i >= 0 && i < Count; }
   ClassArray& At(void* data) { return data ? *static_cast<ClassArray*>(static_cast<BaseClass*>(data)) : *this; }
+  bool LoadBinItems(BinStream& stream, const LargeNameHash* names) {
+    if (GetBytesLeft(stream) < 4) return false;
+    const uint32_t count = ReadDWORD(stream);
+    if (!HasItems(stream, count, 2)) return false;  // a name and at least one byte each
+    StrBuffer className;
+    for (uint32_t n = 0; n < count; n++) {
+      if (!ReadBinString(stream, className, names)) return false;
+      const int32_t i = ExpandWith(className.Get());
+      if (i < 0 || !LoadBinElement(Data[i], GetElementData(i, nullptr), nullptr, stream, names)) return false;
+    }
+    return true;
+  }
   // From the end, so that an item's destructor that looks at the array sees no dead item.
   void DeleteItems() {
     while (Count) delete Array::RemoveLast();
@@ -159,6 +163,6 @@ class ClonesArray : public ClassArray<T> {
 
  protected:
   T* MakeItem(const char* className) const override {
-    return std::string_view(className) == T::StaticClassName() ? reflection::MakeDerived<T>(className) : nullptr;
+    return std::string_view(className) == T::StaticClassName() ? reflection::MakeItem<T>(className) : nullptr;
   }
 };

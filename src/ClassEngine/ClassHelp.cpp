@@ -1,12 +1,11 @@
 #include "ClassEngine/ClassHelp.h"
 
 #include <charconv>
-#include <cstring>
 #include <memory>
 
+#include "ClassEngine/Declare.h"
 #include "ClassEngine/Enumerator.h"
-#include "ClassEngine/NumberText.h"
-#include "ClassEngine/ValueTypes.h"
+#include "ClassEngine/ValueText.h"
 
 namespace {
 
@@ -16,8 +15,11 @@ const OneClassDesc* GetDeclared(const BaseClass& object) {
   return desc;
 }
 
-bool HoldsValue(const OneClassMember& member) {
-  return member.Type && !member.Type->IsMethod() && !dynamic_cast<const Delimiter*>(member.Type);
+bool HoldsValue(const OneClassMember& member) { return member.Type && !dynamic_cast<const WithoutStorage*>(member.Type); }
+
+bool HoldsFloats(const OneClassMember& member) {
+  const auto* type = dynamic_cast<const ValueType*>(member.Type);
+  return type && type->HoldsFloats();
 }
 
 double GetPrintedNumber(float value) {
@@ -33,7 +35,7 @@ bool GetRange(const OneClassMember& member, double& low, double& high) {
     high = member.Help.MaxValue;
     return true;
   }
-  if (dynamic_cast<const CtrlFSlider*>(member.Type) || dynamic_cast<const CtrlISlider*>(member.Type)) {
+  if (dynamic_cast<const WithSliderRange*>(member.Type)) {
     if (!member.Extra) return false;
     const auto& range = *static_cast<const SliderRange*>(member.Extra);
     // The decimal text of the bounds is what was declared, and what a person types: 0.1 as a float is a little more.
@@ -53,11 +55,9 @@ std::string GetText(const OneClassMember& member, BaseClass& object) {
   void* data = member.GetData(&object);
   if (!data) return {};
   StrBuffer text;
-  if (dynamic_cast<const _float*>(member.Type) || dynamic_cast<const CtrlFSlider*>(member.Type)) {
-    float value;  // six decimals would hide a small one
-    std::memcpy(&value, data, sizeof(value));
-    return PrintShortest(value);
-  }
+  double numbers[4];
+  // Six decimals would hide a small number.
+  if (HoldsFloats(member) && member.Type->GetNumbers(data, numbers) == 1) return PrintShortest(float(numbers[0]));
   BaseClass::GetReceiver(member.Type, data)->GetValueText(text, data, member.Extra, "value");
   return std::string(text.View());
 }
@@ -87,7 +87,7 @@ std::vector<MemberInfo> DescribeMembers(const BaseClass& object) {
     info.HasRange = GetRange(*member, info.MinValue, info.MaxValue);
     info.ReadOnly = member->ReadOnly;
     info.Hidden = member->HiddenInPanel;
-    if (!dynamic_cast<const _index*>(member->Type) || !member->Extra) continue;
+    if (!dynamic_cast<const WithEnumerator*>(member->Type) || !member->Extra) continue;
     const auto& names = *static_cast<const Enumerator*>(member->Extra);
     for (int32_t i = 0; i < names.GetCount(); i++) info.Entries.emplace_back(names.EnumName(i));
   }
@@ -122,7 +122,7 @@ bool SetMemberFromText(BaseClass& object, std::string_view memberName, std::stri
   // A number is read aside first: out of range it must not reach the object.
   alignas(16) char aside[16] = {};
   const int count = receiver->GetNumbers(aside, numbers);
-  const bool isFloat = !dynamic_cast<const _int*>(member->Type) && !dynamic_cast<const CtrlISlider*>(member->Type);
+  const bool isFloat = HoldsFloats(*member);
   bool good = receiver->ReadText(text, count ? aside : data, member->Extra, expected);
   if (good && count) {
     receiver->GetNumbers(aside, numbers);

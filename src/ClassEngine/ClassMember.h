@@ -48,6 +48,8 @@ struct OneClassMember {
     if (GetValueFn2) return GetValueFn2(static_cast<BaseClass*>(object));
     return IsStatic ? reinterpret_cast<void*>(Offset) : static_cast<char*>(object) + Offset;
   }
+  /// Whether the value lies inside the object: accessors and statics may lead elsewhere, and back.
+  bool IsPart() const { return !IsStatic && !GetValueFn && !GetValueFn2; }
   bool IsIn(int32_t sections) const { return sections == -1 || (SectionMask & sections); }
   /// Tells the owner that `data`, of `object`, has a new value.
   void NotifySet(void* object, void* data) const {
@@ -67,6 +69,8 @@ struct OneClassDesc {
   NameHash ChildNames;                ///< member name to index in Members; the first of equal names
   const char* Category = nullptr;     ///< group under which the class is offered for adding; null is none
   std::string Name;
+  size_t ObjectSize = 0;            ///< bytes of an object itself; 0 where unknown
+  int64_t FreshBytes = 0;           ///< of a fresh object with its reflected items; 0 until asked for
   bool Declaring = false;           ///< its declaration is running
   bool Declared = false;            ///< the member table is complete
   DynArray<OneClassMember*> Owned;  ///< the members that are reflected objects inside the object

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "ClassEngine/BaseClass.h"
+#include "ClassEngine/ReadingScope.h"
 #include "ClassEngine/Str.h"
 
 /// Holds an object of class T or of one derived from it. In XML the object is a child with its class name as tag; loading a node
@@ -39,9 +40,7 @@ class ClassPtr : public BaseClass {
   bool Load(const XmlNode* node, void* data = nullptr, XmlErrorLog* errors = nullptr, void* extra = nullptr) override {
     ClassPtr& to = At(data);
     to.Set(nullptr);
-    const int32_t count = node->GetChildCount();
-    for (int32_t i = 0; i < count; i++) to.LoadElement(node->GetChild(i), &to, errors, extra);
-    return true;
+    return to.LoadElements(node, &to, errors, extra);
   }
   const char* GetClassName() const override { return StaticClassName(); }
   int32_t GetElementCount() override { return m_Object ? 1 : 0; }
@@ -60,7 +59,7 @@ class ClassPtr : public BaseClass {
   bool IsReflected() const override { return true; }
   /// Replaces the object.
   int32_t ExpandWith(const char* className, void* data = nullptr) override {
-    T* object = reflection::MakeDerived<T>(className);
+    T* object = reflection::MakeItem<T>(className);
     if (!object) return -1;
     At(data).Set(object);
     return 0;
@@ -90,11 +89,9 @@ class ClassPtr : public BaseClass {
   bool LoadBin(void* data, void*, BinStream& stream, const LargeNameHash* names = nullptr) override {
     ClassPtr& to = At(data);
     to.Set(nullptr);
-    if (GetBytesLeft(stream) < 1) return false;
-    if (!ReadBYTE(stream)) return true;
-    StrBuffer className;
-    if (!ReadBinString(stream, className, names) || to.ExpandWith(className.Get()) < 0) return false;
-    return to.m_Object->LoadBin(to.GetElementData(0, nullptr), nullptr, stream, names);
+    ReadingScope reading(stream);
+    const bool read = to.LoadBinObject(stream, names);
+    return reading.Finish(to) && read;
   }
   void SetParentDeep(BaseClass* parent) override {
     SetParent(parent);
@@ -103,6 +100,13 @@ class ClassPtr : public BaseClass {
   BaseClass* New() const override { return new ClassPtr; }
 
  private:
+  bool LoadBinObject(BinStream& stream, const LargeNameHash* names) {
+    if (GetBytesLeft(stream) < 1) return false;
+    if (!ReadBYTE(stream)) return true;
+    StrBuffer className;
+    if (!ReadBinString(stream, className, names) || ExpandWith(className.Get()) < 0) return false;
+    return LoadBinElement(m_Object.get(), GetElementData(0, nullptr), nullptr, stream, names);
+  }
   bool IsObject(int32_t i) const { return i == 0 && m_Object; }
   ClassPtr& At(void* data) { return data ? *static_cast<ClassPtr*>(static_cast<BaseClass*>(data)) : *this; }
   std::unique_ptr<T> m_Object;

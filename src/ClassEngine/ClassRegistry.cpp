@@ -6,18 +6,11 @@
 #include <cstdlib>
 
 #include "ClassEngine/BaseClass.h"
+#include "ClassEngine/NamedTable.h"
 
 namespace {
 
-struct Registry {
-  NameHash Names;  // to index in Descs
-  DynArray<OneClassDesc*> Descs;
-};
-
-Registry& GetRegistry() {
-  static Registry& registry = *new Registry;
-  return registry;
-}
+using Registry = NamedTable<OneClassDesc>;
 
 // Constant-initialised, so that it is there for every static constructor.
 constinit const PendingClass* s_FirstPending = nullptr;
@@ -75,10 +68,7 @@ std::string NormalizeClassName(std::string_view typeName) {
   return name;
 }
 
-OneClassDesc* FindClassDesc(std::string_view name) {
-  uint32_t index;
-  return GetRegistry().Names.Find(name, index) ? GetRegistry().Descs[int32_t(index)] : nullptr;
-}
+OneClassDesc* FindClassDesc(std::string_view name) { return Registry::Get().Find(name); }
 
 BaseClass* FindClass(std::string_view name) {
   if (s_FirstPending) EnterPendingClasses();
@@ -88,12 +78,12 @@ BaseClass* FindClass(std::string_view name) {
 }
 
 OneClassDesc* EnsureClass(std::string_view name) {
-  if (OneClassDesc* desc = FindClassDesc(name)) return desc;
-  auto* desc = new OneClassDesc;
-  desc->Name = name;
-  desc->Index = GetRegistry().Descs.Add(desc);
-  GetRegistry().Names.Add(name, uint32_t(desc->Index));
-  return desc;
+  return &Registry::Get().FindOrCreate(name, [](const char* text, int32_t index) {
+    auto* desc = new OneClassDesc;
+    desc->Name = text;
+    desc->Index = index;
+    return desc;
+  });
 }
 
 OneClassDesc* RequireClassDesc(std::string_view name) {
@@ -123,7 +113,7 @@ void RegisterClass(BaseClass& object, const char* category) {
 DynArray<OneClassDesc*> GetAllClasses() {
   EnterPendingClasses();
   DynArray<OneClassDesc*> classes;
-  for (OneClassDesc* desc : GetRegistry().Descs)
+  for (OneClassDesc* desc : Registry::Get().GetAll())
     if (desc->Prototype && desc->Prototype->IsReflected()) classes.Add(desc);
   return classes;
 }

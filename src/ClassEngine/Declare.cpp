@@ -4,6 +4,7 @@
 
 #include "ClassEngine/Assert.h"
 #include "ClassEngine/Enumerator.h"
+#include "ClassEngine/ReadingScope.h"
 #include "ClassEngine/ValueTypes.h"
 
 bool DeclReadOnly = false, DeclHidden = false, DeclStatic = false, DeclNoSave = false;
@@ -76,8 +77,9 @@ OneClassMember* AddMember(BaseClass* type, void* address, const char* name, void
 
 void CheckMemberType(const OneClassMember& member, const char* typeName, size_t size) {
   if (member.Type->CheckCompatibility(typeName, size)) return;
-  ShowClassError("Incompartible type used for %s %s::%s : %s", typeName, member.OwnerClass, member.Name,
-                 member.Type->GetClassName());
+  ShowClassError(dynamic_cast<const CommsTag*>(member.Type) ? "Incompatible type used for \"%s\" %s::%s : %s"
+                                                            : "Incompartible type used for %s %s::%s : %s",
+                 typeName, member.OwnerClass, member.Name, member.Type->GetClassName());
 }
 
 void* FindEnumerator(const char* name) { return &EnumRegistry::FindOrCreate(name); }
@@ -87,6 +89,35 @@ void AddDerivedClass(const char* base, const char* derived) {
   for (const char* child : children)
     if (!std::strcmp(child, derived)) return;
   children.Add(derived);
+}
+
+namespace {
+
+// With what the allocator and the slot of a container add.
+constexpr int64_t BytesBesidesObject = 32;
+
+// Of the items that a fresh object brings along; those lie in its containers, and in those of its members.
+int64_t CountItemBytes(BaseClass& object) {
+  int64_t bytes = 0;
+  const int32_t count = object.GetElementCount();
+  for (int32_t i = 0; i < count; i++) {
+    const BaseClass* type = object.GetElementType(i);
+    const OneClassMember* member = object.FindElementMember(i);
+    if (!type || !type->IsReflected() || (member && !member->IsPart())) continue;
+    auto& element = *static_cast<BaseClass*>(object.GetElementData(i, &object));
+    const OneClassDesc* desc = member ? nullptr : element.GetClassDesc();
+    bytes += (desc ? int64_t(desc->ObjectSize) + BytesBesidesObject : 0) + CountItemBytes(element);
+  }
+  return bytes;
+}
+
+}  // namespace
+
+bool TakeItem(OneClassDesc* desc) {
+  if (!desc) return true;
+  if (!desc->FreshBytes && desc->Prototype)
+    desc->FreshBytes = int64_t(desc->ObjectSize) + BytesBesidesObject + CountItemBytes(*desc->Prototype);
+  return ReadingScope::TakeItem(desc->FreshBytes);
 }
 
 // A member that has this parent already has given it to those below it.
@@ -117,12 +148,7 @@ MemberBuilder& MemberBuilder::Entries(std::initializer_list<const char*> names) 
   return *this;
 }
 
-// A caption has no storage, so it stands at the object itself and keeps out of files.
-void BaseClass::Separator(const char* caption) {
-  DeclNoSave = true;
-  reflection::AddMember(EnsureTypeObject<Delimiter>(), reflection::CurrentDeclaration->Object, caption, nullptr,
-                        reflection::CurrentDeclaration->OwnerClass, reflection::CurrentDeclaration->SectionMask);
-}
+void BaseClass::Separator(const char* caption) { Caption<Delimiter>(caption); }
 
 void BaseClass::SECTION(int32_t mask) {
   int32_t& current = reflection::CurrentDeclaration->SectionMask;

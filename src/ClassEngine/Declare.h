@@ -18,9 +18,10 @@
 //     Member<_index>("Mode", Mode, "VoxelizeModes").Entries({"Solid", "Shell"});
 //   }
 //
-// The first word is the type tag (ValueTypes.h, Str.h, ClassArray.h, ClassPtr.h, or any reflected class). A tag that doesn't fit
-// the field does not compile. The members of the base class come first by themselves. Further words: StaticMember, Method,
-// Separator, SECTION. The name is the XML tag; the place in the list is the binary key, so new members go to the end.
+// The first word is the type tag (ValueTypes.h, CommsValueTypes.h, Str.h, ClassArray.h, ClassPtr.h, or any reflected class). A
+// tag that doesn't fit the field does not compile. The members of the base class come first by themselves. Further words:
+// StaticMember, Method, Caption, Separator, SECTION. The name is the XML tag; the place in the list is the binary key, so new
+// members go to the end.
 #include <initializer_list>
 #include <type_traits>
 #include <typeinfo>
@@ -72,11 +73,17 @@ class MemberBuilder {
 ///   template <class M> static constexpr bool Fits = ...;
 class ValueType : public BaseClass {
  public:
-  static constexpr bool HasSliderRange = false, HasEnumerator = false;
   void ResetClass(void* data) override = 0;
   int32_t GetElementCount() override { return 0; }
   void SetParentDeep(BaseClass* parent) override { Parent = parent; }
+  /// Whether the numbers of GetNumbers are 32-bit floats; otherwise they are whole.
+  virtual bool HoldsFloats() const { return false; }
 };
+
+// Marks of value types: a tag derives from them besides.
+struct WithSliderRange {};  ///< its members carry a SliderRange
+struct WithEnumerator {};   ///< its members carry an Enumerator
+struct WithoutStorage {};   ///< its members hold no value
 
 namespace reflection {
 
@@ -155,18 +162,23 @@ BaseClass* NewObject() {
   }
 }
 
-/// A new object of class T, or of one derived from it, by class name; null for any other.
+/// Whether the reading that is going on, if any, has memory for one more object of the class; see ReadingScope.
+bool TakeItem(OneClassDesc* desc);
+
+/// A new object of class T, or of one derived from it, by class name; null for any other, and where a reading has no memory left.
 template <class T>
-T* MakeDerived(const char* className) {
+T* MakeItem(const char* className) {
   if constexpr (!std::is_abstract_v<T>) {
     if (std::string_view(className) == T::StaticClassName()) {
+      if (!TakeItem(GetDescOf<T>())) return nullptr;
       T* item = new T;
       item->RegisterMembers();
       return item;
     }
   }
   const auto* prototype = dynamic_cast<const T*>(FindClass(className));
-  return prototype ? static_cast<T*>(prototype->New()) : nullptr;
+  if (!prototype || !TakeItem(prototype->GetClassDesc())) return nullptr;
+  return static_cast<T*>(prototype->New());
 }
 
 // The words of the base class first, then those of C.
@@ -202,6 +214,7 @@ void RegisterMembersOf(C* object) {
       }
       EnterInBases<C>();
       desc->Prototype = prototype;
+      desc->ObjectSize = sizeof(C);
       desc->Declared = true;
       desc->Declaring = false;
       LinkOwnedMembers(*desc, prototype);
@@ -218,14 +231,14 @@ MemberBuilder BaseClass::Member(const char* name, M& field) {
 }
 template <class Tag, class M>
 MemberBuilder BaseClass::Member(const char* name, M& field, const SliderRange& range) {
-  static_assert(Tag::HasSliderRange, "only sliders carry a range here; other numbers take .Range(min, max)");
+  static_assert(std::is_base_of_v<WithSliderRange, Tag>, "only sliders carry a range here; other numbers take .Range(min, max)");
   return MemberBuilder(reflection::AddTypedMember<Tag>(name, field, new SliderRange(range)));
 }
 template <class Tag, class M>
 MemberBuilder BaseClass::Member(const char* name, M& field, const char* enumerator) {
   void* const found = reflection::FindEnumerator(enumerator);
   if constexpr (std::is_base_of_v<ValueType, Tag>) {
-    static_assert(Tag::HasEnumerator, "only _index and reflected members take an enumerator");
+    static_assert(std::is_base_of_v<WithEnumerator, Tag>, "only _index, _cIndex and reflected members take an enumerator");
     return MemberBuilder(reflection::AddTypedMember<Tag>(name, field, found));
   } else {
     OneClassMember* member = reflection::AddTypedMember<Tag>(name, field, nullptr);
@@ -237,4 +250,12 @@ template <class Tag, class M>
 MemberBuilder BaseClass::StaticMember(const char* name, M& field) {
   DeclStatic = true;
   return MemberBuilder(reflection::AddTypedMember<Tag>(name, field, nullptr));
+}
+// A caption has no storage, so it stands at the object itself and keeps out of files.
+template <class Tag>
+void BaseClass::Caption(const char* text) {
+  static_assert(std::is_base_of_v<WithoutStorage, Tag>, "a caption has no value");
+  DeclNoSave = true;
+  reflection::AddMember(EnsureTypeObject<Tag>(), reflection::CurrentDeclaration->Object, text, nullptr,
+                        reflection::CurrentDeclaration->OwnerClass, reflection::CurrentDeclaration->SectionMask);
 }

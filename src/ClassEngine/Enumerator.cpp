@@ -1,5 +1,7 @@
 #include "ClassEngine/Enumerator.h"
 
+#include "ClassEngine/NamedTable.h"
+
 int32_t Enumerator::Add(const char* name, int32_t value) {
   const int32_t index = m_Names.Add(name, 0);
   if (index == m_Values.Count)
@@ -49,27 +51,8 @@ int32_t Enumerator::FindIndexOfValue(int32_t value) const {
   return -1;
 }
 
-namespace {
-struct EnumTable {
-  NameHash Names;  // to index in Enumerators
-  DynArray<Enumerator*> Enumerators;
-};
-EnumTable& GetEnumTable() {
-  static EnumTable& table = *new EnumTable;
-  return table;
-}
-}  // namespace
-
-Enumerator* EnumRegistry::Find(const char* name) {
-  uint32_t index;
-  return GetEnumTable().Names.Find(name, index) ? GetEnumTable().Enumerators[int32_t(index)] : nullptr;
-}
+Enumerator* EnumRegistry::Find(const char* name) { return NamedTable<Enumerator>::Get().Find(name); }
 
 Enumerator& EnumRegistry::FindOrCreate(const char* name) {
-  if (Enumerator* found = Find(name)) return *found;
-  EnumTable& table = GetEnumTable();
-  const int32_t index = table.Names.Add(name, uint32_t(table.Enumerators.Count));
-  auto* made = new Enumerator(Str_for_hash::Copy(table.Names.GetKeyView(index)));
-  table.Enumerators.Add(made);
-  return *made;
+  return NamedTable<Enumerator>::Get().FindOrCreate(name, [](const char* text, int32_t) { return new Enumerator(text); });
 }

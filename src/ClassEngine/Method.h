@@ -5,7 +5,7 @@
 /// One member function of T. The object is shared by all instances of the class that declares it: a static member that stores
 /// nothing.
 template <class T>
-class _method : public ValueType {
+class _method : public ValueType, public WithoutStorage {
  public:
   static const char* StaticClassName() { return "_method"; }
   explicit _method(void (T::*function)() = nullptr) : m_Function(function) {}
@@ -28,28 +28,28 @@ class _method : public ValueType {
   void (T::*m_Function)();
 };
 
-template <class T>
+template <template <class> class Kind, class T>
 MemberBuilder BaseClass::Method(const char* name, void (T::*function)()) {
-  auto* method = new _method<T>(function);
+  auto* method = new Kind<T>(function);
   DeclStatic = DeclNoSave = true;
   return MemberBuilder(reflection::AddMember(method, method, name, nullptr, reflection::CurrentDeclaration->OwnerClass,
                                              reflection::CurrentDeclaration->SectionMask));
 }
 
-/// What a panel's control tells its owner.
+/// What a panel's control tells its owner. A widget holds one callback, and owns it.
 class WBaseCallback : public BaseClass {
  public:
   /// True when the event was used up.
-  virtual bool Invoke(BaseWidget*, const WidgetEvent*) { return false; }
+  virtual bool Invoke(BaseWidget*, const WidgetEvent&) { return false; }
 };
 
 /// Binds a control to a member function of an object, which must outlive it.
 template <class T>
 class wpcallback : public WBaseCallback {
  public:
-  using Function = bool (T::*)(BaseWidget* widget, const WidgetEvent* event);
+  using Function = bool (T::*)(BaseWidget* widget, const WidgetEvent& event);
   wpcallback(T* object, Function function) : m_Object(object), m_Function(function) {}
-  bool Invoke(BaseWidget* widget, const WidgetEvent* event) override {
+  bool Invoke(BaseWidget* widget, const WidgetEvent& event) override {
     return m_Object && (m_Object->*m_Function)(widget, event);
   }
 

@@ -117,7 +117,7 @@ static bool MoveToFolderOf(WriterFile& file) {
   return copied || file.Fail(StreamShortWrite);
 }
 
-bool WriterFile::PutInPlace() {
+bool WriterFile::Prepare() {
   if (Failed || Handle < 0) return false;
   if (TempName.empty()) {
     const bool synced = Sync(Handle);
@@ -131,10 +131,62 @@ bool WriterFile::PutInPlace() {
   struct stat old;
   if (::stat(FinalName.c_str(), &old) == 0 && ::fchmod(Handle, old.st_mode & 07777) != 0) return Fail(StreamNoFile);
   if (::fsync(Handle) != 0) return Fail(StreamShortWrite);
-  if (::close(std::exchange(Handle, -1)) != 0) return Fail(StreamShortWrite);
-  if (::rename(TempName.c_str(), FinalName.c_str()) != 0) return Fail(StreamNoFile);
-  TempName.clear();
-  return SyncFolder(folderName) || Fail(StreamShortWrite);
+  return ::close(std::exchange(Handle, -1)) == 0 || Fail(StreamShortWrite);
+}
+
+bool WriterFile::PutInPlace() { return ::PutInPlace({this}); }
+
+// --- names -----------------------------------------------------------------------------------------------------------------
+
+namespace {
+// What stood at the final name of a file that took it.
+enum class OldFile { None, UnderTempName, Gone };
+}  // namespace
+
+// With `keep` the old file changes places with the new one, where there is one and the file system can do it.
+static bool TakeFinalName(WriterFile& file, bool keep, OldFile& old) {
+  const char* const temp = file.TempName.c_str();
+  const char* const final = file.FinalName.c_str();
+  struct stat info;
+  const bool stands = ::lstat(final, &info) == 0;
+  // A folder would change places too; left to the rename, which refuses it.
+  if (keep && stands && S_ISREG(info.st_mode) && ::renameat2(AT_FDCWD, temp, AT_FDCWD, final, RENAME_EXCHANGE) == 0) {
+    old = OldFile::UnderTempName;
+    return true;
+  }
+  if (::rename(temp, final) != 0) return file.Fail(StreamNoFile);
+  file.TempName.clear();
+  old = stands ? OldFile::Gone : OldFile::None;
+  return true;
+}
+
+static void GiveFinalNameBack(WriterFile& file, OldFile old) {
+  if (old == OldFile::None) ::unlink(file.FinalName.c_str());
+  if (old == OldFile::UnderTempName && ::rename(file.TempName.c_str(), file.FinalName.c_str()) == 0) file.TempName.clear();
+}
+
+bool PutInPlace(const std::vector<WriterFile*>& files) {
+  for (WriterFile* file : files)
+    if (!file->Prepare()) return false;
+  std::vector<std::pair<WriterFile*, OldFile>> taken;
+  for (WriterFile* file : files) {
+    if (file->TempName.empty()) continue;
+    OldFile old;
+    if (!TakeFinalName(*file, file != files.back(), old)) {
+      for (; !taken.empty(); taken.pop_back()) GiveFinalNameBack(*taken.back().first, taken.back().second);
+      return false;
+    }
+    taken.emplace_back(file, old);
+  }
+  std::string synced;
+  bool done = true;
+  for (const auto& [file, old] : taken) {
+    file->Drop();  // the old file, where it was kept
+    const std::string folder = FolderOf(file->FinalName);
+    if (file == taken.front().first || folder != synced) done &= SyncFolder(folder) || file->Fail(StreamShortWrite);
+    synced = folder;
+  }
+  return done;
 }
 
 // --- making --------------------------------------------------------------------------------------------------------------

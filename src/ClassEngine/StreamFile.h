@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 /// Whoever drops the last reference to a file that was not put in place removes it.
 struct WriterFile {
@@ -16,8 +17,11 @@ struct WriterFile {
   /// Appends at the position of the handle. After a failure, reported once, all later calls fail too.
   bool Write(const void* data, int64_t size);
   bool Seek(int64_t pos);
-  /// Syncs, closes and renames to FinalName, whose folder must exist; replaces what stands there in one step. The old file is
-  /// never deleted first: a failure at any point leaves it whole.
+  /// Everything that can fail for want of space or rights: brings the bytes into the folder of FinalName, takes over permissions,
+  /// syncs and closes. FinalName keeps what stands there.
+  bool Prepare();
+  /// Prepares and renames to FinalName, whose folder must exist; replaces what stands there in one step. The old file is never
+  /// deleted first: a failure at any point leaves it whole.
   bool PutInPlace();
   /// Closes and removes.
   void Drop();
@@ -30,6 +34,10 @@ struct WriterFile {
   std::string Reason;     ///< of the first failure, in words
   std::atomic<bool> Failed{false};
 };
+
+/// Puts files in place that belong together. All are prepared before any takes its name, and the names are taken in the order
+/// given. Where one can't be, those before it give theirs back to the old files, as far as the file system exchanges names.
+bool PutInPlace(const std::vector<WriterFile*>& files);
 
 /// A new file that will stand at `path`; behind a symbolic link at `path`, where it points to. Null, with LastStreamError set and
 /// the reason in `reason`, where that can't be: no such folder, not writable, a folder itself. Permissions of a file at `path`

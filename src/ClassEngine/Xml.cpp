@@ -153,6 +153,7 @@ class XmlPrinter {
 
   /// Bytes of the text before escapes.
   static int64_t GetPlainSize(const XmlNode& root, int32_t indent);
+  static int64_t GetTextBytes(const XmlNode& root);
   bool Print(const XmlNode& root, int32_t indent);
 
  private:
@@ -202,6 +203,16 @@ int64_t XmlPrinter::GetPlainSize(const XmlNode& root, int32_t indent) {
   };
   Walk(root, enter, [](const XmlNode&, int64_t) { return true; });
   return size;
+}
+
+int64_t XmlPrinter::GetTextBytes(const XmlNode& root) {
+  int64_t bytes = 0;
+  const auto enter = [&](const XmlNode& node, int64_t) {
+    bytes += 2 * int64_t(node.m_Name.Length) + node.m_Value.Length + 5;
+    return true;
+  };
+  Walk(root, enter, [](const XmlNode&, int64_t) { return true; });
+  return bytes;
 }
 
 bool XmlPrinter::Print(const XmlNode& root, int32_t indent) {
@@ -290,6 +301,8 @@ void XmlPrinter::PrintClosing(const XmlNode& node) {
   PrintText(node.GetNameView());
   PrintText(">\n");
 }
+
+int64_t XmlNode::GetTextBytes() const { return XmlPrinter::GetTextBytes(*this); }
 
 bool XmlNode::Print(StrBuffer& dest, int32_t indent) const {
   MORVANE_ASSERT(indent >= 0);

@@ -47,6 +47,8 @@ class XmlNode {
   XmlNode* FindChild(std::string_view name) const;
   /// No name, no value, no children.
   void Clear();
+  /// Bytes of the node and all below it as text, blanks and escapes not counted. O(nodes).
+  int64_t GetTextBytes() const;
 
   /// Reads one node with all below it out of `text`, which ends at its first zero byte. Returns the bytes used, up to and
   /// including the

@@ -5,6 +5,7 @@
 
 #include "ClassEngine/ClassArray.h"
 #include "ClassEngine/ClassPtr.h"
+#include "ClassEngine/CommsClasses.h"
 #include "ClassEngine/EngineHost.h"
 #include "ClassEngine/Enumerator.h"
 #include "ClassEngine/MemoryBinStream.h"
@@ -64,6 +65,28 @@ class Values : public BaseClass {
   _str* Elsewhere = nullptr;
 };
 
+struct Int2 {
+  int32_t x = 0, y = 0;
+};
+
+/// The same for the engine library's types.
+class LibraryValues : public cClass {
+  REFLECTED(LibraryValues, cClass)
+  bool Flag = false;
+  int Number = 7, Slide = 3, Typed = 4, Kept = 5, Image = -1;
+  float Size = 0.5f, SlideF = 0.25f, TypedF = 0.5f, KeptF = 0.75f;
+  float Corner[2] = {1, 2}, Plane[4] = {};
+  Point Center;
+  Int2 Cell;
+  int32_t Block[3] = {};
+  Shape Kind = Shape::Box;
+  uint32_t Tint = 0xFF102030u;
+  std::string Text, Bound, Picture = "none.png", Sound, Model, Motion, Camera, Level, Settings;
+  cClassList<Values> Items;
+  int Pressed = 0;
+  void Press() { Pressed++; }
+};
+
 /// A tree: derived class, nested object, containers of every kind.
 class Branch : public Values {
   REFLECTED(Branch, Values)
@@ -106,6 +129,7 @@ inline bool LoadBytes(BaseClass& object, std::string_view bytes) {
   return object.LoadBin(nullptr, nullptr, stream);
 }
 
+bool IsOneOf(const std::string& tag, std::initializer_list<std::string_view> tags);
 /// Puts values that differ from the default into every member, by its tag, `depth` containers deep. The name of a member whose
 /// tag has no filler is the answer; empty when all were filled.
 std::string FillNonDefault(BaseClass& object, int& seed, int depth = 2);

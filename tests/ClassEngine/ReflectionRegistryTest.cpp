@@ -12,10 +12,11 @@ using namespace fixture;
 
 namespace {
 
+// Those of the fixtures; other tests declare classes wrongly on purpose.
 std::vector<OneClassDesc*> GetClassesWithMembers() {
   std::vector<OneClassDesc*> classes;
   for (OneClassDesc* desc : GetAllClasses())
-    if (desc->Members.Count) classes.push_back(desc);
+    if (IsOneOf(desc->Name, {"Values", "LibraryValues", "Branch", "Leaf", "Unmentioned"})) classes.push_back(desc);
   return classes;
 }
 
@@ -37,7 +38,7 @@ void ExpectParents(BaseClass& object) {
 TEST(ReflectionRegistry, EveryClassSurvivesXmlBinaryAndCopy) {
   RecordingHost host;
   const auto classes = GetClassesWithMembers();
-  ASSERT_GE(classes.size(), 4u);
+  ASSERT_EQ(classes.size(), 5u);
   for (const OneClassDesc* desc : classes) {
     SCOPED_TRACE(desc->Name);
     const auto filled = Make(*desc), fromXml = Make(*desc), fromBinary = Make(*desc), copy = Make(*desc), reset = Make(*desc);
@@ -141,17 +142,18 @@ TEST(ReflectionRegistry, EveryMemberIsDescribedAndItsDefaultReadsBack) {
       SCOPED_TRACE(info.Name);
       const BaseClass* type = FindClass(info.Type);
       double numbers[4];
-      const float zeros[4] = {};
+      const char zeros[16] = {};
       std::string error, text;
-      const bool plain = type && (type->GetNumbers(zeros, numbers) || info.Type == "_bool" || info.Type == "_index");
+      const bool plain =
+          type && (type->GetNumbers(zeros, numbers) || IsOneOf(info.Type, {"_bool", "_index", "_cBool", "_cIndex"}));
       if (!plain) continue;
       ASSERT_TRUE(SetMemberFromText(*object, info.Name, info.Default, error)) << error;
       EXPECT_TRUE(GetMemberText(*object, info.Name, text) && text == info.Default);
-      for (const char* wrong : {"", "nan", "-inf", "1e999", "12monkeys", "9e99", "1 2 3 4", "--1", "0x", "tru", "Ba"})
+      for (const char* wrong : {"", "nan", "-inf", "1e999", "12monkeys", "9e99", "1 2 3 4 5", "--1", "0x", "tru", "Ba"})
         EXPECT_FALSE(SetMemberFromText(*object, info.Name, wrong, error)) << wrong;
       if (!info.HasRange) continue;
       for (const double end : {info.MinValue, info.MaxValue}) {
-        const bool isFloat = info.Type == "CtrlFSlider" || info.Type == "_float";
+        const bool isFloat = dynamic_cast<const ValueType&>(*type).HoldsFloats();
         const auto print = [&](double value) { return isFloat ? std::to_string(value) : std::to_string(int64_t(value)); };
         EXPECT_TRUE(SetMemberFromText(*object, info.Name, print(end), error)) << error;
         const double past = end == info.MinValue ? end - 1 : end + 1;

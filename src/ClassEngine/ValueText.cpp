@@ -1,4 +1,4 @@
-#include "ClassEngine/NumberText.h"
+#include "ClassEngine/ValueText.h"
 
 #include <charconv>
 #include <cstdio>

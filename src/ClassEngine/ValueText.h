@@ -1,5 +1,5 @@
 #pragma once
-// Numbers as text, without the locale.
+// Single values as text, without the locale.
 #include <cstdint>
 #include <string>
 #include <string_view>

@@ -1,0 +1,194 @@
+// What a reading as a whole is held to: memory in proportion to what is read, and references by name.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include "ClassEngine/ReflectionFixtures.h"
+
+using namespace fixture;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr size_t BigBytes = size_t(1) << 16;
+
+/// Tags of a few bytes, objects of 64 KiB.
+class Big : public BaseClass {
+  REFLECTED(Big, BaseClass)
+  char Room[BigBytes] = {};
+  int Number = 0;
+};
+DECLARE_MEMBERS(Big) { Member<_int>("Number", Number); }
+
+/// Small itself; what it brings along is not.
+class Crate : public BaseClass {
+  REFLECTED(Crate, BaseClass)
+  ClassArray<Big> Inside;
+  Crate() {
+    for (int i = 0; i < 4; i++) Inside.Add(new Big);
+  }
+};
+DECLARE_MEMBERS(Crate) { Member<ClassArray<Big>>("Inside", Inside); }
+
+class Store : public BaseClass {
+  REFLECTED(Store, BaseClass)
+  ClassArray<Big> Bigs;
+  ClassArray<Crate> Crates;
+  ClassPtr<Big> Single;
+  int After = 0;
+};
+DECLARE_MEMBERS(Store) {
+  Member<ClassArray<Big>>("Bigs", Bigs);
+  Member<ClassArray<Crate>>("Crates", Crates);
+  Member<ClassPtr<Big>>("Single", Single);
+  Member<_int>("After", After);
+}
+
+std::string Repeat(const std::string& text, int count) {
+  std::string all;
+  while (count-- > 0) all += text;
+  return all;
+}
+
+/// Refers to an object by name, as the prefix of its class name says.
+template <class T>
+class ClassRef : public BaseClass {
+ public:
+  static const char* StaticClassName() {
+    static const std::string name = std::string("ClassRef.") + T::StaticClassName();
+    return name.c_str();
+  }
+  std::string Name;
+  T* Object = nullptr;
+  bool IsReflected() const override { return true; }
+  const char* GetClassName() const override { return StaticClassName(); }
+  int32_t GetElementCount() override { return 0; }
+  void Save(XmlNode* node, void*, void*) override { node->SetValue(std::string_view(Name)); }
+  bool Load(const XmlNode* node, void*, XmlErrorLog*, void*) override {
+    Name = node->GetValueView();
+    return true;
+  }
+  void SaveBin(void*, void*, BinStream& stream, const LargeNameHash*, const NameHash*) override {
+    WriteBinString(stream, Name, nullptr);
+  }
+  bool LoadBin(void*, void*, BinStream& stream, const LargeNameHash*) override {
+    StrBuffer text;
+    const bool read = ReadBinString(stream, text, nullptr);
+    Name = text.View();
+    return read;
+  }
+  const char* GetClassRefName(void*) override { return Name.c_str(); }
+  bool TryToLinkClass(BaseClass* found, void*) override {
+    if (Name == "Thrower") throw std::runtime_error("no such luck");
+    Object = dynamic_cast<T*>(found);
+    return Object != nullptr;
+  }
+  void UnlinkClass(void*) override { Object = nullptr; }
+};
+
+class Station : public BaseClass {
+  REFLECTED(Station, BaseClass)
+  _str Name;
+  ClassRef<Station> Next;
+  const char* GetDisplayName(void*) override { return Name.c_str(); }
+};
+DECLARE_MEMBERS(Station) {
+  Member<_str>("Name", Name);
+  Member<ClassRef<Station>>("Next", Next);
+}
+
+std::string StationText(const std::string& name, const std::string& next) {
+  return "<Station><Name>" + name + "</Name><Next>" + next + "</Next></Station>";
+}
+
+}  // namespace
+
+TEST(Reading, ItemsStayInProportionToTheText) {
+  RecordingHost host;
+  Store store;
+  XmlErrorLog errors;
+  EXPECT_FALSE(LoadText(store, "<Store><Bigs>" + Repeat("<Big></Big>", 3000) + "</Bigs><After>1</After></Store>", &errors));
+  const std::string message(errors.Messages.View());
+  EXPECT_THAT(message,
+              testing::MatchesRegex("Reading of Store stopped: [0-9]+ bytes ask for items of more than [0-9]+ bytes.\n"));
+  // 64 MiB, and 16 times the text.
+  EXPECT_GE(store.Bigs.Count, 1000);
+  EXPECT_LE(store.Bigs.Count * BigBytes, (size_t(64) << 20) + 16 * 3001 * 11);
+  EXPECT_EQ(store.After, 0);  // the reading stopped there
+
+  // What is sound is read whole, right after and time and again.
+  for (int i = 0; i < 2; i++)
+    EXPECT_TRUE(LoadText(store, "<Store><Bigs>" + Repeat("<Big></Big>", 900) + "</Bigs><After>1</After></Store>"));
+  EXPECT_EQ(store.Bigs.Count, 900);
+  EXPECT_EQ(store.After, 1);
+
+  // A root that is a container; objects that bring more along than they are; a pointer that is replaced over and over.
+  ClassArray<Crate> crates;
+  LoadText(crates, "<A><Crate></Crate></A>");
+  EXPECT_FALSE(LoadText(crates, "<A>" + Repeat("<Crate></Crate>", 1000) + "</A>"));
+  EXPECT_LE(crates.Count, 260);
+  EXPECT_GE(crates.Count, 250);
+  EXPECT_FALSE(LoadText(store, "<Store><Single>" + Repeat("<Big></Big>", 3000) + "</Single></Store>"));
+  EXPECT_THAT(host.LogText, HasSubstr("Reading of ClassArray.Crate stopped: "));  // nobody else listened
+}
+
+TEST(Reading, ItemsStayInProportionToTheStream) {
+  RecordingHost host;
+  const std::string item = std::string("\3Big\0", 5);
+  ClassArray<Big> array;
+  EXPECT_FALSE(LoadBytes(array, std::string("\xB8\x0B\0\0", 4) + Repeat(item, 3000)));
+  EXPECT_LE(array.Count, 1100);
+  EXPECT_THAT(host.LogText, HasSubstr("Reading of ClassArray.Big stopped: 15004 bytes ask for items of more than "));
+  EXPECT_TRUE(LoadBytes(array, std::string("\x84\3\0\0", 4) + Repeat(item, 900)));
+  EXPECT_EQ(array.Count, 900);
+}
+
+TEST(Reading, FurtherFilesCountAsRead) {
+  RecordingHost host;
+  const std::string path = (std::filesystem::temp_directory_path() / "ReadingTest.xml").string();
+  const std::string text =
+      "<Store><Bigs>" + Repeat("<Big><Number>" + std::string(4000, '0') + "1</Number></Big>", 1500) + "</Bigs></Store>";
+  std::ofstream(path) << text;
+  Store store;
+  EXPECT_TRUE(store.ReadFromFile(path.c_str()));  // 6 MB of text are good for 160 MiB
+  EXPECT_EQ(store.Bigs.Count, 1500);
+  std::filesystem::remove(path);
+}
+
+TEST(Reading, ReferencesAreLinkedByNameWhenAllIsRead) {
+  RecordingHost host;
+  ClassArray<Station> line, copy;
+  XmlErrorLog errors;
+  ASSERT_TRUE(
+      LoadText(line, "<Line>" + StationText("A", "C") + StationText("B", "") + StationText("C", "A") + "</Line>", &errors));
+  EXPECT_EQ(errors.Messages.View(), "");
+  EXPECT_EQ(line[0]->Next.Object, line[2]);  // which came later
+  EXPECT_EQ(line[1]->Next.Object, nullptr);
+  EXPECT_EQ(line[2]->Next.Object, line[0]);
+  EXPECT_TRUE(LoadBytes(copy, SaveBytes(line)));
+  EXPECT_EQ(copy[0]->Next.Object, copy[2]);
+  EXPECT_THAT(host.LogText, IsEmpty());
+}
+
+TEST(Reading, FailingReferencesAreReportedAndTheRestIsLinked) {
+  RecordingHost host;
+  ClassArray<Station> line;
+  XmlErrorLog errors;
+  const std::string text =
+      "<Line>" + StationText("A", "Nobody") + StationText("B", "Thrower") + StationText("C", "A") + "</Line>";
+  ASSERT_TRUE(LoadText(line, text, &errors));
+  EXPECT_EQ(errors.Messages.View(), "TryToLinkClass failed!\nTryToLinkClass failed!\n");
+  EXPECT_EQ(line[2]->Next.Object, line[0]);
+  ASSERT_TRUE(LoadText(line, text));
+  EXPECT_EQ(host.LogText, "TryToLinkClass failed!\nTryToLinkClass failed!\n");
+  // Read again, a reference forgets what it referred to before.
+  Station* first = line[0];
+  first->Next.Object = first;
+  errors.Messages.Release();
+  ASSERT_TRUE(LoadText(*first, "<Station><Next>Thrower</Next></Station>", &errors));
+  EXPECT_EQ(first->Next.Object, nullptr);
+}
