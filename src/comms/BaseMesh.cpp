@@ -74,13 +74,21 @@ void BaseMesh::ReleaseBuffers() {
   m_RenderAlive.reset();
 }
 
+static bool LostBuffers(const cRender& render, const BaseMesh& mesh) {
+  for (const int handle : {mesh.VertexBuffer, mesh.IndexBuffer16, mesh.IndexBuffer32})
+    if (handle >= 0 && !render.HasBuffer(handle)) return true;
+  return false;
+}
+
 void BaseMesh::Flush(cRender* render) {
   if (!render) return;
-  if (m_Render != render || m_RenderAlive.expired()) {
+  const bool moved = m_Render != render || m_RenderAlive.expired();
+  if (moved || (m_Generation != render->Generation() && LostBuffers(*render, *this))) {
     ReleaseBuffers();
     m_Render = render;
     m_RenderAlive = render->Alive();
   }
+  m_Generation = render->Generation();
   if (m_Uploaded) return;
   const auto upload = [&](auto& staged, int& handle, BufferKind kind, size_t elementBytes, int count) {
     if (!staged) return;
@@ -110,7 +118,8 @@ void BaseMesh::DrawPrimitives(cRender& render) {
     if (NumVertices > 0 && VertexBuffer >= 0) render.Draw(PrimitiveType, 0, NumVertices);
     return;
   }
-  render.SetIndexBuffer(IndexBuffer32 >= 0 ? IndexBuffer32 : IndexBuffer16);
+  for (const int buffer : {IndexBuffer32, IndexBuffer16})
+    if (buffer >= 0) render.SetIndexBuffer(buffer);
   if (NumIndices > 0 && VertexBuffer >= 0) render.DrawIndexed(PrimitiveType, 0, NumIndices);
 }
 

@@ -35,13 +35,14 @@ class BaseMesh {
   void Finish();
 
   /// Replaces what is staged by copies. NumVertices, NumIndices and, where given, VertexDecl follow. Indices are triples for
-  /// triangles; with both kinds staged the 32-bit ones are drawn.
+  /// triangles; with both kinds in buffers the 16-bit ones, bound last, are drawn.
   void StageVertices(const void* vertices, size_t count, const VertexLayout& layout);
   void StageIndices16(const uint16_t* indices, size_t count);
   void StageIndices32(const uint32_t* indices, size_t count);
 
   /// Turns each staged block into an object of the back end and frees it (with KeepStaged it stays); an old object is released
-  /// first, and a count of zero gives -1. Nothing happens where `render` is null. Main thread.
+  /// first, and a count of zero gives -1. Buffers that the device lost are given up; with KeepStaged they are made anew. Nothing
+  /// happens where `render` is null. Main thread.
   void Flush(cRender* render);
   /// Flushes, binds shader and textures and draws whole. Main thread.
   virtual void Draw(cRender* render);
@@ -76,6 +77,7 @@ class BaseMesh {
   bool m_Uploaded = false;  // staged blocks that were kept are in the buffers already
   cRender* m_Render = nullptr;
   std::weak_ptr<void> m_RenderAlive;  // empty once m_Render is gone
+  int m_Generation = 0;               // of the device when the buffers were last looked at
 };
 
 /// A mesh that stands in the scene, once or several times.

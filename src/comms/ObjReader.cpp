@@ -20,31 +20,90 @@ namespace comms {
 // ------------------------------------------------------------------------------------------------------------
 
 namespace {
+// What the mesh of a file may take: a few bytes can announce many, and a file of nothing else must not fill the memory. The rest
+// of the process, the texts of the chunks among it, finds its place in what is left up to 64 MB.
+class Budget {
+ public:
+  explicit Budget(const cFile& file) : m_Limit(4 * file.Size() + (40 << 20)), m_File(file) {}
+  int64_t Left() const { return m_Limit - m_Taken; }
+  // False after a message.
+  bool Take(int64_t bytes) {
+    m_Taken += bytes;
+    if (m_Taken <= m_Limit) return true;
+    LogError(
+        "cMeshObj::DecodeObj(): \"%s\" holds more than is read from a file of its size: its %lld bytes may take %lld in memory.",
+        m_File.Name().c_str(), static_cast<long long>(m_File.Size()), static_cast<long long>(m_Limit));
+    return false;
+  }
+
+ private:
+  const int64_t m_Limit;
+  int64_t m_Taken = 0;
+  const cFile& m_File;
+};
+
+// What a string takes besides its own bytes.
+int64_t HeapBytes(const cStr& text) {
+  constexpr size_t overhead = 16;
+  return text.capacity() > cStr().capacity() ? int64_t(text.capacity() + 1 + overhead) : 0;
+}
+
 // Objects and materials in the order of the file, and which of them are current.
 class ObjState {
  public:
   ObjState(const cFile& file, cRawMesh& mesh)
-      : m_Mesh(mesh), m_Objects(mesh.Objects), m_Materials(mesh.Materials), m_Libraries(file.Name()), m_FileName(file.Name()) {
-    // A file of nothing but names must not cost many times its size.
-    m_MaxObjects = (int64_t(32 << 20) + 3 * file.Size()) / int64_t(sizeof(cRawObject));
+      : m_Mesh(mesh),
+        m_Budget(file),
+        m_Objects(mesh.Objects),
+        m_Materials(mesh.Materials),
+        m_Libraries(file.Name()),
+        m_FileName(file.Name()) {}
+
+  // Before the first chunk.
+  bool Begin(const cList<ObjChunk>& chunks) {
+    int64_t objects = 1, materials = 0, events = 0;
+    for (const ObjChunk& chunk : chunks) {
+      objects += chunk.NumObjectLines;
+      materials += chunk.NumMaterialLines;
+      events += int64_t(chunk.Events.size());
+    }
+    if (!m_Budget.Take(events + (objects + materials) * int64_t(sizeof(int)))) return false;
+    // At most so many elements come: the lists never grow, which would hold them twice.
+    m_Mesh.Objects.reserve(size_t(std::min(objects, m_Budget.Left() / ObjectBytes)));
+    m_Mesh.Materials.reserve(size_t(std::min({materials, MaxMaterials, m_Budget.Left() / MaterialBytes})));
+    return true;
   }
 
   bool TakeEvents(ObjChunk& chunk) {
     chunk.StartObject = m_Object;
     chunk.StartMaterial = m_Material;
+    chunk.Current.reserve(size_t(chunk.NumObjectLines + chunk.NumMaterialLines));
     const char* at = chunk.Events.data();
     const char* const end = at + chunk.Events.size();
     while (at < end) {
-      const auto kind = ObjEvent(*at);
-      const std::string_view content(at + 2, uint8_t(at[1]));
-      at += 2 + content.size();
+      const auto kind = ObjEvent(*at++);
+      uint16_t size;
+      std::memcpy(&size, at, sizeof size);
+      const std::string_view content(at + sizeof size, size);
+      at = content.data() + size;
       if (!Take(kind, content, chunk)) return false;
     }
     chunk.Events = {};
     return true;
   }
 
+  bool TakeArrays(const ObjCounts& counts) {
+    return m_Budget.Take(counts.Positions * int64_t(sizeof(cVec3)) + counts.TexCoords * int64_t(sizeof(cVec2)) +
+                         counts.Normals * int64_t(sizeof(cVec3)) + counts.Records * int64_t(sizeof(cRawPolyRec)) +
+                         counts.Colors * int64_t(sizeof(uint32_t)));
+  }
+
  private:
+  static constexpr int64_t MaxMaterials = 0x10000;  // a polygon's header keeps 16 bits of the index
+  static constexpr int64_t NameIndexBytes = 24;     // an element, while the table grows
+  static constexpr int64_t ObjectBytes = int64_t(sizeof(cRawObject)) + NameIndexBytes;
+  static constexpr int64_t MaterialBytes = int64_t(sizeof(cRawMaterial) + sizeof(cRawUVSet)) + NameIndexBytes;
+
   bool Take(ObjEvent kind, std::string_view content, ObjChunk& chunk) {
     switch (kind) {
       case ObjEvent::FirstFace:
@@ -53,15 +112,13 @@ class ObjState {
         return true;
       case ObjEvent::Object:
         m_Object = m_Objects.Find(content);
-        if (m_Object < 0 && !AddObject(cStr(content))) return false;
+        if (m_Object < 0 && !AddObject(content)) return false;
         chunk.Current.push_back(m_Object);
         return true;
       case ObjEvent::Instance: {
-        uint32_t index;
-        std::memcpy(&index, content.data(), sizeof index);
-        ObjInstance& instance = chunk.Instances[index];
-        if (!AddObject(std::move(instance.Name))) return false;
-        std::memcpy(m_Mesh.Objects.back().Matrix.m, instance.Matrix, sizeof instance.Matrix);
+        constexpr size_t matrixBytes = sizeof(cMat4::m);
+        if (!AddObject(content.substr(matrixBytes))) return false;
+        std::memcpy(m_Mesh.Objects.back().Matrix.m, content.data(), matrixBytes);
         chunk.Current.push_back(m_Object);
         return true;
       }
@@ -84,40 +141,41 @@ class ObjState {
     return true;
   }
 
-  bool AddObject(cStr name) {
-    if (int64_t(m_Mesh.Objects.size()) >= m_MaxObjects) {
-      LogError("cMeshObj::DecodeObj(): \"%s\" has more than %lld objects, which is more than a file of its size can hold.",
-               m_FileName.c_str(), static_cast<long long>(m_MaxObjects));
-      return false;
-    }
+  bool AddObject(std::string_view name) {
+    cStr text(name);
+    if (!m_Budget.Take(ObjectBytes + HeapBytes(text))) return false;
     m_Object = int(m_Mesh.Objects.size());
-    m_Mesh.Objects.emplace_back().Name = std::move(name);
+    m_Mesh.Objects.emplace_back().Name = std::move(text);
     m_Objects.AddLast();
     return true;
   }
 
   bool AddMaterial(std::string_view name) {
-    constexpr size_t MaxMaterials = 0x10000;  // a polygon's header keeps 16 bits of the index
-    if (m_Mesh.Materials.size() == MaxMaterials) {
-      LogError("cMeshObj::DecodeObj(): \"%s\" has more than %zu materials.", m_FileName.c_str(), MaxMaterials);
+    if (int64_t(m_Mesh.Materials.size()) == MaxMaterials) {
+      LogError("cMeshObj::DecodeObj(): \"%s\" has more than %lld materials.", m_FileName.c_str(),
+               static_cast<long long>(MaxMaterials));
       return false;
     }
     MtlPaths paths = m_Library.empty() ? MtlPaths() : m_Libraries.Find(m_Library, name);
+    cStr text(name);
+    int64_t bytes = MaterialBytes + 2 * HeapBytes(text);  // its UV set takes the name too
+    for (const cStr& path : paths) bytes += HeapBytes(path);
+    if (!m_Budget.Take(bytes)) return false;
     m_Material = int(m_Mesh.Materials.size());
     cRawMaterial& material = m_Mesh.Materials.emplace_back();
-    material.Name = name;
+    material.Name = std::move(text);
     for (size_t slot = 0; slot < paths.size(); slot++) material.Textures[slot].FileName = std::move(paths[slot]);
     m_Materials.AddLast();
     return true;
   }
 
   cRawMesh& m_Mesh;
+  Budget m_Budget;
   NameIndex<cList<cRawObject>> m_Objects;
   NameIndex<cList<cRawMaterial>> m_Materials;
   MtlLibraries m_Libraries;
   cStr m_FileName, m_Library;
   int m_Object = -1, m_Material = 0;
-  int64_t m_MaxObjects;
 };
 }  // namespace
 
@@ -131,6 +189,7 @@ static void Add(ObjCounts& sum, const ObjCounts& counts) {
 
 bool ResolveObjChunks(const cFile& file, cList<ObjChunk>& chunks, cRawMesh& mesh) {
   ObjState state(file, mesh);
+  if (!state.Begin(chunks)) return false;
   ObjCounts sum;
   for (ObjChunk& chunk : chunks) {
     chunk.Base = sum;
@@ -143,6 +202,7 @@ bool ResolveObjChunks(const cFile& file, cList<ObjChunk>& chunks, cRawMesh& mesh
              static_cast<long long>(most));
     return false;
   }
+  if (!state.TakeArrays(sum)) return false;
   mesh.Positions.resize(size_t(sum.Positions));
   mesh.TexCoords.resize(size_t(sum.TexCoords));
   mesh.Normals.resize(size_t(sum.Normals));

@@ -15,7 +15,8 @@ struct ObjReadOptions {
   int64_t ChunkBytes = 1 << 19;
 };
 
-/// Fills an empty mesh. False after one message (and a second with file and line where there is one).
+/// Fills an empty mesh. False after one message (and a second with file and line where there is one). A file whose mesh would
+/// take more than four times its bytes and 40 MiB is refused: no mesh of any use is written in so few.
 bool ReadObj(const cFile& file, cRawMesh& mesh, const ObjReadOptions& options = {});
 
 /// Elements of the arrays: how many a stretch of the file holds, or how many stand before it.
@@ -23,19 +24,14 @@ struct ObjCounts {
   int64_t Positions = 0, TexCoords = 0, Normals = 0, Records = 0, Colors = 0;
 };
 
-/// Kinds of lines that change what follows. Each is kept as kind, length of its content in one byte, content.
+/// Kinds of lines that change what follows. Each is kept as kind, length of its content in two bytes, content.
 enum class ObjEvent : uint8_t {
   FirstFace,  ///< first polygon of a chunk, where no object was made current before it there; no content
   Object,     ///< name
-  Instance,   ///< index of it in the list of the chunk, 4 bytes
+  Instance,   ///< 16 floats, name
   Pivot,      ///< 3 floats
   Library,    ///< name
   Material    ///< name
-};
-
-struct ObjInstance {
-  cStr Name;
-  float Matrix[16];
 };
 
 struct ObjChunk {
@@ -43,8 +39,8 @@ struct ObjChunk {
   int64_t Begin = 0, End = 0;  ///< bytes of the file; equal where no line begins in the chunk
   ObjCounts Counts;
   cStr Events;
-  cList<ObjInstance> Instances;
-  int64_t FailAt = -1;  ///< byte of the line that ends the load
+  int NumObjectLines = 0, NumMaterialLines = 0;  ///< Object and Instance; Material
+  int64_t FailAt = -1;                           ///< byte of the line that ends the load
 
   // Resolving.
   ObjCounts Base;

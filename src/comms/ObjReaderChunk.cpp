@@ -162,9 +162,11 @@ struct CountVisitor {
   }
 
   void Add(ObjEvent kind, std::string_view content) {
+    const uint16_t size = uint16_t(content.size());
     Chunk.Events += char(kind);
-    Chunk.Events += char(content.size());
-    Chunk.Events += content;
+    Chunk.Events.append(reinterpret_cast<const char*>(&size), sizeof size).append(content);
+    Chunk.NumObjectLines += kind == ObjEvent::Object || kind == ObjEvent::Instance;
+    Chunk.NumMaterialLines += kind == ObjEvent::Material;
   }
 
   bool Ordinary(ObjRecord record, const char*, const ObjLineScan& scan) { return Count(record, scan.Tokens); }
@@ -201,17 +203,14 @@ struct CountVisitor {
   }
 
   void AddInstance(const ObjLine& line) {
-    ObjInstance instance;
-    const std::string_view name = WithoutQuotes(line.Token(2)), source = WithoutQuotes(line.Token(4));
-    instance.Name = cRawObject::InstancePrefix;
-    instance.Name.append(source).append("|").append(name);
+    float matrix[16];
     for (int i = 0; i < 16; i++) {
       const char* at = line.TokenText(5 + i);
-      instance.Matrix[i] = ParseFloat(at);
+      matrix[i] = ParseFloat(at);
     }
-    const uint32_t index = uint32_t(Chunk.Instances.size());
-    Chunk.Instances.push_back(std::move(instance));
-    Add(ObjEvent::Instance, {reinterpret_cast<const char*>(&index), sizeof index});
+    const std::string_view name = WithoutQuotes(line.Token(2)), source = WithoutQuotes(line.Token(4));
+    cStr content(reinterpret_cast<const char*>(matrix), sizeof matrix);
+    Add(ObjEvent::Instance, content.append(cRawObject::InstancePrefix).append(source).append("|").append(name));
     HasObject = true;
   }
 };

@@ -219,7 +219,10 @@ class PieceWriter {
     at = PrintIndex(at, uint32_t(m_Plan.Positions.Numbers[size_t(corner.Position())]));
     const bool hasTexCoord = m_Plan.HasTexCoords && corner.TexCoord() >= 0;
     if (hasTexCoord || m_Plan.HasNormals) *at++ = '/';
-    if (hasTexCoord) at = PrintIndex(at, uint32_t(m_Plan.TexCoords.Numbers[size_t(corner.TexCoord())]));
+    if (hasTexCoord)
+      at = PrintIndex(at, uint32_t(m_Plan.TexCoords.Numbers[size_t(corner.TexCoord())]));
+    else if (m_Plan.HasTexCoords && m_Plan.HasNormals)
+      *at++ = '0';  // every corner of such a file has three numbers; this one names no element
     if (m_Plan.HasNormals) {
       *at++ = '/';
       at = PrintIndex(at, uint32_t(m_Plan.Normals.Numbers[size_t(corner.Normal())]));
@@ -301,11 +304,13 @@ bool WriteObjSections(const cRawMesh& mesh, const ObjPlan& plan, cFile& file) {
 // --- library
 // -----------------------------------------------------------------------------------------------------------------------
 
-bool WriteMtl(const cRawMesh& mesh, const cStr& objPath) {
-  SafeFileWriter file(GetFolder(objPath) + GetBaseName(objPath) + ".mtl");
-  if (file.Failed()) {
-    LogWarning("%s", file.Error().c_str());
-    return true;  // the mesh is whole without it
+// The library beside the OBJ file. It goes into place together with it, so that neither an old library stands beside a new mesh
+// nor the reverse.
+static void WriteMtl(const cRawMesh& mesh, cFile& file) {
+  auto library = std::make_unique<SafeFileWriter>(GetFolder(file.Name()) + GetBaseName(file.Name()) + ".mtl");
+  if (library->Failed()) {
+    LogWarning("%s", library->Error().c_str());
+    return;  // the mesh is whole without it
   }
   for (const cRawMaterial& material : mesh.Materials) {
     cStr text = "newmtl " + material.Name +
@@ -315,11 +320,9 @@ bool WriteMtl(const cRawMesh& mesh, const cStr& objPath) {
       const cStr& path = material.Textures[slot].FileName;
       if (!path.empty()) text += MtlKeywords[slot].Text + path + "\n";
     }
-    file.Write(text.data(), text.size());
+    library->Write(text.data(), text.size());
   }
-  if (file.Commit()) return true;
-  LogError("%s", file.Error().c_str());
-  return false;
+  file.CloseWith(std::move(library));
 }
 
 // --- codec
@@ -366,12 +369,10 @@ static void EncodeMesh(cMeshObj& codec, cRawMesh& mesh, cFile& file) {
   file.WriteStr(("# Wavefront Obj file\r\n# " + mesh.Name + "\r\n").c_str());
   file.WriteStr(Format("# verts: %d uv-s: %d\r\n", int(mesh.Positions.size()), int(mesh.TexCoords.size())).c_str());
   for (cRawMaterial& material : mesh.Materials) std::replace(material.Name.begin(), material.Name.end(), ' ', '_');
+  WriteMtl(mesh, file);
   file.WriteStr(("mtllib " + GetBaseName(file.Name()) + ".mtl\r\n").c_str());
   WriteObjSections(mesh, plan, file);
   file.WriteStr(Format("\r\n# %lld faces\r\n", static_cast<long long>(plan.NumPolygons)).c_str());
-  // A disk that is too full for the mesh must not leave the old mesh beside a new library.
-  if (file.Flush() && !WriteMtl(mesh, file.Name()))
-    file.Fail(Format("Can't write \"%s\": its material library can't be written.", file.Name().c_str()));
   EncodeMorphs(codec, std::exchange(mesh.Morphs, {}), mesh, file);
 }
 

@@ -45,7 +45,4 @@ cList<int> SortBySmoothingGroup(cRawMesh& mesh);
 /// Writes the sections of all objects. False where the file took no more.
 bool WriteObjSections(const cRawMesh& mesh, const ObjPlan& plan, cFile& file);
 
-/// The library beside the OBJ file at `objPath`. A failure is logged; false where the library had been opened.
-bool WriteMtl(const cRawMesh& mesh, const cStr& objPath);
-
 }  // namespace comms

@@ -107,11 +107,20 @@ bool SafeFileWriter::Write(const void* data, size_t size) {
   return true;
 }
 
-bool SafeFileWriter::Commit() {
-  if (!Flush()) return false;
-  if (!m_File->PutInPlace()) return Fail(m_File->Reason);
-  m_File = nullptr;
-  return true;
+bool SafeFileWriter::Commit() { return CommitTogether({this}); }
+
+bool SafeFileWriter::CommitTogether(std::initializer_list<SafeFileWriter*> writers) {
+  std::vector<WriterFile*> files;
+  for (SafeFileWriter* writer : writers) {
+    if (!writer->Flush()) return false;
+    files.push_back(writer->m_File.get());
+  }
+  const bool done = PutInPlace(files);
+  for (SafeFileWriter* writer : writers) {
+    if (writer->m_File->Failed) writer->Fail(writer->m_File->Reason);
+    writer->m_File = nullptr;
+  }
+  return done;
 }
 
 }  // namespace comms

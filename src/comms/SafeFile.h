@@ -3,6 +3,7 @@
 // is checked, the file is synced, renamed over the old one, and the folder is synced.
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -38,6 +39,10 @@ class SafeFileWriter {
   /// Syncs, closes and renames over `path`. False where anything failed: the old file is whole, or, where only the sync of the
   /// folder failed, the new one.
   bool Commit();
+  /// Commits files that belong together: all are complete and synced before the first is renamed, they are renamed in the order
+  /// given, and where one can't be, those before it are taken back as far as the file system allows. False with the reason in
+  /// Error() of the one that failed.
+  static bool CommitTogether(std::initializer_list<SafeFileWriter*> writers);
   bool Failed() const { return !m_Error.empty(); }
   /// The first failure as a sentence with file and reason; empty while all is well.
   const std::string& Error() const { return m_Error; }

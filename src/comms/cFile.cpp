@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstring>
+#include <utility>
 
 #include "ClassEngine/FileBinStream.h"
 #include "comms/SafeFile.h"
@@ -21,6 +22,7 @@ cFile::~cFile() = default;
 bool cFile::Open(const char* fileName, Mode mode) {
   m_Reader.reset();
   m_Writer.reset();
+  m_Other.reset();
   m_Error.clear();
   m_Name = fileName;
   if (mode == Read) {
@@ -34,8 +36,12 @@ bool cFile::Open(const char* fileName, Mode mode) {
 
 bool cFile::Close() {
   m_Reader.reset();
-  if (m_Writer && m_Error.empty() && !m_Writer->Commit()) m_Error = m_Writer->Error();
+  if (m_Writer && m_Error.empty()) {
+    const bool done = m_Other ? SafeFileWriter::CommitTogether({m_Other.get(), m_Writer.get()}) : m_Writer->Commit();
+    if (!done) m_Error = m_Writer->Failed() ? m_Writer->Error() : m_Other->Error();
+  }
   m_Writer.reset();
+  m_Other.reset();
   return m_Error.empty();
 }
 
@@ -80,6 +86,8 @@ bool cFile::Flush() {
   if (!m_Writer->Flush()) m_Error = m_Writer->Error();
   return m_Error.empty();
 }
+
+void cFile::CloseWith(std::unique_ptr<SafeFileWriter> other) { m_Other = std::move(other); }
 
 void cFile::Fail(const cStr& sentence) {
   if (m_Error.empty()) m_Error = sentence;

@@ -51,6 +51,8 @@ class __attribute__((visibility("default"))) cFile {
   /// Hands everything written so far to the system. False after any failure, and without a writer.
   bool Flush();
 
+  /// Close puts `other` in place together with this file, just before it: both or neither.
+  void CloseWith(std::unique_ptr<SafeFileWriter> other);
   /// Marks the written file as not worth keeping: Close drops it and answers false.
   void Fail(const cStr& sentence);
   /// The first failure as a sentence; empty while all is well.
@@ -62,7 +64,7 @@ class __attribute__((visibility("default"))) cFile {
   T ReadValue();
   cStr m_Name, m_Error;
   std::unique_ptr<Reader> m_Reader;
-  std::unique_ptr<SafeFileWriter> m_Writer;
+  std::unique_ptr<SafeFileWriter> m_Writer, m_Other;
 };
 
 }  // namespace comms

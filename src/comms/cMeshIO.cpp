@@ -88,8 +88,8 @@ void cMeshIO::Init() {
 // Meshes in the program's own folders were made in its own axes.
 static bool IsExchangePath(const char* path) { return !std::strstr(path, "VoxStamps") && !std::strstr(path, "ToolsPresets"); }
 
-static cRawMesh* LoadList(std::string_view names) {
-  auto* const mesh = new cRawMesh;
+static std::unique_ptr<cRawMesh> LoadList(std::string_view names) {
+  auto mesh = std::make_unique<cRawMesh>();
   while (!names.empty()) {
     const size_t length = std::min(names.find(';'), names.size());
     const cStr name(names.substr(0, length));
@@ -112,13 +112,7 @@ static void MakeUVSets(cRawMesh& mesh) {
   }
 }
 
-cRawMesh* cMeshIO::LoadMesh(const char* fileName) {
-  Init();
-  if (fileName && std::strchr(fileName, ';')) return LoadList(fileName);
-  if (!fileName) {
-    LogError("cMeshIO::LoadMesh(): File name is NULL.");
-    return nullptr;
-  }
+static std::unique_ptr<cRawMesh> LoadOne(const char* fileName) {
   const cStr extension = GetExtension(fileName);
   if (extension.empty()) {
     LogError("cMeshIO::LoadMesh(): File name \"%s\" has no extension.", fileName);
@@ -135,16 +129,29 @@ cRawMesh* cMeshIO::LoadMesh(const char* fileName) {
     return nullptr;
   }
   LogInfo("cMeshIO::LoadMesh(): Loaded mesh file \"%s\".", fileName);
-  cMeshCodec* const codec = FindCodec(extension.c_str());
+  cMeshCodec* const codec = cMeshIO::FindCodec(extension.c_str());
   if (!codec) {
     LogError("cMeshIO::LoadMesh(): No codec for mesh file \"%s\".", fileName);
     return nullptr;
   }
-  cRawMesh* const mesh = codec->Decode(file);
+  std::unique_ptr<cRawMesh> mesh(codec->Decode(file));
   if (mesh && mesh->UVSets.empty()) MakeUVSets(*mesh);
-  if (mesh && m_SwapYZ && IsExchangePath(fileName)) SwapYZ(*mesh, false);
-  file.Close();
+  if (mesh && cMeshIO::m_SwapYZ && IsExchangePath(fileName)) mesh->SwapYZ(false);
   return mesh;
+}
+
+cRawMesh* cMeshIO::LoadMesh(const char* fileName) {
+  Init();
+  if (!fileName) {
+    LogError("cMeshIO::LoadMesh(): File name is NULL.");
+    return nullptr;
+  }
+  try {
+    return (std::strchr(fileName, ';') ? LoadList(fileName) : LoadOne(fileName)).release();
+  } catch (const std::exception& error) {
+    LogError("cMeshIO::LoadMesh(): Not enough memory for \"%s\" (%s).", fileName, error.what());
+    return nullptr;
+  }
 }
 
 bool cMeshIO::SaveMesh(cRawMesh* mesh, const char* fileName) {

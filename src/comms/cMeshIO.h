@@ -22,8 +22,8 @@ class cMeshIO {
   static void SetPluginFolder(const cStr& folder);
   static cMeshCodec* FindCodec(const char* extension);
 
-  /// A new mesh owned by the caller, or null after a message. Several names parted by ";" give one merged mesh, never null; names
-  /// that fail are left out of it.
+  /// A new mesh owned by the caller, or null after a message. Several names parted by ";" give one merged mesh, never null unless
+  /// memory ran out; names that fail are left out of it.
   static cRawMesh* LoadMesh(const char* fileName);
   /// False after a message; the old file is then whole. With m_SwapYZ on, `mesh` comes back turned in the cases that return early
   /// and for the program's own folders: hand in a mesh that is thrown away afterwards.

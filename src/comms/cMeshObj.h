@@ -8,7 +8,8 @@ namespace comms {
 class cMeshObj : public cMeshCodec {
  public:
   /// Null at the end of the file, or after one message. Indices stay as the file gives them, out of range or not; a zero position
-  /// index and too short v, vt and vn lines fail. Text that holds no number reads as 0, one too large for a float as infinity.
+  /// index and too short v, vt and vn lines fail, and so does a file of a mesh far larger than itself (see ObjReader.h). Text
+  /// that holds no number reads as 0, one too large for a float as infinity.
   cRawMesh* Decode(cFile& file) override;
   bool DecodeObj(cFile& file, cRawMesh& mesh);
   /// Writes `mesh` to `file` and its materials beside it. Only what belongs to an object of the list is written. Blanks in

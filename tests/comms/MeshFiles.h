@@ -1,5 +1,5 @@
 #pragma once
-// Files of a test: a folder that goes with it, whole texts in and out.
+// Files of a test: a folder that goes with it, whole texts in and out; names of a mesh's lists.
 #include <unistd.h>
 
 #include <filesystem>
@@ -33,3 +33,10 @@ class TestFolder {
  private:
   std::filesystem::path m_Path;
 };
+
+template <class List>
+std::string Names(const List& list) {
+  std::string names;
+  for (const auto& element : list) names += element.Name + "\n";
+  return names;
+}

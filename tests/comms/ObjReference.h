@@ -35,18 +35,12 @@ class ObjReference {
         continue;
       }
       if ((word == "g" || word == "o") && count >= 2) object = FindOrAdd(mesh.Objects, m_Tokens[1]);
-      if (word == "v") {
-        if (count < 4) return Fail("cMeshObj::DecodeObj(): Too few position coordinates");
-        mesh.Positions.push_back(ReadVec3());
-      }
-      if (word == "vt") {
-        if (count < 3) return Fail("cMeshObj::DecodeObj(): Too few texture coordinates");
-        mesh.TexCoords.push_back({comms::ParseFloat(m_Tokens[1]), comms::ParseFloat(m_Tokens[2])});
-      }
-      if (word == "vn") {
-        if (count < 4) return Fail("cMeshObj::DecodeObj(): Too few normal coordinates");
-        mesh.Normals.push_back(ReadVec3());
-      }
+      if (word == "v" && count < 4) return Fail("cMeshObj::DecodeObj(): Too few position coordinates");
+      if (word == "vt" && count < 3) return Fail("cMeshObj::DecodeObj(): Too few texture coordinates");
+      if (word == "vn" && count < 4) return Fail("cMeshObj::DecodeObj(): Too few normal coordinates");
+      if (word == "v") mesh.Positions.push_back(ReadVec3());
+      if (word == "vt") mesh.TexCoords.push_back({comms::ParseFloat(m_Tokens[1]), comms::ParseFloat(m_Tokens[2])});
+      if (word == "vn") mesh.Normals.push_back(ReadVec3());
       if (word == "f" && count >= 4) {
         if (object < 0) object = FindOrAdd(mesh.Objects, "default");
         if (!ReadPolygon(mesh, material, object)) return Fail("cMeshObj: Zero indices not allowed");
@@ -68,21 +62,16 @@ class ObjReference {
   bool ReadLine() {
     m_Line.clear();
     m_Tokens.clear();
-    bool hasLine = false;
     while (m_At < m_Text.size() && m_Line.size() < 2047) {
       const char c = m_Text[m_At++];
-      if (c != '\r' && c != '\n') {
+      if (c != '\r' && c != '\n')
         m_Line += c;
-      } else if (!m_Line.empty()) {
-        if (m_Line.back() == '\\') {
-          m_Line.back() = ' ';
-        } else {
-          hasLine = true;
-          break;
-        }
-      }
+      else if (!m_Line.empty() && m_Line.back() == '\\')
+        m_Line.back() = ' ';
+      else if (!m_Line.empty())
+        break;
     }
-    if (!hasLine && m_Line.empty()) return false;
+    if (m_Line.empty()) return false;
     if (m_Line.compare(0, 11, "# matrix4x4") != 0 && m_Line.compare(0, 5, "#MRGB") != 0 && m_Line.compare(0, 6, "#pivot") != 0 &&
         m_Line.find('#') != std::string::npos)
       m_Line.resize(m_Line.find('#'));
