@@ -37,7 +37,7 @@ void FillDentedSphere(VolumeObject& volume, int radius) {
         cell->Analyze(true, false);
       }
   volume.MarkAllChanged();
-  volume.RefreshChanges(false);
+  volume.RefreshSurfaces();
 }
 
 /// Bytes that the allocator really spends on a block, its own word included.

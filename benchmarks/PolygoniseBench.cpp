@@ -93,7 +93,7 @@ void MeasureMesh(const std::string& file, int resolution, std::vector<bench::Cla
   std::vector<openvdb::Vec3I> triangles;
   std::vector<openvdb::Vec4I> quads;
   const bench::Pair pair = bench::MeasurePairs(
-      9, [&] { volume.RefreshChanges(false); }, [&] { openvdb::tools::volumeToMesh(*grid, points, triangles, quads, 0.0, 0.0); },
+      9, [&] { volume.RefreshSurfaces(); }, [&] { openvdb::tools::volumeToMesh(*grid, points, triangles, quads, 0.0, 0.0); },
       [&] { ForgetSurface(volume); },
       [&] {
         points = {};

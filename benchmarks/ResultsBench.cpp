@@ -95,7 +95,7 @@ Claim CheckSymmetry(const TriangleSoup& mesh) {
   const TriangleSoup both = WithMirrorImage(mesh);
   const std::unique_ptr<VolumeObject> volume = VoxelizeScan(both, LongestSide(both) / 256);
   if (!volume) return claim.Skipped = "the mesh was refused", claim;
-  volume->RefreshChanges(false);
+  volume->RefreshSurfaces();
   using Digits = std::array<uint32_t, 6>;
   std::vector<Digits> vertices, images;
   for (const SurfaceCell& cell : CollectSurfaceCells(*volume))
@@ -154,7 +154,7 @@ Claim MeasureDistance(const TriangleSoup& mesh, const char* name) {
   claim.Goal = "<= 1";
   const std::unique_ptr<VolumeObject> volume = VoxelizeScan(mesh, LongestSide(mesh) / 256);
   if (!volume) return claim.Skipped = "the mesh was refused", claim;
-  volume->RefreshChanges(false);
+  volume->RefreshSurfaces();
 
   // Triangles by the cubes of four voxels that their boxes, one voxel larger, touch: a vertex asks its own cube alone.
   constexpr double Cube = 4;

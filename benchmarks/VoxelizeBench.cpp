@@ -92,7 +92,7 @@ void BenchTime(const TriangleSoup& mesh, const Input& input, int resolution, std
 void BenchSurface(const TriangleSoup& mesh, const Input& input, std::vector<Claim>& claims) {
   const std::unique_ptr<VolumeObject> volume = VoxelizeScan(mesh, LongestSide(mesh) / 256);
   if (!volume) return;
-  volume->RefreshChanges(false);
+  volume->RefreshSurfaces();
   const SurfaceStats stats = MeasureSurface(*volume);
   Claim closed;
   closed.Text = std::string("Surface of ") + input.Name + " at 256: boundary and non-manifold edges";

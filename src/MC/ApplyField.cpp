@@ -372,7 +372,7 @@ class Pass {
       return;
     }
     const CellKey& key = work.Key;
-    VoxelCell& cell = work.Cell ? *work.Cell : *m_Volume.GetCell(key.x, key.y, key.z, true, false, false);
+    VoxelCell& cell = work.Cell ? *work.Cell : *m_Volume.GetCell(key.x, key.y, key.z, true, true, false);
     if (!inPlace) {
       cell.StrokeBase = work.Block;
       uint16_t* old = std::exchange(cell.Density, nullptr);

@@ -7,8 +7,9 @@
 #include "ClassEngine/unihash.h"
 #include "MC/VoxelCell.h"
 
-/// One level: boxes keyed by cell coordinates >> level, and the keys whose box is stale. The tables grow with what they hold;
-/// their content follows from the cells and is stored nowhere.
+/// One level: boxes keyed by cell coordinates >> level, and the keys whose box is stale. The tables grow with what they hold:
+/// room for the largest sculptures from the start would cost every small volume, and a scene of hundreds, megabytes each. Their
+/// content follows from the cells and is stored nowhere.
 class ABOcTreeLevel : public BaseClass {
   REFLECTED(ABOcTreeLevel, BaseClass)
   CoordHash<VolumeBox> Boxes;

@@ -48,7 +48,7 @@ ApplyOptions OptionsFor(const DabOptions& options, float radius) {
 }
 
 void SetStrokeConstants(const Dab& dab, const DabOptions& options) {
-  CurrentStroke = Mirrored(MakeStrokeConstants(dab, options.Mode == ApplySubtract), options.Mirror);
+  CurrentDab = Mirrored(MakeStrokeConstants(dab, options.Mode == ApplySubtract), options.Mirror);
 }
 
 }  // namespace
@@ -78,18 +78,18 @@ ApplyReport ApplySphereDab(VolumeObject& volume, const cVec3& center, float radi
   if (!IsUsable(dab)) return {};
   SetStrokeConstants(dab, options);
   const float reach = radius + float(volume.RampWidth) / 2;
-  return ApplyField(volume, SphereField(CurrentStroke.spCenter, radius, volume.RampWidth), BoxOf(CurrentStroke, reach),
+  return ApplyField(volume, SphereField(CurrentDab.spCenter, radius, volume.RampWidth), BoxOf(CurrentDab, reach),
                     OptionsFor(options, radius));
 }
 
 ApplyReport ApplySegmentDab(VolumeObject& volume, const Dab& dab, const DabOptions& options) {
   if (!IsUsable(dab)) return {};
   SetStrokeConstants(dab, options);
-  const float radius = LargerRadius(CurrentStroke);
+  const float radius = LargerRadius(CurrentDab);
   ApplyOptions apply = OptionsFor(options, std::min(dab.R1, dab.R2));
   apply.CellCap = ApplyOptions::SegmentCellCap;
-  return ApplyField(volume, SegmentField(CurrentStroke, volume.RampWidth),
-                    BoxOf(CurrentStroke, radius + float(volume.RampWidth) / 2), apply);
+  return ApplyField(volume, SegmentField(CurrentDab, volume.RampWidth),
+                    BoxOf(CurrentDab, radius + float(volume.RampWidth) / 2), apply);
 }
 
 ApplyReport ApplyWorldSegmentDab(VolumeObject& volume, const Dab& worldDab, const DabOptions& options) {
@@ -99,23 +99,23 @@ ApplyReport ApplyWorldSegmentDab(VolumeObject& volume, const Dab& worldDab, cons
   DabOptions unmirrored = options;
   unmirrored.Mirror = MirrorNone;
   SetStrokeConstants(worldDab, unmirrored);
-  const WorldSegmentField field(CurrentStroke, volume.SpaceMatrix, 1 / unitsPerVoxel, volume.RampWidth, options.Mirror);
+  const WorldSegmentField field(CurrentDab, volume.SpaceMatrix, 1 / unitsPerVoxel, volume.RampWidth, options.Mirror);
   const cVec3 a = Mirrored(volume.WorldToVolume(worldDab.P1), options.Mirror);
   const cVec3 b = Mirrored(volume.WorldToVolume(worldDab.P2), options.Mirror);
   ApplyOptions apply = OptionsFor(options, std::min(worldDab.R1, worldDab.R2) / unitsPerVoxel);
   apply.CellCap = ApplyOptions::SegmentCellCap;
-  return ApplyField(volume, field, BoxAround(a, b, LargerRadius(CurrentStroke) / unitsPerVoxel), apply);
+  return ApplyField(volume, field, BoxAround(a, b, LargerRadius(CurrentDab) / unitsPerVoxel), apply);
 }
 
 ApplyReport ApplyCarveDab(VolumeObject& volume, const Dab& dab, const CarvePen& pen, const DabOptions& options) {
   if (!IsUsable(dab) || !std::isfinite(pen.Base)) return {};
   SetStrokeConstants(dab, options);
-  const float radius = LargerRadius(CurrentStroke);
+  const float radius = LargerRadius(CurrentDab);
   const float height = std::max({dab.H1, dab.H2, 1.0f});
   // A flat lens is thinner than its pen is wide: the finer probing goes by the thinner of the two.
   const float thickness = std::max(0.0f, std::min(dab.R1 * dab.H1, dab.R2 * dab.H2) + pen.Base);
-  return ApplyField(volume, CarveField(CurrentStroke, pen, volume.RampWidth),
-                    BoxOf(CurrentStroke, radius * height + std::fabs(pen.Base) + float(volume.RampWidth) / 2),
+  return ApplyField(volume, CarveField(CurrentDab, pen, volume.RampWidth),
+                    BoxOf(CurrentDab, radius * height + std::fabs(pen.Base) + float(volume.RampWidth) / 2),
                     OptionsFor(options, std::min({dab.R1, dab.R2, thickness})));
 }
 
@@ -147,6 +147,6 @@ ApplyReport ApplyStamp(VolumeObject& volume, const VolumeObject& source, const D
                      {0, 0, 0, 1}}};
   const cVec3 origin = center - toSource.TransformPoint(dab.P1);
   toSource.m[3][0] = origin.x, toSource.m[3][1] = origin.y, toSource.m[3][2] = origin.z;
-  return ApplyField(volume, StampField(source, toSource, options.Mirror), BoxOf(CurrentStroke, Length(half) / scale),
+  return ApplyField(volume, StampField(source, toSource, options.Mirror), BoxOf(CurrentDab, Length(half) / scale),
                     OptionsFor(options, dab.R1));
 }

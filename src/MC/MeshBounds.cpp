@@ -19,6 +19,7 @@ void MeshBounds::Add(const MeshBounds& other) {
     High[k] = std::max(High[k], other.High[k]);
   }
   Area += other.Area;
+  SingleSidedArea += other.SingleSidedArea;
 }
 
 namespace {
@@ -100,7 +101,7 @@ bool MeasureMesh(const TriangleView& mesh, const VoxelMapping& mapping, MeshBoun
 
 RasterFrame FrameOf(const MeshBounds& bounds) {
   // The ramp ends two voxels outside the surface; one more for the rounding of vertices.
-  constexpr int margin = 3;
+  const int margin = 3 + (bounds.SingleSidedArea > 0 ? OneSidedVoxels : 0);
   RasterFrame frame;
   int32_t* const first[3] = {&frame.FirstCell.x, &frame.FirstCell.y, &frame.FirstCell.z};
   for (int k = 0; k < 3; k++) {
@@ -115,7 +116,9 @@ double EstimateBytes(const MeshBounds& bounds, const RasterFrame& frame) {
   // Depths: each axis sees the area shrunk by the angle, sqrt(3) times the area in all; binned, sorted and kept.
   const double entryBytes = 1.7321 * bounds.Area * (sizeof(EntryBins::Entry) + 2 * sizeof(int32_t));
   // A surface crosses up to about three cells for every 64 square voxels, ramp included, and touches eight at least.
-  const double surfaceCells = std::min(cells, 3 * bounds.Area / (CellSize * CellSize) + 8);
+  // The solid behind a surface of one side ends raggedly, so all its cells may need their samples.
+  const double crossed = bounds.Area + bounds.SingleSidedArea * OneSidedVoxels / CellSize;
+  const double surfaceCells = std::min(cells, 3 * crossed / (CellSize * CellSize) + 8);
   // A cell's record, its place in the table and its entries in the lists of changes.
   const double recordBytes = sizeof(VoxelCell) + 2 * sizeof(void*) + 64;
   return double(frame.RayCount()) * sizeof(uint32_t) + entryBytes + surfaceCells * CellSamples * sizeof(uint16_t) +

@@ -11,7 +11,7 @@ struct TriangleView;
 /// Extent and area of the triangles, in the voxels of `mapping`; unused vertices do not count.
 struct MeshBounds {
   double Low[3] = {1e300, 1e300, 1e300}, High[3] = {-1e300, -1e300, -1e300};
-  double Area = 0;
+  double Area = 0, SingleSidedArea = 0;  ///< the second is part of the first
   bool Empty() const { return High[0] < Low[0]; }
   void Add(const MeshBounds& other);
 };

@@ -75,18 +75,23 @@ void BuildTables(const std::vector<const VolRastr*>& rasterisers, DepthTables& t
 
 }  // namespace
 
-void MeshVoxelizer::AddTriangle(const cVec3& a, const cVec3& b, const cVec3& c) {
+void MeshVoxelizer::AddTriangle(const cVec3& a, const cVec3& b, const cVec3& c, uint16_t material) {
+  if (m_Singles.empty() || m_Singles.back().Material != material) m_Singles.push_back({material, {}, {}});
+  Singles& singles = m_Singles.back();
   for (const cVec3& p : {a, b, c}) {
-    m_Corners.push_back(int32_t(m_Positions.size()));
-    m_Positions.push_back(p);
+    singles.Corners.push_back(int32_t(singles.Positions.size()));
+    singles.Positions.push_back(p);
   }
 }
 
-void MeshVoxelizer::AddMesh(const TriangleView& mesh, const VoxelMapping& mapping) { m_Sources.push_back({mesh, mapping}); }
+void MeshVoxelizer::AddMesh(const TriangleView& mesh, const VoxelMapping& mapping, uint16_t material) {
+  m_Sources.push_back({mesh, mapping, material});
+}
 
 std::vector<MeshVoxelizer::Source> MeshVoxelizer::Sources() const {
   std::vector<Source> sources = m_Sources;
-  sources.push_back({{m_Positions.data(), m_Positions.size(), m_Corners.data(), m_Corners.size() / 3}, {}});
+  for (const Singles& s : m_Singles)
+    sources.push_back({{s.Positions.data(), s.Positions.size(), s.Corners.data(), s.Corners.size() / 3}, {}, s.Material});
   return sources;
 }
 
@@ -106,6 +111,7 @@ bool MeshVoxelizer::RunStages(VolumeObject& target, int32_t mode, bool backup) {
   for (const Source& source : sources) {
     MeshBounds part;
     if (!MeasureMesh(source.Mesh, source.Mapping, part, Error)) return false;
+    if (source.Material >= OneSided) part.SingleSidedArea = part.Area;
     bounds.Add(part);
     Report.Triangles += int64_t(source.Mesh.TriangleCount);
   }
@@ -126,7 +132,7 @@ bool MeshVoxelizer::RunStages(VolumeObject& target, int32_t mode, bool backup) {
         for (size_t i = range.begin(); i != range.end(); i++, corners += 3)
           rasteriser.AddTriangle(SnapVertex(source.Mesh.Positions[corners[0]], source.Mapping),
                                  SnapVertex(source.Mesh.Positions[corners[1]], source.Mapping),
-                                 SnapVertex(source.Mesh.Positions[corners[2]], source.Mapping));
+                                 SnapVertex(source.Mesh.Positions[corners[2]], source.Mapping), source.Material);
       });
     if (stop(1)) return false;
     std::vector<const VolRastr*> parts;

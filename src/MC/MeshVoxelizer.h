@@ -5,7 +5,7 @@
 //
 // A mesh need not be sound. Overlapping shells unite, a shell turned inside out is solid all the same, a shell inside another
 // that is turned against it is a cavity. Rays that meet the surface an odd number of times, at holes, say nothing; the other two
-// axes decide.
+// axes decide. An open sheet is made solid on purpose by a material of one side.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -42,10 +42,10 @@ class MeshVoxelizer {
  public:
   explicit MeshVoxelizer(const VoxelizeLimits& limits = {}) : m_Limits(limits) {}
 
-  /// Voxel space.
-  void AddTriangle(const comms::cVec3& a, const comms::cVec3& b, const comms::cVec3& c);
+  /// Voxel space. Materials from OneSided on make a surface of one side, see MC/VolRastr.h.
+  void AddTriangle(const comms::cVec3& a, const comms::cVec3& b, const comms::cVec3& c, uint16_t material = 0);
   /// Refers to the arrays until Run has returned.
-  void AddMesh(const TriangleView& mesh, const VoxelMapping& mapping = {});
+  void AddMesh(const TriangleView& mesh, const VoxelMapping& mapping = {}, uint16_t material = 0);
 
   /// Merges the solid of all triangles by `mode` (ApplyMode of MC/ApplyField.h). Cells that change are backed up once a stroke
   /// where `backup` is set, and marked changed; FrozenCell cells and the samples that others share with them stay as they are.
@@ -64,13 +64,18 @@ class MeshVoxelizer {
   struct Source {
     TriangleView Mesh;
     VoxelMapping Mapping;
+    uint16_t Material = 0;
+  };
+  struct Singles {  // triangles that were added one by one, of one material
+    uint16_t Material = 0;
+    std::vector<comms::cVec3> Positions;
+    std::vector<int32_t> Corners;
   };
   std::vector<Source> Sources() const;
   bool RunStages(VolumeObject& target, int32_t mode, bool backup);
   VoxelizeLimits m_Limits;
   std::vector<Source> m_Sources;
-  std::vector<comms::cVec3> m_Positions;  // of single triangles
-  std::vector<int32_t> m_Corners;
+  std::vector<Singles> m_Singles;
 };
 
 struct VoxelizeOptions {

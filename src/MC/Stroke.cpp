@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 #include "MC/Dabs.h"
 
@@ -19,36 +20,49 @@ std::array<float, 3> AxisScales(const comms::cMat4& space) {
 // Voxels; balls closer than this add nothing but time.
 constexpr float LeastStep = 0.25f;
 
+void Refresh(VolumeObject& volume, const StrokeOptions& options) {
+  if (options.BuildGroups)
+    volume.RefreshChanges();
+  else
+    volume.RefreshSurfaces();
+}
+
 // A sample with its pressure applied, in the space of the dabs.
 struct Tip {
   cVec3 Position, Normal;
   float Radius = 0, Height = 0;
 };
 
-class StrokeRunner {
+}  // namespace
+
+class StrokeRun::Runner {
  public:
-  StrokeRunner(VolumeObject& volume, const Stroke& stroke, const StrokeOptions& options)
+  Runner(VolumeObject& volume, const Stroke& stroke, const StrokeOptions& options)
       : m_Volume(volume), m_Stroke(stroke), m_Options(options), m_Uniform(IsUniformSpace(volume.SpaceMatrix)) {
+    m_Stroke.Samples.clear();
     const auto scales = AxisScales(volume.SpaceMatrix);
     m_UnitsPerVoxel = std::cbrt(scales[0] * scales[1] * scales[2]);
     m_InWorld = stroke.Tool == StrokeTool::Segment && !m_Uniform;
   }
 
-  StrokeReport Run() {
-    std::vector<Tip> tips;
-    for (const PenSample& sample : m_Stroke.Samples) {
-      const Tip tip = MakeTip(sample);
-      if (tips.empty() || IsApart(tips.back(), tip)) tips.push_back(tip);
-    }
+  void Add(const PenSample& sample) {
+    const Tip tip = MakeTip(sample);
+    if (m_Tips > 0 && !IsApart(m_Last, tip)) return;
     if (m_Stroke.Tool == StrokeTool::Sphere) {
-      RunSpheres(tips);
-    } else if (m_Stroke.Tool == StrokeTool::Stamp || tips.size() == 1) {
-      for (const Tip& tip : tips) RunDab(tip, tip);
-    } else {
-      for (size_t i = 1; i < tips.size(); i++) RunDab(tips[i - 1], tips[i]);
+      m_Tips > 0 ? RunSpheres(m_Last, tip) : RunDab(tip, tip);
+    } else if (m_Stroke.Tool == StrokeTool::Stamp) {
+      RunDab(tip, tip);
+    } else if (m_Tips > 0) {
+      RunDab(m_Last, tip);
     }
-    return m_Report;
+    m_Last = tip;
+    m_Tips++;
   }
+  void Finish() {
+    const bool reaches = m_Stroke.Tool == StrokeTool::Segment || m_Stroke.Tool == StrokeTool::Carve;
+    if (reaches && m_Tips == 1) RunDab(m_Last, m_Last);
+  }
+  const StrokeReport& Report() const { return m_Report; }
 
  private:
   Tip MakeTip(const PenSample& sample) const {
@@ -69,30 +83,24 @@ class StrokeRunner {
     return m_Stroke.Spacing <= 0 || Length(b.Position - a.Position) >= m_Stroke.Spacing * std::max(a.Radius, b.Radius);
   }
 
-  // Balls along the path, at equal distances in radii of where they stand.
-  void RunSpheres(const std::vector<Tip>& tips) {
-    if (tips.empty()) return;
-    RunDab(tips[0], tips[0]);
+  // Balls along a piece of the path, at equal distances in radii of where they stand.
+  void RunSpheres(const Tip& a, const Tip& b) {
     const float spacing = m_Stroke.Spacing > 0 ? m_Stroke.Spacing : Stroke::SphereSpacing;
-    float due = 0;  // part of the next step that the path before this piece has gone
-    for (size_t i = 1; i < tips.size(); i++) {
-      const Tip &a = tips[i - 1], &b = tips[i];
-      const float length = Length(b.Position - a.Position);
-      if (!(length > 0) || !std::isfinite(length)) continue;
-      for (float at = 0;;) {
-        const float t = at / length;
-        const float step = std::max(spacing * (a.Radius + (b.Radius - a.Radius) * t), LeastStep);
-        const float go = step * (1 - due);
-        if (at + go > length) {
-          due += (length - at) / step;
-          break;
-        }
-        at += go;
-        due = 0;
-        const float u = at / length;
-        const Tip tip{a.Position + (b.Position - a.Position) * u, a.Normal, a.Radius + (b.Radius - a.Radius) * u, 1};
-        RunDab(tip, tip);
+    const float length = Length(b.Position - a.Position);
+    if (!(length > 0) || !std::isfinite(length)) return;
+    for (float at = 0;;) {
+      const float t = at / length;
+      const float step = std::max(spacing * (a.Radius + (b.Radius - a.Radius) * t), LeastStep);
+      const float go = step * (1 - m_Due);
+      if (at + go > length) {
+        m_Due += (length - at) / step;
+        return;
       }
+      at += go;
+      m_Due = 0;
+      const float u = at / length;
+      const Tip tip{a.Position + (b.Position - a.Position) * u, a.Normal, a.Radius + (b.Radius - a.Radius) * u, 1};
+      RunDab(tip, tip);
     }
   }
 
@@ -105,7 +113,7 @@ class StrokeRunner {
       m_Report.Apply = m_Report.Apply + ApplyDab(dab, {m_Stroke.Mode, m_Stroke.Airbrush, mirror});
       m_Report.Dabs++;
     }
-    if (m_Options.RefreshEachDab) m_Volume.RefreshChanges(m_Options.BuildGroups);
+    if (m_Options.RefreshEachDab) Refresh(m_Volume, m_Options);
   }
   ApplyReport ApplyDab(const Dab& dab, const DabOptions& options) {
     switch (m_Stroke.Tool) {
@@ -122,14 +130,15 @@ class StrokeRunner {
   }
 
   VolumeObject& m_Volume;
-  const Stroke& m_Stroke;
-  const StrokeOptions& m_Options;
+  Stroke m_Stroke;
+  StrokeOptions m_Options;
   bool m_Uniform, m_InWorld = false;
   float m_UnitsPerVoxel = 1;
+  Tip m_Last;       // the last sample that counted
+  int m_Tips = 0;   // samples that counted
+  float m_Due = 0;  // Sphere: part of the next step that the path so far has gone
   StrokeReport m_Report;
 };
-
-}  // namespace
 
 bool IsUniformSpace(const comms::cMat4& space) {
   const auto scales = AxisScales(space);
@@ -138,11 +147,21 @@ bool IsUniformSpace(const comms::cMat4& space) {
 }
 
 StrokeReport ApplyStroke(VolumeObject& volume, const Stroke& stroke, const StrokeOptions& options) {
-  return StrokeRunner(volume, stroke, options).Run();
+  StrokeRun run(volume, stroke, options);
+  for (const PenSample& sample : stroke.Samples) run.Add(sample);
+  run.Finish();
+  return run.Report();
 }
 
+StrokeRun::StrokeRun(VolumeObject& volume, const Stroke& settings, const StrokeOptions& options)
+    : m_Runner(std::make_unique<Runner>(volume, settings, options)) {}
+StrokeRun::~StrokeRun() = default;
+void StrokeRun::Add(const PenSample& sample) { m_Runner->Add(sample); }
+void StrokeRun::Finish() { m_Runner->Finish(); }
+const StrokeReport& StrokeRun::Report() const { return m_Runner->Report(); }
+
 void FinishStroke(VolumeObject& volume, StrokeListener* listener, const StrokeOptions& options) {
-  if (listener && volume.BackupCount > 0) listener->OnStrokeEnd(volume, volume.StrokeCellKeys);
-  volume.EndStroke(false);
-  volume.RefreshChanges(options.BuildGroups);
+  StrokeCells replaced = volume.TakeStroke();
+  if (listener && !replaced.Empty()) listener->OnStrokeEnd(volume, std::move(replaced));
+  Refresh(volume, options);
 }

@@ -1,6 +1,7 @@
 #pragma once
 // Strokes: lists of pen samples in world space, run as dabs with their mirror images.
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -36,12 +37,11 @@ struct Stroke {
   static constexpr float SphereSpacing = 0.25f;
 };
 
-/// Hears of every stroke that changed something, before its backups are dropped. The undo record takes them from there: a
-/// listener may move VoxelCell::Backup out of the cells of `keys` (all of them hold one; keys past MaxStrokeKeys are not listed).
+/// Hears of every stroke that changed something and owns what the stroke replaced: an undo record keeps it, or its bytes.
 class StrokeListener {
  public:
   virtual ~StrokeListener() = default;
-  virtual void OnStrokeEnd(VolumeObject& volume, const std::vector<CellKey>& keys) = 0;
+  virtual void OnStrokeEnd(VolumeObject& volume, StrokeCells replaced) = 0;
 };
 
 struct StrokeOptions {
@@ -58,8 +58,28 @@ struct StrokeReport {
 /// scaled apart Segment keeps its shape in world space; the other tools are round in voxels.
 StrokeReport ApplyStroke(VolumeObject& volume, const Stroke& stroke, const StrokeOptions& options = {});
 
-/// Ends a stroke: the listener (null: none) gets the backups unless nothing was touched, what it leaves is dropped,
-/// StrokeCellKeys and BackupCount are emptied, and the changes are refreshed.
+/// A stroke that comes in pieces, as a pen delivers it. However the samples are parted, the dabs are those of ApplyStroke with
+/// all of them: what a dab needs of the samples before it is kept here.
+class StrokeRun {
+ public:
+  /// `settings` gives all but the samples, which are passed over. The volume outlives the run.
+  StrokeRun(VolumeObject& volume, const Stroke& settings, const StrokeOptions& options = {});
+  ~StrokeRun();
+  StrokeRun(const StrokeRun&) = delete;
+  StrokeRun& operator=(const StrokeRun&) = delete;
+  /// Segment and Carve reach from sample to sample, so the first one waits for the second.
+  void Add(const PenSample& sample);
+  /// No sample follows: one that stayed alone becomes a dab of its own. Once.
+  void Finish();
+  const StrokeReport& Report() const;
+
+ private:
+  class Runner;
+  std::unique_ptr<Runner> m_Runner;
+};
+
+/// Ends a stroke: the listener (null: none) gets the cells as they were before, unless nothing was touched, and the changes are
+/// refreshed.
 void FinishStroke(VolumeObject& volume, StrokeListener* listener = nullptr, const StrokeOptions& options = {});
 
 /// Whether the axes of a volume are scaled alike: every ratio of two of them lies in 0.98 .. 1.02.

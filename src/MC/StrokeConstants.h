@@ -23,7 +23,7 @@ struct StrokeConstants {
 };
 
 /// The constants in force.
-inline StrokeConstants CurrentStroke;
+inline StrokeConstants CurrentDab;
 
 /// Axes of a mirror image, one bit each; planes go through the origin of volume space.
 enum MirrorAxes : int { MirrorNone = 0, MirrorX = 1, MirrorY = 2, MirrorZ = 4 };

@@ -49,10 +49,10 @@ void EntryBins::AddChunk(Bin& bin) {
 struct VolRastr::Projected {
   int64_t u[3], v[3], w[3];
   int64_t Area;
-  bool Enters;
+  int32_t Side;
 };
 
-void VolRastr::AddTriangle(const SnappedVertex& a, const SnappedVertex& b, const SnappedVertex& c) {
+void VolRastr::AddTriangle(const SnappedVertex& a, const SnappedVertex& b, const SnappedVertex& c, uint16_t material) {
   // Dense meshes: most triangles lie between the rays. An axis along which no sample lies in the triangle's range excludes the
   // two directions that have it as u or v.
   const auto load = [](const SnappedVertex& p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p.c)); };
@@ -60,18 +60,19 @@ void VolRastr::AddTriangle(const SnappedVertex& a, const SnappedVertex& b, const
   const __m128i low = _mm_min_epi32(_mm_min_epi32(pa, pb), pc), high = _mm_max_epi32(_mm_max_epi32(pa, pb), pc);
   const __m128i first = _mm_srai_epi32(_mm_add_epi32(low, _mm_set1_epi32(VertexUnits - 1)), VertexShift);
   const int misses = _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(first, _mm_srai_epi32(high, VertexShift))));
-  if (!(misses & 6)) RasterizeAlong(0, a, b, c);
-  if (!(misses & 5)) RasterizeAlong(1, a, b, c);
-  if (!(misses & 3)) RasterizeAlong(2, a, b, c);
+  if (!(misses & 6)) RasterizeAlong(0, a, b, c, material);
+  if (!(misses & 5)) RasterizeAlong(1, a, b, c, material);
+  if (!(misses & 3)) RasterizeAlong(2, a, b, c, material);
 }
 
-void VolRastr::RasterizeAlong(int axis, const SnappedVertex& a, const SnappedVertex& b, const SnappedVertex& c) {
+void VolRastr::RasterizeAlong(int axis, const SnappedVertex& a, const SnappedVertex& b, const SnappedVertex& c,
+                              uint16_t material) {
   const int ku = RasterFrame::AxisU(axis), kv = RasterFrame::AxisV(axis);
-  Projected t{{a.c[ku], b.c[ku], c.c[ku]}, {a.c[kv], b.c[kv], c.c[kv]}, {a.c[axis], b.c[axis], c.c[axis]}, 0, false};
+  Projected t{{a.c[ku], b.c[ku], c.c[ku]}, {a.c[kv], b.c[kv], c.c[kv]}, {a.c[axis], b.c[axis], c.c[axis]}, 0, 0};
   t.Area = (t.u[1] - t.u[0]) * (t.v[2] - t.v[0]) - (t.v[1] - t.v[0]) * (t.u[2] - t.u[0]);
   if (t.Area == 0) return;  // seen edge-on: an infinitely small step takes every ray off it
   // The normal's component along the axis is the area, but for y, where (u, v) = (x, z) is a left-handed view.
-  t.Enters = (t.Area < 0) != (axis == 1);
+  t.Side = SideOf(material, (t.Area < 0) != (axis == 1));
   if (t.Area < 0) {
     t.Area = -t.Area;
     std::swap(t.u[1], t.u[2]);
@@ -144,7 +145,7 @@ void VolRastr::FillRows(const Projected& t, const int64_t bias[3], int32_t u0, i
     for (int32_t u = u0; u <= u1; u++) {
       if ((e0 | e1 | e2) >= 0) {
         const Wide depth = Wide(e0 - bias[0]) * t.w[0] + Wide(e1 - bias[1]) * t.w[1] + Wide(e2 - bias[2]) * t.w[2];
-        PutPixel(u - shiftU, v - shiftV, RoundedQuotient<Wide>(depth * (DepthUnits / VertexUnits), t.Area, inverse), t.Enters);
+        PutPixel(u - shiftU, v - shiftV, RoundedQuotient<Wide>(depth * (DepthUnits / VertexUnits), t.Area, inverse), t.Side);
       }
       e0 += stepU[0], e1 += stepU[1], e2 += stepU[2];
     }
@@ -154,19 +155,9 @@ void VolRastr::FillRows(const Projected& t, const int64_t bias[3], int32_t u0, i
 
 namespace {
 
-// Sorts one list, cleans it in place and returns its new count.
-uint32_t CleanList(int32_t* keys, uint32_t count, RayCount& rays) {
-  rays.Hit++;
-  if (count & 1) {
-    rays.Skipped++;
-    return 0;
-  }
-  if (count == 2 && (keys[0] ^ keys[1]) & 1) {
-    const int32_t low = std::min(keys[0], keys[1]) >> 1, high = std::max(keys[0], keys[1]) >> 1;
-    if (low == high) return 0;
-    keys[0] = low, keys[1] = high;
-    return 2;
-  }
+constexpr int SideBits = 2;  // below the depth in a key
+
+void SortKeys(int32_t* keys, uint32_t count) {
   if (count < 16) {
     for (uint32_t i = 1; i < count; i++) {
       const int32_t key = keys[i];
@@ -177,18 +168,58 @@ uint32_t CleanList(int32_t* keys, uint32_t count, RayCount& rays) {
   } else {
     std::sort(keys, keys + count);
   }
+}
+
+// Sorts one list of a closed mesh, cleans it in place and returns its new count.
+uint32_t CleanList(int32_t* keys, uint32_t count, RayCount& rays) {
+  if (count & 1) {
+    rays.Skipped++;
+    return 0;
+  }
+  if (count == 2 && (keys[0] ^ keys[1]) & SideEnters) {
+    const int32_t low = std::min(keys[0], keys[1]) >> SideBits, high = std::max(keys[0], keys[1]) >> SideBits;
+    if (low == high) return 0;
+    keys[0] = low, keys[1] = high;
+    return 2;
+  }
+  SortKeys(keys, count);
   int32_t balance = 0;
-  for (uint32_t i = 0; i < count; i++) balance += keys[i] & 1 ? 1 : -1;
+  for (uint32_t i = 0; i < count; i++) balance += keys[i] & SideEnters ? 1 : -1;
 
   uint32_t kept = 0;
   int32_t winding = 0;
   for (uint32_t i = 0; i < count;) {
-    const int32_t depth = keys[i] >> 1, before = winding;
-    for (; i < count && keys[i] >> 1 == depth; i++) winding += balance ? 1 : keys[i] & 1 ? 1 : -1;
+    const int32_t depth = keys[i] >> SideBits, before = winding;
+    for (; i < count && keys[i] >> SideBits == depth; i++) winding += balance ? 1 : keys[i] & SideEnters ? 1 : -1;
     const bool wasInside = balance ? before & 1 : before != 0, isInside = balance ? winding & 1 : winding != 0;
     if (wasInside != isInside) keys[kept++] = depth;
   }
   return kept;
+}
+
+// Sorts a list that meets a surface of one side and appends its alternating depths to `depths`.
+void AppendSingleSided(int32_t* keys, uint32_t count, std::vector<int32_t>& depths) {
+  SortKeys(keys, count);
+  uint32_t left = 0;  // faces that coincide with opposite sides vanish in pairs
+  for (uint32_t i = 0; i < count; i++) {
+    const bool vanishes =
+        left > 0 && keys[left - 1] >> SideBits == keys[i] >> SideBits && (keys[left - 1] ^ keys[i]) & SideEnters;
+    if (vanishes)
+      left--;
+    else
+      keys[left++] = keys[i];
+  }
+  if (left == 0) return;
+  constexpr int32_t reach = OneSidedVoxels * DepthUnits;
+  bool inside = !(keys[0] & SideEnters);
+  if (inside) depths.push_back((keys[0] >> SideBits) - reach);
+  for (uint32_t i = 0; i < left; i++) {
+    const int32_t depth = keys[i] >> SideBits;
+    const bool enters = keys[i] & SideEnters;
+    depths.insert(depths.end(), enters == inside ? 2 : 1, depth);
+    inside = enters;
+  }
+  if (inside) depths.push_back((keys[left - 1] >> SideBits) + reach);
 }
 
 }  // namespace
@@ -210,19 +241,41 @@ void BuildBand(const RasterFrame& frame, int axis, int32_t band, const std::vect
   for (uint32_t& at : begin) total += std::exchange(at, total);
   std::vector<int32_t> keys(total);
   // Filling moves every beginning to the list's end, which is the next one's beginning.
-  forEachEntry([&](const EntryBins::Entry& entry) { keys[begin[entry.Ray]++] = entry.Key; });
+  int32_t sides = 0;
+  forEachEntry([&](const EntryBins::Entry& entry) {
+    keys[begin[entry.Ray]++] = entry.Key;
+    sides |= entry.Key;
+  });
 
-  uint32_t from = 0, kept = 0;
-  for (size_t ray = 0; ray < rayCount; ray++) {
-    const uint32_t to = begin[ray], count = to - from;
-    begin[ray] = kept;
-    if (count) {
-      const uint32_t left = CleanList(keys.data() + from, count, rays);
-      std::copy_n(keys.data() + from, left, keys.data() + kept);
-      kept += left;
+  uint32_t kept = 0;
+  const auto forEachList = [&](auto&& take) {
+    uint32_t from = 0;
+    for (size_t ray = 0; ray < rayCount; ray++) {
+      const uint32_t to = begin[ray], count = to - from;
+      begin[ray] = kept;
+      if (count) {
+        rays.Hit++;
+        take(keys.data() + from, count);
+      }
+      from = to;
     }
-    from = to;
+    begin[rayCount] = kept;
+  };
+  if (sides & SideIsSingle) {
+    result.Depths.clear();
+    forEachList([&](int32_t* list, uint32_t count) {
+      if (std::any_of(list, list + count, [](int32_t key) { return key & SideIsSingle; }))
+        AppendSingleSided(list, count, result.Depths);
+      else
+        result.Depths.insert(result.Depths.end(), list, list + CleanList(list, count, rays));
+      kept = uint32_t(result.Depths.size());
+    });
+  } else {
+    forEachList([&](int32_t* list, uint32_t count) {
+      const uint32_t left = CleanList(list, count, rays);
+      std::copy_n(list, left, keys.data() + kept);
+      kept += left;
+    });
+    result.Depths.assign(keys.begin(), keys.begin() + kept);
   }
-  begin[rayCount] = kept;
-  result.Depths.assign(keys.begin(), keys.begin() + kept);
 }

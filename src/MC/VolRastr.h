@@ -15,6 +15,18 @@
 #include "MC/CellKey.h"
 #include "comms/Vec.h"
 
+/// Materials from OneSided on make a surface of one side: no solid that closes, but a skin with the solid behind it. The solid
+/// lies before the skin along each axis; for OneSidedBehind beyond it. It is OneSidedVoxels deep.
+inline constexpr uint16_t OneSided = 255, OneSidedBehind = 256;
+inline constexpr int32_t OneSidedVoxels = 128;
+/// Side of an entry: bit 1 where the ray enters the solid, bit 2 on a surface of one side.
+enum EntrySide : int32_t { SideEnters = 1, SideIsSingle = 2 };
+/// Side of a triangle of the given material that is turned so that rays enter through it (or leave).
+inline int32_t SideOf(uint16_t material, bool enters) {
+  if (material < OneSided) return enters ? SideEnters : 0;
+  return material == OneSidedBehind ? SideIsSingle | SideEnters : SideIsSingle;
+}
+
 /// Units of snapped coordinates and of depths, a voxel.
 inline constexpr int VertexShift = 12, DepthShift = 13;
 inline constexpr int32_t VertexUnits = 1 << VertexShift, DepthUnits = 1 << DepthShift;
@@ -50,6 +62,7 @@ struct RasterFrame {
 };
 
 /// Cleaned depth lists of the rays of one band. A list alternates between entering and leaving the solid, rising, in DepthUnits.
+/// A depth that stands twice is a surface with the same on both sides.
 struct DepthBand {
   std::vector<uint32_t> Begin;  ///< per ray (row * Samples(u) + u), and the end
   std::vector<int32_t> Depths;
@@ -81,7 +94,7 @@ class EntryBins {
  public:
   struct Entry {
     uint32_t Ray;  ///< in its band
-    int32_t Key;   ///< depth * 2 + (the ray enters the solid)
+    int32_t Key;   ///< depth * 4 + side: RasterRange voxels just fit
   };
   explicit EntryBins(const RasterFrame& frame);
   ~EntryBins();
@@ -120,17 +133,17 @@ class VolRastr {
   explicit VolRastr(const RasterFrame& frame) : Bins(frame), m_Frame(frame) {}
 
   /// The vertices must lie within the frame.
-  void AddTriangle(const SnappedVertex& a, const SnappedVertex& b, const SnappedVertex& c);
-  /// Stores an entry for the active axis: (u, v) relative to the frame, depth in DepthUnits.
-  void PutPixel(int32_t u, int32_t v, int32_t depth, bool enters) {
-    Bins.Append(m_Axis, v >> 3, {uint32_t(v & 7) * uint32_t(m_RowRays) + uint32_t(u), depth * 2 + int32_t(enters)});
+  void AddTriangle(const SnappedVertex& a, const SnappedVertex& b, const SnappedVertex& c, uint16_t material = 0);
+  /// Stores an entry for the active axis: (u, v) relative to the frame, depth in DepthUnits, side as SideOf has it.
+  void PutPixel(int32_t u, int32_t v, int32_t depth, int32_t side) {
+    Bins.Append(m_Axis, v >> 3, {uint32_t(v & 7) * uint32_t(m_RowRays) + uint32_t(u), depth * 4 + side});
   }
 
   EntryBins Bins;
 
  private:
   struct Projected;
-  void RasterizeAlong(int axis, const SnappedVertex& a, const SnappedVertex& b, const SnappedVertex& c);
+  void RasterizeAlong(int axis, const SnappedVertex& a, const SnappedVertex& b, const SnappedVertex& c, uint16_t material);
   void FillRectangle(const Projected& t, int32_t u0, int32_t u1, int32_t v0, int32_t v1);
   template <class Wide>
   void FillRows(const Projected& t, const int64_t bias[3], int32_t u0, int32_t u1, int32_t v0, int32_t v1);
@@ -143,5 +156,8 @@ class VolRastr {
 /// Sorts and cleans the entries that the rasterisers collected for one band. Lists of odd count are dropped and counted. Where
 /// the sides of a list balance, the entries at which the winding number leaves or reaches 0 are kept, so that overlapping shells
 /// unite and faces that coincide with opposite sides vanish; where they do not, every second entry leaves (even-odd).
+///
+/// A list with an entry of a surface of one side may have any count: faces that coincide with opposite sides vanish, then each
+/// entry says by itself what lies beyond it, up to the next one or OneSidedVoxels away; the first also says what lies before it.
 void BuildBand(const RasterFrame& frame, int axis, int32_t band, const std::vector<const VolRastr*>& rasterisers,
                DepthBand& result, RayCount& count);

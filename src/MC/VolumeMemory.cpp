@@ -40,11 +40,6 @@ size_t VolumeMemory::Total() const {
 
 VolumeMemory VolumeObject::CountMemory() const {
   VolumeMemory memory;
-  auto countBlocks = [&](const SurfaceData& s) {
-    memory.VertexBytes += s.Vertices.HeapBytes();
-    memory.IndexBytes += s.Indices.HeapBytes();
-    memory.OtherBlockBytes += s.OtherHeapBytes();
-  };
   ForEachCell([&](const CellKey&, const VoxelCell& cell) {
     memory.Cells++;
     if (cell.Surface)
@@ -53,8 +48,13 @@ VolumeMemory VolumeObject::CountMemory() const {
       memory.FilledCells++;
     else
       memory.UniformCells++;
-    if (cell.Surface) countBlocks(*cell.Surface);
-    if (cell.Backup && cell.Backup->Surface) countBlocks(*cell.Backup->Surface);
+    if (const SurfaceData* s = cell.Surface) {
+      memory.VertexBytes += s->Vertices.HeapBytes();
+      memory.IndexBytes += s->Indices.HeapBytes();
+      memory.OtherBlockBytes += s->OtherHeapBytes();
+    }
+    if (const SurfaceData* s = cell.Backup ? cell.Backup->Surface : nullptr)
+      memory.OtherBlockBytes += s->Vertices.HeapBytes() + s->Indices.HeapBytes() + s->OtherHeapBytes();
   });
   memory.TableBytes = Cells.Bytes();
   memory.CellBytes = CellPool.SlabBytes();

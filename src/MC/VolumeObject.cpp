@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "ClassEngine/Assert.h"
 
@@ -20,28 +21,32 @@ VoxelCell* VolumeObject::GetCell(int32_t x, int32_t y, int32_t z, bool create, b
   SpinGuard guard(lock ? &m_TableLock : nullptr);
   const CellKey key{x, y, z};
   VoxelCell* cell = Cells.Find(key);
-  if (!cell) {
+  const bool missing = !cell;
+  if (missing) {
     if (!create) return nullptr;
     cell = NewCell(lock);
     Cells.Insert(key, cell);
     MinCell = {std::min(MinCell.x, x), std::min(MinCell.y, y), std::min(MinCell.z, z)};
     MaxCell = {std::max(MaxCell.x, x), std::max(MaxCell.y, y), std::max(MaxCell.z, z)};
   }
-  if (backup && !cell->Backup) MakeBackup(key, *cell, lock);
+  if (backup && !cell->Backup) MakeBackup(key, *cell, missing, lock);
   return cell;
 }
 
 VoxelCell* VolumeObject::BackupCell(int32_t x, int32_t y, int32_t z) {
   VoxelCell* cell = Cells.Find({x, y, z});
-  if (cell && !cell->Backup) MakeBackup({x, y, z}, *cell, true);
+  if (cell && !cell->Backup) MakeBackup({x, y, z}, *cell, false, true);
   return cell ? cell->Backup : nullptr;
 }
 
-void VolumeObject::MakeBackup(const CellKey& key, VoxelCell& source, bool lock) {
+void VolumeObject::MakeBackup(const CellKey& key, VoxelCell& source, bool wasMissing, bool lock) {
   VoxelCell* copy = NewCell(lock);
+  copy->WasMissing = wasMissing;
   if (SurfaceData* surface = source.Surface) {
     if (surface->SavedVertices.Empty()) surface->SavedVertices.Assign(surface->Vertices);
     if (surface->SavedIndices.Empty()) surface->SavedIndices.Assign(surface->Indices);
+    const int32_t* dirty = DirtyCells.Find(key);
+    copy->SurfaceWasStale = dirty && *dirty == DirtyPolygonize;
     if (!surface->VertexIds.Empty() || surface->ColorLayers.Count()) {
       AllocateSurface(*copy);
       copy->Surface->VertexIds.Assign(surface->VertexIds);
@@ -71,13 +76,14 @@ void VolumeObject::AllocateSurface(VoxelCell& cell) {
 
 void VolumeObject::FreeSurface(VoxelCell& cell) {
   if (!cell.Surface) return;
+  if (cell.Backup) MoveSavedSurface(cell);
   cell.Surface->~SurfaceData();
   SurfacePool.Free(cell.Surface, true);
   cell.Surface = nullptr;
 }
 
 void VolumeObject::FreeCell(VoxelCell* cell) {
-  if (cell->Backup) FreeCell(cell->Backup);
+  if (cell->Backup) FreeCell(std::exchange(cell->Backup, nullptr));
   FreeSurface(*cell);
   if (cell->Density) VoxelPool.Free(cell->Density, true);
   if (cell->StrokeBase) VoxelPool.Free(cell->StrokeBase, true);
@@ -90,35 +96,6 @@ void VolumeObject::DeleteCell(const CellKey& key) {
   if (!cell) return;
   if (cell->Surface && !cell->Surface->Vertices.Empty()) m_IdsCurrent = false;
   FreeCell(cell);
-}
-
-void VolumeObject::EndStroke(bool restore) {
-  auto end = [&](const CellKey& key, VoxelCell& cell) {
-    if (!cell.Backup) return;
-    if (restore) {
-      std::swap(cell.Density, cell.Backup->Density);
-      cell.UniformValue = cell.Backup->UniformValue;
-      constexpr uint8_t own = HasOutside | HasInside | ShadowCell;
-      cell.Flags = uint8_t((cell.Flags & ~(own | UniformKept | FillPending | Unpacked)) | (cell.Backup->Flags & own));
-    }
-    FreeCell(cell.Backup);
-    cell.Backup = nullptr;
-    if (cell.StrokeBase) VoxelPool.Free(cell.StrokeBase, true);
-    cell.StrokeBase = nullptr;
-    if (cell.Surface) {
-      cell.Surface->SavedVertices.Free();
-      cell.Surface->SavedIndices.Free();
-    }
-    if (restore) MarkCellChanged(key.x, key.y, key.z, false, false);
-  };
-  if (size_t(BackupCount) <= StrokeCellKeys.size()) {
-    for (const CellKey& key : StrokeCellKeys)
-      if (VoxelCell* cell = FindCell(key)) end(key, *cell);
-  } else {
-    ForEachCell(end);  // more cells than keys are kept for
-  }
-  StrokeCellKeys.clear();
-  BackupCount = 0;
 }
 
 void VolumeObject::FreeAllCells() {

@@ -19,6 +19,7 @@
 #include "MC/CellTable.h"
 #include "MC/FixedPool.h"
 #include "MC/RedrawArea.h"
+#include "MC/StrokeCells.h"
 #include "MC/VoxelCell.h"
 #include "comms/BaseMesh.h"
 #include "comms/Vec.h"
@@ -61,14 +62,21 @@ class VolumeObject {
   /// for undo on the first touch of a stroke. `lock` holds the table's spin lock.
   VoxelCell* GetCell(int32_t x, int32_t y, int32_t z, bool create, bool backup, bool lock);
   VoxelCell* FindCell(const CellKey& key) const { return Cells.Find(key); }
-  /// Copies a cell into its Backup (density, ids, colours; vertices and indices into the Saved blocks of the source).
+  /// Copies a cell into its Backup (density, ids, colours; vertices and indices into the Saved blocks of the source), if it has
+  /// none. BackupCount counts them all, StrokeCellKeys lists the first MaxStrokeKeys.
   VoxelCell* BackupCell(int32_t x, int32_t y, int32_t z);
   /// A cell's Backup if it has one, else the cell.
   const VoxelCell* FindCellOrBackup(int32_t x, int32_t y, int32_t z) const;
-  /// Takes a cell out of the table and returns all it holds to the pools.
+  /// Takes a cell out of the table and returns all it holds to the pools, its backup too: a stroke that is to be undone must not.
   void DeleteCell(const CellKey& key);
-  /// Drops the backups of a finished stroke (`restore` false) or puts them back in place of the changed cells (`restore` true,
-  /// the cells are marked changed), and empties StrokeCellKeys and BackupCount.
+  /// Ends the stroke and hands over every cell that it backed up, as the cell was before: for undo. Cells that the stroke created
+  /// have a null entry. Empties StrokeCellKeys and BackupCount; all backups are null then.
+  StrokeCells TakeStroke();
+  /// Puts `cells` in place of the present ones, which `cells` holds afterwards, and marks them changed: undo, and redo on the
+  /// next call. All bytes come back, those of the triangles too where they were current; the others are made anew by the next
+  /// refresh. Not within a stroke.
+  void ExchangeCells(StrokeCells& cells);
+  /// Ends the stroke for good: its backups are dropped, or put back (`restore`).
   void EndStroke(bool restore);
   void AllocateSurface(VoxelCell& cell);
   void FreeSurface(VoxelCell& cell);
@@ -94,13 +102,16 @@ class VolumeObject {
   comms::cVec3 GetCentralNormal(float x, float y, float z) const;
 
   // --- change and surface ------------------------------------------------------------------------------------------------
-  /// Every writer calls this once per changed cell, far-plane changes included.
+  /// Every writer calls this once per changed cell, far-plane changes included. A cell whose own samples stay is not marked: it
+  /// keeps its triangles, and the normals at its border too, although these read samples beyond it. With `lock` the table's spin
+  /// lock is held.
   void MarkCellChanged(int32_t x, int32_t y, int32_t z, bool boxOnly, bool lock);
   /// Rebuilds the triangles of one cell. Safe on many threads for different cells while nobody writes density.
   VoxelCell* PolygonizeCell(int32_t x, int32_t y, int32_t z);
-  /// Polygonises all marked cells, renews boxes, group meshes and the box tree. `buildGroups` false: surfaces and boxes alone,
-  /// for callers that draw nothing; the groups stay marked.
-  void RefreshChanges(bool buildGroups = true);
+  /// Polygonises all marked cells, renews boxes, group meshes and the box tree. The frame-time pass; on the drawing thread.
+  void RefreshChanges();
+  /// RefreshChanges without the group meshes, for callers that draw nothing; the groups stay marked.
+  void RefreshSurfaces();
   /// Null when the group has no vertices or no indices.
   std::unique_ptr<comms::BaseMesh> BuildGroupMesh(int32_t gx, int32_t gy, int32_t gz, VolumeBox& box, ::ScreenRect& rect) const;
   /// Gives every vertex its 32-bit id in VertexIds; shared vertices have the top bit set and equal ids in all their cells. Does
@@ -140,12 +151,14 @@ class VolumeObject {
 
  private:
   VoxelCell* NewCell(bool lock);
-  void MakeBackup(const CellKey& key, VoxelCell& source, bool lock);
+  friend class StrokeCells;
+  void MakeBackup(const CellKey& key, VoxelCell& source, bool wasMissing, bool lock);
+  void MoveSavedSurface(VoxelCell& cell);
   void FreeCell(VoxelCell* cell);
   void FreeAllCells();
-  void RefreshSurfaces();
+  void PolygonizeMarked();
   void RefreshGroups();
-  SpinLock m_TableLock, m_DirtyLock;
+  SpinLock m_TableLock;  // of Cells and of the three lists of changes
   std::atomic<bool> m_IdsCurrent{false};
 };
 

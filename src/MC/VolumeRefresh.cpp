@@ -47,7 +47,7 @@ void Merge(ScreenRect& into, const ScreenRect& rect) {
 
 void VolumeObject::MarkCellChanged(int32_t x, int32_t y, int32_t z, bool boxOnly, bool lock) {
   const CellKey key{x, y, z};
-  SpinGuard guard(lock ? &m_DirtyLock : nullptr);
+  SpinGuard guard(lock ? &m_TableLock : nullptr);
   if (VoxelCell* cell = FindCell(key)) {
     cell->Flags |= Touched;
     cell->DrawStamp = uint16_t(cell->DrawStamp - 1234);
@@ -63,13 +63,18 @@ void VolumeObject::MarkAllChanged() {
   ForEachCell([&](const CellKey& key, VoxelCell&) { MarkCellChanged(key.x, key.y, key.z, false, false); });
 }
 
-void VolumeObject::RefreshChanges(bool buildGroups) {
-  RefreshSurfaces();
-  if (buildGroups) RefreshGroups();
+void VolumeObject::RefreshChanges() {
+  PolygonizeMarked();
+  RefreshGroups();
   BoxTree.Update(*this);
 }
 
 void VolumeObject::RefreshSurfaces() {
+  PolygonizeMarked();
+  BoxTree.Update(*this);
+}
+
+void VolumeObject::PolygonizeMarked() {
   std::vector<CellKey> rebuild, boxOnly;
   // Surface records are taken here, on one thread, so that the workers leave their pool alone.
   DirtyCells.ForEach([&](const CellKey& key, int32_t state) {

@@ -104,17 +104,20 @@ enum CellFlag : uint8_t {
 
 enum ExpandMode : int { ExpandAllocate = 1, ExpandFill = 2 };
 
-/// One existing cell. Density null: all samples are UniformValue.
+/// One existing cell. Density null: all samples are UniformValue. A writer that allocates a block without filling it calls Expand
+/// once more before it reads a sample.
 struct VoxelCell {
   SurfaceData* Surface = nullptr;
   VolumeObject* Owner = nullptr;
-  VoxelCell* Backup = nullptr;     ///< this cell when the present stroke first touched it
+  VoxelCell* Backup = nullptr;     ///< this cell when the present stroke first touched it; null between strokes
   uint16_t* StrokeBase = nullptr;  ///< second density block of strokes that compare with their start
   uint16_t* Density = nullptr;     ///< 729 samples from VoxelPool, index (z * 9 + y) * 9 + x
   uint16_t UniformValue = 0;
   uint16_t DrawStamp = 0;
   uint8_t Flags = Touched | HasOutside;
   uint8_t Edge = CellEdge;
+  bool WasMissing = false;       ///< of a Backup: the stroke created the cell
+  bool SurfaceWasStale = false;  ///< of a Backup: the triangles waited for a refresh, so they are not those of the samples
 
   bool Has(uint8_t flags) const { return (Flags & flags) == flags; }
   bool CrossesSurface() const { return Has(HasOutside | HasInside); }

@@ -26,27 +26,6 @@ struct RandomDab {
   std::mt19937 m_Random;
 };
 
-// One call at a time, whatever the compiler would like to do.
-template <class Field>
-float CallAlone(const Field& field, float x, float y, float z) {
-  float (*volatile call)(const Field&, float, float, float) = [](const Field& f, float a, float b, float c) {
-    return f(a, b, c);
-  };
-  return call(field, x, y, z);
-}
-
-// visit(field, image of the field) for every kind of field and one dab.
-template <class Visit>
-void ForEachField(const Dab& dab, const VolumeObject& stamp, int mirror, Visit&& visit) {
-  const StrokeConstants own = MakeStrokeConstants(dab, false), image = Mirrored(own, mirror);
-  visit(SphereField(own.spCenter, dab.R1, Ramp), SphereField(image.spCenter, dab.R1, Ramp));
-  visit(SegmentField(own, Ramp), SegmentField(image, Ramp));
-  visit(CarveField(own, {0.7f, 0.5f}, Ramp), CarveField(image, {0.7f, 0.5f}, Ramp));
-  comms::cMat4 space = {{{1.1f, 0.2f, 0, 0}, {0, 0.8f, 0.1f, 0}, {0.3f, 0, 2, 0}, {1, 2, 3, 1}}};
-  visit(WorldSegmentField(own, space, 0.9f, Ramp, MirrorNone), WorldSegmentField(own, space, 0.9f, Ramp, mirror));
-  visit(StampField(stamp, space, MirrorNone), StampField(stamp, space, mirror));
-}
-
 }  // namespace
 
 TEST(Fields, KnownValues) {
@@ -116,7 +95,7 @@ TEST(Fields, CoverIsNeverTooLarge) {
     if (evaluator.CoverOf(key) != FieldCover::Full) return;
     full++;
     for (int i = 0; i < CellSamples; i++)
-      ASSERT_GE(CallAlone(field, float(key.x * 8 + i % 9), float(key.y * 8 + i / 9 % 9), float(key.z * 8 + i / 81)), 1);
+      ASSERT_GE(field(float(key.x * 8 + i % 9), float(key.y * 8 + i / 9 % 9), float(key.z * 8 + i / 81)), 1);
   };
   for (int i = 0; i < 20000; i++) {
     const Dab dab = random.Next();
@@ -124,33 +103,4 @@ TEST(Fields, CoverIsNeverTooLarge) {
     check(SegmentField(MakeStrokeConstants(dab, false), Ramp));
   }
   EXPECT_GT(full, 300);
-}
-
-// Symmetric strokes are exact only if images are: fields at mirrored places, and the vector route against a single call.
-TEST(Fields, MirroredAndVectorRoutesGiveTheSameBits) {
-  VolumeObject stamp;
-  ApplySphereDab(stamp, {2, 3, 4}, 15, {});
-  SampleOffsets offsets;
-  for (; offsets.Count < SampleOffsets::Capacity; offsets.Count++) {
-    offsets.X[offsets.Count] = float(offsets.Count % 9);
-    offsets.Y[offsets.Count] = float(offsets.Count / 9 % 9);
-    offsets.Z[offsets.Count] = float(offsets.Count / 81);
-  }
-  offsets.Padded = offsets.Count;
-  RandomDab random(8);
-  for (int i = 0; i < 40; i++)
-    for (int mirror = 0; mirror < 8; mirror++)
-      ForEachField(random.Next(), stamp, mirror, [&](const auto& field, const auto& image) {
-        const CellKey cell{i % 5 - 2, i % 4 - 2, i % 3 - 1};
-        std::vector<uint16_t> q(SampleOffsets::Capacity);
-        FieldEvaluatorOf(field).Evaluate(cell, offsets, q.data());
-        for (int s = 0; s < offsets.Count; s += 7) {
-          const cVec3 p{float(cell.x * 8) + offsets.X[s], float(cell.y * 8) + offsets.Y[s], float(cell.z * 8) + offsets.Z[s]};
-          const cVec3 m = Mirrored(p, mirror);
-          const float value = CallAlone(field, p.x, p.y, p.z), mirrored = CallAlone(image, m.x, m.y, m.z);
-          ASSERT_EQ(std::bit_cast<uint32_t>(value), std::bit_cast<uint32_t>(mirrored))
-              << value << " " << mirrored << " mirror " << mirror;
-          ASSERT_EQ(q[size_t(s)], uint16_t(int(Clamp01(value) * 65535.0f)));
-        }
-      });
 }

@@ -288,6 +288,48 @@ TEST(MeshVoxelizer, CountsTheRaysThatAnOpenMeshSkips) {
   EXPECT_EQ(At(volume, 0, 0, 12), 0);
 }
 
+// A sheet is a skin with solid behind it, whichever way its triangles are turned; the material says on which side.
+TEST(MeshVoxelizer, SurfaceOfOneSideIsSolidBehindItself) {
+  constexpr int deep = OneSidedVoxels;
+  for (const uint16_t material : {OneSided, OneSidedBehind, uint16_t(300)}) {
+    const bool beyond = material == OneSidedBehind;
+    Shape sheet;
+    sheet.Positions = {{-20, -20, 3.25f}, {20, -20, 3.25f}, {-20, 20, 3.25f}, {20, 20, 3.25f}};
+    sheet.Corners = {0, 1, 2, 2, 1, 3};
+    for (const Shape& turned : {sheet, sheet.Flipped()}) {
+      VolumeObject volume, plain;
+      MeshVoxelizer voxelizer;
+      voxelizer.AddMesh(turned.View(), {}, material);
+      ASSERT_TRUE(voxelizer.Run(&volume, ApplyAdd, true, false)) << voxelizer.Error;
+      EXPECT_EQ(voxelizer.Report.SkippedRays, 0);
+      const auto at = [&](int depth) { return At(volume, 4, -5, beyond ? 3 + depth : 4 - depth); };  // solid from 1 on
+      for (const int depth : {4, 20, deep - 4}) EXPECT_EQ(at(depth), 65535) << depth;
+      for (const int depth : {-4, deep + 4}) EXPECT_EQ(at(depth), 0) << depth;
+      EXPECT_NEAR(at(1), 32767.5 + (beyond ? 0.75 : 0.25) * 16383.75, 3);
+      EXPECT_NEAR(at(0), 32767.5 - (beyond ? 0.25 : 0.75) * 16383.75, 3);
+      EXPECT_EQ(At(volume, 24, 0, beyond ? 30 : -30), 0) << "no ray, no information";
+      volume.RefreshChanges();
+      const SurfaceStats stats = MeasureSurface(volume);
+      EXPECT_EQ(stats.BoundaryEdges, 0u);
+      EXPECT_NEAR(stats.Volume, 41.0 * 41 * deep,
+                  41.0 * 41 * deep * 0.01);  // the rays of 41 samples, half a voxel more on each side
+      // The same sheet of an ordinary material is open, and says nothing.
+      Fill(plain, turned);
+      EXPECT_EQ(plain.Cells.Count(), 0u);
+    }
+  }
+  // A skin over a step: both levels end their ray, and where it stands twice on one ray the lower one does not make a hole.
+  VolumeObject volume;
+  MeshVoxelizer voxelizer;
+  for (const float z : {3.0f, 9.0f}) {
+    voxelizer.AddTriangle({-20, -20, z}, {20, -20, z}, {-20, 20, z}, OneSidedBehind);
+    voxelizer.AddTriangle({20, 20, z}, {20, -20, z}, {-20, 20, z}, OneSidedBehind);
+  }
+  ASSERT_TRUE(voxelizer.Run(&volume, ApplyAdd, true, false));
+  for (const int z : {5, 7, 12, 100}) EXPECT_GE(At(volume, 3, 3, z), SurfaceLevel) << z;
+  EXPECT_EQ(At(volume, 3, 3, 0), 0);
+}
+
 TEST(MeshVoxelizer, MirroredMeshGivesMirroredBits) {
   // Corners on quarters of a voxel put many edges and vertices on rays; odd offsets keep faces out of the planes x, y, z = 0.
   const auto snapped = [](Shape shape) {
@@ -493,31 +535,20 @@ TEST(MeshVoxelizer, MapsVoxelsToTheMeshWhereverItLies) {
     EXPECT_NEAR(stats.Max.x, shift + 50, 0.2);
     EXPECT_NEAR(stats.Min.y, -shift - 50, 0.2);
   }
-  // Single triangles and polygons of a raw mesh take the same road.
+  // Single triangles take the same road.
   const Shape box = Box({-6.5f, -7, -8}, {7, 8, 9});
-  comms::cRawMesh raw;
-  raw.Positions.assign(box.Positions.begin(), box.Positions.end());
-  for (const auto& quad : {std::array{0, 2, 3, 1}, std::array{4, 5, 7, 6}, std::array{0, 1, 5, 4}, std::array{2, 6, 7, 3},
-                           std::array{0, 4, 6, 2}, std::array{1, 3, 7, 5}}) {
-    raw.Polygons.push_back({{4, 0, 0}});
-    for (const int corner : quad) raw.Polygons.push_back({{corner, -1, -1}});
-  }
-  VoxelizeOptions options;
-  options.VoxelSize = 1;
-  VoxelizeReport report;
-  std::string error;
-  VolumeObject polygons, single;
-  ASSERT_TRUE(VoxelizeMesh(raw, options, polygons, report, error)) << error;
+  VolumeObject single, broken;
   MeshVoxelizer voxelizer;
   for (size_t i = 0; i < box.Corners.size(); i += 3)
     voxelizer.AddTriangle(box.Positions[size_t(box.Corners[i])], box.Positions[size_t(box.Corners[i + 1])],
                           box.Positions[size_t(box.Corners[i + 2])]);
   ASSERT_TRUE(voxelizer.Run(&single, ApplyAdd, true));
-  EXPECT_EQ(DumpSamples(polygons), DumpOf(box));
   EXPECT_EQ(DumpSamples(single), DumpOf(box));
-  raw.Polygons.back().Words[0] = 0;
-  raw.Polygons.front().Words[0] = 400;
-  VolumeObject broken;
-  EXPECT_FALSE(VoxelizeMesh(raw, options, broken, report, error));
+  comms::cRawMesh raw;
+  raw.Positions = {{0, 0, 0}};
+  raw.Polygons.push_back({{400, 0, 0}});
+  VoxelizeReport report;
+  std::string error;
+  EXPECT_FALSE(VoxelizeMesh(raw, {}, broken, report, error));
   EXPECT_THAT(error, HasSubstr("announces 400 corners"));
 }

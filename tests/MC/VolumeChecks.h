@@ -25,6 +25,30 @@ inline std::map<std::tuple<int, int, int>, std::vector<uint16_t>> DumpSamples(co
   return dump;
 }
 
+/// Every byte of every cell that a stroke may change: samples, values, flags but Touched, triangles, ids and colours.
+inline std::map<std::tuple<int, int, int>, std::vector<uint8_t>> DumpCells(const VolumeObject& volume) {
+  std::map<std::tuple<int, int, int>, std::vector<uint8_t>> dump;
+  volume.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
+    std::vector<uint8_t>& bytes = dump[Ordered(key)];
+    const auto add = [&](const void* data, size_t size) {
+      bytes.insert(bytes.end(), static_cast<const uint8_t*>(data), static_cast<const uint8_t*>(data) + size);
+    };
+    const auto addBlock = [&](const auto& block) { add(block.Data(), block.Count() * sizeof(*block.Data())); };
+    bytes.push_back(uint8_t(cell.Flags & ~Touched));
+    add(&cell.UniformValue, 2);
+    if (cell.Density) add(cell.Density, CellSamples * 2);
+    if (!cell.Surface) return;
+    const SurfaceData& surface = *cell.Surface;
+    addBlock(surface.Vertices);
+    addBlock(surface.Indices);
+    addBlock(surface.SavedVertices);
+    addBlock(surface.VertexIds);
+    if (!surface.Vertices.Empty()) add(&surface.Box, sizeof surface.Box);
+    for (uint32_t i = 0; i < surface.ColorLayers.Count(); i++) addBlock(surface.ColorLayers[i].Colors);
+  });
+  return dump;
+}
+
 /// Dense samples of a cube [-Half, Half]^3 and the merge of a field into it, sample by sample, by the rules as they are told.
 class DenseVolume {
  public:

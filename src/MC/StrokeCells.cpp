@@ -1,0 +1,86 @@
+#include "MC/StrokeCells.h"
+
+#include <utility>
+
+#include "ClassEngine/Assert.h"
+#include "MC/VolumeObject.h"
+
+StrokeCells::StrokeCells(StrokeCells&& other) noexcept
+    : m_Volume(other.m_Volume), m_Entries(std::exchange(other.m_Entries, {})) {}
+
+StrokeCells& StrokeCells::operator=(StrokeCells&& other) noexcept {
+  std::swap(m_Volume, other.m_Volume);
+  std::swap(m_Entries, other.m_Entries);
+  return *this;
+}
+
+void StrokeCells::Free() {
+  for (const Entry& entry : m_Entries)
+    if (entry.Cell) m_Volume->FreeCell(entry.Cell);
+  m_Entries.clear();
+}
+
+/// The triangles that a cell had when the stroke began go to its backup, as the backup's own.
+void VolumeObject::MoveSavedSurface(VoxelCell& cell) {
+  SurfaceData& surface = *cell.Surface;
+  if (!cell.Backup->SurfaceWasStale && !surface.SavedIndices.Empty()) {
+    AllocateSurface(*cell.Backup);
+    cell.Backup->Surface->Vertices = std::move(surface.SavedVertices);
+    cell.Backup->Surface->Indices = std::move(surface.SavedIndices);
+  }
+  surface.SavedVertices.Free();
+  surface.SavedIndices.Free();
+}
+
+StrokeCells VolumeObject::TakeStroke() {
+  StrokeCells replaced(*this);
+  replaced.m_Entries.reserve(size_t(BackupCount));
+  const auto take = [&](const CellKey& key, VoxelCell& cell) {
+    if (!cell.Backup) return;
+    if (cell.StrokeBase) VoxelPool.Free(std::exchange(cell.StrokeBase, nullptr), true);
+    if (cell.Surface) MoveSavedSurface(cell);
+    if (cell.Backup->WasMissing) FreeCell(std::exchange(cell.Backup, nullptr));
+    replaced.m_Entries.push_back({key, std::exchange(cell.Backup, nullptr)});
+  };
+  if (size_t(BackupCount) <= StrokeCellKeys.size()) {
+    for (const CellKey& key : StrokeCellKeys)
+      if (VoxelCell* cell = FindCell(key)) take(key, *cell);
+  } else {
+    ForEachCell(take);  // more cells than keys are kept for
+  }
+  StrokeCellKeys.clear();
+  BackupCount = 0;
+  return replaced;
+}
+
+void VolumeObject::EndStroke(bool restore) {
+  StrokeCells replaced = TakeStroke();
+  if (restore) ExchangeCells(replaced);
+}
+
+void VolumeObject::ExchangeCells(StrokeCells& cells) {
+  MORVANE_ASSERT(cells.m_Volume == this && BackupCount == 0);
+  for (StrokeCells::Entry& entry : cells.m_Entries) {
+    const CellKey& key = entry.Key;
+    VoxelCell* present = FindCell(key);
+    // Triangles that wait for a refresh are of no use to whoever brings the cell back.
+    const int32_t* dirty = DirtyCells.Find(key);
+    if (present && present->Surface && dirty && *dirty == DirtyPolygonize) {
+      present->Surface->Vertices.Free();
+      present->Surface->Indices.Free();
+    }
+    if (present && entry.Cell) {
+      // The record in the table stays, and with it the stamp that drawing compares and what outlives a stroke.
+      std::swap(*present, *entry.Cell);
+      std::swap(present->DrawStamp, entry.Cell->DrawStamp);
+      present->Flags |= entry.Cell->Flags & FrozenCell;
+    } else {
+      if (present) Cells.Remove(key);
+      if (entry.Cell) Cells.Insert(key, entry.Cell);
+      std::swap(entry.Cell, present);
+    }
+    const bool hasTriangles = present && present->Surface && !present->Surface->Indices.Empty();
+    MarkCellChanged(key.x, key.y, key.z, hasTriangles, false);
+  }
+  m_IdsCurrent = false;
+}
