@@ -9,6 +9,14 @@ add_test(NAME Layers.BreachIsRefused
 set_tests_properties(Layers.BreachIsRefused PROPERTIES
   PASS_REGULAR_EXPRESSION "'Lower' is headless and includes <GL/gl.h>.*'Lower' may not include 'Upper'")
 
+# The thread sanitizer takes its time, and doesn't see the joins of libraries that are built without it.
+set(testLimit 300)
+set(testEnvironment)
+if(MORVANE_SANITIZE MATCHES "thread")
+  set(testLimit 1800)
+  set(testEnvironment ENVIRONMENT "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tools/tsan.supp")
+endif()
+
 foreach(folder IN LISTS LAYER_FOLDERS)
   folder_target(${folder} target)
   file(GLOB testSources CONFIGURE_DEPENDS tests/${folder}/*.cpp)
@@ -19,7 +27,7 @@ foreach(folder IN LISTS LAYER_FOLDERS)
     target_compile_definitions(${target}_tests PRIVATE
       MORVANE_DATA_DIR="${CMAKE_SOURCE_DIR}/data" MORVANE_SHARED_DIR="${CMAKE_SOURCE_DIR}/../shared")
     set_target_properties(${target}_tests PROPERTIES ENABLE_EXPORTS ON)
-    gtest_discover_tests(${target}_tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+    gtest_discover_tests(${target}_tests DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${testLimit} ${testEnvironment})
   endif()
 endforeach()
 
@@ -29,10 +37,21 @@ if(TARGET shell_app_tests)
   target_compile_definitions(shell_app_tests PRIVATE MORVANE_BINARY="$<TARGET_FILE:morvane>")
 endif()
 
+# What is drawn is looked at, too, where the machine can draw.
+if(TARGET interface_draw_tests)
+  target_link_libraries(interface_draw_tests PRIVATE comms_render)
+endif()
+
 # A mesh codec plug-in for the tests of the registry.
 if(TARGET comms_tests)
   add_library(mesh_plugin MODULE tests/comms/plugin/MeshPlugin.cpp)
   target_link_libraries(mesh_plugin PRIVATE morvane_flags)
   target_compile_definitions(comms_tests PRIVATE MESH_PLUGIN="$<TARGET_FILE:mesh_plugin>")
   add_dependencies(comms_tests mesh_plugin)
+endif()
+
+# Draws all widgets into pictures, for people to look at.
+if(TARGET interface AND TARGET comms_render)
+  add_executable(widget_gallery EXCLUDE_FROM_ALL tests/interface/gallery/WidgetGallery.cpp)
+  target_link_libraries(widget_gallery PRIVATE interface comms_render)
 endif()
