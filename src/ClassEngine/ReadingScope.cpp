@@ -1,5 +1,6 @@
 #include "ClassEngine/ReadingScope.h"
 
+#include <algorithm>
 #include <new>
 #include <string>
 #include <unordered_map>
@@ -11,16 +12,17 @@ namespace {
 
 struct Reading {
   int Scopes = 0;
-  int64_t SourceBytes = 0, ItemBytes = 0;
+  int64_t SourceBytes = 0, TreeBytes = 0, ItemBytes = 0;
   bool Spent = false, HasReferences = false;
 };
 Reading s_Reading;
 
-// A sound file stays below: a dozen bytes, about the least that an item takes in one, are good for an object of 200.
-int64_t GetItemLimit() { return (int64_t(64) << 20) + 16 * s_Reading.SourceBytes; }
+int64_t GetItemLimit() { return std::max<int64_t>(0, (int64_t(64) << 20) + 4 * s_Reading.SourceBytes - s_Reading.TreeBytes); }
 
-void Enter(int64_t sourceBytes) {
-  if (s_Reading.Scopes++ == 0) s_Reading.SourceBytes = sourceBytes;
+void AddTree(const XmlNode& source) {
+  const XmlNode::Bytes bytes = source.CountBytes();
+  s_Reading.SourceBytes += bytes.Text;
+  s_Reading.TreeBytes += bytes.Memory;
 }
 
 void Report(const XmlNode* source, XmlErrorLog* errors, const std::string& text) {
@@ -83,8 +85,12 @@ void LinkReferences(BaseClass& object, const XmlNode* source, XmlErrorLog* error
 
 }  // namespace
 
-ReadingScope::ReadingScope(const XmlNode& source) { Enter(s_Reading.Scopes ? 0 : source.GetTextBytes()); }
-ReadingScope::ReadingScope(const BinStream& source) { Enter(s_Reading.Scopes ? 0 : GetBytesLeft(source)); }
+ReadingScope::ReadingScope(const XmlNode& source) {
+  if (s_Reading.Scopes++ == 0) AddTree(source);
+}
+ReadingScope::ReadingScope(const BinStream& source) {
+  if (s_Reading.Scopes++ == 0) s_Reading.SourceBytes = GetBytesLeft(source);
+}
 
 ReadingScope::~ReadingScope() {
   if (--s_Reading.Scopes == 0) s_Reading = {};
@@ -101,7 +107,7 @@ bool ReadingScope::Finish(BaseClass& object, const XmlNode* source, XmlErrorLog*
 }
 
 void ReadingScope::AddSource(const XmlNode& source) {
-  if (s_Reading.Scopes) s_Reading.SourceBytes += source.GetTextBytes();
+  if (s_Reading.Scopes) AddTree(source);
 }
 
 bool ReadingScope::TakeItem(int64_t bytes) {

@@ -153,7 +153,7 @@ class XmlPrinter {
 
   /// Bytes of the text before escapes.
   static int64_t GetPlainSize(const XmlNode& root, int32_t indent);
-  static int64_t GetTextBytes(const XmlNode& root);
+  static XmlNode::Bytes CountBytes(const XmlNode& root);
   bool Print(const XmlNode& root, int32_t indent);
 
  private:
@@ -205,10 +205,13 @@ int64_t XmlPrinter::GetPlainSize(const XmlNode& root, int32_t indent) {
   return size;
 }
 
-int64_t XmlPrinter::GetTextBytes(const XmlNode& root) {
-  int64_t bytes = 0;
+XmlNode::Bytes XmlPrinter::CountBytes(const XmlNode& root) {
+  XmlNode::Bytes bytes;
   const auto enter = [&](const XmlNode& node, int64_t) {
-    bytes += 2 * int64_t(node.m_Name.Length) + node.m_Value.Length + 5;
+    const int64_t text = 2 * int64_t(node.m_Name.Length) + node.m_Value.Length + 5;
+    bytes.Text += text;
+    bytes.Memory += text + int64_t(sizeof(XmlNode));
+    if (node.m_Children) bytes.Memory += int64_t(XmlNode::BlockBytes(node.m_Children->Capacity));
     return true;
   };
   Walk(root, enter, [](const XmlNode&, int64_t) { return true; });
@@ -302,7 +305,7 @@ void XmlPrinter::PrintClosing(const XmlNode& node) {
   PrintText(">\n");
 }
 
-int64_t XmlNode::GetTextBytes() const { return XmlPrinter::GetTextBytes(*this); }
+XmlNode::Bytes XmlNode::CountBytes() const { return XmlPrinter::CountBytes(*this); }
 
 bool XmlNode::Print(StrBuffer& dest, int32_t indent) const {
   MORVANE_ASSERT(indent >= 0);

@@ -47,8 +47,13 @@ class XmlNode {
   XmlNode* FindChild(std::string_view name) const;
   /// No name, no value, no children.
   void Clear();
-  /// Bytes of the node and all below it as text, blanks and escapes not counted. O(nodes).
-  int64_t GetTextBytes() const;
+  /// What the node and all below it cost.
+  struct Bytes {
+    int64_t Text = 0;    ///< as text, blanks and escapes not counted
+    int64_t Memory = 0;  ///< as a tree, the text counted
+  };
+  /// O(nodes).
+  Bytes CountBytes() const;
 
   /// Reads one node with all below it out of `text`, which ends at its first zero byte. Returns the bytes used, up to and
   /// including the

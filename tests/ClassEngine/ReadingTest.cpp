@@ -115,9 +115,9 @@ TEST(Reading, ItemsStayInProportionToTheText) {
   const std::string message(errors.Messages.View());
   EXPECT_THAT(message,
               testing::MatchesRegex("Reading of Store stopped: [0-9]+ bytes ask for items of more than [0-9]+ bytes.\n"));
-  // 64 MiB, and 16 times the text.
+  // 64 MiB, and 4 times the text.
   EXPECT_GE(store.Bigs.Count, 1000);
-  EXPECT_LE(store.Bigs.Count * BigBytes, (size_t(64) << 20) + 16 * 3001 * 11);
+  EXPECT_LE(store.Bigs.Count * BigBytes, (size_t(64) << 20) + 4 * 3001 * 11);
   EXPECT_EQ(store.After, 0);  // the reading stopped there
 
   // What is sound is read whole, right after and time and again.
@@ -151,11 +151,11 @@ TEST(Reading, FurtherFilesCountAsRead) {
   RecordingHost host;
   const std::string path = (std::filesystem::temp_directory_path() / "ReadingTest.xml").string();
   const std::string text =
-      "<Store><Bigs>" + Repeat("<Big><Number>" + std::string(4000, '0') + "1</Number></Big>", 1500) + "</Bigs></Store>";
+      "<Store><Bigs>" + Repeat("<Big><Number>" + std::string(4000, '0') + "1</Number></Big>", 1200) + "</Bigs></Store>";
   std::ofstream(path) << text;
   Store store;
-  EXPECT_TRUE(store.ReadFromFile(path.c_str()));  // 6 MB of text are good for 160 MiB
-  EXPECT_EQ(store.Bigs.Count, 1500);
+  EXPECT_TRUE(store.ReadFromFile(path.c_str()));  // 5 MB of text are good for 78 MiB
+  EXPECT_EQ(store.Bigs.Count, 1200);
   std::filesystem::remove(path);
 }
 
