@@ -5,12 +5,12 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <new>
 
 #include "comms/Log.h"
 #include "comms/Str.h"
 #include "shell/core/BatchProgress.h"
 #include "shell/core/InputFiles.h"
+#include "shell/core/RunGuarded.h"
 
 using comms::Format;
 
@@ -108,17 +108,6 @@ bool BatchRunner::RunLine(const std::string& text, const std::string& place) {
     return false;
   }
   return !result.EndsRun && !cancelled && (result.Ok() || m_Options.KeepGoing);
-}
-
-// What a library throws ends here: the command has failed, the run decides how to go on.
-CommandResult BatchRunner::RunGuarded(const Command& command, const CommandParameters& parameters) {
-  try {
-    return command.Run(parameters);
-  } catch (const std::bad_alloc&) {
-    return CommandResult::Fail("there is not enough memory for this");
-  } catch (const std::exception& exception) {
-    return CommandResult::Fail(Format("stopped unexpectedly: %s", exception.what()));
-  }
 }
 
 bool BatchRunner::Answer(const std::string& command, double milliseconds, const CommandResult& result) {

@@ -34,7 +34,6 @@ class BatchRunner {
   int FailToRead(const std::string& name, const char* reason);
   bool RunLine(const std::string& text, const std::string& place);
   bool Answer(const std::string& command, double milliseconds, const CommandResult& result);
-  CommandResult RunGuarded(const Command& command, const CommandParameters& parameters);
 
   const CommandTable& m_Table;
   BatchMessages& m_Messages;

@@ -1,0 +1,89 @@
+#include "shell/core/ObjectFile.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "ClassEngine/ClassHelp.h"
+#include "comms/Log.h"
+#include "comms/SafeFile.h"
+#include "comms/Str.h"
+#include "shell/core/DataPath.h"
+
+namespace fs = std::filesystem;
+
+// The next store writes over the file; what the person had in it stays beside it.
+static void KeepBadFile(const std::string& path) {
+  std::error_code fault;
+  fs::copy_file(path, path + ".bad", fs::copy_options::overwrite_existing, fault);
+  if (fault) comms::LogWarning("%s: can't be kept as '.bad': %s", path.c_str(), fault.message().c_str());
+}
+
+static ObjectFileState Refuse(const std::string& path, const std::string& reason) {
+  comms::LogWarning("%s: %s; the file is kept as '%s.bad' and not used", path.c_str(), reason.c_str(), path.c_str());
+  KeepBadFile(path);
+  return ObjectFileState::Damaged;
+}
+
+ObjectFileState LoadObjectFile(BaseClass& object, const std::string& path, const char* rootName) {
+  const std::string wanted = rootName ? rootName : object.GetClassName();
+  std::vector<uint8_t> bytes;
+  std::string error;
+  if (!comms::FileExists(path)) return ObjectFileState::Missing;
+  if (!comms::ReadWholeFile(path, bytes, error)) return Refuse(path, error);
+  XmlNode root;
+  if (root.Parse(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size())) <= 0)
+    return Refuse(path, "the text is no whole <" + wanted + ">");
+  if (root.GetName() != wanted)
+    return Refuse(path, "it holds <" + std::string(root.GetNameView().substr(0, 60)) + ">, expected <" + wanted + ">");
+
+  XmlErrorLog errors;
+  bool sound = object.Load(&root, &object, &errors);
+  if (!errors.Messages.Empty()) comms::LogWarning("%s: %s", path.c_str(), errors.Messages.Get()), sound = false;
+  if (const std::string clamped = ClampToRanges(object); !clamped.empty())
+    comms::LogWarning("%s: out of range and brought back: %s", path.c_str(), clamped.c_str()), sound = false;
+  if (sound) return ObjectFileState::Loaded;
+  KeepBadFile(path);
+  return ObjectFileState::Repaired;
+}
+
+bool StoreObjectFile(BaseClass& object, const std::string& path, const char* rootName) {
+  if (!MakeFolderOf(path)) return false;
+  XmlNode root;
+  object.Save(&root, &object);
+  if (rootName) root.SetName(rootName);
+  StrBuffer text;
+  if (!root.Print(text, 0)) return comms::LogWarning("%s: too long to be written", path.c_str()), false;
+  comms::SafeFileWriter file(path);
+  file.Write(text.Get(), text.View().size());
+  if (file.Commit()) return true;
+  comms::LogWarning("%s", file.Error().c_str());
+  return false;
+}
+
+std::string ClampToRanges(BaseClass& object) {
+  std::string names, error;
+  for (const MemberInfo& member : DescribeMembers(object)) {
+    if (!member.HasRange) continue;
+    const int32_t i = object.FindElementIndex(member.Name);
+    if (i < 0) continue;
+    double numbers[4] = {};
+    void* data = object.GetElementData(i, &object);
+    const int count = BaseClass::GetReceiver(object.GetElementType(i), data)->GetNumbers(data, numbers);
+    bool outside = false;
+    std::string text;
+    for (int n = 0; n < count; ++n) {
+      // Also true for what is no number.
+      if (!(numbers[n] >= member.MinValue && numbers[n] <= member.MaxValue)) outside = true;
+      const double valid = std::isnan(numbers[n]) ? member.MinValue : std::clamp(numbers[n], member.MinValue, member.MaxValue);
+      text += comms::Format(n ? " %.9g" : "%.9g", valid);
+    }
+    if (!outside) continue;
+    if (!SetMemberFromText(object, member.Name, text, error)) comms::LogWarning("%s", error.c_str());
+    names += (names.empty() ? "" : ", ") + member.Name;
+  }
+  return names;
+}

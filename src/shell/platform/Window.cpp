@@ -1,0 +1,324 @@
+#include "shell/platform/Window.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "interface/BaseWidget.h"
+#include "shell/platform/DisplayScale.h"
+#include "shell/platform/WindowState.h"
+#include "shell/platform/XWindow.h"
+
+namespace {
+
+constexpr int DefaultWidth = 960, DefaultHeight = 640;
+constexpr int LeastWidth = 320, LeastHeight = 240;
+constexpr int LeastVisible = 64;  ///< pixels of a window, each way, by which it can be found and moved
+
+void SetHints() {
+  SDL_SetHint(SDL_HINT_APP_NAME, "morvane");
+  SDL_SetHint("SDL_VIDEO_X11_WMCLASS", "morvane");
+  // A tool shares the screen with others: no games' privileges.
+  SDL_SetHint(SDL_HINT_VIDEO_X11_NET_WM_BYPASS_COMPOSITOR, "0");
+  SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
+  SDL_SetHint(SDL_HINT_VIDEO_MINIMIZE_ON_FOCUS_LOSS, "0");
+  SDL_SetHint(SDL_HINT_MOUSE_FOCUS_CLICKTHROUGH, "1");
+  SDL_SetHint(SDL_HINT_MOUSE_DOUBLE_CLICK_TIME, "400");
+  SDL_SetHint(SDL_HINT_MOUSE_DOUBLE_CLICK_RADIUS, "6");
+  SDL_SetHint(SDL_HINT_IME_SHOW_UI, "1");
+  SDL_SetHint("SDL_QUIT_ON_LAST_WINDOW_CLOSE", "0");
+}
+
+void SetContextAttributes() {
+  SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE);
+  SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
+  SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 3);
+  int flags = SDL_GL_CONTEXT_FORWARD_COMPATIBLE_FLAG;
+#ifndef NDEBUG
+  flags |= SDL_GL_CONTEXT_DEBUG_FLAG;
+#endif
+  SDL_GL_SetAttribute(SDL_GL_CONTEXT_FLAGS, flags);
+  SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
+  SDL_GL_SetAttribute(SDL_GL_RED_SIZE, 8);
+  SDL_GL_SetAttribute(SDL_GL_GREEN_SIZE, 8);
+  SDL_GL_SetAttribute(SDL_GL_BLUE_SIZE, 8);
+  SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 24);
+}
+
+bool IsVisible(const WindowPlacement& placement) {
+  const SDL_Rect window{placement.Left, placement.Top, placement.Right - placement.Left, placement.Bottom - placement.Top};
+  for (int i = 0; i < SDL_GetNumVideoDisplays(); ++i) {
+    SDL_Rect display, common;
+    if (SDL_GetDisplayBounds(i, &display) == 0 && SDL_IntersectRect(&window, &display, &common) && common.w >= LeastVisible &&
+        common.h >= LeastVisible)
+      return true;
+  }
+  return false;
+}
+
+/// Size and place of the window; the place may be SDL's word for the middle.
+SDL_Rect ChooseRect(const WindowPlacement& placement) {
+  SDL_Rect rect{SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, DefaultWidth, DefaultHeight};
+  if (placement.Right <= placement.Left || placement.Bottom <= placement.Top) return rect;
+  rect.w = placement.Right - placement.Left;
+  rect.h = placement.Bottom - placement.Top;
+  if (IsVisible(placement)) {
+    rect.x = placement.Left;
+    rect.y = placement.Top;
+  } else if (SDL_Rect usable; SDL_GetDisplayUsableBounds(0, &usable) == 0) {
+    rect.w = std::min(rect.w, usable.w);
+    rect.h = std::min(rect.h, usable.h);
+  }
+  return rect;
+}
+
+/// SDL shares the pixels: the surface must not outlive the picture.
+SDL_Surface* MakeSurface(const comms::cImage& image) {
+  return SDL_CreateRGBSurfaceWithFormatFrom(const_cast<uint8_t*>(image.Pixels().data()), image.Width(), image.Height(), 32,
+                                            image.Width() * 4, SDL_PIXELFORMAT_RGBA32);
+}
+
+SDL_SystemCursor ToSystemCursor(MouseCursor cursor) {
+  switch (cursor) {
+    case MouseCursor::Hand:
+      return SDL_SYSTEM_CURSOR_HAND;
+    case MouseCursor::Text:
+      return SDL_SYSTEM_CURSOR_IBEAM;
+    case MouseCursor::SizeHorizontal:
+      return SDL_SYSTEM_CURSOR_SIZEWE;
+    case MouseCursor::SizeVertical:
+      return SDL_SYSTEM_CURSOR_SIZENS;
+    case MouseCursor::Move:
+      return SDL_SYSTEM_CURSOR_SIZEALL;
+    case MouseCursor::Cross:
+      return SDL_SYSTEM_CURSOR_CROSSHAIR;
+    case MouseCursor::Wait:
+      return SDL_SYSTEM_CURSOR_WAIT;
+    default:
+      return SDL_SYSTEM_CURSOR_ARROW;
+  }
+}
+
+}  // namespace
+
+Window::Window() : m_State(std::make_unique<State>()) {}
+Window::~Window() { Destroy(); }
+
+bool Window::Create(const std::string& title, const WindowPlacement& placement, std::string& error) {
+  Destroy();
+  SetHints();
+  State& state = *m_State;
+  state.MainThread = SDL_ThreadID();
+  if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
+    error = std::string("can't open a window, there is no display: ") + SDL_GetError();
+    return false;
+  }
+  GetWakeEvent();
+  SDL_StopTextInput();
+  SDL_EventState(SDL_SYSWMEVENT, SDL_ENABLE);
+  SetContextAttributes();
+  const SDL_Rect rect = ChooseRect(placement);
+  const uint32_t flags = SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI | SDL_WINDOW_HIDDEN;
+  state.Handle = SDL_CreateWindow(title.c_str(), rect.x, rect.y, rect.w, rect.h, flags);
+  if (state.Handle) state.Context = SDL_GL_CreateContext(state.Handle);
+  if (!state.Context) {
+    error = std::string("can't open a window with OpenGL 3.3: ") + SDL_GetError();
+    if (state.Handle) SDL_DestroyWindow(state.Handle);
+    state.Handle = nullptr;
+    SDL_QuitSubSystem(SDL_INIT_VIDEO);
+    return false;
+  }
+  SDL_SetWindowMinimumSize(state.Handle, LeastWidth, LeastHeight);
+  SDL_GL_MakeCurrent(state.Handle, state.Context);
+  SDL_GL_SetSwapInterval(1);
+  SDL_SetEventFilter(&State::OnEvent, &state);
+
+  SDL_GetWindowPosition(state.Handle, &state.Normal.Left, &state.Normal.Top);
+  state.Normal.Right = state.Normal.Left + rect.w;
+  state.Normal.Bottom = state.Normal.Top + rect.h;
+  state.NormalBefore = state.Normal;
+  state.StartMaximised = placement.Maximised;
+  state.MeasureSize();
+  state.MeasureScale();
+  return true;
+}
+
+void Window::Show() {
+  State& state = *m_State;
+  if (!state.Handle || state.Shown) return;
+  state.Wanted = state.Normal;
+  SDL_ShowWindow(state.Handle);
+  state.Shown = true;
+  if (state.StartMaximised)
+    SDL_MaximizeWindow(state.Handle);
+  else
+    state.FramePending = true;
+  state.MeasureSize();
+}
+
+void Window::State::PlaceClientArea() {
+  int top = 0, left = 0, x, y;
+  if (SDL_GetWindowBordersSize(Handle, &top, &left, nullptr, nullptr) != 0 || (top == 0 && left == 0)) return;
+  FramePending = false;
+  SDL_GetWindowPosition(Handle, &x, &y);
+  if (x == Wanted.Left + left && y == Wanted.Top + top) SDL_SetWindowPosition(Handle, Wanted.Left, Wanted.Top);
+  // SDL reports no move that was asked of it.
+  NotePlacement();
+}
+
+void Window::Destroy() {
+  State& state = *m_State;
+  if (!state.Handle) return;
+  CloseTablet();
+  for (SDL_Cursor* cursor : state.Cursors)
+    if (cursor) SDL_FreeCursor(cursor);
+  if (state.Arrow) SDL_FreeCursor(state.Arrow);
+  SDL_SetEventFilter(nullptr, nullptr);
+  SDL_GL_DeleteContext(state.Context);
+  SDL_DestroyWindow(state.Handle);
+  SDL_QuitSubSystem(SDL_INIT_VIDEO);
+  m_State = std::make_unique<State>();
+}
+
+WindowMessage Window::Poll(InputEvent& event) { return Wait(event, 0); }
+
+WindowMessage Window::Wait(InputEvent& event, double seconds) {
+  State& state = *m_State;
+  if (!state.Handle) return WindowMessage::None;
+  if (state.Queue.empty()) {
+    if (seconds == 0)
+      state.Pump();
+    else
+      state.WaitFor(seconds);
+  }
+  if (state.Queue.empty()) return WindowMessage::None;
+  State::Message message = std::move(state.Queue.front());
+  state.Queue.pop_front();
+  state.LastCode = message.Code;
+  if (message.What == WindowMessage::Input) event = std::move(message.Input);
+  return message.What;
+}
+
+unsigned Window::LastMessageCode() const { return m_State->LastCode; }
+int Window::Width() const { return m_State->Width; }
+int Window::Height() const { return m_State->Height; }
+float Window::Scale() const { return m_State->Scale; }
+bool Window::IsAsleep() const { return m_State->Asleep; }
+bool Window::HasFocus() const { return m_State->Focus; }
+
+void Window::State::MeasureSize() {
+  int units = 0, unitsHigh = 0;
+  SDL_GetWindowSize(Handle, &units, &unitsHigh);
+  SDL_GL_GetDrawableSize(Handle, &Width, &Height);
+  PixelsPerUnit = units > 0 && Width > 0 ? float(Width) / float(units) : 1;
+}
+
+bool Window::State::MeasureScale() {
+  DisplayWords words;
+  words.GdkScale = std::getenv("GDK_SCALE");
+  XHandles handles;
+  if (GetXHandles(Handle, handles)) words.XftDpi = GetXResource(handles, "Xft", "dpi");
+  float measured = 0;
+  if (SDL_GetDisplayDPI(std::max(0, SDL_GetWindowDisplayIndex(Handle)), &measured, nullptr, nullptr) == 0)
+    words.MeasuredDpi = measured;
+  const float before = Scale;
+  Scale = ChooseDisplayScale(words);
+  return Scale != before;
+}
+
+void Window::State::NotePlacement() {
+  if (SDL_GetWindowFlags(Handle) & (SDL_WINDOW_MAXIMIZED | SDL_WINDOW_MINIMIZED | SDL_WINDOW_FULLSCREEN)) return;
+  WindowPlacement now;
+  int width, height;
+  SDL_GetWindowPosition(Handle, &now.Left, &now.Top);
+  SDL_GetWindowSize(Handle, &width, &height);
+  now.Right = now.Left + width;
+  now.Bottom = now.Top + height;
+  if (now == Normal) return;
+  // The steps of one change, place and then size, count as one.
+  const double time = Window::Now();
+  if (time - NormalTime >= 1) NormalBefore = Normal;
+  NormalTime = time;
+  Normal = now;
+}
+
+WindowPlacement Window::GetPlacement() const {
+  WindowPlacement placement = m_State->Normal;
+  placement.Maximised = m_State->Shown ? IsMaximised() : m_State->StartMaximised;
+  return placement;
+}
+
+void Window::Present() { SDL_GL_SwapWindow(m_State->Handle); }
+void Window::SetVerticalSync(bool on) { SDL_GL_SetSwapInterval(on ? 1 : 0); }
+void Window::SetTitle(const std::string& title) { SDL_SetWindowTitle(m_State->Handle, title.c_str()); }
+
+void Window::SetIcon(const comms::cImage& icon) {
+  if (icon.Empty()) return;
+  SDL_Surface* surface = MakeSurface(icon);
+  if (!surface) return;
+  SDL_SetWindowIcon(m_State->Handle, surface);
+  SDL_FreeSurface(surface);
+}
+
+void Window::SetArrow(const comms::cImage& picture, int hotX, int hotY) {
+  State& state = *m_State;
+  SDL_Cursor* arrow = nullptr;
+  if (!picture.Empty())
+    if (SDL_Surface* surface = MakeSurface(picture)) {
+      arrow = SDL_CreateColorCursor(surface, hotX, hotY);
+      SDL_FreeSurface(surface);
+    }
+  std::swap(state.Arrow, arrow);
+  const MouseCursor shown = state.Cursor;
+  state.Cursor = MouseCursor::None;
+  SetCursor(shown);
+  if (arrow) SDL_FreeCursor(arrow);
+}
+
+void Window::SetCursor(MouseCursor cursor) {
+  State& state = *m_State;
+  if (cursor == state.Cursor) return;
+  state.Cursor = cursor;
+  if (cursor == MouseCursor::None) {
+    SDL_ShowCursor(SDL_DISABLE);
+    return;
+  }
+  SDL_Cursor*& system = state.Cursors[size_t(cursor)];
+  if (!system) system = SDL_CreateSystemCursor(ToSystemCursor(cursor));
+  SDL_SetCursor(cursor == MouseCursor::Arrow && state.Arrow ? state.Arrow : system);
+  SDL_ShowCursor(SDL_ENABLE);
+}
+
+void Window::SetFullScreen(bool on) { SDL_SetWindowFullscreen(m_State->Handle, on ? SDL_WINDOW_FULLSCREEN_DESKTOP : 0); }
+bool Window::IsFullScreen() const { return (SDL_GetWindowFlags(m_State->Handle) & SDL_WINDOW_FULLSCREEN) != 0; }
+void Window::Maximise() { SDL_MaximizeWindow(m_State->Handle); }
+void Window::Minimise() { SDL_MinimizeWindow(m_State->Handle); }
+void Window::Restore() { SDL_RestoreWindow(m_State->Handle); }
+bool Window::IsMaximised() const { return (SDL_GetWindowFlags(m_State->Handle) & SDL_WINDOW_MAXIMIZED) != 0; }
+
+void Window::StartTextInput(int x, int y, int width, int height) {
+  const float units = 1 / m_State->PixelsPerUnit;
+  const SDL_Rect place{int(float(x) * units), int(float(y) * units), int(float(width) * units), int(float(height) * units)};
+  SDL_SetTextInputRect(&place);
+  if (!SDL_IsTextInputActive()) SDL_StartTextInput();
+}
+void Window::StopTextInput() { SDL_StopTextInput(); }
+
+std::string Window::GetClipboard() const {
+  char* text = SDL_GetClipboardText();
+  const std::string result = text ? text : "";
+  SDL_free(text);
+  return result;
+}
+bool Window::SetClipboard(const std::string& text) { return SDL_SetClipboardText(text.c_str()) == 0; }
+
+bool Window::OpenTablet(std::string& error) {
+  XHandles handles;
+  if (!GetXHandles(m_State->Handle, handles)) {
+    error = "pens with pressure need an X display";
+    return false;
+  }
+  return m_State->Pen.Open(handles.Display, handles.Window, error);
+}
+
+void Window::CloseTablet() { m_State->Pen.Close(); }
+PenState Window::GetPenState() const { return m_State->Pen.Pens().GetState(); }

@@ -1,0 +1,217 @@
+#include "interface/draw/Gallery.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <string>
+
+#include "interface/draw/Theme.h"
+
+const std::string_view IconNames[] = {"Visible",   "Hidden",      "Ghost",       "VoxSurf",      "Surface",
+                                      "OpenState", "ClosedState", "Locked",      "Unlocked",     "DependsOnPressure",
+                                      "Pressure",  "ArrowRight",  "ArrowDown",   "ArrowLeft",    "ArrowUp",
+                                      "Close",     "Plus",        "Minus",       "Delete",       "Search",
+                                      "Folder",    "File",        "Save",        "Open",         "Undo",
+                                      "Redo",      "Settings",    "Sun",         "Moon",         "Pen",
+                                      "Sphere",    "Brush",       "Carve",       "Smooth",       "Add",
+                                      "Subtract",  "Airbrush",    "Symmetry",    "Layers",       "Material",
+                                      "Camera",    "Grid",        "Perspective", "Orthographic", "Frame",
+                                      "Rotate",    "Pan",         "Zoom",        "Voxels",       "Paint",
+                                      "Retopo",    "Sculpt",      "Render",      "Check",        "Menu",
+                                      "Dots",      "Pin",         "Float",       "Warning",      "Info",
+                                      "Reset",     "Copy",        "Paste",       "Color",        "Curve",
+                                      "Tablet",    "Keyboard",    "Window",      "Segment",      "Stamp",
+                                      "Wireframe"};
+const size_t NumIconNames = std::size(IconNames);
+
+namespace {
+
+class Page {
+ public:
+  Page(Canvas& canvas, int picture) : m_Canvas(canvas), m_Theme(GetTheme()), m_Picture(picture) {}
+
+  float Draw() {
+    m_Canvas.FillRect(m_Canvas.Screen(), m_Theme.Window);
+    MenuBar();
+    Panel({m_Canvas.Px(10), m_Canvas.Px(38), m_Canvas.Px(250), m_Canvas.Px(420)});
+    TextSamples({m_Canvas.Px(272), m_Canvas.Px(38), m_Canvas.Px(300), m_Canvas.Px(420)});
+    Shapes({m_Canvas.Px(584), m_Canvas.Px(38), m_Canvas.Px(206), m_Canvas.Px(420)});
+    return IconTable({m_Canvas.Px(10), m_Canvas.Px(470), m_Canvas.Px(780), m_Canvas.Px(200)});
+  }
+
+ private:
+  float Px(float length) const { return m_Canvas.Px(length); }
+
+  void MenuBar() {
+    const cRect bar = {0, 0, float(m_Canvas.Width()), Px(Measures::MenuBarHeight)};
+    m_Canvas.FillRect(bar, m_Theme.Menu);
+    float x = Px(8);
+    for (const char* title : {"File", "Edit", "View", "Symmetry", "Geometry", "Help"}) {
+      const float width = m_Canvas.TextWidth(title) + Px(16);
+      if (std::string_view(title) == "View") m_Canvas.FillRoundRect({x, Px(3), width, bar.H - 2 * Px(3)}, Px(4), m_Theme.MenuHot);
+      m_Canvas.Text({x, 0, width, bar.H}, title, m_Theme.Text, TextStyle::Normal, TextAlign::Center);
+      x += width;
+    }
+    m_Canvas.FillRect({0, bar.H, bar.W, Px(1)}, m_Theme.PanelBorder);
+  }
+
+  void Ground(const cRect& rect, std::string_view title, std::string_view icon) {
+    m_Canvas.Shadow({rect.X, rect.Y + Px(3), rect.W, rect.H}, Px(6), Px(14), m_Theme.Shadow);
+    m_Canvas.FillRoundRect(rect, Px(6), m_Theme.Panel, Px(1), m_Theme.PanelBorder);
+    const cRect header = {rect.X + Px(1), rect.Y + Px(1), rect.W - 2 * Px(1), Px(Measures::HeaderHeight)};
+    m_Canvas.FillRoundRect(header, Px(5), m_Theme.PanelHeader);
+    m_Canvas.FillRect({header.X, header.Bottom() - Px(5), header.W, Px(5)}, m_Theme.PanelHeader);
+    m_Canvas.Icon(icon, {header.X + Px(6), header.Y, Px(16), header.H}, m_Theme.TextDim);
+    m_Canvas.Text({header.X + Px(28), header.Y, header.W - Px(56), header.H}, title, m_Theme.TextTitle, TextStyle::Bold);
+    m_Canvas.Icon("Close", {header.Right() - Px(22), header.Y, Px(16), header.H}, m_Theme.TextDim);
+  }
+
+  void Panel(const cRect& rect) {
+    Ground(rect, "Voxel tree", "Layers");
+    const float row = Px(Measures::RowHeight), gap = Px(Measures::RowGap);
+    cRect line = {rect.X + Px(8), rect.Y + Px(34), rect.W - Px(16), row};
+    const auto next = [&] { line.Y += row + gap; };
+    for (const char* name : {"Head", "Torso with a name that does not fit", "Left arm", "Right arm"}) {
+      const bool chosen = std::string_view(name) == "Left arm";
+      if (chosen) m_Canvas.FillRoundRect(line, Px(4), m_Theme.Accent);
+      const uint32_t color = chosen ? m_Theme.AccentText : m_Theme.Text;
+      m_Canvas.Icon(chosen ? "OpenState" : "ClosedState", {line.X + Px(2), line.Y, Px(16), row}, color);
+      m_Canvas.Icon("Visible", {line.X + Px(20), line.Y, Px(16), row}, color);
+      m_Canvas.Icon("VoxSurf", {line.X + Px(38), line.Y, Px(16), row}, color);
+      m_Canvas.Text({line.X + Px(60), line.Y, line.W - Px(140), row}, name, color);
+      m_Canvas.Text({line.Right() - Px(70), line.Y, Px(64), row}, "1 284 096", chosen ? color : m_Theme.TextDim,
+                    TextStyle::Number, TextAlign::Right);
+      next();
+    }
+    m_Canvas.FillRect({line.X, line.Y + Px(3), line.W, Px(1)}, m_Theme.Separator);
+    line.Y += Px(10);
+    const float values[] = {0.72f, 0.35f, 1.0f};
+    const char* labels[] = {"Radius", "Depth", "Smoothing"};
+    for (int i = 0; i < 3; i++) {
+      m_Canvas.Text({line.X, line.Y, Px(80), row}, labels[i], m_Theme.TextDim);
+      const cRect field = {line.X + Px(84), line.Y, line.W - Px(84), row};
+      m_Canvas.FillRoundRect(field, Px(4), m_Theme.Field, Px(1), i == 1 ? m_Theme.FieldFocus : m_Theme.FieldBorder);
+      m_Canvas.PushClip({field.X, field.Y, field.W * values[i], field.H});
+      m_Canvas.FillRoundRect(field.Shrunk(Px(1)), Px(3), m_Theme.Accent);
+      m_Canvas.PopClip();
+      const std::string number = std::to_string(int(values[i] * 100)) + ".00 %";
+      m_Canvas.Text(field.Shrunk(Px(6)), number, values[i] > 0.5f ? m_Theme.AccentText : m_Theme.Text, TextStyle::Number,
+                    values[i] > 0.5f ? TextAlign::Left : TextAlign::Right);
+      next();
+    }
+    line.Y += Px(4);
+    const uint32_t grounds[] = {m_Theme.Button, m_Theme.ButtonHot, m_Theme.ButtonDown, m_Theme.Accent};
+    const char* names[] = {"Button", "Hot", "Down", "Chosen"};
+    const float width = std::floor((line.W - 3 * Px(4)) / 4);
+    for (int i = 0; i < 4; i++) {
+      const cRect button = {line.X + float(i) * (width + Px(4)), line.Y, width, Px(22)};
+      m_Canvas.FillRoundRect(button, Px(4), grounds[i]);
+      m_Canvas.Text(button, names[i], i == 3 ? m_Theme.AccentText : m_Theme.Text, TextStyle::Normal, TextAlign::Center);
+    }
+    line.Y += Px(30);
+    m_Canvas.Icon("Warning", {line.X, line.Y, Px(16), row}, m_Theme.Warning);
+    m_Canvas.Text({line.X + Px(22), line.Y, line.W, row}, "Warning: not closed", m_Theme.Warning);
+    next();
+    m_Canvas.Icon("Close", {line.X, line.Y, Px(16), row}, m_Theme.Danger);
+    m_Canvas.Text({line.X + Px(22), line.Y, line.W, row}, "Danger: will be lost", m_Theme.Danger);
+    next();
+    m_Canvas.Icon("Check", {line.X, line.Y, Px(16), row}, m_Theme.Good);
+    m_Canvas.Text({line.X + Px(22), line.Y, line.W, row}, "Good: all is well", m_Theme.Good);
+    next();
+    m_Canvas.Text({line.X, line.Y, line.W, row}, "Disabled text", m_Theme.TextDisabled);
+  }
+
+  void TextSamples(const cRect& rect) {
+    Ground(rect, "Type", "Pen");
+    const float x = rect.X + Px(10), width = rect.W - Px(20);
+    float y = rect.Y + Px(34);
+    const std::pair<TextStyle, const char*> styles[] = {
+        {TextStyle::Title, "Title: Quick sculpting fox"},         {TextStyle::Bold, "Bold: Quick sculpting fox"},
+        {TextStyle::Normal, "Normal: Quick sculpting fox jumps"}, {TextStyle::Small, "Small: Quick sculpting fox jumps over"},
+        {TextStyle::Number, "Number: 0123456789 1111"},           {TextStyle::Number, "Number: 9876543210 8888"}};
+    for (const auto& [style, text] : styles) {
+      const float height = m_Canvas.LineHeight(style) + Px(4);
+      m_Canvas.Text({x, y, width, height}, text, style == TextStyle::Title ? m_Theme.TextTitle : m_Theme.Text, style);
+      y += height;
+    }
+    for (const char* text : {"Größe, Œuvre, Łódź, naïve, ½ × 3 → 5°", "Привет, Ελληνικά, e\xCC\x81 a\xCC\x8A, fi ffi",
+                             "עברית 123 and العربية", "日本語 \xFF\xC0 broken bytes", "No such letter: \xF3\xB0\x80\x80"}) {
+      m_Canvas.Text({x, y, width, Px(20)}, text, m_Theme.Text);
+      y += Px(20);
+    }
+    y += Px(4);
+    y += m_Canvas.Paragraph({x, y, width, 0},
+                            "A paragraph breaks at blanks to the width of its box.\nA new line begins a new line; "
+                            "Averyveryverylongwordwithoutanyblankisbrokenbetweenitscharacters.",
+                            m_Theme.TextDim);
+    y += Px(8);
+    for (const TextAlign align : {TextAlign::Left, TextAlign::Center, TextAlign::Right}) {
+      m_Canvas.FillRoundRect({x, y, width, Px(19)}, Px(4), m_Theme.Field, Px(1), m_Theme.FieldBorder);
+      m_Canvas.Text({x + Px(6), y, width - Px(12), Px(19)}, "Aligned HÅg", m_Theme.Text, TextStyle::Normal, align);
+      y += Px(22);
+    }
+  }
+
+  void Shapes(const cRect& rect) {
+    Ground(rect, "Shapes", "Curve");
+    const float x = rect.X + Px(10), y = rect.Y + Px(34);
+    m_Canvas.FillGradient({x, y, Px(88), Px(40)}, Px(6), 0xFF3B6FD4, 0xFFD45B8B);
+    m_Canvas.FillGradient({x + Px(98), y, Px(88), Px(40)}, Px(6), 0xFF000000, 0xFFFFFFFF, true);
+    m_Canvas.Circle({x + Px(22), y + Px(72)}, Px(20), m_Theme.Accent, Px(2), m_Theme.Text);
+    m_Canvas.Circle({x + Px(72), y + Px(72)}, Px(20), 0, Px(2), m_Theme.Text);
+    m_Canvas.Circle({x + Px(106), y + Px(72)}, Px(6), m_Theme.Good);
+    const comms::cVec2 triangle[] = {{x + Px(126), y + Px(90)}, {x + Px(150), y + Px(52)}, {x + Px(180), y + Px(86)}};
+    m_Canvas.FillPolygon(triangle, m_Theme.Warning);
+    comms::cList<comms::cVec2> curve;
+    for (int i = 0; i <= 60; i++) curve.push_back({x + Px(186) * float(i) / 60, y + Px(125) - Px(22) * float(std::sin(i * 0.2))});
+    m_Canvas.Polyline(curve, 1.5f * m_Canvas.Scale(), m_Theme.FieldFocus);
+    const comms::cVec2 zigzag[] = {{x, y + Px(190)},           {x + Px(30), y + Px(160)}, {x + Px(40), y + Px(190)},
+                                   {x + Px(50), y + Px(160)},  {x + Px(90), y + Px(160)}, {x + Px(90), y + Px(190)},
+                                   {x + Px(140), y + Px(175)}, {x + Px(92), y + Px(165)}};
+    m_Canvas.Polyline(zigzag, Px(5), WithAlpha(m_Theme.Text, 0.6f));
+    const comms::cVec2 ring[] = {
+        {x + Px(150), y + Px(160)}, {x + Px(184), y + Px(164)}, {x + Px(178), y + Px(192)}, {x + Px(154), y + Px(186)}};
+    m_Canvas.Polyline(ring, Px(2), m_Theme.Danger, true);
+    m_Canvas.Line({x, y + Px(206)}, {x + Px(186), y + Px(206)}, Px(1), m_Theme.Text);
+    m_Canvas.Line({x, y + Px(212)}, {x + Px(186), y + Px(222)}, Px(1), m_Theme.Text);
+    const cRect pictures = {x, y + Px(232), Px(186), Px(60)};
+    m_Canvas.PushClip(pictures);
+    m_Canvas.Image({pictures.X, pictures.Y, Px(80), Px(80)}, m_Picture);
+    m_Canvas.Image({pictures.X + Px(90), pictures.Y, Px(60), Px(60)}, m_Picture, 0xFFFFFFFF, {0.25f, 0.25f, 0.5f, 0.5f}, true);
+    m_Canvas.PopClip();
+    const cRect popup = {x + Px(20), y + Px(306), Px(146), Px(64)};
+    m_Canvas.Shadow({popup.X, popup.Y + Px(4), popup.W, popup.H}, Px(6), Px(16), m_Theme.Shadow);
+    m_Canvas.FillRoundRect(popup, Px(6), m_Theme.Menu, Px(1), m_Theme.PanelBorder);
+    m_Canvas.FillRoundRect({popup.X + Px(4), popup.Y + Px(4), popup.W - Px(8), Px(22)}, Px(4), m_Theme.MenuHot);
+    m_Canvas.Text({popup.X + Px(12), popup.Y + Px(4), Px(100), Px(22)}, "Undo", m_Theme.Text);
+    m_Canvas.Text({popup.X + Px(12), popup.Y + Px(4), popup.W - Px(24), Px(22)}, "Ctrl+Z", m_Theme.TextDim, TextStyle::Small,
+                  TextAlign::Right);
+    m_Canvas.Text({popup.X + Px(12), popup.Y + Px(32), Px(100), Px(22)}, "Redo", m_Theme.Text);
+  }
+
+  float IconTable(const cRect& rect) {
+    Ground(rect, "Icons", "Grid");
+    const float step = Px(32);
+    float x = rect.X + Px(12), y = rect.Y + Px(34);
+    for (size_t i = 0; i < NumIconNames; i++) {
+      m_Canvas.Icon(IconNames[i], {x, y, Px(16), Px(16)}, m_Theme.Text);
+      x += step;
+      if (x + step > rect.Right()) {
+        x = rect.X + Px(12);
+        y += Px(24);
+      }
+    }
+    y += Px(28);
+    x = rect.X + Px(12);
+    for (size_t i = 0; i < NumIconNames; i += 3, x += step) m_Canvas.Icon(IconNames[i], {x, y, Px(24), Px(24)}, m_Theme.Text);
+    return rect.Bottom();
+  }
+
+  Canvas& m_Canvas;
+  const Theme& m_Theme;
+  int m_Picture;
+};
+
+}  // namespace
+
+float DrawGallery(Canvas& canvas, int picture) { return Page(canvas, picture).Draw(); }

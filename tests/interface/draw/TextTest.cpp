@@ -1,0 +1,291 @@
+// Text on the null device: carets, bytes that are no text, cutting, breaking, what is kept, and the letters for a machine without
+// fonts.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <set>
+
+#include "comms/Log.h"
+#include "comms/cRenderNull.h"
+#include "interface/draw/Batch.h"
+#include "interface/draw/Glyphs.h"
+#include "interface/draw/StrokeFont.h"
+#include "interface/draw/TextRuns.h"
+#include "interface/draw/Utf8Decode.h"
+
+namespace fs = std::filesystem;
+using namespace comms;
+using testing::ElementsAreArray;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr TextStyle AllStyles[] = {TextStyle::Small, TextStyle::Normal, TextStyle::Bold, TextStyle::Title, TextStyle::Number};
+
+struct TextTest : testing::Test {
+  TextTest() : Page(Device, MORVANE_DATA_DIR) { Page.Begin(800, 600, 1); }
+  // What the last flush drew.
+  cList<draw::Vertex> TakeVertices() {
+    for (cRenderNull::Buffer& buffer : Device.Buffers) buffer.Data.clear();
+    Page.Flush();
+    cList<draw::Vertex> vertices;
+    for (const cRenderNull::Buffer& buffer : Device.Buffers)
+      if (buffer.Kind == BufferKind::Vertex && !buffer.Data.empty()) {
+        vertices.resize(buffer.Data.size() / sizeof(draw::Vertex));
+        std::memcpy(vertices.data(), buffer.Data.data(), buffer.Data.size());
+      }
+    return vertices;
+  }
+  cRenderNull Device;
+  Canvas Page;
+};
+
+// Bytes at which a caret may stand, found by asking along the whole line.
+cList<size_t> FindCarets(Canvas& canvas, std::string_view text, TextStyle style) {
+  std::set<size_t> found;
+  const float width = canvas.TextWidth(text, style);
+  for (float x = -5; x < width + 5; x += 0.125f) found.insert(canvas.CaretIndex(text, x, style));
+  return {found.begin(), found.end()};
+}
+
+}  // namespace
+
+TEST_F(TextTest, CaretsStandBetweenCharactersAsPeopleSeeThem) {
+  const struct {
+    const char* Text;
+    cList<size_t> Carets;
+  } cases[] = {
+      {"", {0}},
+      {"abc", {0, 1, 2, 3}},
+      {"a\xC3\xA9\xE2\x82\xAC", {0, 1, 3, 6}},                    // two and three bytes
+      {"e\xCC\x81x", {0, 3, 4}},                                  // a letter and its accent
+      {"q\xCC\x81\xCC\xA3.", {0, 5, 6}},                          // two marks that no font has as one letter
+      {"office", {0, 1, 2, 3, 4, 5, 6}},                          // ligatures are shared out
+      {"\xD7\xA9\xD7\x9C\xD7\x95", {0, 2, 4, 6}},                 // from right to left
+      {"\xF0\x9F\x87\xA9\xF0\x9F\x87\xAA!", {0, 8, 9}},           // the two letters of a flag
+      {"\xF0\x9F\x91\xA9\xE2\x80\x8D\xF0\x9F\x94\xAC", {0, 11}},  // joined
+      {"\xFF\xC3z", {0, 1, 2, 3}},                                // bytes that are no text
+  };
+  for (const auto& c : cases)
+    for (const TextStyle style : AllStyles) {
+      EXPECT_THAT(FindCarets(Page, c.Text, style), ElementsAreArray(c.Carets)) << c.Text;
+      for (const size_t byte : c.Carets)
+        EXPECT_EQ(Page.CaretIndex(c.Text, Page.CaretX(c.Text, byte, style), style), byte) << c.Text;
+      for (size_t i = 0; i + 1 < c.Carets.size(); i++)
+        for (size_t inside = c.Carets[i]; inside < c.Carets[i + 1]; inside++)
+          EXPECT_EQ(Page.CaretX(c.Text, inside, style), Page.CaretX(c.Text, c.Carets[i], style)) << c.Text;
+    }
+}
+
+TEST_F(TextTest, RightToLeftWritingRunsBackwardsAndItsFiguresForwards) {
+  const std::string_view text = "ab \xD7\xA9\xD7\x9C 12.5 cd";  // ab, two Hebrew letters, a number, cd
+  const auto x = [&](size_t byte) { return Page.CaretX(text, byte); };
+  EXPECT_LT(x(0), x(1));
+  EXPECT_GT(x(3), x(5));           // the first Hebrew letter begins right of the second
+  EXPECT_LT(x(8), x(9));           // figures
+  EXPECT_LT(x(8), x(5));           // stand left of the letters before them
+  EXPECT_LT(x(10), x(11));         // and hold together at the point
+  EXPECT_GT(x(13), x(3) - 0.01f);  // cd stands right of all
+  EXPECT_NEAR(x(text.size()), Page.TextWidth(text), 1);
+}
+
+TEST_F(TextTest, AnyBytesAreSurvived) {
+  EXPECT_EQ(Page.TextWidth("\xFF"), Page.TextWidth("\xEF\xBF\xBD"));
+  EXPECT_EQ(Page.TextWidth("a\tb\nc"), Page.TextWidth("a b c"));
+  const struct {
+    const char* Bytes;
+    char32_t Code;
+    size_t Length;
+  } decoded[] = {{"\xC0\x80", 0xFFFD, 1}, {"\xED\xA0\x80", 0xFFFD, 1}, {"\xF4\x90\x80\x80", 0xFFFD, 1},
+                 {"\xE2\x82", 0xFFFD, 1}, {"\xE0\x9F\xBF", 0xFFFD, 1}, {"\xF4\x8F\xBF\xBF", 0x10FFFF, 4},
+                 {"\xC3\xA9", 0xE9, 2},   {"\xEF\xBF\xBF", 0xFFFF, 3}, {"\x80", 0xFFFD, 1}};
+  for (const auto& d : decoded) {
+    EXPECT_EQ(draw::DecodeUtf8(d.Bytes).Code, d.Code) << d.Bytes;
+    EXPECT_EQ(draw::DecodeUtf8(d.Bytes).Bytes, d.Length) << d.Bytes;
+  }
+  std::mt19937 random(7);
+  for (int round = 0; round < 400; round++) {
+    std::string text(random() % 24, ' ');
+    for (char& c : text) c = char(random() % 3 ? random() : 0xCC + random() % 4);
+    const float width = Page.TextWidth(text);
+    ASSERT_TRUE(std::isfinite(width) && width >= 0);
+    for (size_t i = 0; i <= text.size() + 1; i++) ASSERT_LE(Page.CaretX(text, i), width);
+    ASSERT_LE(Page.CaretIndex(text, 1e9f), text.size());
+    Page.Text({0, 0, float(random() % 50), 19}, text, 0xFFFFFFFF, AllStyles[round % 5]);
+    Page.Paragraph({0, 0, float(random() % 50), 0}, text, 0xFFFFFFFF);
+  }
+  TakeVertices();
+}
+
+TEST_F(TextTest, WhatDoesNotFitIsCutAndStaysInItsBox) {
+  for (const std::string text : {"Torso with a long name", "\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D \xD7\xA2\xD7\x95\xD7\x9C\xD7\x9D"})
+    for (const TextStyle style : AllStyles) {
+      const float whole = Page.TextWidth(text, style);
+      float before = 0;
+      for (float width = 0; width <= whole + 2; width += 0.5f) {
+        const float drawn = Page.Text({100, 0, width, 19}, text, 0xFFFFFFFF, style);
+        EXPECT_LE(drawn, std::ceil(width + 0.5f));
+        if (text[0] == 'T') {
+          EXPECT_GE(drawn, before);
+        }
+        before = drawn;
+        for (const draw::Vertex& v : TakeVertices()) {
+          ASSERT_GE(v.X, 98) << text << width;
+          ASSERT_LE(v.X, 100 + std::ceil(width) + 2) << text << width;
+        }
+      }
+      EXPECT_EQ(before, whole);
+    }
+  EXPECT_EQ(Page.Text({0, 0, Page.TextWidth("iiii  \xE2\x80\xA6"), 19}, "iiii    wwwwwwww", 0xFFFFFFFF),
+            Page.TextWidth("iiii\xE2\x80\xA6"))
+      << "no blank before the dots";
+}
+
+TEST_F(TextTest, HugeTextsAreCutWithoutShapingThemWhole) {
+  std::string letters, backwards;
+  for (int i = 0; i < 300000; i++) letters += "ab ", backwards += "\xD7\xA9\xD7\x9C";
+  for (const std::string& text : {letters, backwards}) {
+    const float drawn = Page.Text({0, 0, 100, 19}, text, 0xFFFFFFFF);
+    EXPECT_TRUE(drawn > 50 && drawn <= 101) << drawn;
+  }
+}
+
+TEST_F(TextTest, AlignmentKeepsTextInsideItsBox) {
+  for (const TextAlign align : {TextAlign::Left, TextAlign::Center, TextAlign::Right}) {
+    Page.Text({100, 50, 200, 19}, "HxH", 0xFFFFFFFF, TextStyle::Normal, align);
+    float left = 1e9f, right = 0, top = 1e9f, bottom = 0;
+    for (const draw::Vertex& v : TakeVertices()) {
+      left = std::min(left, v.X);
+      right = std::max(right, v.X);
+      top = std::min(top, v.Y);
+      bottom = std::max(bottom, v.Y);
+    }
+    const float expected = align == TextAlign::Left ? 0 : align == TextAlign::Center ? 0.5f : 1;
+    EXPECT_NEAR((left - 100) / (200 - (right - left)), expected, 0.02f);
+    EXPECT_NEAR((top + bottom) / 2, 59.5f, 1) << "capitals stand in the middle";
+  }
+}
+
+TEST_F(TextTest, ParagraphsBreakAtBlanksAndLineEnds) {
+  const float line = Page.LineHeight(), word = Page.TextWidth("wwww");
+  EXPECT_EQ(Page.ParagraphHeight(1000, ""), line);
+  EXPECT_EQ(Page.ParagraphHeight(1000, "one two"), line);
+  EXPECT_EQ(Page.ParagraphHeight(1000, "one\n\ntwo\n"), 4 * line);
+  EXPECT_EQ(Page.ParagraphHeight(word + 1, "wwww wwww   wwww"), 3 * line);
+  EXPECT_EQ(Page.ParagraphHeight(word / 2, "wwww"), 2 * line);
+  EXPECT_EQ(Page.ParagraphHeight(0, "abc"), 3 * line) << "one character a line is the least";
+  const std::string text = "Words of several lengths, averyveryverylongonethatnolineholds, and \xC3\xA9\xCC\x81nd.";
+  for (float width = 20; width < 300; width += 7) {
+    EXPECT_EQ(Page.Paragraph({100, 0, width, 0}, text, 0xFFFFFFFF), Page.ParagraphHeight(width, text));
+    for (const draw::Vertex& v : TakeVertices()) ASSERT_LE(v.X, 100 + width + 2);
+  }
+}
+
+TEST_F(TextTest, NumbersAlignAndSizesFollowTheScale) {
+  EXPECT_EQ(Page.TextWidth("1111111", TextStyle::Number), Page.TextWidth("8888888", TextStyle::Number));
+  const float width = Page.TextWidth("Quick sculpting fox"), height = Page.LineHeight();
+  Page.Begin(800, 600, 3);
+  EXPECT_NEAR(Page.TextWidth("Quick sculpting fox"), 3 * width, 3);
+  EXPECT_NEAR(Page.LineHeight(), 3 * height, 2);
+  EXPECT_EQ(Page.Px(19), 57);
+  Page.Begin(800, 600, 0.5f);
+  EXPECT_EQ(Page.Px(0.5f), 1);
+  EXPECT_EQ(Page.Px(0), 0);
+}
+
+// --- what is kept --------------------------------------------------------------------------------------------------------------
+
+TEST(TextCaches, StayBoundedAndServeWhatIsAskedAgain) {
+  draw::Fonts fonts;
+  draw::TextRuns runs(fonts);
+  const float width = runs.Get("kept", TextStyle::Normal).Width;
+  for (int i = 0; i < 10000; i++) {
+    runs.Get(std::to_string(i), TextStyle::Normal);
+    ASSERT_EQ(runs.Get("kept", TextStyle::Normal).Width, width);
+    ASSERT_LE(runs.NumKept(), 2 * draw::TextRuns::MaxRuns + 1);
+  }
+  EXPECT_EQ(runs.NumShaped(), 10001u) << "a text that every frame asks for is shaped once";
+  for (int i = 0; i < 8; i++) runs.Get(std::string(draw::TextRuns::MaxBytes, char('a' + i)), TextStyle::Normal);
+  EXPECT_LE(runs.NumKept(), 4u) << "long texts count by their bytes";
+}
+
+TEST(TextCaches, TheAtlasGivesRoomBackBetweenFrames) {
+  cRenderNull device;
+  draw::Fonts fonts;
+  draw::Icons icons(JoinPath(MORVANE_DATA_DIR, "Icons/Icons.txt"));
+  draw::Glyphs glyphs(device, fonts, icons);
+  LogRecorder log;
+  size_t most = 0;
+  for (int frame = 0; frame < 3; frame++) {
+    glyphs.Begin();
+    for (int side = 300; side < 420; side++) {
+      const draw::AtlasSpot spot = glyphs.GetIcon("Grid", side);
+      if (spot.Texture < 0) continue;
+      EXPECT_LE(spot.X + spot.Width, draw::Atlas::Side);
+      EXPECT_LE(spot.Y + spot.Height, draw::Atlas::Side);
+    }
+    most = std::max(most, glyphs.NumKept());
+    glyphs.Upload();
+  }
+  EXPECT_EQ(most, 120u);
+  EXPECT_EQ(log.Text(), "");
+}
+
+TEST_F(TextTest, AFrameLikeTheLastOneUploadsNothing) {
+  const auto page = [&] {
+    Device.Calls.clear();
+    Page.Begin(800, 600, 1);
+    for (const TextStyle style : AllStyles) Page.Text({10, 10, 60, 19}, "Some text that is cut", 0xFFFFFFFF, style);
+    Page.Icon("Save", {100, 100, 16, 16}, 0xFFFFFFFF);
+    Page.End();
+  };
+  page();
+  EXPECT_THAT(Device.Calls, testing::Contains(HasSubstr("UpdateTexture")));
+  page();
+  EXPECT_THAT(Device.Calls, testing::Not(testing::Contains(HasSubstr("UpdateTexture"))));
+  EXPECT_THAT(Device.Calls, testing::Not(testing::Contains(HasSubstr("Create"))));
+}
+
+// --- no fonts ------------------------------------------------------------------------------------------------------------------
+
+TEST(BuiltInLetters, DrawWhereTheMachineHasNoFont) {
+  const fs::path config = fs::path(testing::TempDir()) / ("nofonts" + std::to_string(getpid()) + ".conf");
+  std::ofstream(config) << "<?xml version=\"1.0\"?><!DOCTYPE fontconfig SYSTEM \"fonts.dtd\"><fontconfig></fontconfig>";
+  setenv("FONTCONFIG_FILE", config.c_str(), 1);
+  {
+    LogRecorder log;
+    cRenderNull device;
+    Canvas canvas(device, MORVANE_DATA_DIR);
+    canvas.Begin(800, 600, 1.5f);
+    EXPECT_THAT(log.Text(), HasSubstr("No font on this machine"));
+    EXPECT_GT(canvas.TextWidth("Hello"), 10);
+    EXPECT_EQ(canvas.CaretIndex("Hello", canvas.CaretX("Hello", 3)), 3u);
+    EXPECT_EQ(canvas.CaretIndex("e\xCC\x81x", canvas.CaretX("e\xCC\x81x", 3)), 3u);
+    EXPECT_LE(canvas.Text({0, 0, 40, 19}, "Hello, world", 0xFFFFFFFF), 41);
+    canvas.End();
+    EXPECT_EQ(canvas.DrawCalls(), 1);
+  }
+  unsetenv("FONTCONFIG_FILE");
+  fs::remove(config);
+}
+
+TEST(BuiltInLetters, AreAllThereAndAllDifferent) {
+  std::set<std::string> seen;
+  for (char32_t c = '!'; c <= '~'; c++) {
+    const draw::Mask mask = draw::RasterizeStrokes(c, 24, 0, false);
+    ASSERT_TRUE(mask.Width > 0 && mask.Height > 0);
+    const std::string key = std::string(mask.Coverage.begin(), mask.Coverage.end()) + std::to_string(mask.Width);
+    EXPECT_TRUE(seen.insert(key).second) << char(c) << " looks like another letter";
+    // Nothing is cut at the rim.
+    for (int x = 0; x < mask.Width; x++)
+      EXPECT_EQ(mask.Coverage[size_t(x)] + mask.Coverage[mask.Coverage.size() - 1 - size_t(x)], 0);
+    for (int y = 0; y < mask.Height; y++) EXPECT_EQ(mask.Coverage[size_t(y) * size_t(mask.Width)], 0) << char(c);
+  }
+}

@@ -1,0 +1,141 @@
+#include "shell/core/Pages.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "comms/Log.h"
+#include "shell/core/BasicTool.h"
+#include "shell/core/DataPath.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class RoomTool : public BasicTool {
+  REFLECTED(RoomTool, BasicTool)
+ public:
+  std::string Room = "Paint";
+  bool Pen = false;
+  int Entered = 0;
+  const char* GetRoomName() const override { return Room.c_str(); }
+  bool UsesPen() const override { return Pen; }
+  void OnRoomEnter() override { ++Entered; }
+};
+DECLARE_MEMBERS(RoomTool) {}
+
+class PagesTest : public testing::Test {
+ protected:
+  PagesTest() : Folder(fs::path(testing::TempDir()) / ("pages" + std::to_string(getpid()))) {
+    fs::remove_all(Folder);
+    fs::create_directories(Folder / "own");
+    SetDataPath((Folder / "own").string(), (Folder / "program").string());
+    PageHooks hooks;
+    hooks.StoreLayout = [this](const std::string& path) {
+      std::ofstream(path) << "layout";
+      Log += "store " + Short(path) + "\n";
+      return true;
+    };
+    hooks.RestoreLayout = [this](const std::string& path) {
+      Log += "restore " + Short(path) + "\n";
+      std::string text;
+      std::ifstream(path) >> text;
+      return text == "layout";
+    };
+    hooks.BuildDefaultLayout = [this](int page) { Log += "default " + std::to_string(page) + "\n"; };
+    hooks.RebuildPanels = [this] { Log += "rebuild " + std::to_string(CurrentPage) + "\n"; };
+    InitPages(std::move(hooks));
+  }
+  ~PagesTest() override {
+    InitPages({});
+    ReleaseTools();
+    SetDataPath("", "");
+    fs::remove_all(Folder);
+  }
+  std::string Short(const std::string& path) const { return fs::relative(path, Folder).string(); }
+  void Write(const std::string& name, const std::string& text) const {
+    fs::create_directories((Folder / name).parent_path());
+    std::ofstream(Folder / name) << text;
+  }
+  RoomTool& AddRoom(const char* room, bool roomTool, bool pen) {
+    RoomTool& tool = CreateTool<RoomTool>();
+    tool.Room = room;
+    tool.IsRoomTool = roomTool;
+    tool.Pen = pen;
+    return tool;
+  }
+  fs::path Folder;
+  std::string Log;
+  comms::LogRecorder Warnings;
+};
+
+TEST_F(PagesTest, ASwitchStoresRestoresAndRebuilds) {
+  EXPECT_TRUE(SwitchPage(1));
+  EXPECT_EQ(Log, "store own/Temp/page_0.xml\nstore own/Temp/Prev/page_0.xml\ndefault 1\nrebuild 1\n");
+  Log.clear();
+  EXPECT_TRUE(SwitchPage(0));
+  EXPECT_EQ(Log, "store own/Temp/page_1.xml\nstore own/Temp/Prev/page_1.xml\nrestore own/Temp/page_0.xml\nrebuild 0\n");
+  Log.clear();
+  for (const int page : {-1, 5, 0}) EXPECT_FALSE(SwitchPage(page));
+  EXPECT_EQ(CurrentPage, 0);
+  EXPECT_EQ(Log, "");
+}
+
+TEST_F(PagesTest, LayoutsFallBack) {
+  Write("program/ToolsPresets/page_3.xml", "layout");
+  EXPECT_TRUE(EnterPage(3));
+  EXPECT_EQ(Log, "restore program/ToolsPresets/page_3.xml\nrebuild 3\n");
+  Write("own/Temp/page_3.xml", "damaged");
+  Log.clear();
+  EnterPage(3);
+  EXPECT_EQ(Log, "restore own/Temp/page_3.xml\nrestore program/ToolsPresets/page_3.xml\nrebuild 3\n");
+  EXPECT_NE(Warnings.Text().find("own/Temp/page_3.xml"), std::string::npos);
+  Write("own/Temp/Prev/page_3.xml", "layout");
+  Log.clear();
+  EnterPage(3);
+  EXPECT_EQ(Log, "restore own/Temp/page_3.xml\nrestore own/Temp/Prev/page_3.xml\nrebuild 3\n");
+}
+
+TEST_F(PagesTest, TheMainToolIsActiveOnEntry) {
+  RoomTool& eraser = AddRoom("Paint", false, false);
+  RoomTool& pen = AddRoom("Paint", false, true);
+  RoomTool& voxels = AddRoom("Voxels", true, false);
+  EXPECT_TRUE(EnterPage(FindPage("Voxels")));
+  EXPECT_EQ(&GetCurrentTool(), &voxels);
+  EXPECT_EQ(voxels.Entered, 1);
+  SwitchPage(FindPage("Paint"));
+  EXPECT_EQ(&GetCurrentTool(), &pen);
+  EXPECT_FALSE(voxels.Active || eraser.Active);
+  SwitchPage(FindPage("Retopo"));
+  EXPECT_EQ(&GetCurrentTool(), &GetDefaultTool()) << "a room without a tool";
+}
+
+TEST_F(PagesTest, AllowedPages) {
+  for (const char* all : {"", " ,;\t\r\n"}) EXPECT_TRUE(IsPageAllowed("Paint", all));
+  const char* some = "Voxels,Render;\tSculpt\r\nRetopology";
+  for (const char* name : {"Voxels", "Render", "Sculpt"}) EXPECT_TRUE(IsPageAllowed(name, some));
+  for (const char* name : {"Paint", "Retopo", "voxels", ""}) EXPECT_FALSE(IsPageAllowed(name, some));
+  EXPECT_EQ(ListAllowedPages().size(), 5u) << "no file";
+  InitPages({});
+  Write("own/Pages.txt", "Voxels, Render");
+  EXPECT_EQ(ListAllowedPages(), (std::vector<int>{0, 4}));
+  Write("own/Pages.txt", "Paint");
+  EXPECT_TRUE(IsPageAllowed("Voxels")) << "read once";
+}
+
+TEST_F(PagesTest, TagsOfItems) {
+  EXPECT_TRUE(IsShownOnPage("Layers", 3));
+  EXPECT_TRUE(IsShownOnPage("[Page1][Page3]Layers", 3));
+  EXPECT_TRUE(IsShownOnPage("Layers[Page12]", 12));
+  EXPECT_FALSE(IsShownOnPage("Layers[Page12]", 1)) << "a number is read whole";
+  EXPECT_FALSE(IsShownOnPage("[Page1][Page3]Layers", 0));
+  EXPECT_TRUE(IsShownOnPage("[Page]Layers", 0)) << "no number";
+  EXPECT_FALSE(IsShownOnPage("[Page99999999999999999999]", 1));
+  EXPECT_EQ(StripPageTags("[Page1][Page3]Layers [Page] x[Page2"), "Layers [Page] x");
+}
+
+TEST_F(PagesTest, TheMenuHashTellsStatesApart) { EXPECT_EQ(GetMenuStateHash(1600, 1000, 2), 1600 + 17 * 1000 + 993 * 2); }
+
+}  // namespace

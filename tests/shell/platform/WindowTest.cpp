@@ -1,0 +1,219 @@
+// The real window, on a display of the tests' own: Xvfb, started here, and xdotool as the person.
+#include "shell/platform/Window.h"
+
+#include <SDL.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "interface/BaseWidget.h"
+
+#ifdef __SANITIZE_ADDRESS__
+// What the display's libraries keep until the end of the process. The OpenGL driver is gone by the time the leaks are counted, so
+// its blocks are known by the library that loaded it, which takes whole call stacks.
+extern "C" const char* __asan_default_options() { return "fast_unwind_on_malloc=0"; }
+extern "C" const char* __lsan_default_suppressions() { return "leak:libSDL2\nleak:libdbus-1\n"; }
+#endif
+
+namespace {
+
+/// A display of its own for as long as it lives. Number below 0: there is no Xvfb here.
+class VirtualDisplay {
+ public:
+  VirtualDisplay() {
+    int ends[2];
+    if (pipe(ends) != 0) return;
+    m_Process = fork();
+    if (m_Process == 0) {
+      dup2(ends[1], 3);
+      // The server picks a free number and writes it.
+      execlp("Xvfb", "Xvfb", "-displayfd", "3", "-screen", "0", "1600x1000x24", "-nolisten", "tcp", nullptr);
+      _exit(127);
+    }
+    close(ends[1]);
+    std::string text;
+    for (char c; read(ends[0], &c, 1) == 1 && c != '\n';) text += c;
+    close(ends[0]);
+    if (text.empty()) return;
+    m_Number = std::atoi(text.c_str());
+    setenv("DISPLAY", (":" + std::to_string(m_Number)).c_str(), 1);
+    setenv("SDL_VIDEODRIVER", "x11", 1);
+  }
+  ~VirtualDisplay() {
+    if (m_Process <= 0) return;
+    kill(m_Process, SIGTERM);
+    waitpid(m_Process, nullptr, 0);
+  }
+  VirtualDisplay(const VirtualDisplay&) = delete;
+  VirtualDisplay& operator=(const VirtualDisplay&) = delete;
+  bool IsThere() const { return m_Number >= 0; }
+
+ private:
+  pid_t m_Process = -1;
+  int m_Number = -1;
+};
+
+bool HasProgram(const std::string& name) { return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0; }
+
+class WindowTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!HasProgram("Xvfb") || !HasProgram("xdotool")) GTEST_SKIP() << "needs Xvfb and xdotool";
+    m_Display = std::make_unique<VirtualDisplay>();
+    if (!m_Display->IsThere()) GTEST_SKIP() << "Xvfb did not start";
+    std::string error;
+    ASSERT_TRUE(m_Window.Create("morvane window test", {100, 80, 900, 680, false}, error)) << error;
+    m_Window.Show();
+    RunUntil([&] { return HasSeen(WindowMessage::Exposed); });
+    m_Messages.clear();
+    m_Events.clear();
+  }
+  void TearDown() override { m_Window.Destroy(); }
+
+  static void Do(const std::string& words) { ASSERT_EQ(std::system(("xdotool " + words).c_str()), 0) << words; }
+  bool HasSeen(WindowMessage what) const { return std::count(m_Messages.begin(), m_Messages.end(), what) > 0; }
+  const InputEvent* Find(InputKind kind) const {
+    for (const InputEvent& event : m_Events)
+      if (event.Kind == kind) return &event;
+    return nullptr;
+  }
+  /// Takes messages until `isDone`; false after a quiet of two seconds.
+  bool RunUntil(const std::function<bool()>& isDone) {
+    while (!isDone()) {
+      InputEvent event;
+      const WindowMessage message = m_Window.Wait(event, 2);
+      if (message == WindowMessage::None) return false;
+      m_Messages.push_back(message);
+      if (message == WindowMessage::Input) m_Events.push_back(event);
+    }
+    return true;
+  }
+
+  std::unique_ptr<VirtualDisplay> m_Display;
+  Window m_Window;
+  std::vector<WindowMessage> m_Messages;
+  std::vector<InputEvent> m_Events;
+};
+
+TEST_F(WindowTest, OpensAtItsPlacement) {
+  EXPECT_EQ(m_Window.Width(), 800);
+  EXPECT_EQ(m_Window.Height(), 600);
+  EXPECT_EQ(m_Window.GetPlacement(), (WindowPlacement{100, 80, 900, 680, false}));
+  EXPECT_FALSE(m_Window.IsAsleep());
+  m_Window.Present();
+}
+
+// Position, button, double click, wheel and the modifiers that were held at the press and not those of the moment it was read.
+TEST_F(WindowTest, MouseArrives) {
+  Do("mousemove 300 280 keydown ctrl click 1 keyup ctrl click --repeat 2 --delay 40 3 click 4");
+  ASSERT_TRUE(RunUntil([&] { return Find(InputKind::Wheel) != nullptr; }));
+  std::vector<InputEvent> downs;
+  for (const InputEvent& event : m_Events)
+    if (event.Kind == InputKind::ButtonDown) downs.push_back(event);
+  ASSERT_EQ(downs.size(), 3u);
+  EXPECT_EQ(downs[0].Button, MouseButton::Left);
+  EXPECT_EQ(downs[0].Modifiers, ModControl);
+  EXPECT_EQ(downs[0].X, 200);
+  EXPECT_EQ(downs[0].Y, 200);
+  EXPECT_EQ(downs[0].Pressure, 1);
+  EXPECT_FALSE(downs[0].IsPen);
+  EXPECT_EQ(downs[1].Button, MouseButton::Right);
+  EXPECT_EQ(downs[1].Modifiers, 0);
+  EXPECT_EQ(downs[2].Clicks, 2);
+  EXPECT_LE(downs[1].TimeSec, downs[2].TimeSec);
+  EXPECT_EQ(Find(InputKind::Wheel)->WheelY, 1);
+  const auto isThere = [](const InputEvent& event) {
+    return event.Kind == InputKind::PointerMove && event.X == 200 && event.Y == 200;
+  };
+  EXPECT_EQ(std::count_if(m_Events.begin(), m_Events.end(), isThere), 1);
+}
+
+TEST_F(WindowTest, KeysAndTextArrive) {
+  Do("mousemove 300 280");
+  m_Window.StartTextInput(10, 10, 100, 20);
+  Do("key --clearmodifiers shift+a");
+  ASSERT_TRUE(RunUntil([&] { return Find(InputKind::Text) != nullptr; }));
+  const auto isKeyA = [](const InputEvent& event) { return event.Kind == InputKind::KeyDown && event.Key == 'A'; };
+  const auto down = std::find_if(m_Events.begin(), m_Events.end(), isKeyA);
+  ASSERT_NE(down, m_Events.end());
+  EXPECT_EQ(down->Modifiers, ModShift);
+  EXPECT_EQ(Find(InputKind::Text)->Text, "A");
+  m_Window.StopTextInput();
+  m_Events.clear();
+  Do("key --clearmodifiers b Escape");
+  ASSERT_TRUE(
+      RunUntil([&] { return !m_Events.empty() && m_Events.back().Kind == InputKind::KeyUp && m_Events.back().Key == 27; }));
+  EXPECT_EQ(Find(InputKind::Text), nullptr);
+}
+
+TEST_F(WindowTest, ResizeArrives) {
+  Do("search --name 'morvane window test' windowsize 640 400");
+  ASSERT_TRUE(RunUntil([&] { return m_Window.Width() == 640; }));
+  EXPECT_TRUE(HasSeen(WindowMessage::Resized));
+  EXPECT_EQ(m_Window.Height(), 400);
+  EXPECT_EQ(m_Window.GetPlacement().Right - m_Window.GetPlacement().Left, 640);
+}
+
+// Asleep while nobody can see it; a picture is due when it is back.
+TEST_F(WindowTest, SleepsWhileHidden) {
+  Do("search --name 'morvane window test' windowunmap");
+  ASSERT_TRUE(RunUntil([&] { return HasSeen(WindowMessage::Asleep); }));
+  EXPECT_TRUE(m_Window.IsAsleep());
+  m_Window.Restore();
+  Do("search --name 'morvane window test' windowmap");
+  ASSERT_TRUE(RunUntil([&] { return HasSeen(WindowMessage::Awake) && HasSeen(WindowMessage::Exposed); }));
+  EXPECT_FALSE(m_Window.IsAsleep());
+}
+
+// The session's word to end comes as a request like the person's.
+TEST_F(WindowTest, CloseIsARequest) {
+  kill(getpid(), SIGTERM);
+  ASSERT_TRUE(RunUntil([&] { return HasSeen(WindowMessage::Close); }));
+  EXPECT_EQ(m_Window.Width(), 800);
+}
+
+TEST_F(WindowTest, DropHoldsThePath) {
+  Do("mousemove 300 280");
+  SDL_Event drop{};
+  drop.type = SDL_DROPFILE;
+  drop.drop.file = SDL_strdup("/models/head \u00fc.obj");
+  SDL_PushEvent(&drop);
+  ASSERT_TRUE(RunUntil([&] { return Find(InputKind::Drop) != nullptr; }));
+  EXPECT_EQ(Find(InputKind::Drop)->Text, "/models/head \u00fc.obj");
+  EXPECT_EQ(Find(InputKind::Drop)->X, 200);
+  EXPECT_EQ(Find(InputKind::Drop)->Y, 200);
+}
+
+TEST_F(WindowTest, WaitEndsOnTimeAndOnWake) {
+  InputEvent event;
+  while (m_Window.Wait(event, 0.2) != WindowMessage::None) {
+  }
+  Window::Wake();
+  EXPECT_EQ(m_Window.Wait(event, 5), WindowMessage::Woken);
+  EXPECT_EQ(m_Window.Poll(event), WindowMessage::None);
+}
+
+TEST_F(WindowTest, ClipboardKeepsText) {
+  EXPECT_TRUE(m_Window.SetClipboard("radius 0.25 \u00fc"));
+  EXPECT_EQ(m_Window.GetClipboard(), "radius 0.25 \u00fc");
+}
+
+// No pen here: the tablet opens, finds none, and the mouse goes on as before.
+TEST_F(WindowTest, TabletWithoutPen) {
+  std::string error;
+  ASSERT_TRUE(m_Window.OpenTablet(error)) << error;
+  EXPECT_TRUE(m_Window.GetPenState().Devices.empty());
+  Do("mousemove 400 300 click 1");
+  ASSERT_TRUE(RunUntil([&] { return Find(InputKind::ButtonUp) != nullptr; }));
+  EXPECT_EQ(Find(InputKind::ButtonDown)->Pressure, 1);
+}
+
+}  // namespace
