@@ -1,0 +1,126 @@
+#include "interface/CurvesWindow.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "interface/WidgetDraw.h"
+#include "interface/cWidgets.h"
+#include "shell/core/KeyTable.h"
+
+DECLARE_MEMBERS(CurvesWindow) {}
+
+float CurvesWindow::HeightFor(float width, Canvas& canvas) const {
+  return std::min(std::max(width * 0.6f, canvas.Px(80)), canvas.Px(150));
+}
+
+cRect CurvesWindow::Plot() const {
+  const cWidgets* manager = Manager();
+  return Rect.Shrunk(manager ? manager->GetCanvas().Px(7) : 7);
+}
+
+comms::cVec2 CurvesWindow::ToScreen(float x, float y) const {
+  const cRect plot = Plot();
+  return {plot.X + x * plot.W, plot.Bottom() - y * plot.H};
+}
+
+void CurvesWindow::Draw(Canvas& canvas) {
+  const Theme& theme = GetTheme();
+  DrawField(canvas, Rect, IsEnabled() && IsHot(), false, IsEnabled());
+  const cRect plot = Plot();
+  for (int i = 0; i <= 4; i++) {
+    const float x = std::floor(plot.X + plot.W * float(i) / 4), y = std::floor(plot.Y + plot.H * float(i) / 4);
+    canvas.FillRect({x, plot.Y, canvas.Px(1), plot.H}, theme.Separator);
+    canvas.FillRect({plot.X, y, plot.W, canvas.Px(1)}, theme.Separator);
+  }
+  if (!Curve) return;
+  const int steps = std::clamp(int(plot.W / canvas.Px(2)), 16, 400);
+  std::vector<comms::cVec2> line;
+  for (int i = 0; i <= steps; i++) {
+    const float x = float(i) / float(steps);
+    line.push_back(ToScreen(x, std::clamp(Curve->Evaluate(x), 0.0f, 1.0f)));
+  }
+  const uint32_t color = IsEnabled() ? theme.FieldFocus : theme.TextDisabled;
+  canvas.Polyline(line, canvas.Px(1) * 1.8f, color);
+  const cWidgets* manager = Manager();
+  const int under = manager && IsHot() ? PointAt(manager->PointerX(), manager->PointerY()) : -1;
+  for (int i = 0; i < Curve->GetPointCount(); i++) {
+    const comms::cVec2 at = ToScreen(Curve->Points[i]->X, Curve->Points[i]->Y);
+    const bool chosen = i == m_Point && IsFocused();
+    canvas.Circle(at, canvas.Px(i == under || chosen ? 5 : 4), chosen ? color : theme.Field, canvas.Px(1.5f), color);
+  }
+  DrawFocusRing(canvas, *this);
+}
+
+int CurvesWindow::PointAt(float x, float y) const {
+  const cWidgets* manager = Manager();
+  if (!Curve || !manager) return -1;
+  float nearest = manager->GetCanvas().Px(8);
+  int found = -1;
+  for (int i = 0; i < Curve->GetPointCount(); i++) {
+    const comms::cVec2 at = ToScreen(Curve->Points[i]->X, Curve->Points[i]->Y);
+    const float distance = std::hypot(at.x - x, at.y - y);
+    if (distance > nearest) continue;
+    nearest = distance;
+    found = i;
+  }
+  return found;
+}
+
+MouseCursor CurvesWindow::GetCursor(float x, float y) const {
+  return PointAt(x, y) >= 0 ? MouseCursor::Move : MouseCursor::Cross;
+}
+
+bool CurvesWindow::Remove(int index, const InputEvent& event) {
+  if (!Curve || index <= 0 || index >= Curve->GetPointCount() - 1) return false;
+  Curve->RemovePoint(index);
+  m_Point = -1;
+  m_Dragging = false;
+  Tell(WidgetEventKind::Change, &event);
+  Tell(WidgetEventKind::ChangeDone, &event);
+  return true;
+}
+
+// The first and the last point move up and down alone.
+bool CurvesWindow::OnMouse(const InputEvent& event) {
+  if (!Curve) return false;
+  const cRect plot = Plot();
+  if (event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Left) {
+    m_Point = PointAt(event.X, event.Y);
+    if (event.Clicks == 2 && Remove(m_Point, event)) return true;
+    if (Curve->GetPointCount() < 2) Curve->SetLinear();
+    if (m_Point < 0) {
+      m_Point = Curve->AddPoint((event.X - plot.X) / plot.W, (plot.Bottom() - event.Y) / plot.H);
+      Tell(WidgetEventKind::Change, &event);
+    }
+    m_Dragging = true;
+    m_LastX = event.X;
+    m_LastY = event.Y;
+    m_X = Curve->Points[m_Point]->X;
+    m_Y = Curve->Points[m_Point]->Y;
+    return true;
+  }
+  if (event.Kind == InputKind::PointerMove && m_Dragging && m_Point >= 0 && m_Point < Curve->GetPointCount()) {
+    const float fine = event.Modifiers & ModShift ? 0.2f : 1;
+    m_X += fine * (event.X - m_LastX) / std::max(1.0f, plot.W);
+    m_Y -= fine * (event.Y - m_LastY) / std::max(1.0f, plot.H);
+    m_LastX = event.X;
+    m_LastY = event.Y;
+    const bool end = m_Point == 0 || m_Point == Curve->GetPointCount() - 1;
+    const float away = plot.H * 0.3f;
+    if (!end && (event.Y < plot.Y - away || event.Y > plot.Bottom() + away)) return Remove(m_Point, event);
+    Curve->MovePoint(m_Point, end ? Curve->Points[m_Point]->X : m_X, m_Y);
+    Tell(WidgetEventKind::Change, &event);
+    return true;
+  }
+  if (event.Kind == InputKind::ButtonUp && event.Button == MouseButton::Left && m_Dragging) {
+    m_Dragging = false;
+    Tell(WidgetEventKind::ChangeDone, &event);
+  }
+  return IsCaptured();
+}
+
+bool CurvesWindow::OnKey(const InputEvent& event) {
+  if (event.Kind != InputKind::KeyDown) return false;
+  return (event.Key == KeyDelete || event.Key == KeyBackspace) && Remove(m_Point, event);
+}

@@ -1,0 +1,29 @@
+#pragma once
+#include "comms/One2DCurve.h"
+#include "interface/BaseWidget.h"
+
+/// Editor of a curve: a press on the curve adds a point and drags it, a double click, Delete or dragging it out takes it away;
+/// the ends stay at 0 and 1. Shift drags finely.
+class CurvesWindow : public BaseWidget {
+  REFLECTED(CurvesWindow, BaseWidget)
+ public:
+  CurvesWindow() = default;
+  explicit CurvesWindow(comms::One2DCurve* curve) : Curve(curve) {}
+  void Draw(Canvas& canvas) override;
+  bool OnMouse(const InputEvent& event) override;
+  bool OnKey(const InputEvent& event) override;
+  bool TakesFocus() const override { return true; }
+  float HeightFor(float width, Canvas& canvas) const override;
+  MouseCursor GetCursor(float x, float y) const override;
+
+  comms::One2DCurve* Curve = nullptr;  ///< outlives the widget
+
+ private:
+  cRect Plot() const;
+  comms::cVec2 ToScreen(float x, float y) const;
+  int PointAt(float x, float y) const;
+  bool Remove(int index, const InputEvent& event);
+  int m_Point = -1;  // chosen
+  bool m_Dragging = false;
+  float m_LastX = 0, m_LastY = 0, m_X = 0, m_Y = 0;
+};

@@ -1,0 +1,55 @@
+#pragma once
+// Panels around the scene: docked at the edges of the window, in tabs, or floating over it. Which ones are open and where is the
+// layout of a page; it is stored as a DocksLayout.
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "interface/BaseWidget.h"
+#include "interface/cWidgets.h"
+
+enum class DockSide : uint8_t { Left, Right, Top, Bottom };
+
+/// A panel that may be opened. Its widget is made when it opens and goes when it closes.
+struct DockPanel {
+  std::string Key;  ///< language key of its title, and its name in layouts
+  std::string Icon;
+  std::function<BaseWidget*()> Make;
+  DockSide Side = DockSide::Right;  ///< where it opens first
+  float Width = 260, Height = 300;  ///< at scale 1, first size
+};
+
+/// All panels of the window. The area that is left in the middle is the scene's.
+class DockPanels {
+ public:
+  explicit DockPanels(cWidgets& widgets);
+  ~DockPanels();
+  DockPanels(const DockPanels&) = delete;
+  DockPanels& operator=(const DockPanels&) = delete;
+
+  void Add(DockPanel panel);
+  const std::vector<DockPanel>& All() const;
+  bool IsOpen(const std::string& key) const;
+  /// Opens where it stood last, or at its first place. No effect on what is open.
+  void Open(const std::string& key);
+  void Close(const std::string& key);
+  void CloseAll();
+
+  /// Gives the docks the area of the window without menu and status line; the floating ones keep within it.
+  void Arrange(const cRect& area, Canvas& canvas);
+  /// What the docks leave free, as of the last Arrange.
+  const cRect& SceneRect() const;
+
+  /// The layout as a DocksLayout file; false with a line in the log.
+  bool StoreLayout(const std::string& path) const;
+  bool RestoreLayout(const std::string& path);
+  /// Opens these panels, each at its first place, and closes the others.
+  void SetDefault(const std::vector<std::string>& keys);
+  /// Makes the widgets of the open panels anew, as after a change of language or theme.
+  void Rebuild();
+
+ private:
+  struct State;
+  std::unique_ptr<State> m_State;
+};

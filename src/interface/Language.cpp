@@ -1,0 +1,179 @@
+// The tables of texts. A file is a list of entries:
+//   <Language>
+//     <Entry><Key>CANCEL</Key><Text>Cancel</Text></Entry>
+//   </Language>
+#include "interface/Language.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <set>
+#include <unordered_map>
+
+#include "ClassEngine/BaseClass.h"
+#include "ClassEngine/Xml.h"
+#include "comms/SafeFile.h"
+#include "comms/Str.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct TextHash {
+  using is_transparent = void;
+  size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+};
+using TextTable = std::unordered_map<std::string, std::string, TextHash, std::equal_to<>>;
+using Replacements = std::vector<std::pair<std::string, std::string>>;
+
+struct Texts {
+  TextTable Table;
+  TextTable Missing;  // key to what is shown for it
+  Replacements Words;
+};
+
+Texts& CurrentTexts() {
+  static Texts texts;
+  return texts;
+}
+
+std::string_view WithoutGroup(std::string_view key) {
+  if (key.empty() || key[0] != '{') return key;
+  const size_t end = key.find_first_not_of("0123456789", 1);
+  return end != std::string_view::npos && end > 1 && key[end] == '}' ? key.substr(end + 1) : key;
+}
+
+bool IsWordByte(char symbol) {
+  return (symbol >= '0' && symbol <= '9') || (symbol >= 'A' && symbol <= 'Z') || (symbol >= 'a' && symbol <= 'z') ||
+         symbol == '_' || static_cast<unsigned char>(symbol) >= 0x80;
+}
+
+// Whole words only: a pair for "Brush" leaves "Brushes" alone. What was put in is not looked at again.
+std::string ReplaceWords(std::string text, const Replacements& words) {
+  for (const auto& [from, to] : words) {
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at)) {
+      const size_t end = at + from.size();
+      const bool whole = (at == 0 || !IsWordByte(text[at - 1])) && (end == text.size() || !IsWordByte(text[end]));
+      if (whole) text.replace(at, from.size(), to);
+      at += whole ? to.size() : 1;
+    }
+  }
+  return text;
+}
+
+bool ReadTextFile(const std::string& path, std::string& text, std::string& error) {
+  std::vector<uint8_t> bytes;
+  if (!comms::ReadWholeFile(path, bytes, error)) return false;
+  text.assign(bytes.begin(), bytes.end());
+  return true;
+}
+
+bool ReadTable(const std::string& path, TextTable& table, std::string& error) {
+  std::string text;
+  if (!ReadTextFile(path, text, error)) return false;
+  XmlNode root;
+  if (root.Parse(text) <= 0 || root.GetNameView() != "Language") {
+    error = "\"" + path + "\" is no language file: a whole <Language> node with <Entry> nodes is expected.";
+    return false;
+  }
+  for (int32_t i = 0; i < root.GetChildCount(); i++) {
+    const XmlNode* entry = root.GetChild(i);
+    const XmlNode *key = entry->FindChild("Key"), *value = entry->FindChild("Text");
+    if (entry->GetNameView() != "Entry" || !key || !value || key->GetValueView().empty()) {
+      error = comms::Format("Entry %d of \"%s\" is not of the form <Entry><Key>...</Key><Text>...</Text></Entry>.", i + 1,
+                            path.c_str());
+      return false;
+    }
+    table[std::string(key->GetValueView())] = std::string(value->GetValueView());
+  }
+  return true;
+}
+
+// Pairs of words apart by blanks, as "%s%s" reads them.
+bool ReadReplacements(const std::string& path, Replacements& words, std::string& error) {
+  if (!comms::FileExists(path)) return true;
+  std::string text, from;
+  if (!ReadTextFile(path, text, error)) return false;
+  constexpr const char* Blanks = " \t\r\n";
+  for (size_t at = text.find_first_not_of(Blanks); at != std::string::npos; at = text.find_first_not_of(Blanks, at)) {
+    const size_t end = std::min(text.find_first_of(Blanks, at), text.size());
+    const std::string word = text.substr(at, end - at);
+    at = end;
+    if (from.empty()) {
+      from = word;
+    } else {
+      words.emplace_back(from, word);
+      from.clear();
+    }
+  }
+  if (from.empty()) return true;
+  error =
+      "\"" + path + "\" ends with the word \"" + from + "\", for which nothing stands behind it; pairs of words are expected.";
+  return false;
+}
+
+std::string LanguageFolder(const std::string& dataFolder) { return comms::JoinPath(dataFolder, "Languages"); }
+
+const char* TranslateForEngine(const char* key) { return HasText(key) ? GetText(key).c_str() : key; }
+
+}  // namespace
+
+bool HasText(std::string_view key) {
+  const TextTable& table = CurrentTexts().Table;
+  return table.find(WithoutGroup(key)) != table.end();
+}
+
+const std::string& GetText(std::string_view key) {
+  key = WithoutGroup(key);
+  Texts& texts = CurrentTexts();
+  if (const auto found = texts.Table.find(key); found != texts.Table.end()) return found->second;
+  if (const auto found = texts.Missing.find(key); found != texts.Missing.end()) return found->second;
+  return texts.Missing.emplace(std::string(key), std::string(key)).first->second;
+}
+
+std::string GetHintText(std::string_view key) {
+  const TextTable& table = CurrentTexts().Table;
+  const auto found = table.find(std::string(WithoutGroup(key)) + "_HINT");
+  return found == table.end() ? std::string() : found->second;
+}
+
+bool LoadLanguage(const std::string& dataFolder, const std::string& name, std::string& error) {
+  const std::string folder = LanguageFolder(dataFolder);
+  Texts loaded;
+  if (!ReadTable(comms::JoinPath(folder, "English.xml"), loaded.Table, error)) return false;
+  if (name != "English" && !ReadTable(comms::JoinPath(folder, name + ".xml"), loaded.Table, error)) return false;
+  if (!ReadReplacements(comms::JoinPath(folder, "replace.txt"), loaded.Words, error)) return false;
+  if (!loaded.Words.empty())
+    for (auto& [key, text] : loaded.Table) text = ReplaceWords(std::move(text), loaded.Words);
+  CurrentTexts() = std::move(loaded);
+  TranslateText = TranslateForEngine;
+  return true;
+}
+
+std::vector<std::string> ListLanguages(const std::string& dataFolder) {
+  std::vector<std::string> names;
+  std::error_code failed;
+  for (fs::directory_iterator at(LanguageFolder(dataFolder), failed), end; !failed && at != end; at.increment(failed))
+    if (at->path().extension() == ".xml" && at->path().filename() != "text.xml") names.push_back(at->path().stem().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+bool WriteMissingTexts(const std::string& folder, std::string& error) {
+  const TextTable& missing = CurrentTexts().Missing;
+  std::set<std::string> keys;
+  for (const auto& entry : missing)
+    if (!entry.first.empty()) keys.insert(entry.first);
+  if (keys.empty()) return true;
+  XmlNode root("Language");
+  for (const std::string& key : keys) {
+    XmlNode* entry = root.AddChild(new XmlNode("Entry"));
+    entry->AddChild(new XmlNode("Key", std::string_view(key)));
+    entry->AddChild(new XmlNode("Text", std::string_view(key)));
+  }
+  StrBuffer text;
+  comms::SafeFileWriter writer(comms::JoinPath(folder, "text.xml"));
+  if (root.Print(text, 0) && writer.Write(text.Get(), size_t(text.Length)) && writer.Commit()) return true;
+  error = writer.Error();
+  return false;
+}

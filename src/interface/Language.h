@@ -1,0 +1,21 @@
+#pragma once
+// Texts of the interface by key, in the person's language.
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// The text of `key` in the current language; the key itself where there is none, and the key is then listed in "text.xml" for
+/// completion. A prefix "{N}" puts an item in group N of its command list and is no part of the key. Valid until the language
+/// changes.
+const std::string& GetText(std::string_view key);
+/// The text of the key formed with "_HINT"; empty where there is none (a missing hint is not listed).
+std::string GetHintText(std::string_view key);
+bool HasText(std::string_view key);
+
+/// Loads "Languages/<name>.xml" of the data folder, over English, and "Languages/replace.txt". False with one sentence; the
+/// language stays as it was.
+bool LoadLanguage(const std::string& dataFolder, const std::string& name, std::string& error);
+/// Names of the files in "Languages", without extension, in order.
+std::vector<std::string> ListLanguages(const std::string& dataFolder);
+/// Writes the keys without text that were asked for to "text.xml" in `folder`; nothing where there is none.
+bool WriteMissingTexts(const std::string& folder, std::string& error);

@@ -1,0 +1,84 @@
+#include "interface/Layout.h"
+
+#include <algorithm>
+
+#include "interface/draw/Theme.h"
+
+DECLARE_MEMBERS(ColumnWidget) {}
+DECLARE_MEMBERS(RowWidget) {}
+
+float StackHeight(const BaseWidget& parent, float width, Canvas& canvas, float gap) {
+  if (gap < 0) gap = canvas.Px(Measures::RowGap);
+  float height = 0;
+  for (const BaseWidget* child : parent.Children)
+    if (child->Visible) height += (height > 0 ? gap : 0) + child->HeightFor(width, canvas);
+  return height;
+}
+
+void ArrangeStack(BaseWidget& parent, const cRect& rect, Canvas& canvas, float gap) {
+  if (gap < 0) gap = canvas.Px(Measures::RowGap);
+  float y = rect.Y;
+  for (int32_t i = 0; i < parent.Children.Count; i++) {
+    BaseWidget* child = parent.Children[i];
+    if (!child->Visible) continue;
+    const float height = child->HeightFor(rect.W, canvas);
+    child->Arrange({rect.X, y, rect.W, height}, canvas);
+    y += height + gap;
+  }
+}
+
+void ColumnWidget::Arrange(const cRect& rect, Canvas& canvas) {
+  Rect = rect;
+  ArrangeStack(*this, rect, canvas);
+}
+float ColumnWidget::HeightFor(float width, Canvas& canvas) const { return StackHeight(*this, width, canvas); }
+
+// Whole pixels, so that borders stay sharp; what rounding leaves goes to the last one.
+std::vector<float> RowWidget::Widths(float width, Canvas& canvas) const {
+  std::vector<float> widths(size_t(Children.Count), 0.0f), weights(size_t(Children.Count), 0.0f);
+  float left = width, sum = 0;
+  int shown = 0, last = -1;
+  for (int32_t i = 0; i < Children.Count; i++) {
+    const BaseWidget* child = Children[i];
+    if (!child->Visible) continue;
+    shown++;
+    const float own = child->WidthFor(canvas), given = size_t(i) < Weights.size() ? Weights[size_t(i)] : -1;
+    const float weight = given >= 0 ? given : own > 0 ? 0.0f : 1.0f;
+    if (weight > 0) {
+      weights[size_t(i)] = weight;
+      sum += weight;
+      last = i;
+    } else {
+      widths[size_t(i)] = std::ceil(own);
+      left -= widths[size_t(i)];
+    }
+  }
+  left = std::max(0.0f, left - float(std::max(0, shown - 1)) * canvas.Px(Measures::Gap));
+  float rest = left;
+  for (int32_t i = 0; i < Children.Count; i++) {
+    if (weights[size_t(i)] <= 0) continue;
+    widths[size_t(i)] = i == last ? rest : std::floor(left * weights[size_t(i)] / sum);
+    rest -= widths[size_t(i)];
+  }
+  return widths;
+}
+
+void RowWidget::Arrange(const cRect& rect, Canvas& canvas) {
+  Rect = rect;
+  const std::vector<float> widths = Widths(rect.W, canvas);
+  float x = rect.X;
+  for (int32_t i = 0; i < Children.Count; i++) {
+    BaseWidget* child = Children[i];
+    if (!child->Visible) continue;
+    child->Arrange({x, rect.Y, widths[size_t(i)], rect.H}, canvas);
+    x += widths[size_t(i)] + canvas.Px(Measures::Gap);
+  }
+}
+
+float RowWidget::HeightFor(float width, Canvas& canvas) const {
+  const std::vector<float> widths = Widths(width, canvas);
+  float height = 0;
+  for (int32_t i = 0; i < Children.Count; i++)
+    if (Children[i]->Visible) height = std::max(height, Children[i]->HeightFor(widths[size_t(i)], canvas));
+  return height;
+}

@@ -1,0 +1,277 @@
+// Draws a page of all widgets in both themes and several scales into PNG files, for people to look at:
+//   widget_gallery <data folder> <folder for the pictures>
+#include <cstdio>
+#include <functional>
+#include <string>
+
+#include "ClassEngine/Enumerator.h"
+#include "ClassEngine/ValueTypes.h"
+#include "comms/Image.h"
+#include "comms/render/EglContext.h"
+#include "comms/render/cRenderGL.h"
+#include "interface/Button.h"
+#include "interface/CheckBox.h"
+#include "interface/ColorPicker.h"
+#include "interface/ComboBox.h"
+#include "interface/CurvesWindow.h"
+#include "interface/DrawTexRect.h"
+#include "interface/FrameWidget.h"
+#include "interface/Language.h"
+#include "interface/Layout.h"
+#include "interface/MenuBar.h"
+#include "interface/MessageBoxWidget.h"
+#include "interface/NumberField.h"
+#include "interface/ProgressBox.h"
+#include "interface/ScrollArea.h"
+#include "interface/SimpleSlider.h"
+#include "interface/StatusLine.h"
+#include "interface/TextEdit.h"
+#include "interface/TextMenu.h"
+#include "interface/WidgetDraw.h"
+#include "interface/WidgetsFolder.h"
+#include "interface/cWidgets.h"
+#include "shell/core/KeyTable.h"
+
+namespace {
+
+struct Values {
+  bool On = true, Off = false;
+  float Strength = 0.35f, Radius = 12.5f, Angle = -45, Focus = 0.004f;
+  int Count = 120, Mode = 1, Side = 0;
+  uint32_t Tint = 0xFFD98E4A;
+  _str Name{"Schädel – head 2"}, Path;
+  comms::One2DCurve Curve;
+  SliderRange StrengthRange{0, 1, 0.5f}, RadiusRange{0.1f, 1000, 10}, CountRange{1, 400, 100}, AngleRange{-180, 180, 0};
+  Enumerator Modes{"GalleryModes"};
+};
+
+class Ground : public BaseWidget {
+  REFLECTED(Ground, BaseWidget)
+ public:
+  void Draw(Canvas& canvas) override {
+    const Theme& theme = GetTheme();
+    canvas.FillRect(Rect, theme.Window);
+    for (const BaseWidget* child : Children)
+      if (dynamic_cast<const ColumnWidget*>(child) || dynamic_cast<const ScrollArea*>(child))
+        canvas.FillRoundRect(child->Rect.Shrunk(-canvas.Px(Measures::Padding)), canvas.Px(6), theme.Panel);
+  }
+  void Arrange(const cRect& rect, Canvas& canvas) override {
+    Rect = rect;
+    const float bar = canvas.Px(Measures::MenuBarHeight), foot = canvas.Px(Measures::StatusHeight), gap = canvas.Px(28);
+    Children[0]->Arrange({rect.X, rect.Y, rect.W, bar}, canvas);
+    Children[1]->Arrange({rect.X, rect.Bottom() - foot, rect.W, foot}, canvas);
+    const float width = canvas.Px(250);
+    for (int i = 2; i < Children.Count; i++) {
+      const float room = rect.H - bar - foot - 2 * gap;
+      const float height = i == 4 ? canvas.Px(150) : std::min(room, Children[i]->HeightFor(width, canvas));
+      Children[i]->Arrange({rect.X + gap + float(i - 2) * (width + gap), rect.Y + bar + gap, width, height}, canvas);
+    }
+  }
+  cRect PlaceIn(const cRect& screen, Canvas&) override { return screen; }
+};
+DECLARE_MEMBERS(Ground) {}
+
+void FillFileMenu(TextMenu& menu) {
+  menu.Add(
+      "New scene", [] {}, "Ctrl+N");
+  menu.Add(
+      "LOAD", [] {}, "Ctrl+O");
+  menu.AddSub("Recent", [](TextMenu& sub) {
+    sub.Add("dragon.mvb", [] {})->Literal = true;
+    sub.Add("a rather long file name of a head.mvb", [] {})->Literal = true;
+  });
+  menu.AddLine();
+  menu.Add(
+          "Symmetry", [] {}, "S")
+      ->Checked = true;
+  menu.Add("Not now", [] {})->Enabled = false;
+  menu.Add(
+      "SAVE", [] {}, "Ctrl+Shift+Alt+S");
+}
+
+template <class Tag, class M>
+SimpleSlider* AddSlider(BaseWidget& owner, const char* label, M& field, SliderRange& range, const char* unit) {
+  auto* slider = owner.AddChild(new SimpleSlider(label, Bind<Tag>(field, &range)));
+  slider->Unit = unit;
+  return slider;
+}
+
+void FillFirst(BaseWidget& column, Values& values) {
+  auto* title = column.AddChild(new TextWidget("Brush settings"));
+  title->Style = TextStyle::Title;
+  AddSlider<CtrlFSlider>(column, "Strength", values.Strength, values.StrengthRange, "");
+  AddSlider<CtrlFSlider>(column, "Radius", values.Radius, values.RadiusRange, "mm")->Logarithmic = true;
+  AddSlider<CtrlISlider>(column, "Number of things", values.Count, values.CountRange, "voxels");
+  AddSlider<CtrlFSlider>(column, "Angle", values.Angle, values.AngleRange, "°");
+  auto* percent =
+      AddSlider<CtrlFSlider>(column, "A label much too long to be shown whole", values.Strength, values.StrengthRange, "%");
+  percent->Multiplier = 100;
+  AddSlider<CtrlFSlider>(column, "Disabled", values.Strength, values.StrengthRange, "")->Enabled = false;
+  column.AddChild(new FrameWidget("Choices"));
+  column.AddChild(new ComboBox(Bind<_index>(values.Mode, &values.Modes)));
+  column.AddChild(new CheckBox("Depends on pressure", Bind<_bool>(values.On)));
+  column.AddChild(new CheckBox("Invert", Bind<_bool>(values.Off)));
+  column.AddChild(new CheckBox("Disabled", Bind<_bool>(values.On)))->Enabled = false;
+  auto* icons = column.AddChild(new RowWidget);
+  for (const char* icon : {"Visible", "Ghost", "Locked"}) icons->AddChild(new IconToggle(icon, "", Bind<_bool>(values.On)));
+  icons->AddChild(new IconToggle("Visible", "", Bind<_bool>(values.Off)));
+  auto* filler = icons->AddChild(new TextWidget("Icons of a row"));
+  filler->Dim = true;
+  auto* radios = column.AddChild(new RowWidget);
+  for (int i = 0; i < 3; i++) {
+    static const char* const names[] = {"Left", "Both", "Right"};
+    auto* radio = radios->AddWeighted(new Button(names[i]), 1);
+    radio->Form = ButtonForm::Radio;
+    radio->Value = Bind<_int>(values.Side);
+    radio->RadioValue = i;
+  }
+  auto* buttons = column.AddChild(new RowWidget);
+  buttons->AddWeighted(new Button("Apply"), 1)->Default = true;
+  buttons->AddWeighted(new Button("With icon", "Add"), 1);
+  buttons->AddChild(new Button("", "Settings"));
+  column.AddChild(new Button("Disabled"))->Enabled = false;
+}
+
+void FillSecond(BaseWidget& column, Values& values) {
+  auto* folder = column.AddChild(new WidgetsFolder("Transform"));
+  auto* row = folder->AddChild(new RowWidget);
+  for (const char* axis : {"X", "Y", "Z"}) {
+    auto* name = row->AddChild(new TextWidget(axis));
+    name->Dim = true;
+    row->AddWeighted(new NumberField(Bind<_float>(values.Radius)), 1);
+  }
+  folder->AddChild(new TextEdit(Bind<_str>(values.Name)));
+  auto* empty = folder->AddChild(new TextEdit(Bind<_str>(values.Path)));
+  empty->Placeholder = "SEARCH";
+  empty->Icon = "Search";
+  auto* inner = folder->AddChild(new WidgetsFolder("Inner group"));
+  inner->AddChild(new NumberField(Bind<_int>(values.Count)))->Unit = "px";
+  column.AddChild(new WidgetsFolder("Closed", false))->AddChild(new CheckBox("Invert", Bind<_bool>(values.Off)));
+  auto* frame = column.AddChild(new FrameWidget("Frame"));
+  auto* note = frame->AddChild(new TextWidget("A note that is longer than its line and breaks, so that nothing of it is lost."));
+  note->Wraps = note->Dim = true;
+  frame->AddChild(new ColorSwatch(Bind<_color>(values.Tint)));
+  column.AddChild(new CurvesWindow(&values.Curve));
+}
+
+struct Gallery {
+  comms::cRenderGL& Render;
+  std::string Data, Folder;
+};
+
+/// `act` opens something before the picture is taken.
+bool Draw(const Gallery& gallery, const char* name, ThemeKind theme, float scale,
+          const std::function<void(cWidgets&, Ground&, Values&)>& act) {
+  Values values;
+  values.Curve.AddPoint(0, 0.05f);
+  values.Curve.AddPoint(0.35f, 0.2f);
+  values.Curve.AddPoint(0.6f, 0.85f);
+  values.Curve.AddPoint(1, 1);
+  for (const char* mode : {"Pressure", "Velocity of the pen", "None"}) values.Modes.Add(mode, values.Modes.GetCount());
+  SetTheme(theme);
+  const int width = int(1150 * scale), height = int(620 * scale);
+  Canvas canvas(gallery.Render, gallery.Data);
+  cWidgets widgets(canvas);
+  auto* ground = widgets.Layer(LayerDocks).AddChild(new Ground);
+  auto* bar = ground->AddChild(new MenuBar);
+  for (const char* title : {"File", "Edit", "View", "Geometry"}) bar->AddMenu(title, FillFileMenu);
+  auto* status = ground->AddChild(new StatusLine);
+  status->Message = "LMB: sculpt    Shift: smooth    Ctrl: invert";
+  status->Fields = {"1 204 337 triangles", "Level 2", "512 MB"};
+  FillFirst(*ground->AddChild(new ColumnWidget), values);
+  FillSecond(*ground->AddChild(new ColumnWidget), values);
+  auto* area = ground->AddChild(new ScrollArea);
+  for (int i = 1; i < 14; i++) area->Content().AddChild(new CheckBox("Row " + std::to_string(i), Bind<_bool>(values.On)));
+  ground->AddChild(new ColorPicker(Bind<_color>(values.Tint)));
+  widgets.SetSize(width, height, scale);
+  widgets.Process(1);
+  widgets.ArrangeIfWanted();
+  act(widgets, *ground, values);
+  widgets.HandleInputEvents();
+  widgets.Process(1.1);
+  widgets.Process(1.9);
+
+  comms::TargetDesc desc;
+  desc.Width = width;
+  desc.Height = height;
+  const int target = gallery.Render.CreateTarget(desc);
+  gallery.Render.SetTarget(target);
+  gallery.Render.SetViewport(0, 0, width, height);
+  gallery.Render.Clear({0, 0, 0, 1}, 1);
+  canvas.Begin(width, height, scale);
+  widgets.DrawLayer(-1);
+  canvas.End();
+  comms::cImage image;
+  comms::cStr error;
+  const bool drawn = gallery.Render.ReadTarget(target, image);
+  gallery.Render.SetTarget(-1);
+  gallery.Render.DeleteTarget(target);
+  const std::string path = gallery.Folder + "/" + name + ".png";
+  if (drawn && comms::SavePng(image, path, error)) return true;
+  std::fprintf(stderr, "%s was not drawn: %s\n", path.c_str(), error.c_str());
+  return false;
+}
+
+InputEvent At(InputKind kind, float x, float y, uint8_t clicks = 1) {
+  InputEvent event;
+  event.Kind = kind;
+  event.X = x;
+  event.Y = y;
+  event.Clicks = clicks;
+  if (kind != InputKind::PointerMove) event.Button = MouseButton::Left;
+  return event;
+}
+
+void OpenFileMenu(cWidgets& widgets, Ground& ground, Values&) {
+  auto* bar = static_cast<MenuBar*>(ground.Children[0]);
+  bar->OpenMenu(0, true);
+  for (const int key : {KeyDown, KeyDown, KeyRight}) {
+    InputEvent event;
+    event.Kind = InputKind::KeyDown;
+    event.Key = key;
+    widgets.Queue(event);
+  }
+}
+
+void EditName(cWidgets& widgets, Ground& ground, Values&) {
+  BaseWidget* edit = ground.Children[3]->Children[0]->Children[1];
+  const float x = edit->Rect.X + edit->Rect.W * 0.3f, y = edit->Rect.Y + edit->Rect.H / 2;
+  widgets.Queue(At(InputKind::ButtonDown, x, y));
+  widgets.Queue(At(InputKind::ButtonUp, x, y));
+  widgets.Queue(At(InputKind::ButtonDown, x, y, 2));
+  widgets.Queue(At(InputKind::ButtonUp, x, y, 2));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) {
+    std::fprintf(stderr, "usage: widget_gallery <data folder> <folder for the pictures>\n");
+    return 2;
+  }
+  comms::cStr error;
+  const auto context = comms::EglContext::Create(error);
+  comms::cRenderGL render;
+  if (!context || !render.Init({argv[1], {}}, error) || !LoadLanguage(argv[1], "English", error)) {
+    std::fprintf(stderr, "%s\n", error.c_str());
+    return 1;
+  }
+  const Gallery gallery{render, argv[1], argv[2]};
+  const auto nothing = [](cWidgets&, Ground&, Values&) {};
+  const auto box = [](cWidgets& widgets, Ground&, Values&) {
+    MessageBoxWidget::Ask(widgets, "SAVE_WORK_CRASH_HDR", "SAVE_WORK_CRASH", {"SAVE", "DISCARD", "CANCEL"}, nullptr);
+  };
+  const auto progress = [](cWidgets& widgets, Ground&, Values&) {
+    auto* shown = new ProgressBox;
+    shown->Title = "Voxelizing";
+    shown->Value = 0.53;
+    shown->CanCancel = true;
+    widgets.OpenModal(shown);
+  };
+  bool drawn = Draw(gallery, "dark", ThemeKind::Dark, 1, nothing) && Draw(gallery, "light", ThemeKind::Light, 1, nothing);
+  drawn = drawn && Draw(gallery, "dark-2x-menu", ThemeKind::Dark, 2, OpenFileMenu);
+  drawn = drawn && Draw(gallery, "light-3x", ThemeKind::Light, 3, EditName);
+  drawn = drawn && Draw(gallery, "dark-box", ThemeKind::Dark, 1, box) &&
+          Draw(gallery, "light-progress", ThemeKind::Light, 1, progress);
+  return drawn ? 0 : 1;
+}
