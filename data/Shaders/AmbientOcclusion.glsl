@@ -16,20 +16,28 @@ uniform sampler2D s_Depth;
 uniform sampler2D s_Occlusion;
 uniform int c_Scale;       // pixels of s_Depth per pixel here, along a side
 uniform float c_Radius;    // of the large search, in world units
+uniform int c_FormSamples;
+uniform float c_FormTurns;
+uniform int c_CreaseSamples;
+uniform float c_CreaseTurns;
 out vec4 o_Color;
 
 float depthAt(ivec2 pixel) {
   ivec2 last = textureSize(s_Depth, 0) - 1;
   return texelFetch(s_Depth, clamp(pixel * c_Scale, ivec2(0), last), 0).r;
 }
+bool isParallel() { return g_ProjectionMatrix[2][3] == 0.0; }
+// Along the line of sight, positive before the eye.
 float distanceAt(float depth) {
-  return g_ProjectionMatrix[3][2] / (depth * 2.0 - 1.0 + g_ProjectionMatrix[2][2]);  // along the line of sight, negative
+  float clip = depth * 2.0 - 1.0;
+  return isParallel() ? (g_ProjectionMatrix[3][2] - clip) / g_ProjectionMatrix[2][2] : g_ProjectionMatrix[3][2] / (clip + g_ProjectionMatrix[2][2]);
 }
 vec3 placeAt(ivec2 pixel) {
   vec2 size = vec2(textureSize(s_Depth, 0)) / float(c_Scale);
   vec2 clip = (vec2(pixel) + 0.5 / float(c_Scale)) / size * 2.0 - 1.0;
-  float z = -distanceAt(depthAt(pixel));
-  return vec3(clip / vec2(g_ProjectionMatrix[0][0], g_ProjectionMatrix[1][1]) * -z, z);
+  float away = distanceAt(depthAt(pixel));
+  vec2 across = (clip - vec2(g_ProjectionMatrix[3][0], g_ProjectionMatrix[3][1])) / vec2(g_ProjectionMatrix[0][0], g_ProjectionMatrix[1][1]);
+  return vec3(isParallel() ? across : across * away, -away);
 }
 
 #ifdef BLUR
@@ -56,7 +64,7 @@ vec3 shorter(vec3 a, vec3 b) { return dot(a, a) < dot(b, b) ? a : b; }
 
 float occlusion(ivec2 pixel, vec3 place, vec3 normal, float angle, float radius, int samples, float turns, float strength) {
   vec2 size = vec2(textureSize(s_Depth, 0)) / float(c_Scale);
-  float reach = radius * g_ProjectionMatrix[1][1] * 0.5 * size.y / -place.z;  // pixels
+  float reach = radius * g_ProjectionMatrix[1][1] * 0.5 * size.y / (isParallel() ? 1.0 : -place.z);  // pixels
   if (reach < 1.0) return 1.0;
   float sum = 0.0;
   for (int i = 0; i < samples; i++) {
@@ -85,8 +93,8 @@ void main() {
   vec3 normal = normalize(cross(right, up));
   int cell = (pixel.x & 3) * 4 + (pixel.y & 3);
   float angle = float((cell * 7 + 3 * (pixel.y & 3)) & 15) / 16.0 * 6.2831853;
-  float form = occlusion(pixel, place, normal, angle, c_Radius, 18, 7.0, 0.55);
-  float crease = occlusion(pixel, place, normal, angle + 1.7, c_Radius * 0.14, 12, 5.0, 0.6);
+  float form = occlusion(pixel, place, normal, angle, c_Radius, c_FormSamples, c_FormTurns, 0.55);
+  float crease = occlusion(pixel, place, normal, angle + 1.7, c_Radius * 0.14, c_CreaseSamples, c_CreaseTurns, 0.6);
   o_Color = vec4(form * crease);
 }
 

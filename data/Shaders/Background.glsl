@@ -12,18 +12,18 @@ void main() {
 // Fragment shader
 uniform float g_ViewportWidth;
 uniform float g_ViewportHeight;
+uniform vec3 c_Top;
+uniform vec3 c_Bottom;
+uniform vec3 c_Glow;
+uniform float c_Vignette;
 in vec2 v_Place;
 out vec4 o_Color;
 
-const vec3 Top = vec3(0.060, 0.066, 0.076);
-const vec3 Bottom = vec3(0.022, 0.022, 0.024);
-const vec3 Glow = vec3(0.115, 0.120, 0.130);
-
 void main() {
-  vec3 color = lerp(Bottom, Top, smoothstep(-1.0, 1.0, v_Place.y));
+  vec3 color = lerp(c_Bottom, c_Top, smoothstep(-1.0, 1.0, v_Place.y));
   vec2 aspect = vec2(g_ViewportWidth / g_ViewportHeight, 1.0) / min(g_ViewportWidth / g_ViewportHeight, 1.0);
   float away = length((v_Place - vec2(0.0, 0.12)) * lerp(vec2(1.0), aspect, 0.6));
-  color += Glow * exp(-1.6 * away * away);
-  color *= 1.0 - 0.42 * smoothstep(0.55, 1.75, length(v_Place));
+  color += c_Glow * exp(-1.6 * away * away);
+  color *= 1.0 - c_Vignette * smoothstep(0.55, 1.75, length(v_Place));
   o_Color = vec4(color, 1.0);
 }

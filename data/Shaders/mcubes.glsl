@@ -1,5 +1,6 @@
 // The surface of a volume as sculptor's clay in a studio: key, fill and rim light that stand with the viewer, sky and floor around.
-// Normals of volumes are density gradients and point into the solid; with OUTWARD_NORMALS they point out of it.
+// Normals of volumes are density gradients and point into the solid; with OUTWARD_NORMALS they point out of it. VERTEX_COLORS tints the
+// clay with the colours of the vertices.
 // Output: light, linear; alpha is the part of it that occlusion does not dim, because it came straight from a lamp.
 
 // Vertex shader
@@ -8,6 +9,8 @@ uniform mat4 g_WorldViewMatrix;
 uniform mat3 g_NormalViewMatrix;
 in vec3 a_Position;
 in vec3 a_Normal;
+in vec4 a_Color;
+out vec4 v_Color;
 out vec3 v_Position;
 out vec3 v_Normal;
 
@@ -17,13 +20,16 @@ void main() {
 #else
   vec3 normal = -a_Normal;
 #endif
+  v_Color = a_Color;
   v_Position = (g_WorldViewMatrix * vec4(a_Position, 1.0)).xyz;
   v_Normal = g_NormalViewMatrix * normal;
   gl_Position = g_WorldViewProjectionMatrix * vec4(a_Position, 1.0);
 }
 
 // Fragment shader
+uniform mat4 g_ProjectionMatrix;
 uniform vec3 c_Albedo;
+in vec4 v_Color;
 in vec3 v_Position;
 in vec3 v_Normal;
 out vec4 o_Color;
@@ -58,7 +64,12 @@ float specular(vec3 n, vec3 v, vec3 l, float roughness) {
 
 void main() {
   vec3 n = normalize(v_Normal);
-  vec3 v = normalize(-v_Position);
+  vec3 v = g_ProjectionMatrix[2][3] == 0.0 ? vec3(0.0, 0.0, 1.0) : normalize(-v_Position);
+#ifdef VERTEX_COLORS
+  vec3 albedo = c_Albedo * v_Color.rgb * v_Color.rgb;
+#else
+  vec3 albedo = c_Albedo;
+#endif
   vec3 key = normalize(KeyDir), fill = normalize(FillDir), rim = normalize(RimDir);
 
   vec3 keyLight = KeyLight * wrapped(dot(n, key), 0.22);
@@ -69,8 +80,8 @@ void main() {
 
   vec3 shine = KeyLight * specular(n, v, key, Roughness) + FillLight * specular(n, v, fill, Roughness) * 0.8;
   shine += SkyLight * edge * 0.10;
-  vec3 lamps = c_Albedo * keyLight + shine + rimLight * lerp(c_Albedo, vec3(1.0), 0.25) * 0.55;
-  vec3 soft = c_Albedo * (fillLight + around);
+  vec3 lamps = albedo * keyLight + shine + rimLight * lerp(albedo, vec3(1.0), 0.25) * 0.55;
+  vec3 soft = albedo * (fillLight + around);
 
   float direct = dot(lamps, vec3(0.333)) / max(dot(lamps + soft, vec3(0.333)), 1e-4);
   o_Color = vec4(lamps + soft, direct);

@@ -27,7 +27,7 @@ std::vector<VolumeObject*> PrepareVolumes(const VoxelScene& scene, const ExportP
   std::vector<VolumeObject*> volumes = FindVolumes(scene, parameters.Volume.ToString(), error);
   triangles = 0;
   for (VolumeObject* volume : volumes) {
-    volume->RefreshChanges(false);
+    volume->RefreshSurfaces();
     volume->ForEachCell([&](const CellKey&, const VoxelCell& cell) {
       if (cell.Surface && !cell.Has(ShadowCell)) triangles += cell.Surface->Indices.Count() / 3;
     });

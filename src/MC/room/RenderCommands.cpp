@@ -74,11 +74,19 @@ class PictureMaker {
     if (volumes.empty()) return CommandResult::Fail(error);
 
     comms::cList<comms::PictureItem> items;
+    std::vector<std::unique_ptr<comms::BaseMesh>> copies;
     std::optional<std::pair<cVec3, cVec3>> box;
     for (VolumeObject* volume : volumes) {
-      volume->RefreshChanges(true);
-      volume->RenderGroups.ForEach([&](const auto&, RenderGroup& group) {
-        items.push_back({group.Mesh.get(), volume->SpaceMatrix});
+      volume->RefreshChanges();
+      volume->RenderGroups.ForEach([&](const CoordInt3& key, RenderGroup& group) {
+        comms::BaseMesh* mesh = group.Mesh.get();
+        if (!mesh->StagedVertices) {  // its vertices went to the window's device
+          VolumeBox groupBox;
+          ScreenRect rect;
+          copies.push_back(volume->BuildGroupMesh(key.x, key.y, key.z, groupBox, rect));
+          mesh = copies.back().get();
+        }
+        items.push_back({mesh, volume->SpaceMatrix});
       });
       cVec3 minimum, maximum;
       if (!GetSurfaceBounds(*volume, minimum, maximum)) continue;

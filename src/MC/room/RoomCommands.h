@@ -13,6 +13,8 @@ void AddMeshCommands(CommandTable& table, VoxelScene& scene, Messages& messages)
 void AddVolumeCommands(CommandTable& table, VoxelScene& scene, Messages& messages);
 /// Stroke, Dab.
 void AddSculptCommands(CommandTable& table, VoxelScene& scene);
+/// Undo, Redo.
+void AddHistoryCommands(CommandTable& table, VoxelScene& scene);
 /// Polygonize, Report.
 void AddSurfaceCommands(CommandTable& table, VoxelScene& scene);
 /// ExportMesh, ExportStl.

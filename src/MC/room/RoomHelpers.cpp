@@ -33,11 +33,15 @@ std::string PrepareOutputPath(const VoxelScene& scene, std::string path) {
   return path;
 }
 
+bool IsVolumeName(const std::string& name, std::string& error) {
+  if (!name.empty() && name.size() <= 200 && name != "." && name != ".." && name.find_first_of("/\\") == std::string::npos)
+    return true;
+  error = Format("'%s' can't be the name of a volume: 1 to 200 bytes without slashes are expected", name.substr(0, 60).c_str());
+  return false;
+}
+
 bool MayEnterVolume(const VoxelScene& scene, Messages& messages, const std::string& name, bool replace, std::string& error) {
-  if (name.empty() || name.size() > 200 || name == "." || name == ".." || name.find_first_of("/\\") != std::string::npos) {
-    error = Format("'%s' can't be the name of a volume: 1 to 200 bytes without slashes are expected", name.substr(0, 60).c_str());
-    return false;
-  }
+  if (!IsVolumeName(name, error)) return false;
   if (replace || !scene.Find(name)) return true;
   const std::string question = Format("The scene holds a volume '%s'. Replace it?", name.c_str());
   if (messages.Ask("Volume", question.c_str(), {"Replace", "Keep"}, 1) == 0) return true;
@@ -48,3 +52,17 @@ bool MayEnterVolume(const VoxelScene& scene, Messages& messages, const std::stri
 comms::cMat4 MakeVolumeSpace(float voxelSize) { return comms::cMat4::Scale(voxelSize); }
 
 float GetVoxelSize(const VolumeObject& volume) { return float(std::cbrt(std::fabs(Determinant3(volume.SpaceMatrix)))); }
+
+std::string CheckReach(const VolumeObject& volume, const PenSample& sample) {
+  constexpr float maxVoxel = float(CellKeyLimit) * CellSize;
+  const float voxel = GetVoxelSize(volume);
+  if (sample.Radius > MaxRadiusVoxels * voxel)
+    return Format("a radius of %g is %.0f voxels of the volume '%s'; at most %.0f voxels are possible", double(sample.Radius),
+                  double(sample.Radius / voxel), volume.Name.c_str(), double(MaxRadiusVoxels));
+  const cVec3 p = volume.WorldToVolume(sample.Position);
+  if (!(std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)}) < maxVoxel - MaxRadiusVoxels))
+    return Format("the point %g %g %g lies %g voxels from the origin of the volume '%s'; %.0f are possible",
+                  double(sample.Position.x), double(sample.Position.y), double(sample.Position.z), double(Length(p)),
+                  volume.Name.c_str(), double(maxVoxel));
+  return {};
+}

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "MC/Stroke.h"
 #include "MC/room/VoxelScene.h"
 #include "shell/core/CommandResult.h"
 #include "shell/core/Messages.h"
@@ -18,6 +19,9 @@ std::vector<VolumeObject*> FindVolumes(const VoxelScene& scene, const std::strin
 /// that a first export into "out" does not fail.
 std::string PrepareOutputPath(const VoxelScene& scene, std::string path);
 
+/// 1 to 200 bytes that can be part of a file name. One sentence in `error` for anything else.
+bool IsVolumeName(const std::string& name, std::string& error);
+
 /// Whether a volume may be entered under `name`: a free name may; a taken one only with `replace`, or where the person agrees.
 /// Without a person the volume stays. Names are 1 to 200 bytes and can be part of a file name. One sentence in `error` where it
 /// may not.
@@ -25,5 +29,9 @@ bool MayEnterVolume(const VoxelScene& scene, Messages& messages, const std::stri
 
 /// Space of a volume whose voxels are cubes of side `voxelSize`, with voxel 0 in the world's origin.
 comms::cMat4 MakeVolumeSpace(float voxelSize);
+/// Voxels that the radius of a dab may span: the cells that its surface crosses stay below half a million.
+inline constexpr float MaxRadiusVoxels = 1024;
+/// One sentence where a pen sample lies beyond what a volume can hold; empty where it doesn't.
+std::string CheckReach(const VolumeObject& volume, const PenSample& sample);
 /// Mean side of a voxel, world units.
 float GetVoxelSize(const VolumeObject& volume);

@@ -67,43 +67,12 @@ DECLARE_MEMBERS(DabParams) {
   Member<_str>("Volume", Volume).Hint("Name of the volume; empty: the current one");
 }
 
-// Voxels that a dab's radius may span: the cells that its surface crosses stay below half a million.
-constexpr float MaxRadiusVoxels = 1024;
-constexpr float MaxVoxel = float(CellKeyLimit) * CellSize;
-
-// One sentence where a stroke lies beyond what a volume can hold; empty where it doesn't.
-std::string CheckReach(const VolumeObject& volume, const Stroke& stroke) {
-  const float voxel = GetVoxelSize(volume);
-  for (const PenSample& sample : stroke.Samples) {
-    if (sample.Radius > MaxRadiusVoxels * voxel)
-      return Format("a radius of %g is %.0f voxels of the volume '%s'; at most %.0f voxels are possible", double(sample.Radius),
-                    double(sample.Radius / voxel), volume.Name.c_str(), double(MaxRadiusVoxels));
-    const cVec3 p = volume.WorldToVolume(sample.Position);
-    if (!(std::max({std::fabs(p.x), std::fabs(p.y), std::fabs(p.z)}) < MaxVoxel - MaxRadiusVoxels))
-      return Format("the point %g %g %g lies %g voxels from the origin of the volume '%s'; %.0f are possible",
-                    double(sample.Position.x), double(sample.Position.y), double(sample.Position.z), double(Length(p)),
-                    volume.Name.c_str(), double(MaxVoxel));
-  }
-  return {};
-}
-
-// Takes back all that was done since the last stroke ended. Cells that it created are empty then, and empty cells say no more
-// than missing ones: they go, so that a stroke that was too large leaves no memory behind.
-void UndoStroke(VolumeObject& volume) {
-  volume.EndStroke(true);
-  volume.RefreshChanges(false);
-  std::vector<CellKey> empty;
-  volume.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
-    if (!cell.Density && cell.UniformValue == 0 && !cell.Surface) empty.push_back(key);
-  });
-  for (const CellKey& key : empty) volume.DeleteCell(key);
-}
-
 // Runs strokes as one change of the volume: all of them, or none where the person cancels.
-CommandResult RunStrokes(VolumeObject& volume, const std::vector<Stroke>& strokes, JsonObject figures) {
+CommandResult RunStrokes(VoxelScene& scene, VolumeObject& volume, const std::vector<Stroke>& strokes, JsonObject figures) {
+  if (volume.BackupCount != 0) return CommandResult::Fail(Format("a stroke runs on the volume '%s'", volume.Name.c_str()));
   for (const Stroke& stroke : strokes) {
-    const std::string fault = CheckReach(volume, stroke);
-    if (!fault.empty()) return CommandResult::Fail(fault);
+    for (const PenSample& sample : stroke.Samples)
+      if (const std::string fault = CheckReach(volume, sample); !fault.empty()) return CommandResult::Fail(fault);
   }
   const StrokeOptions options{.RefreshEachDab = false, .BuildGroups = false};
   StrokeReport sum;
@@ -115,13 +84,14 @@ CommandResult RunStrokes(VolumeObject& volume, const std::vector<Stroke>& stroke
       sum.Apply = sum.Apply + report.Apply;
     }
     if (!goOn || sum.Apply.Capped) {
-      UndoStroke(volume);
+      volume.EndStroke(true);
+      volume.RefreshSurfaces();
       return CommandResult::Fail(
           goOn ? "a dab reaches more cells than are changed at once; a smaller radius or larger voxels are needed"
                : "cancelled; the volume is as it was");
     }
   }
-  FinishStroke(volume, nullptr, options);
+  FinishStroke(volume, &scene.History(), options);
   figures.Add("dabs", sum.Dabs).Add("cellsReached", sum.Apply.TargetCells).Add("cellsChanged", sum.Apply.ChangedCells);
   return CommandResult::Done(figures);
 }
@@ -151,7 +121,7 @@ CommandResult RunStrokeFile(VoxelScene& scene, const StrokeParams& parameters) {
   for (const Stroke& stroke : strokes) samples += stroke.Samples.size();
   figures.Add("strokes", strokes.size()).Add("samples", samples);
   if (parameters.Space == StrokeSpace::Box || parameters.Project) {
-    volume->RefreshChanges(false);
+    volume->RefreshSurfaces();
     cVec3 minimum, maximum;
     if (!GetSurfaceBounds(*volume, minimum, maximum))
       return CommandResult::Fail(Format("the volume '%s' has no surface to place strokes on", volume->Name.c_str()));
@@ -166,7 +136,7 @@ CommandResult RunStrokeFile(VoxelScene& scene, const StrokeParams& parameters) {
     strokes = std::move(placed);
     if (parameters.Project) figures.Add("samplesMissed", missed);
   }
-  return RunStrokes(*volume, strokes, std::move(figures));
+  return RunStrokes(scene, *volume, strokes, std::move(figures));
 }
 
 CommandResult RunDab(VoxelScene& scene, const DabParams& parameters) {
@@ -188,7 +158,7 @@ CommandResult RunDab(VoxelScene& scene, const DabParams& parameters) {
   const float radius2 = parameters.Radius2 > 0 ? parameters.Radius2 : parameters.Radius;
   stroke.Samples.push_back({parameters.Center, parameters.Normal, parameters.Radius, parameters.Height, 1});
   if (hasEnd) stroke.Samples.push_back({parameters.End, parameters.Normal, radius2, parameters.Height, 1});
-  return RunStrokes(*volume, {stroke}, {});
+  return RunStrokes(scene, *volume, {stroke}, {});
 }
 
 }  // namespace

@@ -29,7 +29,7 @@ CommandResult Polygonize(const VoxelScene& scene, const PolygonizeParams& parame
   VolumeObject* volume = scene.FindOrCurrent(parameters.Volume.ToString(), error);
   if (!volume) return CommandResult::Fail(error);
   if (parameters.Whole) volume->MarkAllChanged();
-  volume->RefreshChanges(true);
+  volume->RefreshChanges();
   size_t surfaceCells = 0, vertices = 0, triangles = 0;
   volume->ForEachCell([&](const CellKey&, const VoxelCell& cell) {
     if (!cell.Surface || cell.Surface->Vertices.Empty()) return;
@@ -59,7 +59,7 @@ CommandResult Report(const VoxelScene& scene, const OneVolumeParams& parameters)
   std::string error;
   VolumeObject* volume = scene.FindOrCurrent(parameters.Volume.ToString(), error);
   if (!volume) return CommandResult::Fail(error);
-  volume->RefreshChanges(false);
+  volume->RefreshSurfaces();
   const SurfaceStats stats = MeasureSurface(*volume);
   JsonObject figures;
   figures.Add("name", volume->Name).Add("voxelSize", GetVoxelSize(*volume));

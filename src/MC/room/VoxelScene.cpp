@@ -32,6 +32,7 @@ VolumeObject& VoxelScene::Add(std::unique_ptr<VolumeObject> volume) {
   m_Current = volume.get();
   for (auto& place : m_Volumes)
     if (place->Name == volume->Name) {
+      m_History.Forget(*place);
       place = std::move(volume);
       return *m_Current;
     }
@@ -44,6 +45,7 @@ void VoxelScene::Remove(VolumeObject& volume) {
   MORVANE_ASSERT(found != m_Volumes.end());
   const size_t before = found == m_Volumes.begin() ? 0 : size_t(found - m_Volumes.begin()) - 1;
   const bool wasCurrent = m_Current == &volume;
+  m_History.Forget(volume);
   m_Volumes.erase(found);
   if (wasCurrent) m_Current = m_Volumes.empty() ? nullptr : m_Volumes[before].get();
 }

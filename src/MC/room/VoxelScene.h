@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "MC/VolumeObject.h"
+#include "MC/room/StrokeHistory.h"
 #include "comms/cRawMesh.h"
 
 class VoxelScene {
@@ -31,6 +32,10 @@ class VoxelScene {
   /// The volume before it, else the first one, becomes current.
   void Remove(VolumeObject& volume);
 
+  /// Undo and redo of strokes. Volumes that leave the scene leave it too.
+  StrokeHistory& History() { return m_History; }
+  const StrokeHistory& History() const { return m_History; }
+
   /// The mesh that was imported last; null before.
   const comms::cRawMesh* Mesh() const { return m_Mesh.get(); }
   /// File name of that mesh without folder and extension.
@@ -40,6 +45,7 @@ class VoxelScene {
  private:
   std::string m_DataFolder, m_MeshName;
   std::vector<std::unique_ptr<VolumeObject>> m_Volumes;
+  StrokeHistory m_History;  // goes before the volumes, whose cells it holds
   VolumeObject* m_Current = nullptr;
   std::unique_ptr<comms::cRawMesh> m_Mesh;
 };

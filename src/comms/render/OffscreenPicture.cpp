@@ -7,15 +7,13 @@
 #include <utility>
 
 #include "comms/render/EglContext.h"
+#include "comms/render/ScenePasses.h"
 #include "comms/render/cRenderGL.h"
 
 namespace comms {
 
 namespace {
 
-// Warm grey clay, linear.
-constexpr cVec3 ClayAlbedo{0.46f, 0.345f, 0.27f};
-constexpr float Exposure = 0.46f;
 // The larger search of the occlusion, as a part of the diagonal of what is drawn.
 constexpr float OcclusionReach = 0.11f;
 
@@ -39,6 +37,11 @@ std::optional<Box> FindBox(const cList<PictureItem>& items) {
     for (int i = 0; i < 8; i++) box->Add(item.World.TransformPoint(own.Corner(i)));
   }
   return box;
+}
+
+cStr NoMemory(const PictureOptions& options) {
+  return Format("Can't draw a picture of %d x %d pixels: the device has not enough memory for it.", options.Width,
+                options.Height);
 }
 
 cStr CheckCamera(const PictureCamera& camera) {
@@ -126,17 +129,6 @@ PictureCamera FrameBox(const cVec3& minimum, const cVec3& maximum, float aspect,
   return framing.Camera();
 }
 
-struct OffscreenPicture::Targets {
-  int Scale = 1;
-  int Width = 0, Height = 0;
-  int Scene = -1, Occlusion = -1, Blurred = -1, Final = -1;
-};
-struct OffscreenPicture::Frame {
-  cMat4 View, Projection;
-  float OcclusionRadius = 0;
-  int ClayShader = -1;
-};
-
 OffscreenPicture::OffscreenPicture() = default;
 OffscreenPicture::~OffscreenPicture() {
   if (m_Context) m_Context->MakeCurrent();
@@ -144,137 +136,61 @@ OffscreenPicture::~OffscreenPicture() {
 
 bool OffscreenPicture::Init(const cStr& dataFolder, const cStr& userFolder, cStr& error) {
   if (m_Context) m_Context->MakeCurrent();
+  m_Passes.reset();
   m_Render.reset();
   m_Context = EglContext::Create(error);
   if (!m_Context) return false;
   m_Render = std::make_unique<cRenderGL>();
   if (!m_Render->Init({dataFolder, userFolder}, error)) return false;
-  const struct {
-    int& Id;
-    const char *Name, *Defines;
-  } shaders[] = {{m_Clay, "mcubes", ""},
-                 {m_ClayOutward, "mcubes", "#define OUTWARD_NORMALS"},
-                 {m_Background, "Background", ""},
-                 {m_Occlusion, "AmbientOcclusion", ""},
-                 {m_OcclusionBlur, "AmbientOcclusion", "#define BLUR"},
-                 {m_Compose, "Compose", ""}};
-  for (const auto& shader : shaders) {
-    shader.Id = m_Render->GetShaderID(shader.Name, shader.Defines);
-    if (m_Render->IsShaderSound(shader.Id)) continue;
-    error = Format("Can't draw: the shader \"%s\" of \"%s\" does not compile, see the log.", shader.Name,
+  for (const auto& [name, defines] :
+       std::initializer_list<std::pair<const char*, const char*>>{{"mcubes", ""},
+                                                                  {"mcubes", "#define OUTWARD_NORMALS"},
+                                                                  {"Background", ""},
+                                                                  {"AmbientOcclusion", ""},
+                                                                  {"AmbientOcclusion", "#define BLUR"},
+                                                                  {"Compose", ""}}) {
+    if (m_Render->IsShaderSound(m_Render->GetShaderID(name, defines))) continue;
+    error = Format("Can't draw: the shader \"%s\" of \"%s\" does not compile, see the log.", name,
                    JoinPath(dataFolder, "Shaders").c_str());
     return false;
   }
-  m_SolidDepth = m_Render->CreateDepthState({});
-  m_NoDepth = m_Render->CreateDepthState({.Test = false, .Write = false});
+  m_Passes = std::make_unique<ScenePasses>();
   return true;
 }
 
 cStr OffscreenPicture::DeviceName() const { return m_Render ? m_Render->DeviceName() : cStr(); }
 
-bool OffscreenPicture::MakeTargets(const PictureOptions& options, Targets& targets, cStr& error) {
+// The largest supersampling up to the wanted one that the device has room for; 0 where it has none.
+int OffscreenPicture::FindScale(const PictureOptions& options, cStr& error) const {
   const int limit = m_Render->MaxTargetSize();
   if (options.Width < 16 || options.Height < 16 || options.Width > limit || options.Height > limit) {
     error = Format("Can't draw a picture of %d x %d pixels: 16 to %d a side are possible.", options.Width, options.Height, limit);
-    return false;
+    return 0;
   }
   constexpr int64_t MaxScenePixels = int64_t(1) << 27;  // 12 bytes each
-  const auto fits = [&](int64_t scale) {
-    return options.Width * scale <= limit && options.Height * scale <= limit &&
-           scale * scale * options.Width * options.Height <= MaxScenePixels;
-  };
-  targets.Scale = std::clamp(options.Supersampling, 1, 4);
-  while (targets.Scale > 1 && !fits(targets.Scale)) targets.Scale--;
-  targets.Width = options.Width;
-  targets.Height = options.Height;
-  if (fits(targets.Scale)) {
-    const auto make = [&](int scale, TextureFormat color, TextureFormat depth) {
-      return m_Render->CreateTarget({options.Width * scale, options.Height * scale, color, depth, TextureFilter::Nearest, 1});
-    };
-    targets.Scene = make(targets.Scale, TextureFormat::Rgba16f, TextureFormat::Depth24);
-    targets.Occlusion = make(1, TextureFormat::R16f, TextureFormat::None);
-    targets.Blurred = make(1, TextureFormat::R16f, TextureFormat::None);
-    targets.Final = make(1, TextureFormat::Rgba8, TextureFormat::None);
-  }
-  if (targets.Scene >= 0 && targets.Occlusion >= 0 && targets.Blurred >= 0 && targets.Final >= 0) return true;
-  error =
-      Format("Can't draw a picture of %d x %d pixels: the device has not enough memory for it.", options.Width, options.Height);
-  DropTargets(targets);
-  return false;
+  for (int64_t scale = std::clamp(options.Supersampling, 1, 4); scale > 0; scale--)
+    if (options.Width * scale <= limit && options.Height * scale <= limit &&
+        scale * scale * options.Width * options.Height <= MaxScenePixels)
+      return int(scale);
+  error = NoMemory(options);
+  return 0;
 }
 
-void OffscreenPicture::DropTargets(Targets& targets) {
-  for (int* target : {&targets.Scene, &targets.Occlusion, &targets.Blurred, &targets.Final}) {
-    m_Render->DeleteTarget(*target);
-    *target = -1;
-  }
-}
-
-// All vertices of these passes come from the vertex number alone.
-static void DrawWholePicture(cRenderGL& render) {
-  static const VertexLayout noLayout;
-  render.SetVertexBuffer(-1, noLayout);
-  render.Draw(BaseMesh::TriangleList, 0, 3);
-}
-
-void OffscreenPicture::DrawScene(const cList<PictureItem>& items, const Frame& frame, const Targets& targets) {
-  m_Render->SetTarget(targets.Scene);
-  m_Render->SetViewport(0, 0, targets.Width * targets.Scale, targets.Height * targets.Scale);
-  m_Render->Clear({}, 1);
-  m_Render->SetDepthState(m_NoDepth);
-  m_Render->SetShader(m_Background);
-  DrawWholePicture(*m_Render);
-
-  m_Render->SetDepthState(m_SolidDepth);
-  m_Render->State.View = frame.View;
-  m_Render->State.Projection = frame.Projection;
-  m_Render->SetShader(frame.ClayShader);
-  m_Render->SetConstant("c_Albedo", ClayAlbedo);
+void OffscreenPicture::DrawItems(const cList<PictureItem>& items, int shader, const cVec3& albedo) {
   for (const PictureItem& item : items) {
     if (!item.Mesh || !item.Mesh->StagedVertices) continue;
     const bool kept = std::exchange(item.Mesh->KeepStaged, true);
+    m_Render->SetShader(shader);  // a mesh may have brought its own
+    m_Render->SetConstant("c_Albedo", albedo);
     m_Render->State.World = item.World;
     item.Mesh->Draw(m_Render.get());
     item.Mesh->ReleaseBuffers();
     item.Mesh->KeepStaged = kept;
-    m_Render->SetShader(frame.ClayShader);  // the mesh may have brought its own
   }
-}
-
-void OffscreenPicture::DrawOcclusion(const Frame& frame, const Targets& targets) {
-  m_Render->SetDepthState(m_NoDepth);
-  m_Render->SetViewport(0, 0, targets.Width, targets.Height);
-  if (!(frame.OcclusionRadius > 0)) {
-    m_Render->SetTarget(targets.Blurred);
-    m_Render->Clear({1, 1, 1, 1}, 1);
-    return;
-  }
-  for (const bool blur : {false, true}) {
-    m_Render->SetTarget(blur ? targets.Blurred : targets.Occlusion);
-    m_Render->SetShader(blur ? m_OcclusionBlur : m_Occlusion);
-    m_Render->SetTexture(m_Render->GetTextureParam("s_Depth"), m_Render->GetTargetDepth(targets.Scene), -1);
-    if (blur) m_Render->SetTexture(m_Render->GetTextureParam("s_Occlusion"), m_Render->GetTargetTexture(targets.Occlusion), -1);
-    m_Render->SetConstant("c_Scale", float(targets.Scale));
-    m_Render->SetConstant("c_Radius", frame.OcclusionRadius);
-    DrawWholePicture(*m_Render);
-  }
-}
-
-void OffscreenPicture::Compose(const Targets& targets) {
-  m_Render->SetTarget(targets.Final);
-  m_Render->SetViewport(0, 0, targets.Width, targets.Height);
-  m_Render->SetShader(m_Compose);
-  m_Render->SetTexture(m_Render->GetTextureParam("s_Scene"), m_Render->GetTargetTexture(targets.Scene), -1);
-  m_Render->SetTexture(m_Render->GetTextureParam("s_Depth"), m_Render->GetTargetDepth(targets.Scene), -1);
-  m_Render->SetTexture(m_Render->GetTextureParam("s_Occlusion"), m_Render->GetTargetTexture(targets.Blurred), -1);
-  m_Render->SetConstant("c_Scale", float(targets.Scale));
-  m_Render->SetConstant("c_Albedo", ClayAlbedo);
-  m_Render->SetConstant("c_Exposure", Exposure);
-  DrawWholePicture(*m_Render);
 }
 
 bool OffscreenPicture::Render(const cList<PictureItem>& items, const PictureOptions& options, cImage& image, cStr& error) {
-  if (!m_Render || m_Compose < 0 || !m_Context->MakeCurrent()) {
+  if (!m_Passes || !m_Context->MakeCurrent()) {
     error = "Can't draw: there is no device.";
     return false;
   }
@@ -283,30 +199,37 @@ bool OffscreenPicture::Render(const cList<PictureItem>& items, const PictureOpti
     error = box ? "Can't draw: the box of the meshes is not finite." : "Can't draw: no mesh has vertices.";
     return false;
   }
-  Targets targets;
-  if (!MakeTargets(options, targets, error)) return false;
   const float aspect = float(options.Width) / float(options.Height);
   const PictureCamera camera = options.Camera ? *options.Camera : FrameItems(items, aspect);
   if (const cStr fault = CheckCamera(camera); !fault.empty()) {
     error = "Can't draw: " + fault + ".";
-    DropTargets(targets);
     return false;
   }
-  Frame frame;
-  frame.View = LookAt(camera.Position, camera.Target, camera.Up);
-  frame.Projection = MakeProjection(camera, frame.View, *box, aspect);
-  frame.OcclusionRadius = options.AmbientOcclusion ? OcclusionReach * box->Diagonal() : 0;
-  frame.ClayShader = options.OutwardNormals ? m_ClayOutward : m_Clay;
+  ScenePassOptions passes;
+  passes.Supersampling = FindScale(options, error);
+  if (passes.Supersampling == 0) return false;
+  passes.Width = options.Width;
+  passes.Height = options.Height;
+  passes.OcclusionRadius = options.AmbientOcclusion ? OcclusionReach * box->Diagonal() : 0;
+  passes.FinalTarget = m_Render->CreateTarget(
+      {options.Width, options.Height, TextureFormat::Rgba8, TextureFormat::None, TextureFilter::Nearest, 1});
 
   m_Render->BeginFrame(0);
-  DrawScene(items, frame, targets);
-  DrawOcclusion(frame, targets);
-  Compose(targets);
-  m_Render->EndFrame();
-  const bool read = m_Render->ReadTarget(targets.Final, image);
-  DropTargets(targets);
+  m_Render->State.View = LookAt(camera.Position, camera.Target, camera.Up);
+  m_Render->State.Projection = MakeProjection(camera, m_Render->State.View, *box, aspect);
+  bool read = false;
+  if (passes.FinalTarget >= 0 && m_Passes->Begin(*m_Render, passes)) {
+    DrawItems(items, m_Render->GetShaderID("mcubes", options.OutwardNormals ? "#define OUTWARD_NORMALS" : ""), passes.Albedo);
+    m_Passes->Finish();
+    m_Render->EndFrame();
+    read = m_Render->ReadTarget(passes.FinalTarget, image);
+    if (!read) error = "Can't draw: the device did not give the picture back.";
+  } else {
+    error = NoMemory(options);
+  }
+  m_Passes->Release();
+  m_Render->DeleteTarget(passes.FinalTarget);
   m_Render->BeginFrame(0);  // gives the buffers of the meshes back
-  if (!read) error = "Can't draw: the device did not give the picture back.";
   return read;
 }
 

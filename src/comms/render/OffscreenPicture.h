@@ -11,6 +11,7 @@ namespace comms {
 
 class EglContext;
 class cRenderGL;
+class ScenePasses;
 
 struct PictureItem {
   BaseMesh* Mesh = nullptr;
@@ -52,17 +53,11 @@ class OffscreenPicture {
   cStr DeviceName() const;
 
  private:
-  struct Targets;
-  struct Frame;
-  bool MakeTargets(const PictureOptions& options, Targets& targets, cStr& error);
-  void DropTargets(Targets& targets);
-  void DrawScene(const cList<PictureItem>& items, const Frame& frame, const Targets& targets);
-  void DrawOcclusion(const Frame& frame, const Targets& targets);
-  void Compose(const Targets& targets);
+  int FindScale(const PictureOptions& options, cStr& error) const;
+  void DrawItems(const cList<PictureItem>& items, int shader, const cVec3& albedo);
   std::unique_ptr<EglContext> m_Context;
   std::unique_ptr<cRenderGL> m_Render;
-  int m_Clay = -1, m_ClayOutward = -1, m_Background = -1, m_Occlusion = -1, m_OcclusionBlur = -1, m_Compose = -1;
-  int m_SolidDepth = -1, m_NoDepth = -1;
+  std::unique_ptr<ScenePasses> m_Passes;
 };
 
 }  // namespace comms

@@ -317,18 +317,6 @@ TEST_F(RoomCommandsTest, SamplesAreUnderstood) {
   EXPECT_GE(lines, 10u);
 }
 
-TEST_F(RoomCommandsTest, HelpAnswersTheTable) {
-  ASSERT_EQ(Run("Help"), 0);
-  EXPECT_EQ(m_Answer["commands"].Items.size(), m_Table.All().size());
-  ASSERT_EQ(Run("Help Command=Dab"), 0);
-  ASSERT_EQ(m_Answer["commands"].Items.size(), 1u);
-  const JsonValue& parameters = m_Answer["commands"].Items[0]["parameters"];
-  for (const JsonValue& parameter : parameters.Items)
-    if (parameter["name"].String == "Mode") {
-      EXPECT_EQ(parameter["max"].Number, 2);
-    }
-}
-
 TEST_F(RoomCommandsTest, VolumesAreNamedSelectedAndDeleted) {
   ASSERT_EQ(Run("NewVolume Name=a\nNewVolume Name=b\nDab Volume=a Center=\"0 0 0\" Radius=0.1\nReport"), 0);
   EXPECT_EQ(m_Answer["cells"].Number, 0) << "b is current and empty";

@@ -1,0 +1,55 @@
+// The ground: a net of lines that grows faint with the distance; with SHADOW what the scene keeps of the light from above.
+// Output: light, linear, premultiplied.
+
+// Vertex shader
+uniform mat4 g_ViewProjectionMatrix;
+uniform vec3 c_Center;   // of the square on the ground
+uniform vec2 c_Half;     // half its sides along x and z
+out vec2 v_Place;        // x and z relative to c_Center
+out vec2 v_Part;         // -1 .. 1 across the square
+
+void main() {
+  int corner = int(gl_VertexID) < 3 ? int(gl_VertexID) : 6 - int(gl_VertexID);  // 0 1 2, 3 2 1
+  v_Part = vec2((corner & 1) * 2 - 1, (corner >> 1) * 2 - 1);
+  v_Place = v_Part * c_Half;
+  gl_Position = g_ViewProjectionMatrix * vec4(c_Center + vec3(v_Place.x, 0.0, v_Place.y), 1.0);
+}
+
+// Fragment shader
+uniform sampler2D s_Shadow;
+uniform vec3 c_Center;
+uniform vec3 c_Color;
+uniform vec3 c_AxisX;
+uniform vec3 c_AxisZ;
+uniform float c_Alpha;
+uniform float c_Spacing;  // of the fine lines, world units; every tenth is strong
+in vec2 v_Place;
+in vec2 v_Part;
+out vec4 o_Color;
+
+// Part of a pixel that lines at whole numbers cover. Where lines stand closer than pixels they give way to their mean, and that to nothing.
+float lines(vec2 at, vec2 width) {
+  vec2 away = abs(fract(at - 0.5) - 0.5);
+  vec2 cover = saturate(1.0 - away / max(width, vec2(1e-6))) * (1.0 - smoothstep(vec2(0.15), vec2(0.5), width));
+  return max(cover.x, cover.y);
+}
+float axis(float at, float width) { return saturate(1.4 - abs(at) / max(width, 1e-9)); }
+
+void main() {
+#ifdef SHADOW
+  float dark = texture(s_Shadow, v_Part * 0.5 + 0.5).r * c_Alpha;
+  o_Color = vec4(0.0, 0.0, 0.0, dark);
+#else
+  vec2 world = c_Center.xz + v_Place;
+  vec2 fine = world / c_Spacing, width = fwidth(fine);
+  float fade = saturate(1.0 - length(v_Part));
+  fade *= fade;
+  float alpha = max(lines(fine, width) * 0.45, lines(fine * 0.1, width * 0.1)) * fade * c_Alpha;
+  vec2 pixel = fwidth(world);
+  float alongX = axis(world.y, pixel.y), alongZ = axis(world.x, pixel.x);
+  float axisAlpha = max(alongX, alongZ) * fade * c_Alpha * 1.6;
+  vec3 color = axisAlpha > alpha ? (alongX > alongZ ? c_AxisX : c_AxisZ) : c_Color;
+  alpha = saturate(max(alpha, axisAlpha));
+  o_Color = vec4(color * alpha, alpha);
+#endif
+}

@@ -1,0 +1,371 @@
+#include "MC/room/SceneView.h"
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <unordered_map>
+#include <utility>
+
+#include "ClassEngine/ValueTypes.h"
+#include "MC/room/GroundShadow.h"
+#include "MC/room/SceneMaterials.h"
+#include "comms/render/ScenePasses.h"
+
+using comms::cMat4;
+using comms::cRender;
+using comms::cVec3;
+
+DECLARE_MEMBERS(SceneViewOptions) {
+  Member<_index>("Material", Material, "SceneMaterials").Entries({"Clay", "Matcap"}).Hint("What the surface is made of");
+  Member<_index>("Clay", Clay, "ClayKinds").Entries({"Terracotta", "Grey", "White", "Wax", "Slate"}).Hint("Colour of the clay");
+  Member<_index>("Matcap", Matcap, "MatcapKinds")
+      .Entries({"Porcelain", "RedWax", "Jade", "Bronze", "Pearl"})
+      .Hint("Light and surface in one picture of a sphere");
+  Member<_bool>("AmbientOcclusion", AmbientOcclusion).Hint("Darkens cavities, which shows the form");
+  Member<_bool>("GroundShadow", GroundShadow).Hint("Soft shadow of the scene on the ground");
+  Member<_bool>("Grid", Grid).Hint("Lines on the ground");
+  Member<_bool>("VertexColors", VertexColors).Hint("Tints the surface with its own colours");
+  Member<_bool>("Wireframe", Wireframe).Hint("Shows the edges of the triangles");
+  Member<_index>("Quality", Quality, "SceneQualities")
+      .Entries({"Fast", "Normal", "Fine"})
+      .Hint("Fast serves machines without a graphics card; Fine smooths more while the view stands");
+}
+
+SceneQuality SuggestQuality(const std::string& deviceName) {
+  for (const char* name : {"llvmpipe", "softpipe", "swrast", "SWR", "Software"})
+    if (deviceName.find(name) != std::string::npos) return SceneQuality::Fast;
+  return SceneQuality::Normal;
+}
+
+namespace {
+
+constexpr float Exposure = 0.46f;
+constexpr float OcclusionReach = 0.11f;  // as a part of the diagonal of the scene
+constexpr int MatcapSide = 256;
+
+struct Bounds {
+  cVec3 Min{FLT_MAX, FLT_MAX, FLT_MAX}, Max{-FLT_MAX, -FLT_MAX, -FLT_MAX};
+  bool Empty() const { return !(Min.x <= Max.x); }
+  void Add(const cVec3& p) {
+    for (int i = 0; i < 3; i++) Min[i] = std::min(Min[i], p[i]), Max[i] = std::max(Max[i], p[i]);
+  }
+  void Add(const VolumeBox& box, const cMat4& space) {
+    if (box.Empty()) return;
+    for (int i = 0; i < 8; i++)
+      Add(space.TransformPoint({i & 1 ? box.MaxX : box.MinX, i & 2 ? box.MaxY : box.MinY, i & 4 ? box.MaxZ : box.MinZ}));
+  }
+};
+
+VolumeBox BoundsOf(const VolumeObject& volume) {
+  VolumeBox box;
+  volume.RenderGroups.ForEach([&](const auto&, const RenderGroup& group) { box.Add(group.Box); });
+  return box;
+}
+
+// The six planes of the view in the space of a volume: a box is out of sight where its best corner is behind one.
+class Frustum {
+ public:
+  explicit Frustum(const cMat4& toClip) {
+    for (int i = 0; i < 6; i++) {
+      const float sign = i & 1 ? -1.0f : 1.0f;
+      for (int k = 0; k < 4; k++) m_Planes[i][k] = toClip.m[k][3] + sign * toClip.m[k][i / 2];
+    }
+    for (int k = 0; k < 4; k++) m_Depth[k] = toClip.m[k][2];
+  }
+  bool Sees(const VolumeBox& box) const {
+    for (const float* plane : m_Planes)
+      if ((plane[0] > 0 ? box.MaxX : box.MinX) * plane[0] + (plane[1] > 0 ? box.MaxY : box.MinY) * plane[1] +
+              (plane[2] > 0 ? box.MaxZ : box.MinZ) * plane[2] + plane[3] <
+          0)
+        return false;
+    return true;
+  }
+  // Grows with the distance of the box's middle along the line of sight.
+  float DepthOf(const VolumeBox& box) const {
+    return ((box.MinX + box.MaxX) * m_Depth[0] + (box.MinY + box.MaxY) * m_Depth[1] + (box.MinZ + box.MaxZ) * m_Depth[2]) / 2 +
+           m_Depth[3];
+  }
+
+ private:
+  float m_Planes[6][4], m_Depth[4];
+};
+
+float ToLinear(float c) { return c <= 0.04045f ? c / 12.92f : std::pow((c + 0.055f) / 1.055f, 2.4f); }
+
+// The light that the last pass turns into a colour of the screen: the inverse of its curve, see Compose.glsl.
+float LightOf(float color) {
+  const double y = std::min(double(ToLinear(color)), 0.98);
+  const double a = 2.51 - 2.43 * y, b = 0.03 - 0.59 * y, c = -0.14 * y;
+  return float((-b + std::sqrt(b * b - 4 * a * c)) / (2 * a)) / Exposure;
+}
+cVec3 LightOfColor(uint32_t argb) {
+  return {LightOf(float(argb >> 16 & 255) / 255), LightOf(float(argb >> 8 & 255) / 255), LightOf(float(argb & 255) / 255)};
+}
+
+}  // namespace
+
+bool GetSceneBounds(const VoxelScene& scene, cVec3& minimum, cVec3& maximum) {
+  Bounds bounds;
+  for (const auto& volume : scene.Volumes()) bounds.Add(BoundsOf(*volume), volume->SpaceMatrix);
+  minimum = bounds.Min;
+  maximum = bounds.Max;
+  return !bounds.Empty();
+}
+
+struct SceneView::State {
+  struct Item {
+    RenderGroup* Group;
+    const VolumeObject* Volume;
+    CellKey Key;
+    float Depth;
+  };
+  cRender* Render = nullptr;
+  std::weak_ptr<void> RenderAlive;
+  comms::ScenePasses Passes;
+  std::vector<Item> Visible;
+  std::unordered_map<const VolumeObject*, CoordHash<uint8_t>> Seen;  // groups that have been on the device
+  Bounds Scene;
+  bool EyeInside = false;  // of the box of the scene
+  int Matcap = -1, MatcapTexture = -1;
+  ::GroundShadow Shadow;
+  int ShadowTexture = -1;
+  bool ShadowStale = true;
+  size_t GroupCount = 0;
+  float Ground = 0;
+
+  ~State() { ReleaseTextures(); }
+  void ReleaseTextures();
+  void AttachTo(cRender& render, VoxelScene& scene);
+  void Refresh(VoxelScene& scene);
+  void Collect(VoxelScene& scene, const SceneFrame& frame, Statistics& statistics);
+  void Upload(size_t budget, Statistics& statistics);
+  comms::ScenePassOptions MakePasses(const SceneFrame& frame, const SceneViewOptions& options) const;
+  void SetMaterial(const SceneViewOptions& options);
+  void DrawGroups(bool solid);
+  void DrawGround(VoxelScene& scene, const SceneFrame& frame, const SceneViewOptions& options);
+  void DrawSquare();
+};
+
+SceneView::SceneView() : m_State(std::make_unique<State>()) {}
+SceneView::~SceneView() = default;
+
+void SceneView::State::ReleaseTextures() {
+  if (Render && !RenderAlive.expired())
+    for (const int texture : {MatcapTexture, ShadowTexture})
+      if (texture >= 0) Render->DeleteTexture(texture);
+  MatcapTexture = ShadowTexture = Matcap = -1;
+  ShadowStale = true;
+}
+
+// What was on another device is gone: those groups are built anew, since their staged data went when it was uploaded.
+void SceneView::State::AttachTo(cRender& render, VoxelScene& scene) {
+  if (Render == &render && !RenderAlive.expired()) return;
+  ReleaseTextures();
+  Render = &render;
+  RenderAlive = render.Alive();
+  Seen.clear();
+  for (const auto& volume : scene.Volumes())
+    volume->RenderGroups.ForEach([&](const CoordInt3& key, const RenderGroup& group) {
+      if (!group.Mesh->StagedVertices) volume->DirtyGroups.Set(key, 1);
+    });
+}
+
+void SceneView::State::Refresh(VoxelScene& scene) {
+  for (const auto& volume : scene.Volumes())
+    if (!volume->DirtyCells.Empty() || !volume->DirtyGroups.Empty()) volume->RefreshChanges();
+}
+
+void SceneView::State::Collect(VoxelScene& scene, const SceneFrame& frame, Statistics& statistics) {
+  Visible.clear();
+  Scene = {};
+  size_t groups = 0;
+  for (const auto& volume : scene.Volumes()) {
+    volume->CurrentFrame++;
+    groups += volume->RenderGroups.Count();
+    const Frustum frustum(volume->SpaceMatrix * frame.Camera.View * frame.Camera.Projection);
+    VolumeBox all;
+    volume->RenderGroups.ForEach([&](const CoordInt3& key, RenderGroup& group) {
+      all.Add(group.Box);
+      if (!frustum.Sees(group.Box)) return;
+      group.LastFrame = volume->CurrentFrame;
+      Visible.push_back({&group, volume.get(), key, frustum.DepthOf(group.Box)});
+    });
+    Scene.Add(all, volume->SpaceMatrix);
+  }
+  cMat4 inverse;
+  comms::Invert(frame.Camera.View, inverse);
+  const cVec3 eye = inverse.TransformPoint({});
+  EyeInside = !Scene.Empty();
+  for (int i = 0; i < 3; i++) EyeInside = EyeInside && eye[i] >= Scene.Min[i] && eye[i] <= Scene.Max[i];
+  if (groups != GroupCount) ShadowStale = true;
+  GroupCount = groups;
+  // From the front to the back: what is hidden costs no light.
+  std::sort(Visible.begin(), Visible.end(), [](const Item& a, const Item& b) { return a.Depth < b.Depth; });
+  statistics.Groups = int(groups);
+}
+
+void SceneView::State::Upload(size_t budget, Statistics& statistics) {
+  size_t used = 0;
+  const auto drawable = [&](const Item& item) {
+    comms::BaseMesh& mesh = *item.Group->Mesh;
+    if (mesh.HasBuffers()) return true;
+    CoordHash<uint8_t>& seen = Seen[item.Volume];
+    const size_t bytes = mesh.Bytes();
+    if (!seen.Contains(item.Key) && used > 0 && used + bytes > budget) {
+      statistics.WaitingUploads++;
+      return false;
+    }
+    mesh.Flush(Render);
+    if (!seen.Contains(item.Key)) used += bytes;
+    seen.Set(item.Key, uint8_t(1));
+    ShadowStale = true;
+    statistics.Uploads++;
+    statistics.UploadedBytes += int64_t(bytes);
+    return true;
+  };
+  Visible.erase(std::remove_if(Visible.begin(), Visible.end(), [&](const Item& item) { return !drawable(item); }), Visible.end());
+  statistics.VisibleGroups = int(Visible.size());
+  for (const Item& item : Visible) statistics.Triangles += item.Group->Mesh->NumIndices / 3;
+}
+
+comms::ScenePassOptions SceneView::State::MakePasses(const SceneFrame& frame, const SceneViewOptions& options) const {
+  comms::ScenePassOptions passes;
+  const SceneViewport& viewport = frame.Viewport;
+  passes.X = viewport.X;
+  passes.Y = viewport.WindowHeight - viewport.Y - viewport.Height;
+  passes.Width = viewport.Width;
+  passes.Height = viewport.Height;
+  passes.FinalTarget = frame.FinalTarget;
+  passes.Exposure = Exposure;
+  passes.Albedo = options.Material == SceneMaterial::Clay ? GetClayAlbedo(options.Clay) : cVec3{0.4f, 0.4f, 0.4f};
+  passes.BackgroundTop = LightOfColor(frame.BackgroundTop);
+  passes.BackgroundBottom = LightOfColor(frame.BackgroundBottom);
+  passes.BackgroundGlow = passes.BackgroundTop * 0.35f;
+  passes.Vignette = 0.22f;
+  if (options.AmbientOcclusion && !Scene.Empty()) passes.OcclusionRadius = OcclusionReach * Length(Scene.Max - Scene.Min);
+  switch (options.Quality) {
+    case SceneQuality::Fast:
+      passes.OcclusionStep = 2;
+      passes.FormSamples = 8;
+      passes.CreaseSamples = 5;
+      break;
+    case SceneQuality::Normal:
+      passes.Samples = 4;
+      break;
+    case SceneQuality::Fine:
+      // Standing still there is time for the larger picture.
+      passes.Samples = frame.Moving ? 4 : 1;
+      passes.Supersampling = frame.Moving ? 1 : 2;
+      break;
+  }
+  return passes;
+}
+
+void SceneView::State::SetMaterial(const SceneViewOptions& options) {
+  const char* defines = options.VertexColors ? "#define VERTEX_COLORS" : "";
+  Render->SetShader(Render->GetShaderID(options.Material == SceneMaterial::Clay ? "mcubes" : "Matcap", defines));
+  if (options.Material == SceneMaterial::Clay) {
+    Render->SetConstant("c_Albedo", GetClayAlbedo(options.Clay));
+    return;
+  }
+  if (Matcap != int(options.Matcap)) {
+    if (MatcapTexture >= 0) Render->DeleteTexture(MatcapTexture);
+    const comms::cImage image = MakeMatcap(options.Matcap, MatcapSide);
+    MatcapTexture = Render->CreateTexture(
+        {comms::TextureFormat::Rgba8, MatcapSide, MatcapSide, comms::TextureFilter::Trilinear, comms::AddressMode::Clamp},
+        image.Row(0));
+    Matcap = int(options.Matcap);
+  }
+  Render->SetTexture(Render->GetTextureParam("s_Matcap"), MatcapTexture, -1);
+}
+
+// The surface of a volume is closed: its far side is left out, unless the eye may be within.
+void SceneView::State::DrawGroups(bool solid) {
+  const VolumeObject* volume = nullptr;
+  for (const Item& item : Visible) {
+    if (item.Volume != volume) {
+      Render->State.World = item.Volume->SpaceMatrix;
+      const bool mirrored = comms::Determinant3(item.Volume->SpaceMatrix) < 0;
+      if (solid) Passes.SetSolid(EyeInside ? comms::CullMode::None : mirrored ? comms::CullMode::Front : comms::CullMode::Back);
+    }
+    volume = item.Volume;
+    item.Group->Mesh->Draw(Render);
+  }
+  Render->State.World = {};
+}
+
+void SceneView::State::DrawSquare() {
+  static const comms::VertexLayout noLayout;
+  Render->SetVertexBuffer(-1, noLayout);
+  Render->Draw(comms::BaseMesh::TriangleList, 0, 6);
+}
+
+void SceneView::State::DrawGround(VoxelScene& scene, const SceneFrame& frame, const SceneViewOptions& options) {
+  const bool any = !Scene.Empty();
+  if (!frame.Moving || !any) Ground = any ? Scene.Min.y : 0;
+  cMat4 inverse;
+  comms::Invert(frame.Camera.View, inverse);
+  const cVec3 eye = inverse.TransformPoint({});
+  const float size = any ? std::max(Length(Scene.Max - Scene.Min), 1e-6f) : 2;
+  // A ground seen from below would hide the scene: it fades where the eye sinks under it.
+  const float above = std::clamp((eye.y - Ground) / (0.05f * size), 0.0f, 1.0f);
+  if (options.GroundShadow && any && above > 0) {
+    // Within a stroke the last one serves: nobody sees a stroke's own shadow while the hand moves.
+    if (ShadowStale && (!frame.Moving || ShadowTexture < 0)) {
+      MakeGroundShadow(scene, Scene.Min, Scene.Max, Ground, Shadow);
+      constexpr int side = ::GroundShadow::Side;
+      if (ShadowTexture < 0)
+        ShadowTexture = Render->CreateTexture(
+            {comms::TextureFormat::Rgba8, side, side, comms::TextureFilter::Linear, comms::AddressMode::Clamp},
+            Shadow.Pixels.data());
+      else
+        Render->UpdateTexture(ShadowTexture, 0, 0, side, side, Shadow.Pixels.data());
+      ShadowStale = false;
+    }
+    Render->SetShader(Render->GetShaderID("Grid", "#define SHADOW"));
+    Render->SetTexture(Render->GetTextureParam("s_Shadow"), ShadowTexture, -1);
+    Render->SetConstant("c_Center", Shadow.Center);
+    Render->SetConstant("c_Half", comms::cVec2{Shadow.HalfX, Shadow.HalfZ});
+    Render->SetConstant("c_Alpha", above);
+    DrawSquare();
+  }
+  if (!options.Grid) return;
+  // Lines at powers of ten; the scene is some ten fine ones wide.
+  const float spacing = std::pow(10.0f, std::floor(std::log10(size / 2.5f)));
+  const cVec3 center =
+      any ? cVec3{(Scene.Min.x + Scene.Max.x) / 2, Ground, (Scene.Min.z + Scene.Max.z) / 2} : cVec3{0, Ground, 0};
+  Render->SetShader(Render->GetShaderID("Grid"));
+  Render->SetConstant("c_Center", center);
+  Render->SetConstant("c_Half", comms::cVec2{4 * size, 4 * size});
+  Render->SetConstant("c_Spacing", spacing);
+  Render->SetConstant("c_Color", LightOfColor(frame.GridColor));
+  Render->SetConstant("c_AxisX", LightOfColor(0xFFB0524A));
+  Render->SetConstant("c_AxisZ", LightOfColor(0xFF4A78B0));
+  Render->SetConstant("c_Alpha", 0.55f * (0.35f + 0.65f * above));
+  DrawSquare();
+}
+
+void SceneView::Draw(cRender& render, VoxelScene& scene, const SceneFrame& frame, const SceneViewOptions& options) {
+  m_Statistics = {};
+  if (frame.Viewport.Width <= 0 || frame.Viewport.Height <= 0) return;
+  m_State->AttachTo(render, scene);
+  m_State->Refresh(scene);
+  m_State->Collect(scene, frame, m_Statistics);
+  m_State->Upload(UploadBudget, m_Statistics);
+
+  render.State.World = {};
+  render.State.View = frame.Camera.View;
+  render.State.Projection = frame.Camera.Projection;
+  if (!m_State->Passes.Begin(render, m_State->MakePasses(frame, options))) return;
+  m_State->SetMaterial(options);
+  m_State->DrawGroups(true);
+  m_State->Passes.BeginTranslucent();
+  m_State->DrawGround(scene, frame, options);
+  if (options.Wireframe) {
+    m_State->Passes.SetWire();
+    render.SetShader(render.GetShaderID("Matcap", "#define WIRE"));
+    render.SetConstant("c_Wire", comms::cVec4{0, 0, 0, 0.45f});
+    m_State->DrawGroups(false);
+  }
+  m_State->Passes.Finish();
+}

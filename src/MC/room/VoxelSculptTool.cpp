@@ -1,0 +1,277 @@
+// State, strokes and adjusting. Input is in VoxelSculptInput.cpp, the cursor in VoxelSculptCursor.cpp.
+#include "MC/room/VoxelSculptTool.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "ClassEngine/ValueTypes.h"
+#include "MC/room/RoomHelpers.h"
+#include "comms/Str.h"
+
+using comms::cVec3;
+
+DECLARE_MEMBERS(VoxelSculptTool) {
+  Member<_index>("Brush", CurrentToolId, "VoxelBrushes")
+      .Entries({"Sphere", "Carve", "Segment", "Stamp"})
+      .Hint("Shape of the dab");
+  Member<CtrlFSlider>("Radius", Radius, {1, 400, 40}).Unit("pixels").Hint("Radius of the brush on the screen");
+  Member<_bool>("FixedSize", FixedSize).Hint("The brush keeps its size in the scene, whatever the zoom");
+  Member<_float>("SceneRadius", SceneRadius).Range(1e-6, 1e6).Unit("world units").Hint("Radius of the brush in the scene");
+  Member<CtrlFSlider>("Depth", Depth, {-1, 1, 0.3f})
+      .Unit("radii")
+      .Hint("How far a dab rises over the surface; below 0 it cuts. Ctrl turns it round");
+  Member<CtrlFSlider>("Smoothness", Smoothness, {0, 1, 0.5f}).Hint("0: full up to the rim; 1: falls off from the middle");
+  Member<_bool>("Airbrush", Airbrush).Hint("Cutting takes a part of the density each time");
+  Member<CtrlFSlider>("Spacing", Spacing, {0, 2, 0.1f}).Unit("radii").Hint("Least distance between dabs");
+  Member<_bool>("SymmetryX", SymmetryX).Hint("Repeats each dab mirrored across x");
+  Member<_bool>("SymmetryY", SymmetryY).Hint("Repeats each dab mirrored across y");
+  Member<_bool>("SymmetryZ", SymmetryZ).Hint("Repeats each dab mirrored across z");
+  Member<_bool>("PressureToRadius", PressureToRadius).Hint("Pressure of the pen changes the radius");
+  Member<CtrlFSlider>("LeastRadius", LeastRadius, {0, 1, 0.3f}).Hint("Part of the radius at no pressure");
+  Member<_bool>("PressureToDepth", PressureToDepth).Hint("Pressure of the pen changes the depth");
+  Member<CtrlFSlider>("LeastDepth", LeastDepth, {0, 1, 0}).Hint("Part of the depth at no pressure");
+  Member<CtrlFSlider>("PressureCurve", PressureCurve, {0.25f, 4, 1})
+      .Hint("Below 1 a light hand is enough; above 1 it takes a heavy one");
+  Member<_str>("StampVolume", StampVolume).Hint("Volume that Stamp presses in");
+}
+
+VoxelSculptTool::VoxelSculptTool() { IsRoomTool = true; }
+VoxelSculptTool::~VoxelSculptTool() = default;
+
+void VoxelSculptTool::SetScene(VoxelScene* scene) {
+  if (scene == m_Scene) return;
+  FinishStroke();
+  m_Scene = scene;
+  m_Hover = {};
+}
+
+void VoxelSculptTool::SetView(const SceneCamera& camera, const SceneViewport& viewport) {
+  m_Camera = camera;
+  m_Viewport = viewport;
+}
+
+void VoxelSculptTool::SetTool(int32_t id, bool notify) {
+  if (id == int32_t(CurrentToolId) || id < 0 || id >= int32_t(VoxelBrush::Count)) return;
+  FinishStroke();
+  m_Adjusting = Adjusting::None;
+  CurrentToolId = VoxelBrush(id);
+  m_Redraw = m_Redraw || notify;
+}
+
+bool VoxelSculptTool::FilterParam(const char* name) {
+  const std::string_view parameter(name);
+  if (parameter == "Radius") return !FixedSize;
+  if (parameter == "SceneRadius") return FixedSize;
+  if (parameter == "Smoothness") return CurrentToolId == VoxelBrush::Carve;
+  if (parameter == "StampVolume") return CurrentToolId == VoxelBrush::Stamp;
+  return true;
+}
+
+// --- places ------------------------------------------------------------------------------------------------------------------
+
+SurfaceHit VoxelSculptTool::PickAt(float x, float y) const {
+  VolumeObject* volume = m_Stroking ? m_StrokeVolume : CurrentVolume();
+  if (!volume) return {};
+  const SceneRay ray = PickRay(m_Camera, m_Viewport, x, y);
+  if (const SurfaceHit hit = PickVolume(*volume, ray, float(GetMaxDistance()))) return hit;
+  // An empty volume has nothing to touch: clay appears on the plane through its origin that faces the viewer.
+  const bool empty = m_Stroking ? m_OnPlane : volume->Cells.Count() == 0;
+  if (!empty) return {};
+  comms::cMat4 inverse;
+  comms::Invert(m_Camera.View, inverse);
+  SurfaceHit hit;
+  hit.Normal = Normalized(inverse.TransformDirection({0, 0, 1}), {0, 0, 1});
+  const float along = Dot(ray.Direction, hit.Normal);
+  if (std::fabs(along) < 1e-6f) return {};
+  hit.Distance = Dot(volume->VolumeToWorld({}) - ray.Origin, hit.Normal) / along;
+  if (!(hit.Distance > 0)) return {};
+  hit.Position = ray.Origin + ray.Direction * hit.Distance;
+  hit.Volume = volume;
+  return hit;
+}
+
+float VoxelSculptTool::WorldRadiusAt(const cVec3& point) const {
+  return FixedSize ? SceneRadius : std::max(Radius, 0.5f) * PixelSizeAt(m_Camera, m_Viewport, point);
+}
+
+float VoxelSculptTool::PressurePart(float pressure, float least) const {
+  return least + (1 - least) * std::pow(std::clamp(pressure, 0.0f, 1.0f), std::clamp(PressureCurve, 0.05f, 20.0f));
+}
+
+// --- strokes -----------------------------------------------------------------------------------------------------------------
+
+Stroke VoxelSculptTool::MakeSettings() const {
+  static constexpr StrokeTool tools[] = {StrokeTool::Sphere, StrokeTool::Carve, StrokeTool::Segment, StrokeTool::Stamp};
+  Stroke stroke;
+  stroke.Tool = tools[size_t(CurrentToolId)];
+  stroke.Mode = (Depth < 0) != m_Invert ? ApplySubtract : ApplyAdd;
+  stroke.Airbrush = Airbrush;
+  stroke.Symmetry = SymmetryBits();
+  stroke.Spacing = Spacing;
+  // The curves of pressure are in the samples already.
+  stroke.PressureRadius = stroke.PressureHeight = false;
+  stroke.Falloff = Smoothness;
+  if (stroke.Tool == StrokeTool::Stamp) {
+    stroke.StampName = StampVolume.ToString();
+    const VolumeObject* source = m_Scene->Find(stroke.StampName);
+    stroke.StampSource = source == m_StrokeVolume ? nullptr : source;
+  }
+  return stroke;
+}
+
+PenSample VoxelSculptTool::MakePenSample(const SurfaceHit& hit, float pressure) const {
+  PenSample sample;
+  sample.Radius = m_StrokeRadius * (PressureToRadius ? PressurePart(pressure, LeastRadius) : 1);
+  sample.Radius = std::max(sample.Radius, 1e-3f * m_StrokeRadius);
+  const float depth = std::fabs(Depth) * (PressureToDepth ? PressurePart(pressure, LeastDepth) : 1);
+  sample.Position = hit.Position;
+  sample.Normal = hit.Normal;
+  sample.Pressure = 1;
+  sample.Height = depth;
+  // Round brushes reach as far over the surface, or under it, as the depth says: the ball's middle lies on its other side.
+  if (CurrentToolId == VoxelBrush::Sphere || CurrentToolId == VoxelBrush::Segment) {
+    const bool cuts = (Depth < 0) != m_Invert;
+    sample.Position += hit.Normal * (sample.Radius * (1 - depth) * (cuts ? 1.0f : -1.0f));
+    sample.Height = 1;
+  }
+  return sample;
+}
+
+bool VoxelSculptTool::BeginStroke(const Sample& sample, bool invert) {
+  VolumeObject* const volume = CurrentVolume();
+  if (!volume || m_Stroking || volume->SurfaceMode || volume->BackupCount != 0) return false;
+  m_OnPlane = volume->Cells.Count() == 0;
+  const SurfaceHit hit = PickAt(sample.X, sample.Y);
+  if (!hit) return false;
+  m_Stroking = true;
+  m_StrokeVolume = volume;
+  m_Invert = invert;
+  const float voxel = GetVoxelSize(*volume);
+  m_StrokeRadius = std::clamp(WorldRadiusAt(hit.Position), 0.5f * voxel, MaxRadiusVoxels * voxel);
+  m_Pieces.clear();
+  m_Queue.assign(1, sample);
+  m_Report = {};
+  if (CurrentToolId == VoxelBrush::Stamp && !MakeSettings().StampSource) {
+    m_Stroking = false;
+    return false;
+  }
+  return true;
+}
+
+// A volume that left the scene meanwhile takes its stroke along.
+bool VoxelSculptTool::IsStrokeAlive() const {
+  if (!m_Scene) return false;
+  return std::any_of(m_Scene->Volumes().begin(), m_Scene->Volumes().end(),
+                     [&](const auto& volume) { return volume.get() == m_StrokeVolume; });
+}
+
+void VoxelSculptTool::ApplySample(const Sample& sample) {
+  const SurfaceHit hit = PickAt(sample.X, sample.Y);
+  if (!hit) {
+    EndPiece();
+    m_LastSample = sample;
+    return;
+  }
+  const PenSample pen = MakePenSample(hit, sample.Pressure);
+  if (m_Run) {
+    // Over an outline the surface jumps: the pen lifts there and does not cut through what lies between.
+    const float moved = std::hypot(sample.X - m_LastSample.X, sample.Y - m_LastSample.Y);
+    const float apart = Length(pen.Position - m_Pieces.back().Samples.back().Position);
+    if (apart > 3 * moved * PixelSizeAt(m_Camera, m_Viewport, hit.Position) + 2 * m_StrokeRadius) EndPiece();
+  }
+  m_LastSample = sample;
+  if (!CheckReach(*m_StrokeVolume, pen).empty()) return;
+  if (!m_Run) {
+    m_Pieces.push_back(MakeSettings());
+    m_Run = std::make_unique<StrokeRun>(*m_StrokeVolume, m_Pieces.back(), StrokeOptions{});
+  }
+  m_Pieces.back().Samples.push_back(pen);
+  m_Run->Add(pen);
+}
+
+void VoxelSculptTool::EndPiece() {
+  if (!m_Run) return;
+  m_Run->Finish();
+  m_Report = m_Report + m_Run->Report().Apply;
+  m_Run.reset();
+}
+
+void VoxelSculptTool::ApplyQueue() {
+  if (!m_Stroking) return;
+  if (!IsStrokeAlive()) {
+    m_Run.reset();
+    m_Stroking = m_ReleaseQueued = false;
+    m_Queue.clear();
+    return;
+  }
+  for (const Sample& sample : m_Queue) ApplySample(sample);
+  m_Queue.clear();
+}
+
+void VoxelSculptTool::FinishStroke() {
+  m_ReleaseQueued = false;
+  ApplyQueue();
+  if (!m_Stroking) return;
+  EndPiece();
+  m_Stroking = false;
+  ::FinishStroke(*m_StrokeVolume, &m_Scene->History(), {});
+}
+
+void VoxelSculptTool::CancelStroke() {
+  m_Queue.clear();
+  ApplyQueue();
+  m_ReleaseQueued = false;
+  if (!m_Stroking) return;
+  m_Run.reset();
+  m_Pieces.clear();
+  m_Stroking = false;
+  m_StrokeVolume->EndStroke(true);
+  m_StrokeVolume->RefreshChanges();
+}
+
+void VoxelSculptTool::Process(double) {
+  if (m_ReleaseQueued) {
+    FinishStroke();
+  } else if (m_Stroking) {
+    ApplyQueue();
+    if (m_Stroking) m_StrokeVolume->RefreshChanges();
+  }
+  if (m_Adjusting == Adjusting::None) m_Hover = m_PointerInside ? PickAt(m_Pointer.X, m_Pointer.Y) : SurfaceHit{};
+}
+
+void VoxelSculptTool::OnDeactivate() {
+  FinishStroke();
+  m_Adjusting = Adjusting::None;
+}
+
+void VoxelSculptTool::OnNewScene() {
+  CancelStroke();
+  m_Hover = {};
+}
+
+std::string VoxelSculptTool::GetWorkHint() {
+  if (CurrentToolId == VoxelBrush::Stamp && (!m_Scene || !m_Scene->Find(StampVolume.ToString())))
+    return "Stamp needs a second volume: name it in StampVolume";
+  if (m_Adjusting == Adjusting::Smoothness) return comms::Format("Smoothness %.2f", double(Smoothness));
+  if (m_Adjusting == Adjusting::RadiusDepth)
+    return FixedSize ? comms::Format("Radius %.4g   Depth %.2f", double(SceneRadius), double(Depth))
+                     : comms::Format("Radius %.0f px   Depth %.2f", double(Radius), double(Depth));
+  if (m_Stroking) return comms::Format("%d cells changed   Esc takes the stroke back", ChangedCells());
+  return "Ctrl cuts   [ ] radius   right drag or B: radius and depth   Shift+right drag: smoothness";
+}
+
+int32_t VoxelSculptTool::ChangedCells() const { return m_Report.ChangedCells + (m_Run ? m_Run->Report().Apply.ChangedCells : 0); }
+
+void VoxelSculptTool::GetStatusText(std::string& out) {
+  int64_t triangles = 0, all = 0;
+  if (m_Scene)
+    for (const auto& volume : m_Scene->Volumes()) {
+      int64_t own = 0;
+      // Indices of group meshes are counted, whether they are on the device or not.
+      volume->RenderGroups.ForEach([&](const auto&, const RenderGroup& group) { own += group.Mesh->NumIndices / 3; });
+      all += own;
+      if (volume.get() == CurrentVolume()) triangles = own;
+    }
+  out = comms::Format("CurrObjTriangles %lld   OverallTriangles %lld", static_cast<long long>(triangles),
+                      static_cast<long long>(all));
+}
