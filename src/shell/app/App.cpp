@@ -3,7 +3,6 @@
 #include <oneapi/tbb/global_control.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -14,6 +13,7 @@
 #include "comms/cMeshIO.h"
 #include "shell/app/DataFolder.h"
 #include "shell/app/Options.h"
+#include "shell/app/WindowApp.h"
 #include "shell/core/BatchRunner.h"
 #include "shell/core/GeneralCommands.h"
 #include "shell/platform/Machine.h"
@@ -21,8 +21,9 @@
 namespace {
 
 constexpr char Usage[] =
-    "usage: morvane [options] MESH          work on a mesh: sculpt, picture and meshes into out/\n"
-    "       morvane [options] --batch FILE  run the commands of FILE\n";
+    "usage: morvane [options] [MESH]         open the window, with a mesh or with the sample sculpture\n"
+    "       morvane [options] --batch FILE   run the commands of FILE, without a window\n"
+    "       morvane [options] --mesh-job MESH  the sample job on a mesh, without a window\n";
 
 /// What lives as long as the program: the scene, the messages, the commands.
 class Program {
@@ -60,11 +61,6 @@ int Fail(int code, const std::string& sentence) {
   return code;
 }
 
-std::string GetVariable(const char* name) {
-  const char* value = std::getenv(name);
-  return value ? value : "";
-}
-
 }  // namespace
 
 int RunApp(const std::vector<std::string>& words, const BuildFacts& build) {
@@ -81,17 +77,15 @@ int RunApp(const std::vector<std::string>& words, const BuildFacts& build) {
                 Usage, DescribeOptions().c_str(), program.Table().DescribeAll().c_str());
     return 0;
   }
-  if (options.BatchFile.empty() && options.InputFile.empty()) {
-    std::fprintf(stderr, "morvane: there is no window yet; give it a mesh or a batch file\n%s", Usage);
-    return 2;
-  }
-  const DataFolderPlaces places{options.DataFolder, GetVariable("MORVANE_FILES_PATH"), GetProgramFile(), build.DataFolder};
+  const DataFolderPlaces places{options.DataFolder, GetProgramFile(), build.DataFolder};
   const std::string dataFolder = FindDataFolder(places, error);
   if (dataFolder.empty()) return Fail(3, error);
 
   std::unique_ptr<tbb::global_control> threads;
   if (options.Threads > 0)
     threads = std::make_unique<tbb::global_control>(tbb::global_control::max_allowed_parallelism, size_t(options.Threads));
+  if (options.BatchFile.empty() && options.MeshJob.empty())
+    return RunWindow({build.Version, dataFolder, options.InputFile, options.Frames, options.Picture});
   Program program(dataFolder, {options.KeepGoing});
-  return options.BatchFile.empty() ? program.RunMeshJob(options.InputFile) : program.RunBatch(options.BatchFile);
+  return options.BatchFile.empty() ? program.RunMeshJob(options.MeshJob) : program.RunBatch(options.BatchFile);
 }

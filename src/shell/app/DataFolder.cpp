@@ -18,10 +18,9 @@ static std::string WithoutSlash(const fs::path& path) {
 
 std::string FindDataFolder(const DataFolderPlaces& places, std::string& error) {
   // A folder that was named and is not there would be replaced by another one in silence: better to stop.
-  for (const auto& [named, who] : {std::pair{&places.Option, "--data"}, std::pair{&places.Environment, "MORVANE_FILES_PATH"}}) {
-    if (named->empty()) continue;
-    if (IsFolder(*named)) return WithoutSlash(*named);
-    error = "the data folder '" + *named + "' of " + who + " is not there";
+  if (!places.Option.empty()) {
+    if (IsFolder(places.Option)) return WithoutSlash(places.Option);
+    error = "the data folder '" + places.Option + "' of --data is not there";
     return {};
   }
   std::string looked;
@@ -32,6 +31,6 @@ std::string FindDataFolder(const DataFolderPlaces& places, std::string& error) {
     if (IsFolder(place)) return WithoutSlash(place);
     looked += (looked.empty() ? "'" : ", '") + place.lexically_normal().string() + "'";
   }
-  error = "the program's data folder was not found; looked at " + looked + "; name it with --data DIR or MORVANE_FILES_PATH";
+  error = "the program's data folder was not found; looked at " + looked + "; name it with --data DIR";
   return {};
 }

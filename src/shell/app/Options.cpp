@@ -9,14 +9,21 @@ struct OptionRow {
   const char *Name, *Value, *Help;  // Value: what follows, null for a switch
   std::string Options::*Text = nullptr;
   bool Options::*Switch = nullptr;
+  int Options::*Number = nullptr;
+  int Most = 0;
 };
 
 const OptionRow s_Rows[] = {
     {"--batch", "FILE", "run the commands of FILE, one a line ('-': standard input), without a window", &Options::BatchFile,
      nullptr},
+    {"--mesh-job", "MESH", "sculpt a stroke into a mesh file and leave picture and meshes in out/, without a window",
+     &Options::MeshJob, nullptr},
     {"--keep-going", nullptr, "go on behind a command that failed; the first failure still decides the exit code", nullptr,
      &Options::KeepGoing},
-    {"--threads", "N", "use N threads, 1 to 1024 (as many as there are processors); no result depends on it", nullptr, nullptr},
+    {"--threads", "N", "use N threads, 1 to 1024 (as many as there are processors); no result depends on it", nullptr, nullptr,
+     &Options::Threads, 1024},
+    {"--frames", "N", "end by itself after N frames of the window", nullptr, nullptr, &Options::Frames, 1000000},
+    {"--picture", "FILE", "store the window's last picture as PNG when it closes", &Options::Picture, nullptr},
     {"--data", "DIR", "folder of the program's own files, in place of the one that it finds", &Options::DataFolder, nullptr},
     {"--help", nullptr, "this text and every command with its parameters", nullptr, &Options::ShowHelp},
     {"--version", nullptr, "name and version", nullptr, &Options::ShowVersion},
@@ -39,8 +46,12 @@ class OptionReader {
         return false;
       }
     }
-    if (!m_Options.BatchFile.empty() && !m_Options.InputFile.empty())
-      return Fail("a batch file and '" + m_Options.InputFile + "' can't be run together; import the mesh in the batch file");
+    if (!m_Options.BatchFile.empty() && !m_Options.MeshJob.empty())
+      return Fail("'--batch' and '--mesh-job' can't be run together");
+    const std::string& job = m_Options.BatchFile.empty() ? m_Options.MeshJob : m_Options.BatchFile;
+    if (!job.empty() && !m_Options.InputFile.empty())
+      return Fail("'" + job + "' runs without a window and '" + m_Options.InputFile +
+                  "' opens in one; import the mesh in the batch file");
     return true;
   }
 
@@ -64,16 +75,19 @@ class OptionReader {
       value = m_Words[++m_At];
     }
     if (value.empty()) return Fail("'" + name + "' needs " + row->Value);
-    if (!row->Text) return ReadThreads(value);
+    if (row->Number) return ReadNumber(*row, value);
     m_Options.*row->Text = value;
     return true;
   }
 
-  bool ReadThreads(const std::string& value) {
+  bool ReadNumber(const OptionRow& row, const std::string& value) {
+    int number = 0;
     const char* end = value.data() + value.size();
-    const auto [stop, fault] = std::from_chars(value.data(), end, m_Options.Threads);
-    if (fault != std::errc() || stop != end || m_Options.Threads < 1 || m_Options.Threads > 1024)
-      return Fail("'--threads' needs a whole number from 1 to 1024, found '" + value + "'");
+    const auto [stop, fault] = std::from_chars(value.data(), end, number);
+    if (fault != std::errc() || stop != end || number < 1 || number > row.Most)
+      return Fail(std::string("'") + row.Name + "' needs a whole number from 1 to " + std::to_string(row.Most) + ", found '" +
+                  value + "'");
+    m_Options.*row.Number = number;
     return true;
   }
 

@@ -5,9 +5,12 @@
 
 struct Options {
   std::string BatchFile;   ///< --batch FILE, "-" for standard input; empty: none
-  std::string InputFile;   ///< a mesh to open; empty: none
+  std::string MeshJob;     ///< --mesh-job MESH: the sample job on a mesh; empty: none
+  std::string InputFile;   ///< a mesh to open in the window; empty: the sample sculpture
+  std::string Picture;     ///< --picture FILE; empty: none
   std::string DataFolder;  ///< --data DIR; empty: looked up
   int Threads = 0;         ///< --threads N, 1 to 1024; 0: as many as the machine has
+  int Frames = 0;          ///< --frames N; 0: until the person closes the window
   bool KeepGoing = false, ShowHelp = false, ShowVersion = false;
 };
 

@@ -12,17 +12,14 @@ namespace {
 TEST(DataFolder, PlacesInOrder) {
   const fs::path root = fs::path(testing::TempDir()) / "DataFolderTest";
   fs::remove_all(root);
-  for (const char* folder : {"option", "variable", "bin/data", "share/morvane", "build"}) fs::create_directories(root / folder);
-  DataFolderPlaces places{(root / "option/").string(), (root / "variable").string(), (root / "bin/morvane").string(),
-                          (root / "build").string()};
+  for (const char* folder : {"option", "bin/data", "share/morvane", "build"}) fs::create_directories(root / folder);
+  DataFolderPlaces places{(root / "option/").string(), (root / "bin/morvane").string(), (root / "build").string()};
   std::string error;
   EXPECT_EQ(FindDataFolder(places, error), root / "option");
-  places.Option.clear();
-  EXPECT_EQ(FindDataFolder(places, error), root / "variable");
-  fs::remove(root / "variable");
+  fs::remove(root / "option");
   EXPECT_EQ(FindDataFolder(places, error), "");
-  EXPECT_NE(error.find("MORVANE_FILES_PATH"), std::string::npos) << error;
-  places.Environment.clear();
+  EXPECT_NE(error.find("--data"), std::string::npos) << error;
+  places.Option.clear();
   EXPECT_EQ(FindDataFolder(places, error), root / "bin/data");
   fs::remove(root / "bin/data");
   EXPECT_EQ(FindDataFolder(places, error), root / "share/morvane");

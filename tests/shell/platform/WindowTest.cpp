@@ -3,9 +3,6 @@
 
 #include <SDL.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -15,6 +12,7 @@
 #include <vector>
 
 #include "interface/BaseWidget.h"
+#include "shell/VirtualDisplay.h"
 
 #ifdef __SANITIZE_ADDRESS__
 // What the display's libraries keep until the end of the process. The OpenGL driver is gone by the time the leaks are counted, so
@@ -24,44 +22,6 @@ extern "C" const char* __lsan_default_suppressions() { return "leak:libSDL2\nlea
 #endif
 
 namespace {
-
-/// A display of its own for as long as it lives. Number below 0: there is no Xvfb here.
-class VirtualDisplay {
- public:
-  VirtualDisplay() {
-    int ends[2];
-    if (pipe(ends) != 0) return;
-    m_Process = fork();
-    if (m_Process == 0) {
-      dup2(ends[1], 3);
-      // The server picks a free number and writes it.
-      execlp("Xvfb", "Xvfb", "-displayfd", "3", "-screen", "0", "1600x1000x24", "-nolisten", "tcp", nullptr);
-      _exit(127);
-    }
-    close(ends[1]);
-    std::string text;
-    for (char c; read(ends[0], &c, 1) == 1 && c != '\n';) text += c;
-    close(ends[0]);
-    if (text.empty()) return;
-    m_Number = std::atoi(text.c_str());
-    setenv("DISPLAY", (":" + std::to_string(m_Number)).c_str(), 1);
-    setenv("SDL_VIDEODRIVER", "x11", 1);
-  }
-  ~VirtualDisplay() {
-    if (m_Process <= 0) return;
-    kill(m_Process, SIGTERM);
-    waitpid(m_Process, nullptr, 0);
-  }
-  VirtualDisplay(const VirtualDisplay&) = delete;
-  VirtualDisplay& operator=(const VirtualDisplay&) = delete;
-  bool IsThere() const { return m_Number >= 0; }
-
- private:
-  pid_t m_Process = -1;
-  int m_Number = -1;
-};
-
-bool HasProgram(const std::string& name) { return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0; }
 
 class WindowTest : public testing::Test {
  protected:

@@ -1,0 +1,248 @@
+// What the interface can do: the actions behind menus, hot keys and buttons.
+#include <algorithm>
+
+#include "MC/room/NewScene.h"
+#include "comms/Str.h"
+#include "interface/Button.h"
+#include "interface/FileBrowser.h"
+#include "interface/Language.h"
+#include "interface/TextMenu.h"
+#include "interface/draw/Theme.h"
+#include "shell/app/MainForm.h"
+#include "shell/core/Pages.h"
+#include "shell/platform/FileDialog.h"
+
+void MainForm::AddCommandAction(const char* name, const char* line, const char* icon, std::vector<std::string> keys) {
+  Action action;
+  action.Name = name;
+  action.TextKey = name;
+  action.Icon = icon;
+  action.DefaultKeys = std::move(keys);
+  action.Run = [this, line = std::string(line)] { RunCommand(line); };
+  m_Actions.Add(std::move(action));
+}
+
+static Action MakeAction(const char* name, const char* icon, std::vector<std::string> keys, std::function<void()> run,
+                         std::function<bool()> isChecked = {}) {
+  Action action;
+  action.Name = name;
+  action.TextKey = name;
+  action.Icon = icon;
+  action.DefaultKeys = std::move(keys);
+  action.Run = std::move(run);
+  action.IsChecked = std::move(isChecked);
+  return action;
+}
+
+void MainForm::AddActions() {
+  m_Actions.Add(MakeAction("OpenMesh", "Open", {"Ctrl+O"}, [this] { OpenMeshDialog(); }));
+  m_Actions.Add(MakeAction("ExportScene", "Save", {"Ctrl+E"}, [this] { ExportDialog(); }));
+  m_Actions.Add(MakeAction("NewSphere", "Sphere", {"Ctrl+N"}, [this] {
+    MakeSphereVolume(m_Parts.Scene, "sphere", 1, 0.02f);
+    FrameScene();
+  }));
+  m_Actions.Add(MakeAction("QuitProgram", "Close", {"Ctrl+Q"}, [this] { m_Host.Close(); }));
+  AddCommandAction("Undo", "Undo", "Undo", {"Ctrl+Z"});
+  AddCommandAction("Redo", "Redo", "Redo", {"Ctrl+Y", "Ctrl+Shift+Z"});
+  AddViewActions();
+  AddRoomActions();
+  AddPanelActions();
+}
+
+void MainForm::AddViewActions() {
+  m_Actions.Add(MakeAction("FrameScene", "Frame", {"F"}, [this] { FrameScene(); }));
+  const struct {
+    const char* Name;
+    StandardView View;
+    const char* Key;
+  } views[] = {{"ViewFront", StandardView::Front, "1"}, {"ViewBack", StandardView::Back, "Ctrl+1"},
+               {"ViewRight", StandardView::Right, "3"}, {"ViewLeft", StandardView::Left, "Ctrl+3"},
+               {"ViewTop", StandardView::Top, "7"},     {"ViewBottom", StandardView::Bottom, "Ctrl+7"}};
+  for (const auto& view : views)
+    m_Actions.Add(MakeAction(view.Name, "Camera", {view.Key}, [this, side = view.View] { m_Navi.SetStandardView(side); }));
+  m_Actions.Add(MakeAction(
+      "ToggleOrthographic", "Orthographic", {"5"}, [this] { m_Navi.ToggleOrthographic(); },
+      [this] { return m_Navi.View.Orthographic; }));
+  const auto addSwitch = [this](const char* name, const char* icon, const char* key, bool& value) {
+    m_Actions.Add(MakeAction(
+        name, icon, {key}, [&value] { value = !value; }, [&value] { return value; }));
+  };
+  addSwitch("ShowGrid", "Grid", "G", m_Parts.Settings.ShowGrid);
+  addSwitch("Wireframe", "Surface", "W", m_Parts.Settings.Wireframe);
+  addSwitch("ShowStatistics", "Info", "F3", m_Parts.Settings.ShowStatistics);
+  m_Actions.Add(MakeAction(
+      "FullScreen", "Window", {"F11"},
+      [this] {
+        m_Parts.Settings.FullScreen = !m_Parts.Settings.FullScreen;
+        m_Host.SetFullScreen(m_Parts.Settings.FullScreen);
+      },
+      [this] { return m_Parts.Settings.FullScreen; }));
+  m_Actions.Add(MakeAction("StoreScreenshot", "Camera", {"F12"}, [this] { m_Host.StoreScreenshot(); }));
+  const auto addTheme = [this](const char* name, const char* icon, ThemeChoice choice) {
+    m_Actions.Add(MakeAction(
+        name, icon, {},
+        [this, choice] {
+          m_Parts.Options.Theme = choice;
+          m_Host.ApplyOptions();
+        },
+        [this, choice] { return m_Parts.Options.Theme == choice; }));
+  };
+  addTheme("ThemeSystem", "Window", ThemeChoice::System);
+  addTheme("ThemeDark", "Moon", ThemeChoice::Dark);
+  addTheme("ThemeLight", "Sun", ThemeChoice::Light);
+  m_Actions.Add(MakeAction("ToggleTheme", "Sun", {"Ctrl+Shift+L"}, [this] {
+    m_Parts.Options.Theme = GetTheme().Kind == ThemeKind::Dark ? ThemeChoice::Light : ThemeChoice::Dark;
+    m_Host.ApplyOptions();
+  }));
+  const auto addScale = [this](const char* name, const char* key, float step) {
+    m_Actions.Add(MakeAction(name, "Zoom", {key}, [this, step] {
+      const float now = m_Parts.Widgets.Scale();
+      m_Parts.Options.InterfaceScale = step == 0 ? 0 : std::clamp(now + step, 0.75f, 3.0f);
+      m_Host.ApplyOptions();
+    }));
+  };
+  addScale("ScaleUp", "Ctrl+=", 0.25f);
+  addScale("ScaleDown", "Ctrl+-", -0.25f);
+  addScale("ScaleAutomatic", "Ctrl+0", 0);
+}
+
+void MainForm::AddRoomActions() {
+  for (const int page : ListAllowedPages()) {
+    const std::string& name = GetPageNames()[size_t(page)];
+    m_Actions.Add(MakeAction(("Page" + name).c_str(), name.c_str(), {"F" + std::to_string(5 + page)},
+                             [page] { SwitchPage(page); }, [page] { return CurrentPage == page; }));
+  }
+  const struct {
+    const char *Name, *Icon, *Key;
+    VoxelBrush Brush;
+  } brushes[] = {{"BrushCarve", "Carve", "C", VoxelBrush::Carve},
+                 {"BrushSphere", "Sphere", "S", VoxelBrush::Sphere},
+                 {"BrushSegment", "Pen", "L", VoxelBrush::Segment},
+                 {"BrushStamp", "Copy", "P", VoxelBrush::Stamp}};
+  for (const auto& brush : brushes)
+    m_Actions.Add(MakeAction(
+        brush.Name, brush.Icon, {brush.Key}, [this, id = brush.Brush] { m_VoxelTool.SetTool(int32_t(id), true); },
+        [this, id = brush.Brush] { return m_VoxelTool.CurrentToolId == id; }));
+  const auto addSymmetry = [this](const char* name, const char* key, bool& value) {
+    m_Actions.Add(MakeAction(
+        name, "Symmetry", {key}, [&value] { value = !value; }, [&value] { return value; }));
+  };
+  addSymmetry("SymmetryX", "X", m_VoxelTool.SymmetryX);
+  addSymmetry("SymmetryY", "Y", m_VoxelTool.SymmetryY);
+  addSymmetry("SymmetryZ", "Z", m_VoxelTool.SymmetryZ);
+}
+
+void MainForm::AddPanelActions() {
+  const auto addLayout = [this](const char* name, std::function<void()> run) {
+    m_Actions.Add(MakeAction(name, "Window", {}, std::move(run)));
+  };
+  const auto addPanel = [this](const char* name, const char* icon, const char* hotKey, const char* panel) {
+    m_Actions.Add(MakeAction(
+        name, icon, {hotKey}, [this, panel] { m_Docks->IsOpen(panel) ? m_Docks->Close(panel) : m_Docks->Open(panel); },
+        [this, panel] { return m_Docks->IsOpen(panel); }));
+  };
+  addPanel("Preferences", "Settings", "Ctrl+Shift+P", "PreferencesPanel");
+  addPanel("AssignHotKeys", "Keyboard", "Ctrl+Shift+K", "HotKeysPanel");
+  addLayout("ResetThisPageToDefault", [this] { BuildDefaultLayout(CurrentPage); });
+}
+
+void MainForm::BuildRoomTabs() {
+  for (const int page : ListAllowedPages()) {
+    const Action* action = m_Actions.Find("Page" + GetPageNames()[size_t(page)]);
+    auto* tab = m_RoomTabs->AddChild(new Button(action->TextKey, action->Icon));
+    tab->Flat = true;
+    tab->IsChecked = action->IsChecked;
+    tab->Action = action->Run;
+    tab->HintKey = action->TextKey + "_HINT";
+  }
+}
+
+void MainForm::AddToMenu(TextMenu& menu, const char* name) {
+  const Action* action = m_Actions.Find(name);
+  TextItem* item = menu.Add(action->TextKey, action->Run, m_HotKeys.KeyText(action->Name), action->Icon);
+  item->Enabled = action->Enabled();
+  item->Checked = action->Checked();
+}
+
+void MainForm::BuildMenus() {
+  const auto addMenu = [this](const char* title, std::vector<const char*> actions) {
+    m_MenuBar->AddMenu(title, [this, actions = std::move(actions)](TextMenu& menu) {
+      for (const char* name : actions)
+        if (*name)
+          AddToMenu(menu, name);
+        else
+          menu.AddLine();
+    });
+  };
+  m_MenuBar->RemoveMenus();
+  addMenu("FILE", {"NewSphere", "OpenMesh", "ExportScene", "", "QuitProgram"});
+  addMenu("EDIT", {"Undo", "Redo", "", "SymmetryX", "SymmetryY", "SymmetryZ", "", "Preferences", "AssignHotKeys"});
+  if (GetPageNames()[size_t(CurrentPage)] == "Voxels")
+    addMenu("VOXMENU", {"BrushCarve", "BrushSphere", "BrushSegment", "BrushStamp"});
+  addMenu("VIEW", {"FrameScene", "", "ViewFront", "ViewBack", "ViewRight", "ViewLeft", "ViewTop", "ViewBottom", "",
+                   "ToggleOrthographic", "ShowGrid", "Wireframe", "ShowStatistics", "", "FullScreen", "StoreScreenshot"});
+  m_MenuBar->AddMenu("PAGES", [this](TextMenu& menu) {
+    for (const int page : ListAllowedPages()) AddToMenu(menu, ("Page" + GetPageNames()[size_t(page)]).c_str());
+  });
+  m_MenuBar->AddMenu("WINDOWS", [this](TextMenu& menu) {
+    for (const DockPanel& panel : m_Docks->All()) {
+      TextItem* item = menu.Add(
+          panel.Key, [this, key = panel.Key] { m_Docks->IsOpen(key) ? m_Docks->Close(key) : m_Docks->Open(key); }, {},
+          panel.Icon);
+      item->Checked = m_Docks->IsOpen(panel.Key);
+    }
+    menu.AddLine();
+    for (const char* name : {"ThemeSystem", "ThemeDark", "ThemeLight"}) AddToMenu(menu, name);
+    menu.AddLine();
+    for (const char* name : {"ScaleUp", "ScaleDown", "ScaleAutomatic"}) AddToMenu(menu, name);
+    menu.AddLine();
+    AddToMenu(menu, "ResetThisPageToDefault");
+  });
+  m_Parts.Widgets.RequestArrange();
+}
+
+// The desktop's dialog where there is one, else the interface's own browser.
+static void ChooseFile(cWidgets& widgets, bool save, const char* titleKey, std::vector<std::string> patterns,
+                       const std::string& fileName, std::function<void(const std::string& path)> chosen) {
+  FileDialogRequest request;
+  request.What = save ? FileDialogRequest::Kind::SaveFile : FileDialogRequest::Kind::OpenFile;
+  request.Title = GetText(titleKey);
+  request.FileName = fileName;
+  request.Filters = {{GetText("MESH_FILES"), patterns}};
+  std::vector<std::string> paths;
+  switch (ShowFileDialog(
+      request, [] {}, paths)) {
+    case FileDialogResult::Chosen:
+      if (!paths.empty()) chosen(paths.front());
+      return;
+    case FileDialogResult::Cancelled:
+      return;
+    case FileDialogResult::NotAvailable:
+      break;
+  }
+  FileBrowserRequest own;
+  own.What = save ? FileBrowserRequest::Kind::Save : FileBrowserRequest::Kind::Open;
+  own.Title = titleKey;
+  own.FileName = fileName;
+  own.Patterns = std::move(patterns);
+  FileBrowser::Open(widgets, std::move(own), [chosen = std::move(chosen)](const std::string& path) {
+    if (!path.empty()) chosen(path);
+  });
+}
+
+void MainForm::OpenMeshDialog() {
+  ChooseFile(m_Parts.Widgets, false, "OpenMesh", {"*.obj"}, {}, [this](const std::string& path) {
+    std::string error;
+    if (!OpenFile(path, error)) Say(error, true);
+  });
+}
+
+void MainForm::ExportDialog() {
+  const VolumeObject* volume = m_Parts.Scene.Current();
+  ChooseFile(m_Parts.Widgets, true, "ExportScene", {"*.obj", "*.stl"}, volume ? volume->Name + ".obj" : "",
+             [this](const std::string& path) {
+               const char* command = path.ends_with(".stl") ? "ExportStl" : "ExportMesh";
+               if (RunCommand(std::string(command) + " File=" + QuoteBatchValue(path)))
+                 Say(comms::Format("%s: %s", GetText("EXPORTED").c_str(), path.c_str()));
+             });
+}

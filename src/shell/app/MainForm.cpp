@@ -1,0 +1,248 @@
+#include "shell/app/MainForm.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "comms/Log.h"
+#include "comms/Str.h"
+#include "interface/Language.h"
+#include "interface/Layout.h"
+#include "interface/draw/Theme.h"
+#include "shell/core/DataPath.h"
+#include "shell/core/Pages.h"
+#include "shell/core/RunGuarded.h"
+
+using comms::Format;
+
+/// Seconds for which a sentence stays in the status line.
+static constexpr double SaySeconds = 6;
+/// Seconds after the last move of the view for which it counts as moving.
+static constexpr double SettleSeconds = 0.15;
+
+MainForm::MainForm(const Parts& parts, FormHost host)
+    : m_Parts(parts), m_Host(std::move(host)), m_ToolInput(m_Navi), m_VoxelTool(CreateTool<VoxelSculptTool>()) {
+  m_Docks = std::make_unique<DockPanels>(m_Parts.Widgets);
+  m_SceneWidget = m_Parts.Widgets.Layer(LayerScene).AddChild(new SceneWidget(m_ToolInput));
+  m_MenuBar = m_Parts.Widgets.Layer(LayerDocks).AddChild(new MenuBar);
+  m_RoomTabs = m_Parts.Widgets.Layer(LayerDocks).AddChild(new RowWidget);
+  m_Status = m_Parts.Widgets.Layer(LayerDocks).AddChild(new StatusLine);
+  m_Parts.Widgets.SetKeyFallback(m_MenuBar);
+  m_Parts.Widgets.Unhandled = [this](const InputEvent& event) { return OnUnhandled(event); };
+
+  m_VoxelTool.IsRoomTool = true;
+  m_VoxelTool.SetScene(&m_Parts.Scene);
+  m_ToolInput.IsMouseCaptured = [this] {
+    const BaseWidget* captured = m_Parts.Widgets.Captured();
+    return captured && captured != m_SceneWidget;
+  };
+  m_Navi.Pick = [this](float x, float y, comms::cVec3& point) {
+    const SurfaceHit hit = PickScene(m_Parts.Scene, PickRay(GetSceneCamera(), GetSceneViewport(), x, y));
+    if (hit) point = hit.Position;
+    return bool(hit);
+  };
+  m_Navi.Settings = m_Parts.Options.GetNaviSettings();
+
+  AddActions();
+  m_HotKeys.RegisterMembers();
+  m_HotKeys.SetDefaults(m_Actions);
+  m_HotKeys.Load(GetDataPath());
+  m_KeyRunner = std::make_unique<HotKeyRunner>(m_HotKeys, m_Actions, &m_Parts.Commands);
+  m_KeyRunner->RunCommand = RunGuarded;
+  m_KeyRunner->CommandDone = [this](const Command&, const CommandResult& result) {
+    if (!result.Ok()) Say(result.Message, true);
+  };
+  m_KeyRunner->Complain = [this](const std::string& sentence) { Say(sentence, true); };
+  m_ViewOptions.RegisterMembers();
+  AddPanels();
+  InitRooms();
+  BuildRoomTabs();
+}
+
+MainForm::~MainForm() {
+  m_VoxelTool.SetScene(nullptr);
+  m_Parts.Widgets.SetKeyFallback(nullptr);
+  m_Parts.Widgets.Unhandled = {};
+}
+
+void MainForm::Open() {
+  EnterPage(0);
+  BuildMenus();
+  FrameScene();
+}
+
+void MainForm::Store() {
+  StorePageLayout();
+  m_HotKeys.Store(GetDataPath());
+  m_Parts.Options.Store();
+  m_Parts.Settings.Store();
+}
+
+void MainForm::Arrange() {
+  Canvas& canvas = m_Parts.Widgets.GetCanvas();
+  const float width = float(canvas.Width()), height = float(canvas.Height());
+  const float menu = canvas.Px(Measures::MenuBarHeight), status = canvas.Px(Measures::StatusHeight);
+  m_MenuBar->Arrange({0, 0, width, menu}, canvas);
+  // The rooms stand at the right end of the bar, as far as the menus leave space.
+  float tabs = 0;
+  for (int i = 0; i < m_RoomTabs->Children.Count; i++)
+    tabs += m_RoomTabs->Children[i]->WidthFor(canvas) + canvas.Px(Measures::Gap);
+  const float edge = canvas.Px(2);
+  m_RoomTabs->Visible = tabs <= width - m_MenuBar->WidthFor(canvas);
+  m_RoomTabs->Arrange({width - tabs, edge, tabs, menu - 2 * edge}, canvas);
+  m_Status->Arrange({0, height - status, width, status}, canvas);
+  m_Docks->Arrange({0, menu, width, std::max(0.0f, height - menu - status)}, canvas);
+  m_SceneWidget->Rect = m_Docks->SceneRect();
+  const cRect& view = m_SceneWidget->Rect;
+  m_Navi.SetViewport(view.X, view.Y, view.W, view.H);
+}
+
+void MainForm::Rebuild() {
+  m_Docks->Rebuild();
+  BuildMenus();
+  m_Parts.Widgets.RequestArrange();
+}
+
+void MainForm::BeginFrame(double timeSec) {
+  m_TimeSec = timeSec;
+  const Canvas& canvas = m_Parts.Widgets.GetCanvas();
+  const int hash = GetMenuStateHash(canvas.Width(), canvas.Height(), CurrentPage);
+  if (std::exchange(m_RebuildWanted, false) || hash != m_MenuHash) BuildMenus();
+  m_MenuHash = hash;
+  Arrange();
+  m_Navi.View.FovDegrees = m_Parts.Options.FieldOfView;
+  m_VoxelTool.SetView(GetSceneCamera(), GetSceneViewport());
+}
+
+void MainForm::RunTool(double timeSec) {
+  m_Navi.Process(timeSec);
+  m_Navi.FitDepth(GetSceneBox());
+  m_VoxelTool.SetView(GetSceneCamera(), GetSceneViewport());
+  GetCurrentTool().Process(timeSec);
+  UpdateStatus();
+}
+
+void MainForm::DrawScene(comms::cRender& render) {
+  const Theme& theme = GetTheme();
+  SceneFrame frame;
+  frame.Camera = GetSceneCamera();
+  frame.Viewport = GetSceneViewport();
+  if (frame.Viewport.Width < 1 || frame.Viewport.Height < 1) return;
+  frame.BackgroundTop = theme.ViewTop;
+  frame.BackgroundBottom = theme.ViewBottom;
+  frame.GridColor = theme.Grid;
+  const comms::cMat4 view = frame.Camera.View * frame.Camera.Projection;
+  if (!(view == m_LastView)) m_ViewMovedAt = m_TimeSec;
+  m_LastView = view;
+  frame.Moving = m_TimeSec - m_ViewMovedAt < SettleSeconds || m_VoxelTool.IsBusy();
+  if (frame.Moving) m_Parts.Widgets.WantFrameIn(SettleSeconds);
+  m_ViewOptions.Grid = m_Parts.Settings.ShowGrid;
+  m_ViewOptions.Wireframe = m_Parts.Settings.Wireframe;
+  m_View.Draw(render, m_Parts.Scene, frame, m_ViewOptions);
+}
+
+void MainForm::DrawOverlay(Canvas& canvas) {
+  const cRect& view = m_SceneWidget->Rect;
+  if (view.W < 1 || view.H < 1) return;
+  canvas.PushClip(view);
+  GetCurrentTool().DrawOverlay(canvas);
+  if (m_Parts.Settings.ShowStatistics && m_Host.FrameMilliseconds) {
+    const SceneView::Statistics& seen = m_View.LastStatistics();
+    const std::string text = Format("%.1f ms   %d / %d groups   %lld triangles", double(m_Host.FrameMilliseconds()),
+                                    seen.VisibleGroups, seen.Groups, static_cast<long long>(seen.Triangles));
+    canvas.Text({view.X + canvas.Px(10), view.Y + canvas.Px(6), view.W, canvas.Px(20)}, text, GetTheme().TextDim,
+                TextStyle::Small);
+  }
+  canvas.PopClip();
+}
+
+bool MainForm::OnUnhandled(const InputEvent& event) {
+  if (event.Kind == InputKind::Drop) {
+    std::string error;
+    if (!OpenFile(event.Text, error)) Say(error, true);
+    return true;
+  }
+  if (event.Kind == InputKind::FocusLost) m_ToolInput.OnEvent(event);
+  // While a stroke runs the tool hears keys first: Esc takes the stroke back.
+  if (event.Kind == InputKind::KeyDown && m_VoxelTool.IsBusy() && GetCurrentTool().ProcessInput(event)) return true;
+  if (m_KeyRunner->OnKey(event)) return true;
+  return (event.Kind == InputKind::KeyDown || event.Kind == InputKind::KeyUp) && GetCurrentTool().ProcessInput(event);
+}
+
+bool MainForm::OpenFile(const std::string& path, std::string& error) {
+  for (const auto& [name, words] : {std::pair{"ImportMesh", std::vector<BatchArgument>{{"File", path}}},
+                                    std::pair{"Voxelize", std::vector<BatchArgument>{{"Resolution", "256"}}}}) {
+    const Command* command = m_Parts.Commands.Find(name);
+    const auto parameters = m_Parts.Commands.ReadParameters(*command, words, error);
+    if (!parameters) return false;
+    const CommandResult result = RunGuarded(*command, *parameters);
+    if (!result.Ok()) {
+      error = result.Message;
+      return false;
+    }
+  }
+  FrameScene();
+  return true;
+}
+
+bool MainForm::RunCommand(const std::string& line) {
+  BatchLine words;
+  std::string error;
+  const Command* command = nullptr;
+  if (ParseBatchLine(line, words, error)) {
+    command = m_Parts.Commands.Find(words.Name);
+    if (!command) error = m_Parts.Commands.DescribeUnknown(words.Name);
+  }
+  if (command) {
+    if (const auto parameters = m_Parts.Commands.ReadParameters(*command, words.Arguments, error)) {
+      const CommandResult result = RunGuarded(*command, *parameters);
+      if (result.Ok()) return true;
+      error = result.Message;
+    }
+  }
+  Say(error, true);
+  return false;
+}
+
+void MainForm::Say(const std::string& text, bool warning) {
+  m_Said = text;
+  m_SaidWarning = warning;
+  m_SaidUntil = m_TimeSec + SaySeconds;
+  m_Parts.Widgets.WantFrameIn(SaySeconds);
+}
+
+void MainForm::FrameScene() {
+  SceneBox box = GetSceneBox();
+  if (box.Empty()) box = {{-1, -1, -1}, {1, 1, 1}};
+  m_Navi.Frame(box);
+}
+
+bool MainForm::WantsFrame() {
+  return m_VoxelTool.TakeRedraw() || m_View.NeedsAnotherFrame() || m_Navi.IsInTransition() || m_VoxelTool.IsStroking();
+}
+
+SceneCamera MainForm::GetSceneCamera() const { return {m_Navi.View.ViewMatrix(), m_Navi.View.ProjectionMatrix(m_Navi.Aspect())}; }
+
+SceneViewport MainForm::GetSceneViewport() const {
+  const cRect& view = m_SceneWidget->Rect;
+  return {int(view.X), int(view.Y), int(view.W), int(view.H), m_Parts.Widgets.GetCanvas().Height()};
+}
+
+SceneBox MainForm::GetSceneBox() const {
+  SceneBox box;
+  if (!GetSceneBounds(m_Parts.Scene, box.Min, box.Max)) return {};
+  return box;
+}
+
+void MainForm::UpdateStatus() {
+  if (m_TimeSec < m_SaidUntil) {
+    m_Status->Message = m_Said;
+    m_Status->IsWarning = m_SaidWarning;
+  } else {
+    m_Status->Message = GetCurrentTool().GetWorkHint();
+    m_Status->IsWarning = false;
+  }
+  std::string counts;
+  GetCurrentTool().GetStatusText(counts);
+  m_Status->Fields.clear();
+  if (!counts.empty()) m_Status->Fields.push_back(counts);
+}

@@ -1,0 +1,139 @@
+#pragma once
+// The window's interface: menu bar, status line, docks with the panels of the room, the work view in the middle, and the actions
+// behind menus and keys.
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "MC/room/SceneView.h"
+#include "MC/room/VoxelScene.h"
+#include "MC/room/VoxelSculptTool.h"
+#include "interface/DockPanels.h"
+#include "interface/MenuBar.h"
+#include "interface/StatusLine.h"
+#include "interface/cWidgets.h"
+#include "shell/app/SceneWidget.h"
+#include "shell/core/Actions.h"
+#include "shell/core/AppOptions.h"
+#include "shell/core/CommandTable.h"
+#include "shell/core/HotKeys.h"
+#include "shell/core/Messages.h"
+#include "shell/core/NaviSystem.h"
+#include "shell/core/ToolInput.h"
+#include "shell/platform/Tablet.h"
+
+/// What the form asks of the window; a test gives its own.
+struct FormHost {
+  std::function<void()> Close;  ///< the person wants the program to end
+  std::function<void(bool on)> SetFullScreen;
+  std::function<void()> StoreScreenshot;  ///< the next picture of the window goes to a file
+  std::function<PenState()> GetPenState;
+  std::function<void()> ApplyOptions;        ///< theme, scale or language were changed
+  std::function<float()> FrameMilliseconds;  ///< CPU time of the last frames, for the statistics
+};
+
+class MainForm {
+ public:
+  /// All outlive the form.
+  struct Parts {
+    cWidgets& Widgets;
+    CommandTable& Commands;
+    VoxelScene& Scene;
+    Messages& Boxes;
+    AppOptions& Options;
+    cSettings& Settings;
+  };
+  MainForm(const Parts& parts, FormHost host);
+  ~MainForm();
+  MainForm(const MainForm&) = delete;
+  MainForm& operator=(const MainForm&) = delete;
+
+  /// Builds the first page, from its stored layout where there is one.
+  void Open();
+  /// Before the end of the program: stores layout, hot keys and options.
+  void Store();
+  /// Places everything in a window of that size.
+  void Arrange();
+  /// Makes menus and panels anew, after a change of language, theme or room.
+  void Rebuild();
+
+  /// Before the input of a frame: the camera and the work view are told to who needs them.
+  void BeginFrame(double timeSec);
+  /// The body of the frame: the tool's work, then the scene.
+  void RunTool(double timeSec);
+  void DrawScene(comms::cRender& render);
+  void DrawOverlay(Canvas& canvas);
+  /// Keys that no widget wanted, and dropped files.
+  bool OnUnhandled(const InputEvent& event);
+  /// Opens a mesh file: imported and voxelised. False with one sentence in `error`.
+  bool OpenFile(const std::string& path, std::string& error);
+  /// Says something in the status line for some seconds.
+  void Say(const std::string& text, bool warning = false);
+  /// Looks at the whole scene.
+  void FrameScene();
+
+  /// Whether the next frame would differ from the last one.
+  bool WantsFrame();
+  const cRect& ViewRect() const { return m_Docks->SceneRect(); }
+  NaviSystem& Navi() { return m_Navi; }
+  Actions& GetActions() { return m_Actions; }
+  HotKeys& Keys() { return m_HotKeys; }
+  DockPanels& Docks() { return *m_Docks; }
+  SceneViewOptions& ViewOptions() { return m_ViewOptions; }
+  VoxelSculptTool& VoxelTool() { return m_VoxelTool; }
+  SceneView& View() { return m_View; }
+  /// Runs a command with its parameters as on a batch line; what fails is said in the status line.
+  bool RunCommand(const std::string& line);
+
+ private:
+  // MainActions.cpp
+  void AddActions();
+  void AddCommandAction(const char* name, const char* line, const char* icon, std::vector<std::string> keys);
+  void AddViewActions();
+  void AddRoomActions();
+  void AddPanelActions();
+  void BuildMenus();
+  void BuildRoomTabs();
+  void AddToMenu(class TextMenu& menu, const char* action);
+  // MainPanels.cpp
+  void AddPanels();
+  BaseWidget* MakeToolsPanel();
+  BaseWidget* MakeToolParams();
+  BaseWidget* MakeViewPanel();
+  BaseWidget* MakeVoxTree();
+  BaseWidget* MakeTabletPanel();
+  BaseWidget* MakePreferences();
+  BaseWidget* MakeHotKeys();
+  BaseWidget* MakeRoomNote();
+  void BuildDefaultLayout(int page);
+  void InitRooms();
+
+  SceneCamera GetSceneCamera() const;
+  SceneViewport GetSceneViewport() const;
+  SceneBox GetSceneBox() const;
+  void UpdateStatus();
+  void OpenMeshDialog();
+  void ExportDialog();
+
+  Parts m_Parts;
+  FormHost m_Host;
+  Actions m_Actions;
+  HotKeys m_HotKeys;
+  std::unique_ptr<HotKeyRunner> m_KeyRunner;
+  NaviSystem m_Navi;
+  ToolInput m_ToolInput;
+  VoxelSculptTool& m_VoxelTool;  // in ToolList
+  SceneView m_View;
+  SceneViewOptions m_ViewOptions;
+  std::unique_ptr<DockPanels> m_Docks;
+  MenuBar* m_MenuBar = nullptr;  // owned by the layer
+  BaseWidget* m_RoomTabs = nullptr;
+  StatusLine* m_Status = nullptr;
+  SceneWidget* m_SceneWidget = nullptr;
+  std::string m_Said;
+  bool m_SaidWarning = false;
+  double m_SaidUntil = 0, m_TimeSec = 0, m_ViewMovedAt = -1;
+  comms::cMat4 m_LastView;
+  int m_MenuHash = 0;
+  bool m_RebuildWanted = false;
+};

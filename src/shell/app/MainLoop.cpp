@@ -1,0 +1,203 @@
+#include "shell/app/MainLoop.h"
+
+#include <algorithm>
+#include <ctime>
+
+#include "interface/TextEdit.h"
+#include "interface/draw/Theme.h"
+#include "shell/core/Trace.h"
+
+/// Longest sleep: the crash report's facts and changed shaders are looked at that often.
+static constexpr double LongestSleep = 1;
+
+/// CPU time of this thread, seconds: what others do to the machine meanwhile does not count.
+static double ThreadSeconds() {
+  timespec time{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
+}
+
+MainLoop::MainLoop(Window& window, comms::cRender& render, cWidgets& widgets, MainForm& form, const cSettings& settings,
+                   const AppOptions& options)
+    : m_Window(window), m_Render(render), m_Widgets(widgets), m_Form(form), m_Settings(settings), m_Options(options) {}
+
+bool MainLoop::cWinMain_OneIterationOfMessageLoop(WindowMessage& message, bool poll) {
+  Trace("cWinMain_OneIterationOfMessageLoop");
+  InputEvent event;
+  if (m_Window.IsAsleep()) {
+    message = poll ? m_Window.Poll(event) : m_Window.Wait(event, -1);
+    Trace("msg2: %08X", m_Window.LastMessageCode());
+    TakeMessage(message, event);
+    Trace("endmsg2");
+    if (m_FrameWanted && !m_Window.IsAsleep()) {
+      Trace("render3");
+      RenderIfPossible();
+      Trace("render4");
+    }
+  } else {
+    message = m_Window.Poll(event);
+    if (message == WindowMessage::None && !poll) {
+      const double sleep = SecondsToSleep();
+      if (sleep > 0) message = m_Window.Wait(event, sleep);
+    }
+    if (message != WindowMessage::None) {
+      Trace("msg: %08X", m_Window.LastMessageCode());
+      TakeMessage(message, event);
+      Trace("endmsg");
+    } else {
+      if (Background && Background()) m_FrameWanted = true;
+      Trace("render1");
+      RenderIfPossible();
+      Trace("render2");
+    }
+  }
+  Trace("endof : cWinMain_OneIterationOfMessageLoop");
+  return !m_Quitting;
+}
+
+void MainLoop::TakeMessage(WindowMessage message, const InputEvent& event) {
+  switch (message) {
+    case WindowMessage::Input:
+      m_Widgets.Queue(event);
+      break;
+    case WindowMessage::Close:
+      if (!MayClose || MayClose()) m_Quitting = true;
+      break;
+    case WindowMessage::Resized:
+    case WindowMessage::Moved:
+      if (PlacementChanged) PlacementChanged();
+      break;
+    case WindowMessage::ScaleChanged:
+      if (ScaleChanged) ScaleChanged();
+      break;
+    default:
+      break;
+  }
+  m_FrameWanted = m_FrameWanted || message != WindowMessage::None;
+}
+
+double MainLoop::SecondsToSleep() {
+  if (m_FrameWanted || m_Form.WantsFrame()) return 0;
+  return std::min(m_Widgets.SecondsToNextFrame(), LongestSleep);
+}
+
+void MainLoop::RenderIfPossible() {
+  if (RenderRefused) return;
+  if (m_Settings.FullScreen != m_Window.IsFullScreen()) m_Window.SetFullScreen(m_Settings.FullScreen);
+  if (m_Window.Width() >= 1 && m_Window.Height() >= 1) cMain_OnRender({0, 0, float(m_Window.Width()), float(m_Window.Height())});
+}
+
+void MainLoop::cMain_OnRender(const cRect& viewport) {
+  Trace("cMain_OnRender");
+  if (BlockRender) return;
+  m_FrameWanted = false;
+  const double started = ThreadSeconds();
+  Trace("ProcessInet");
+  FrameCounter++;
+  const double now = Window::Now();
+  m_Widgets.Process(now);
+  Trace("GlobalProcessWidgets");
+  Trace("cTimer::Acquire()");
+  m_Render.BeginFrame(now);
+  Trace("cRender::BeginFrame()");
+
+  const int width = int(viewport.W), height = int(viewport.H);
+  Canvas& canvas = m_Widgets.GetCanvas();
+  m_Widgets.SetSize(width, height, m_Options.GetScale(m_Window.Scale()));
+  canvas.Begin(width, height, m_Widgets.Scale());
+  m_Form.BeginFrame(now);
+  m_Widgets.ArrangeIfWanted();
+  Trace("cInput::Acquire()");
+  m_Render.SetTarget(-1);
+  m_Render.SetViewport(0, 0, width, height);
+  m_Render.Clear({0, 0, 0, 1}, 1);
+  Trace("RenderBackground(WorkVP)");
+  m_Widgets.HandleInputEvents();
+  Trace("cWidgets::HandleInputEvents()");
+
+  if (m_DepthState3D < 0) {
+    m_DepthState3D = m_Render.CreateDepthState({});
+    m_NoDepth = m_Render.CreateDepthState({false, false, true});
+    m_BlendState3D = m_Render.CreateBlendState({comms::BlendMode::Alpha, true});
+    m_FillState3D = m_Render.CreateFillState({});
+  }
+  const auto setSolidStates = [this] {
+    m_Render.SetDepthState(m_DepthState3D);
+    m_Render.SetBlendState(m_BlendState3D);
+    m_Render.SetFillState(m_FillState3D);
+  };
+  setSolidStates();
+  Trace("cRender::DrawGrid()");
+  m_Widgets.DrawLayer(LayerScene);
+  Trace("SetupVPTM()");
+  Trace("ProcessNavy()");
+  m_Form.RunTool(now);
+  m_Form.DrawScene(m_Render);
+  m_Render.SetViewport(0, 0, width, height);
+  m_Render.SetDepthState(m_NoDepth);
+  m_Form.DrawOverlay(canvas);
+  Trace("TestObj()");
+
+  m_Widgets.ArrangeIfWanted();
+  for (const int layer : {LayerDocks, LayerFloating, LayerMenus, LayerModal}) m_Widgets.DrawLayer(layer);
+  canvas.End();
+  m_Widgets.EmptyDeferredList();
+  setSolidStates();
+  UpdateCursor();
+  UpdateTextInput();
+  FrameMilliseconds += (float((ThreadSeconds() - started) * 1000) - FrameMilliseconds) * 0.1f;
+  if (m_Picture && !m_Render.ReadTarget(-1, *m_Picture)) *m_Picture = {};
+  m_Window.Present();
+  m_Render.EndFrame();
+  Trace("cRender::EndFrame()");
+  FrameCounter--;
+  FramesDrawn++;
+  m_InputConsumed = false;
+}
+
+bool MainLoop::TakePicture(comms::cImage& image) {
+  image = {};
+  m_Picture = &image;
+  RenderIfPossible();
+  m_Picture = nullptr;
+  return !image.Empty();
+}
+
+void MainLoop::DrawProgress(const ProgressFrame& progress) {
+  if (BlockRender || m_Window.IsAsleep() || m_Window.Width() < 1 || m_Window.Height() < 1) return;
+  m_Render.BeginFrame(Window::Now());
+  m_Render.SetTarget(-1);
+  m_Render.SetViewport(0, 0, m_Window.Width(), m_Window.Height());
+  Canvas& canvas = m_Widgets.GetCanvas();
+  canvas.Begin(m_Window.Width(), m_Window.Height(), m_Widgets.Scale());
+  canvas.FillRect(canvas.Screen(), GetTheme().Window);
+  ProgressBox box;
+  box.Title = progress.TitleKey;
+  box.Value = progress.Share;
+  box.CanCancel = true;
+  box.Cancelled = progress.Cancelling;
+  box.Arrange(box.PlaceIn(canvas.Screen(), canvas), canvas);
+  box.DrawTree(canvas);
+  canvas.End();
+  m_Window.Present();
+  m_Render.EndFrame();
+  m_FrameWanted = true;
+}
+
+void MainLoop::UpdateCursor() {
+  const MouseCursor cursor = m_Widgets.GetCursor();
+  if (cursor != m_Cursor) m_Window.SetCursor(cursor);
+  m_Cursor = cursor;
+}
+
+// The input method is on while a text field has the focus, and its list stands below that field.
+void MainLoop::UpdateTextInput() {
+  const auto* edit = dynamic_cast<const TextEdit*>(m_Widgets.Focused());
+  const bool wanted = edit && !edit->ReadOnly;
+  if (wanted == m_TextInput) return;
+  m_TextInput = wanted;
+  if (wanted)
+    m_Window.StartTextInput(int(edit->Rect.X), int(edit->Rect.Y), int(edit->Rect.W), int(edit->Rect.H));
+  else
+    m_Window.StopTextInput();
+}

@@ -1,0 +1,69 @@
+#pragma once
+// The message loop and the frame. Messages go first: a frame is drawn only when the queue is empty, and only when something
+// has changed or wants to move; else the loop sleeps on the queue.
+#include <functional>
+#include <string>
+
+#include "interface/ProgressBox.h"
+#include "interface/cWidgets.h"
+#include "shell/app/MainForm.h"
+#include "shell/core/Progress.h"
+#include "shell/platform/Window.h"
+
+class MainLoop {
+ public:
+  MainLoop(Window& window, comms::cRender& render, cWidgets& widgets, MainForm& form, const cSettings& settings,
+           const AppOptions& options);
+  MainLoop(const MainLoop&) = delete;
+  MainLoop& operator=(const MainLoop&) = delete;
+
+  /// One pass: takes a message, or, where none waits, draws a frame. `poll`: never sleeps, for long work that keeps the window
+  /// alive. `message` is the one that was taken. False once the program is to end.
+  bool cWinMain_OneIterationOfMessageLoop(WindowMessage& message, bool poll);
+  /// Draws unless something forbids it or there is nothing to draw into.
+  void RenderIfPossible();
+  /// Draws one frame into a part of the window.
+  void cMain_OnRender(const cRect& viewport);
+  /// A small frame of its own over the last picture.
+  void DrawProgress(const ProgressFrame& progress);
+
+  /// Draws a frame and reads it back. False where nothing could be drawn or read.
+  bool TakePicture(comms::cImage& image);
+
+  void Quit() { m_Quitting = true; }
+  bool IsQuitting() const { return m_Quitting; }
+  /// The next pass draws.
+  void RequestFrame() { m_FrameWanted = true; }
+  /// Asked whether the program may end, on a close request. Empty: it may.
+  std::function<bool()> MayClose;
+  /// Once a pass without messages, before the frame; true asks for a frame.
+  std::function<bool()> Background;
+  /// The window moved or changed its size.
+  std::function<void()> PlacementChanged;
+  /// The display's density changed.
+  std::function<void()> ScaleChanged;
+
+  bool RenderRefused = false;  ///< RenderIfPossible returns at once
+  bool BlockRender = false;    ///< nothing may be drawn now
+  int FrameCounter = 0;        ///< frames that are being drawn at this moment
+  int64_t FramesDrawn = 0;
+  /// CPU time of our own part of a frame, milliseconds, smoothed.
+  float FrameMilliseconds = 0;
+
+ private:
+  void TakeMessage(WindowMessage message, const InputEvent& event);
+  double SecondsToSleep();
+  void UpdateCursor();
+  void UpdateTextInput();
+
+  Window& m_Window;
+  comms::cRender& m_Render;
+  cWidgets& m_Widgets;
+  MainForm& m_Form;
+  const cSettings& m_Settings;
+  const AppOptions& m_Options;
+  int m_DepthState3D = -1, m_BlendState3D = -1, m_FillState3D = -1, m_NoDepth = -1;
+  comms::cImage* m_Picture = nullptr;  // where the frame that is drawn is to be stored
+  bool m_Quitting = false, m_FrameWanted = true, m_InputConsumed = false, m_TextInput = false;
+  MouseCursor m_Cursor = MouseCursor::Arrow;
+};

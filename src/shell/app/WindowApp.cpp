@@ -1,0 +1,323 @@
+#include "shell/app/WindowApp.h"
+
+#include <oneapi/tbb/task_scheduler_observer.h>
+#include <sched.h>
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <thread>
+
+#include "MC/room/RoomCommands.h"
+#include "comms/Image.h"
+#include "comms/Log.h"
+#include "comms/Str.h"
+#include "comms/cMeshIO.h"
+#include "comms/render/cRenderGL.h"
+#include "interface/Clipboard.h"
+#include "interface/Language.h"
+#include "interface/draw/Theme.h"
+#include "shell/app/LogFile.h"
+#include "shell/app/MainForm.h"
+#include "shell/app/MainLoop.h"
+#include "shell/app/SceneScript.h"
+#include "shell/app/WindowMessages.h"
+#include "shell/core/DataPath.h"
+#include "shell/core/GeneralCommands.h"
+#include "shell/core/KeyTable.h"
+#include "shell/core/WindowPlacement.h"
+#include "shell/platform/CrashHandler.h"
+#include "shell/platform/InstanceLock.h"
+#include "shell/platform/ThemePreference.h"
+
+namespace {
+
+/// The product's title: of the window and of its class.
+constexpr char Title[] = "Morvane";
+
+/// Time that the sample may take of each frame.
+constexpr std::chrono::milliseconds ScriptBudget(12);
+
+/// The system's clipboard for text fields.
+class WindowClipboard : public Clipboard {
+ public:
+  explicit WindowClipboard(Window& window) : m_Window(window) { SetClipboard(this); }
+  ~WindowClipboard() override { SetClipboard(nullptr); }
+  std::string GetText() override { return m_Window.GetClipboard(); }
+  void SetText(const std::string& text) override { m_Window.SetClipboard(text); }
+
+ private:
+  Window& m_Window;
+};
+
+/// Keeps the main thread on the first processor, so that its clocks agree. Threads inherit the mask of whoever starts them, so
+/// the workers of parallel loops get the old one back as they begin to work; the driver's own threads are there already.
+class MainThreadMask : public tbb::task_scheduler_observer {
+ public:
+  MainThreadMask() : m_Main(std::this_thread::get_id()) {
+    sched_getaffinity(0, sizeof m_Old, &m_Old);
+    cpu_set_t first;
+    CPU_ZERO(&first);
+    for (int i = 0; i < CPU_SETSIZE; i++)
+      if (CPU_ISSET(i, &m_Old)) {
+        CPU_SET(i, &first);
+        break;
+      }
+    sched_setaffinity(0, sizeof first, &first);
+    observe(true);
+  }
+  ~MainThreadMask() override {
+    observe(false);
+    sched_setaffinity(0, sizeof m_Old, &m_Old);
+  }
+  MainThreadMask(const MainThreadMask&) = delete;
+  MainThreadMask& operator=(const MainThreadMask&) = delete;
+  void on_scheduler_entry(bool) override {
+    if (std::this_thread::get_id() != m_Main) sched_setaffinity(0, sizeof m_Old, &m_Old);
+  }
+
+ private:
+  std::thread::id m_Main;
+  cpu_set_t m_Old;
+};
+
+int Fail(const std::string& sentence) {
+  comms::LogError("%s", sentence.c_str());
+  std::fprintf(stderr, "morvane: %s\n", sentence.c_str());
+  return 2;
+}
+
+class WindowProgram {
+ public:
+  explicit WindowProgram(const WindowJob& job) : m_Job(job), m_Scene(job.ProgramData) {}
+  ~WindowProgram() { Stop(); }
+  WindowProgram(const WindowProgram&) = delete;
+  WindowProgram& operator=(const WindowProgram&) = delete;
+
+  int Run();
+
+ private:
+  bool StartFolders(std::string& error);
+  bool StartWindow(std::string& error);
+  void StartForm();
+  void StartScene();
+  void ApplyOptions();
+  void StoreWindowRect();
+  bool WorkOnScript();
+  void StoreScreenshot();
+  void Stop();
+
+  WindowJob m_Job;
+  InstanceLock m_Lock;
+  std::unique_ptr<LogFile> m_Log;
+  cSettings m_Settings;
+  AppOptions m_Options;
+  CommandTable m_Commands;
+  VoxelScene m_Scene;
+  Window m_Window;
+  std::unique_ptr<comms::cRenderGL> m_Render;
+  std::unique_ptr<Canvas> m_Canvas;
+  std::unique_ptr<cWidgets> m_Widgets;
+  std::unique_ptr<WindowMessages> m_Messages;
+  std::unique_ptr<WindowClipboard> m_Clipboard;
+  std::unique_ptr<MainForm> m_Form;
+  std::unique_ptr<MainLoop> m_Loop;
+  std::unique_ptr<ScreenProgress> m_Progress;
+  std::unique_ptr<MainThreadMask> m_Mask;
+  SceneScript m_Script;
+  std::string m_LanguageShown;
+  bool m_FormOpen = false, m_ScreenshotWanted = false;
+};
+
+bool WindowProgram::StartFolders(std::string& error) {
+  if (!InitDataPath(m_Job.ProgramData, error)) return false;
+  if (!m_Lock.Acquire(GetDataPath(), error)) return false;
+  if (m_Lock.IsSecond()) SetDataPath(m_Lock.Folder() + "/", m_Job.ProgramData);
+  m_Log = std::make_unique<LogFile>(GetFullPath("Log.txt"));
+  comms::LogInfo("Morvane %s; data path %s", m_Job.Version.c_str(), GetDataPath().c_str());
+  if (m_Lock.IsSecond())
+    comms::LogWarning("the data path is in use by another instance; this one works in a temporary folder of its own");
+  CrashOptions crash;
+  crash.Folder = GetDataPath();
+  crash.Version = "Morvane " + m_Job.Version;
+  std::string crashError;
+  if (!InstallCrashHandler(crash, crashError)) comms::LogWarning("%s", crashError.c_str());
+  m_Settings.RegisterMembers();
+  m_Settings.Load();
+  m_Options.RegisterMembers();
+  m_Options.Load();
+  return true;
+}
+
+bool WindowProgram::StartWindow(std::string& error) {
+  WindowPlacement placement;
+  WindowRect stored;
+  if (LoadWindowRect(stored)) placement = {stored.Left, stored.Top, stored.Right, stored.Bottom, stored.Maximized};
+  if (!m_Window.Create(Title, placement, error)) return false;
+  m_Render = std::make_unique<comms::cRenderGL>();
+  if (!m_Render->Init({m_Job.ProgramData, GetDataPath()}, error)) return false;
+  m_Window.SetVerticalSync(m_Settings.VerticalSync);
+  AddCrashInfo([this](CrashScene& scene) {
+    SetCrashText(scene.VideoName, m_Render->DeviceName());
+    SetCrashText(scene.Tool, GetCurrentTool().GetClassName());
+    if (const VolumeObject* volume = m_Scene.Current()) SetCrashText(scene.Object, volume->Name);
+  });
+  return true;
+}
+
+void WindowProgram::StartForm() {
+  m_Canvas = std::make_unique<Canvas>(*m_Render, m_Job.ProgramData);
+  m_Widgets = std::make_unique<cWidgets>(*m_Canvas);
+  m_Messages = std::make_unique<WindowMessages>(*m_Widgets);
+  m_Clipboard = std::make_unique<WindowClipboard>(m_Window);
+  SetEngineHost(m_Messages.get());
+  AddGeneralCommands(m_Commands);
+  AddRoomCommands(m_Commands, m_Scene, *m_Messages);
+  comms::cMeshIO::SetPluginFolder(comms::JoinPath(m_Job.ProgramData, "Plugins/MeshCodecs/"));
+
+  FormHost host;
+  host.Close = [this] { m_Loop->Quit(); };
+  host.SetFullScreen = [this](bool on) { m_Window.SetFullScreen(on); };
+  host.StoreScreenshot = [this] { m_ScreenshotWanted = true; };
+  host.GetPenState = [this] { return m_Window.GetPenState(); };
+  host.ApplyOptions = [this] { ApplyOptions(); };
+  host.FrameMilliseconds = [this] { return m_Loop->FrameMilliseconds; };
+  ApplyOptions();
+  m_Form = std::make_unique<MainForm>(MainForm::Parts{*m_Widgets, m_Commands, m_Scene, *m_Messages, m_Options, m_Settings}, host);
+  m_Form->ViewOptions().Quality = SuggestQuality(m_Render->DeviceName());
+  m_Loop = std::make_unique<MainLoop>(m_Window, *m_Render, *m_Widgets, *m_Form, m_Settings, m_Options);
+  m_Loop->PlacementChanged = [this] { StoreWindowRect(); };
+  m_Loop->ScaleChanged = [this] { ApplyOptions(); };
+  m_Loop->Background = [this] {
+    if (std::exchange(m_ScreenshotWanted, false)) StoreScreenshot();
+    return WorkOnScript();
+  };
+  m_Messages->PumpOnce = [this] {
+    WindowMessage message;
+    return m_Loop->cWinMain_OneIterationOfMessageLoop(message, false);
+  };
+  m_Progress = std::make_unique<ScreenProgress>();
+  m_Progress->Draw = [this](const ProgressFrame& frame) { m_Loop->DrawProgress(frame); };
+  m_Progress->IsAsleep = [this] { return m_Window.IsAsleep() || m_Loop->BlockRender; };
+  m_Progress->Clock = [] { return Window::Now(); };
+  m_Progress->PumpMessages = [this] {
+    InputEvent event;
+    for (WindowMessage message; (message = m_Window.Poll(event)) != WindowMessage::None;)
+      if ((message == WindowMessage::Input && event.Kind == InputKind::KeyDown && event.Key == KeyEsc) ||
+          message == WindowMessage::Close)
+        m_Progress->Cancel();
+  };
+  // Sizes are needed before the first page is laid out.
+  m_Widgets->SetSize(m_Window.Width(), m_Window.Height(), m_Options.GetScale(m_Window.Scale()));
+  m_Canvas->Begin(m_Window.Width(), m_Window.Height(), m_Widgets->Scale());
+  m_Form->Open();
+  m_FormOpen = true;
+}
+
+void WindowProgram::ApplyOptions() {
+  ThemeKind theme = m_Options.Theme == ThemeChoice::Light ? ThemeKind::Light : ThemeKind::Dark;
+  if (m_Options.Theme == ThemeChoice::System)
+    theme = ReadThemePreference() == ThemePreference::Light ? ThemeKind::Light : ThemeKind::Dark;
+  SetTheme(theme);
+  const std::string language = m_Options.Language.Get();
+  if (language != m_LanguageShown) {
+    std::string error;
+    if (!LoadLanguage(m_Job.ProgramData, language, error)) comms::LogWarning("%s", error.c_str());
+    m_LanguageShown = language;
+    if (m_Form) m_Form->Rebuild();
+  }
+  if (m_Widgets) m_Widgets->RequestArrange();
+  if (m_Loop) m_Loop->RequestFrame();
+}
+
+void WindowProgram::StoreWindowRect() {
+  const WindowPlacement placement = m_Window.GetPlacement();
+  ::StoreWindowRect({placement.Left, placement.Top, placement.Right, placement.Bottom, placement.Maximised});
+}
+
+void WindowProgram::StartScene() {
+  std::string error;
+  if (m_Job.InputFile.empty()) {
+    if (!m_Script.Load(m_Commands, comms::JoinPath(m_Job.ProgramData, "Samples/first-sculpture.batch"), error))
+      m_Form->Say(error, true);
+  } else if (!m_Form->OpenFile(m_Job.InputFile, error)) {
+    m_Form->Say(error, true);
+  }
+  if (m_Progress) m_Progress->Finish();
+}
+
+// The sample grows before the person's eyes, a few strokes a frame; whoever begins to work meanwhile ends it.
+bool WindowProgram::WorkOnScript() {
+  if (m_Script.IsDone()) return false;
+  const auto started = std::chrono::steady_clock::now();
+  while (!m_Script.IsDone() && std::chrono::steady_clock::now() - started < ScriptBudget) {
+    std::string error;
+    if (!m_Script.Step(error)) m_Form->Say(error, true);
+  }
+  if (m_Progress) m_Progress->Finish();
+  m_Form->FrameScene();
+  if (m_Script.IsDone()) comms::LogInfo("the sample sculpture is done");
+  return true;
+}
+
+// "Screenshots/Morvane 001.png" and on, in the data path.
+void WindowProgram::StoreScreenshot() {
+  comms::cImage image;
+  std::string path, error;
+  for (int number = 1; path.empty() || std::filesystem::exists(path); number++)
+    path = GetFullPath(comms::Format("Screenshots/%s %03d.png", Title, number));
+  if (!m_Loop->TakePicture(image))
+    m_Form->Say("the window can't be read", true);
+  else if (!MakeFolderOf(path) || !comms::SavePng(image, path, error))
+    m_Form->Say(error.empty() ? path + ": the folder can't be made" : error, true);
+  else
+    m_Form->Say(path);
+}
+
+int WindowProgram::Run() {
+  std::string error;
+  FillKeyTable();
+  if (!StartFolders(error)) return Fail(error);
+  if (!StartWindow(error)) return Fail(error);
+  m_Mask = std::make_unique<MainThreadMask>();
+  StartForm();
+  if (!m_Window.OpenTablet(error)) comms::LogInfo("no pen: %s", error.c_str());
+  m_Window.Show();
+  m_Loop->RenderIfPossible();
+  StartScene();
+  WindowMessage message;
+  while (m_Loop->cWinMain_OneIterationOfMessageLoop(message, m_Job.FramesToRun > 0)) {
+    if (m_Job.FramesToRun > 0 && m_Script.IsDone() && m_Loop->FramesDrawn >= m_Job.FramesToRun) break;
+    if (m_Job.FramesToRun > 0) m_Loop->RequestFrame();
+  }
+  if (m_Job.Picture.empty()) return 0;
+  comms::cImage image;
+  if (m_Loop->TakePicture(image) && comms::SavePng(image, m_Job.Picture, error)) return 0;
+  comms::LogError("the picture was not stored: %s", error.empty() ? "nothing can be read from the window" : error.c_str());
+  return 4;
+}
+
+void WindowProgram::Stop() {
+  m_Window.CloseTablet();
+  if (m_FormOpen) {
+    StoreWindowRect();
+    m_Form->Store();
+  }
+  m_Progress.reset();
+  m_Loop.reset();
+  m_Form.reset();
+  ReleaseTools();
+  SetEngineHost(nullptr);
+  m_Clipboard.reset();
+  m_Messages.reset();
+  m_Widgets.reset();
+  m_Canvas.reset();
+  m_Render.reset();
+  m_Window.Destroy();
+  m_Log.reset();
+}
+
+}  // namespace
+
+int RunWindow(const WindowJob& job) { return WindowProgram(job).Run(); }

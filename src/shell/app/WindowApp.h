@@ -1,0 +1,18 @@
+#pragma once
+// The program with its window, from start to stop.
+#include <string>
+
+#include "MC/room/VoxelScene.h"
+#include "shell/core/CommandTable.h"
+
+struct WindowJob {
+  std::string Version;
+  std::string ProgramData;  ///< the program's read-only data
+  std::string InputFile;    ///< a mesh to open; empty: the sample sculpture
+  int FramesToRun = 0;      ///< above 0: ends after so many frames, for measurements
+  std::string Picture;      ///< above: the last frame is stored there as PNG
+};
+
+/// Opens the window and works until the person closes it. Returns the exit code: 2 with one clear sentence where there is no
+/// display or no sufficient OpenGL.
+int RunWindow(const WindowJob& job);

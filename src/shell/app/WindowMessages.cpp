@@ -1,0 +1,24 @@
+#include "shell/app/WindowMessages.h"
+
+#include "comms/Log.h"
+#include "interface/MessageBoxWidget.h"
+#include "shell/core/DataPath.h"
+
+bool WindowMessages::ShowBox(const char* title, const char* text) { return Ask(title, text, {"OK", "CANCEL"}, 0) == 0; }
+
+int WindowMessages::Ask(const char* title, const char* text, const std::vector<std::string>& answers, int safe) {
+  comms::LogInfo("%s: %s", title, text);
+  if (!PumpOnce) return safe;
+  int answer = -1;
+  MessageBoxWidget* box = MessageBoxWidget::Ask(m_Widgets, title, text, answers, [&](int index) { answer = index; });
+  while (answer < 0)
+    if (!PumpOnce()) {
+      m_Widgets.CloseModal(box);
+      return safe;
+    }
+  return answer;
+}
+
+void WindowMessages::Log(const char* text) { comms::LogInfo("%s", text); }
+
+std::string WindowMessages::GetTempFileName() { return GetFullPath("tempfile.temp"); }

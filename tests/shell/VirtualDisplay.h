@@ -1,0 +1,46 @@
+#pragma once
+// A display of the tests' own: Xvfb, started and ended here.
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+
+/// A display of its own for as long as it lives, and the environment that leads to it.
+class VirtualDisplay {
+ public:
+  explicit VirtualDisplay(const char* screen = "1600x1000x24") {
+    int ends[2];
+    if (pipe(ends) != 0) return;
+    m_Process = fork();
+    if (m_Process == 0) {
+      dup2(ends[1], 3);
+      // The server picks a free number and writes it.
+      execlp("Xvfb", "Xvfb", "-displayfd", "3", "-screen", "0", screen, "-nolisten", "tcp", nullptr);
+      _exit(127);
+    }
+    close(ends[1]);
+    std::string text;
+    for (char c; read(ends[0], &c, 1) == 1 && c != '\n';) text += c;
+    close(ends[0]);
+    if (text.empty()) return;
+    m_Number = std::atoi(text.c_str());
+    setenv("DISPLAY", (":" + std::to_string(m_Number)).c_str(), 1);
+    setenv("SDL_VIDEODRIVER", "x11", 1);
+  }
+  ~VirtualDisplay() {
+    if (m_Process <= 0) return;
+    kill(m_Process, SIGTERM);
+    waitpid(m_Process, nullptr, 0);
+  }
+  VirtualDisplay(const VirtualDisplay&) = delete;
+  VirtualDisplay& operator=(const VirtualDisplay&) = delete;
+  bool IsThere() const { return m_Number >= 0; }
+
+ private:
+  pid_t m_Process = -1;
+  int m_Number = -1;
+};
+
+inline bool HasProgram(const std::string& name) { return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0; }
