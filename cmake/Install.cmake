@@ -30,8 +30,10 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Batch needs neither a font nor OpenGL, the window needs both. OpenGL is loaded when the window opens, so no link tells of it.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-inter | fonts-dejavu-core, libgl1, libgl1-mesa-dri")
+# Most of batch needs neither a font nor OpenGL; pictures need OpenGL, the window needs both. EGL and OpenGL are loaded when something is
+# drawn, so no link tells of them. Inter stands without an alternative: fontconfig brings DejaVu with it, so an alternative would always
+# be there already and Inter never come.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "fonts-inter, libegl1, libgl1, libgl1-mesa-dri")
 include(CPack)
 
 if(MORVANE_TESTS)

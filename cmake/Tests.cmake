@@ -50,8 +50,10 @@ if(TARGET comms_tests)
   add_dependencies(comms_tests mesh_plugin)
 endif()
 
-# Draws all widgets into pictures, for people to look at.
+# Draw all widgets, and panels around a view, into pictures, for people to look at.
 if(TARGET interface AND TARGET comms_render)
   add_executable(widget_gallery EXCLUDE_FROM_ALL tests/interface/gallery/WidgetGallery.cpp)
+  add_executable(panel_gallery EXCLUDE_FROM_ALL tests/interface/gallery/PanelGallery.cpp)
   target_link_libraries(widget_gallery PRIVATE interface comms_render)
+  target_link_libraries(panel_gallery PRIVATE interface comms_render)
 endif()
