@@ -18,6 +18,9 @@ struct Claim {
   std::string Note{};         ///< spread of the pairs, or what else the reader needs
 };
 
+/// A figure that is at most `limit`: Ratio is ours / limit, the goal "<= 1".
+Claim LimitClaim(const std::string& text, double ours, double limit);
+
 /// True when Ratio satisfies Goal.
 bool Holds(const Claim& claim);
 
@@ -43,6 +46,8 @@ struct ChildTask {
 };
 /// Starts this program again to run the named task alone, and returns its peak resident bytes, program included; -1 on failure.
 double PeakBytesInChild(const std::string& taskName, const std::string& argument = {});
+/// The same, returning what the task printed; empty on failure.
+std::string OutputOfChild(const std::string& taskName, const std::string& argument = {});
 
 /// Folder of the test meshes; empty when it is not there.
 std::string DataFolder();

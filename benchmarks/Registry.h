@@ -11,5 +11,7 @@ namespace bench {
 
 std::vector<Benchmark>& AllBenchmarks();
 std::map<std::string, std::function<void(const std::string&)>>& AllChildTasks();
+/// At the end of a child's task: its peak, for PeakBytesInChild.
+void TellPeak();
 
 }  // namespace bench

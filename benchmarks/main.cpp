@@ -67,6 +67,7 @@ int main(int argc, char** argv) {
       if (task == AllChildTasks().end()) return 127;
       const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, 2);
       task->second(argv[i + 2]);
+      TellPeak();
       return 0;
     }
     if (option == "--threads" && hasValue) {

@@ -40,9 +40,13 @@ class DockPanels {
   void Arrange(const cRect& area, Canvas& canvas);
   /// What the docks leave free, as of the last Arrange.
   const cRect& SceneRect() const;
+  /// Part of the window's width that docks at its sides leave to the scene at least, whatever their sizes; of the height too.
+  static constexpr float SceneShare = 0.4f;
 
   /// The layout as a DocksLayout file; false with a line in the log.
   bool StoreLayout(const std::string& path) const;
+  /// False, with one line in the log and the layout as it was, where the file is missing, broken or names no panel that is known.
+  /// What is wrong with single elements is brought to what is possible, and said once.
   bool RestoreLayout(const std::string& path);
   /// Opens these panels, each at its first place, and closes the others.
   void SetDefault(const std::vector<std::string>& keys);

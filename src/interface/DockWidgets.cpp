@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "comms/Str.h"
 #include "interface/Button.h"
@@ -98,7 +99,8 @@ cRect DockGroup::PlaceIn(const cRect& screen, Canvas& canvas) {
   const cRect area = Controller ? Controller->DockArea() : screen;
   const float scale = canvas.Scale();
   const float width = std::min(area.W, std::max(canvas.Px(DockLeastWidth), std::round(Place.W * scale)));
-  const float height = Collapsed ? Header->HeightFor(width, canvas) : std::min(area.H, std::max(canvas.Px(80), std::round(Place.H * scale)));
+  const float height =
+      Collapsed ? Header->HeightFor(width, canvas) : std::min(area.H, std::max(canvas.Px(80), std::round(Place.H * scale)));
   return KeepInside({std::round(area.X + Place.X * scale), std::round(area.Y + Place.Y * scale), width, height}, area);
 }
 
@@ -384,7 +386,8 @@ std::vector<DockSpace::Icon> DockSpace::Icons(Canvas& canvas) const {
   float at = (IsColumn() ? Rect.Y : Rect.X) + pad;
   for (int g = 0; g < GroupCount(); g++)
     for (int t = 0; t < int(Group(g).Tabs.size()); t++) {
-      icons.push_back({IsColumn() ? cRect{std::floor(Rect.X + pad), at, size, size} : cRect{at, std::floor(Rect.Y + pad), size, size}, g, t});
+      icons.push_back(
+          {IsColumn() ? cRect{std::floor(Rect.X + pad), at, size, size} : cRect{at, std::floor(Rect.Y + pad), size, size}, g, t});
       at += size + gap;
     }
   return icons;
@@ -422,6 +425,7 @@ bool DockSpace::OnMouse(const InputEvent& event) {
       m_Part = Part::None;
       manager->RequestArrange();
     }
+    if (m_Part == Part::Edge) Size = (IsColumn() ? Rect.W : Rect.H) / scale;  // a narrow window may show less of it
     m_Last = m_Part == Part::Edge ? across : at;
     return true;
   }
@@ -437,7 +441,8 @@ bool DockSpace::OnMouse(const InputEvent& event) {
     DockGroup &before = Group(m_Splitter), &after = Group(m_Splitter + 1);
     for (int i = 0; i < GroupCount(); i++)
       if (!Group(i).Collapsed) Group(i).Size = Along(Group(i).Rect) / scale;
-    const float step = std::clamp(moved, DockLeastHeight - before.Size, std::max(DockLeastHeight - before.Size, after.Size - DockLeastHeight));
+    const float step =
+        std::clamp(moved, DockLeastHeight - before.Size, std::max(DockLeastHeight - before.Size, after.Size - DockLeastHeight));
     before.Size += step;
     after.Size -= step;
     m_Last += step * scale;

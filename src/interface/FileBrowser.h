@@ -32,7 +32,8 @@ struct FileEntry {
 enum class FileOrder : uint8_t { Name, Size, Time };
 
 /// The entries of a folder that fit a pattern, folders always; hidden ones are left out. False with one sentence in `error`.
-bool ListFolder(const std::string& folder, const std::vector<std::string>& patterns, std::vector<FileEntry>& entries, std::string& error);
+bool ListFolder(const std::string& folder, const std::vector<std::string>& patterns, std::vector<FileEntry>& entries,
+                std::string& error);
 /// Folders first; names by their letters whatever the case, with numbers in them by value.
 void SortEntries(std::vector<FileEntry>& entries, FileOrder order, bool descending);
 /// Whether a file name fits "*.obj" and the like, whatever the case of letters: '*' is any text, '?' any character.
@@ -67,7 +68,7 @@ class FileBrowser : public BaseWidget {
   void FillPlaces();
   void Answer(const std::string& path);
   void Complain(const std::string& sentence);
-  void AskName();
+  void MakeNewFolder();
   bool OnName(BaseWidget* widget, const WidgetEvent& event);
 
   FileBrowserRequest m_Request;

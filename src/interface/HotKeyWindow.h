@@ -36,7 +36,6 @@ class HotKeyWindow : public BaseWidget {
   friend class HotKeyRow;
   bool OnSearch(BaseWidget* widget, const WidgetEvent& event);
   void FillList();
-  void EndCapture();
   void AskTakeOver(const HotKeyTarget& target, const KeyCombo& combo, const HotKeyTarget& taken);
   void ResetOne(const std::string& action);
   void AskResetAll();

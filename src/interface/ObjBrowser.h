@@ -69,6 +69,7 @@ class ObjBrowser : public BaseWidget {
   bool OnKey(const InputEvent& event) override;
   bool TakesFocus() const override { return true; }
   bool ClipsChildren() const override { return true; }
+  void Process(double timeSec) override;
   void OnEvent(const WidgetEvent& event) override;
   bool AcceptsDrag(const BaseClass* object, const BaseWidget* source) const override;
   std::string GetHintText(float x, float y) const override;
@@ -91,8 +92,8 @@ class ObjBrowser : public BaseWidget {
     bool Allowed = false, Into = false;
     Node Parent = nullptr;
     int Index = 0;
-    float Y = 0;     // of the line between rows
-    int Row = -1;    // Into this one
+    float Y = 0;   // of the line between rows
+    int Row = -1;  // Into this one
     int Depth = 0;
   };
   /// The object that cWidgets carries during a drag of a row.
@@ -122,5 +123,6 @@ class ObjBrowser : public BaseWidget {
   DraggedNode m_Dragged;
   DropPlace m_Drop;
   bool m_HasDrop = false;
+  size_t m_RowCount = 0;  // as of the last arrangement
   float m_PressX = 0, m_PressY = 0, m_RowHeight = 22;
 };

@@ -119,13 +119,16 @@ BaseWidget* MakeHex(const RowPlace& place) {
 
 // A name such as "Texture|*.png;*.tga" says which files its text may name; so do the types of file names.
 std::vector<std::string> PatternsOf(const RowPlace& place) {
-  static const std::pair<std::string_view, std::string_view> byType[] = {
-      {"_cImageFile", "*.png;*.jpg;*.tga;*.bmp;*.dds;*.tif"}, {"_cSoundFile", "*.wav;*.ogg"},
-      {"_cModelFile", "*.obj;*.ply;*.stl"},                   {"_cAnimFile", "*.xml"},
-      {"_cCameraFile", "*.xml"},                              {"_cBspFile", "*.bsp"},
-      {"_cXmlFile", "*.xml"}};
+  static const std::pair<std::string_view, std::string_view> byType[] = {{"_cImageFile", "*.png;*.jpg;*.tga;*.bmp;*.dds;*.tif"},
+                                                                         {"_cSoundFile", "*.wav;*.ogg"},
+                                                                         {"_cModelFile", "*.obj;*.ply;*.stl"},
+                                                                         {"_cAnimFile", "*.xml"},
+                                                                         {"_cCameraFile", "*.xml"},
+                                                                         {"_cBspFile", "*.bsp"},
+                                                                         {"_cXmlFile", "*.xml"}};
   std::string_view list;
-  if (const size_t at = place.FullName.find("|*"); at != std::string::npos) list = std::string_view(place.FullName).substr(at + 1);
+  if (const size_t at = place.FullName.find("|*"); at != std::string::npos)
+    list = std::string_view(place.FullName).substr(at + 1);
   for (const auto& [type, patterns] : byType)
     if (list.empty() && place.Value.Type->GetClassName() == type) list = patterns;
   std::vector<std::string> found;
@@ -203,6 +206,13 @@ class TextureLine : public FieldLine {
       Tell(WidgetEventKind::ChangeDone);
     };
   }
+  void Arrange(const cRect& rect, Canvas& canvas) override {
+    FieldLine::Arrange(rect, canvas);
+    if (!m_Picture) return;
+    cRect clear = Children[1]->Rect;
+    clear.H = std::min(clear.H, RowHeight(canvas));
+    Children[1]->Arrange(clear, canvas);
+  }
   void Draw(Canvas&) override {
     if (m_Picture) m_Picture->Texture = *static_cast<const int32_t*>(m_Value.Data);
   }
@@ -232,10 +242,12 @@ class FontButton : public Button {
     if (!manager || !PanelWidget::ListFonts) return;
     const auto fill = [this](TextMenu& menu) {
       for (const std::string& name : PanelWidget::ListFonts())
-        menu.Add(name, [this, name] {
-              std::string expected;
-              if (m_Value.SetText(name, expected)) Tell(WidgetEventKind::ChangeDone);
-            })->Literal = true;
+        menu.Add(name,
+                 [this, name] {
+                   std::string expected;
+                   if (m_Value.SetText(name, expected)) Tell(WidgetEventKind::ChangeDone);
+                 })
+            ->Literal = true;
     };
     TextMenu::Open(*manager, Rect, fill, this);
   }
@@ -259,28 +271,50 @@ BaseWidget* MakeBrowser(const RowPlace& place) {
 
 using Maker = BaseWidget* (*)(const RowPlace&);
 const std::pair<std::string_view, Maker> Makers[] = {
-    {"CtrlFSlider", MakeSlider},     {"CtrlISlider", MakeSlider},
-    {"_cSliderI", MakeSlider},       {"_cSliderF", MakeSlider},
-    {"_cEditSliderI", MakeSlider},   {"_cEditSliderF", MakeSlider},
-    {"_cSliderRangedI", MakeSlider}, {"_cSliderRangedF", MakeSlider},
-    {"_float", MakeNumber},          {"_int", MakeNumber},
-    {"_cFloat", MakeNumber},         {"_cInt", MakeNumber},
-    {"_BYTE", MakeNumber},           {"_char", MakeNumber},
-    {"_short", MakeNumber},          {"_WORD", MakeNumber},
-    {"_cFloat2", MakeNumbers<_float, 2>}, {"_cFloat3", MakeNumbers<_float, 3>},
-    {"_cFloat4", MakeNumbers<_float, 4>}, {"_cVec2i", MakeNumbers<_int, 2>},
-    {"_cVec3i", MakeNumbers<_int, 3>},    {"_bool", MakeBool},
-    {"_cBool", MakeBool},            {"_index", MakeIndex},
-    {"_cIndex", MakeIndex},          {"_color", MakeColor},
-    {"_cColor", MakeColor},          {"_DWORD", MakeHex},
-    {"_TextureID", MakeTexture},     {"_cImageID", MakeTexture},
-    {"_WinFont", MakeFont},          {"One2DCurve", MakeCurve},
-    {"ObjBrowser", MakeBrowser},     {"_str", MakeText},
-    {"_str_ref", MakeText},          {"_cStr", MakeText},
-    {"_cBind", MakeText},            {"_cImageFile", MakeText},
-    {"_cSoundFile", MakeText},       {"_cModelFile", MakeText},
-    {"_cAnimFile", MakeText},        {"_cCameraFile", MakeText},
-    {"_cBspFile", MakeText},         {"_cXmlFile", MakeText},
+    {"CtrlFSlider", MakeSlider},
+    {"CtrlISlider", MakeSlider},
+    {"_cSliderI", MakeSlider},
+    {"_cSliderF", MakeSlider},
+    {"_cEditSliderI", MakeSlider},
+    {"_cEditSliderF", MakeSlider},
+    {"_cSliderRangedI", MakeSlider},
+    {"_cSliderRangedF", MakeSlider},
+    {"_float", MakeNumber},
+    {"_int", MakeNumber},
+    {"_cFloat", MakeNumber},
+    {"_cInt", MakeNumber},
+    {"_BYTE", MakeNumber},
+    {"_char", MakeNumber},
+    {"_short", MakeNumber},
+    {"_WORD", MakeNumber},
+    {"_cFloat2", MakeNumbers<_float, 2>},
+    {"_cFloat3", MakeNumbers<_float, 3>},
+    {"_cFloat4", MakeNumbers<_float, 4>},
+    {"_cVec2i", MakeNumbers<_int, 2>},
+    {"_cVec3i", MakeNumbers<_int, 3>},
+    {"_bool", MakeBool},
+    {"_cBool", MakeBool},
+    {"_index", MakeIndex},
+    {"_cIndex", MakeIndex},
+    {"_color", MakeColor},
+    {"_cColor", MakeColor},
+    {"_DWORD", MakeHex},
+    {"_TextureID", MakeTexture},
+    {"_cImageID", MakeTexture},
+    {"_WinFont", MakeFont},
+    {"One2DCurve", MakeCurve},
+    {"ObjBrowser", MakeBrowser},
+    {"_str", MakeText},
+    {"_str_ref", MakeText},
+    {"_cStr", MakeText},
+    {"_cBind", MakeText},
+    {"_cImageFile", MakeText},
+    {"_cSoundFile", MakeText},
+    {"_cModelFile", MakeText},
+    {"_cAnimFile", MakeText},
+    {"_cCameraFile", MakeText},
+    {"_cBspFile", MakeText},
+    {"_cXmlFile", MakeText},
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "interface/CheckBox.h"
 #include "interface/CurvesWindow.h"
 #include "interface/Language.h"
 #include "interface/ObjBrowser.h"
@@ -30,7 +31,16 @@ std::string PanelRow::GetText() const {
   return m_Place.Member ? ::GetText(m_Place.Signs.Name) : m_Place.Signs.Name;
 }
 
-std::string PanelRow::GetHintText(float, float) const { return GetRowHint(m_Place); }
+// Where the label is cut, the hint has all of it.
+std::string PanelRow::GetHintText(float, float) const {
+  std::string hint = GetRowHint(m_Place);
+  const cWidgets* manager = Manager();
+  if (!manager || !HasLabel() || IsBelow()) return hint;
+  Canvas& canvas = manager->GetCanvas();
+  const float width = LabelWidth(Rect.W, canvas);
+  if (LabelTextWidth(canvas) > width && LabelHeight(width, canvas) <= 0) hint = GetText() + (hint.empty() ? "" : "\n" + hint);
+  return hint;
+}
 
 // Curves and the like stand below their label, as wide as the panel.
 bool PanelRow::IsBelow() const {
@@ -49,11 +59,17 @@ float PanelRow::LabelWidth(float width, Canvas& canvas) const {
   return panel ? panel->LabelWidthIn(width, canvas) : std::floor(width * 0.4f);
 }
 
-// A label that is wider than its column breaks into lines.
+// A label that is wider than its column breaks into lines; one with a word that is too long for it is cut.
 float PanelRow::LabelHeight(float width, Canvas& canvas) const {
   if (!HasLabel() || LabelTextWidth(canvas) <= width) return 0;
   const TextStyle style = m_Place.Signs.Bold ? TextStyle::Bold : TextStyle::Normal;
-  return canvas.ParagraphHeight(width, GetText(), style) + canvas.Px(2);
+  const std::string label = GetText();
+  for (size_t from = 0; from < label.size();) {
+    const size_t end = std::min(label.find(' ', from), label.size());
+    if (canvas.TextWidth(std::string_view(label).substr(from, end - from), style) > width) return 0;
+    from = end + 1;
+  }
+  return canvas.ParagraphHeight(width, label, style) + canvas.Px(2);
 }
 
 float PanelRow::ControlHeight(float width, Canvas& canvas) const {
@@ -80,6 +96,7 @@ void PanelRow::Arrange(const cRect& rect, Canvas& canvas) {
     box.W = std::max(0.0f, box.W - label);
     box.H = std::min(box.H, ControlHeight(box.W, canvas));
     box.Y += std::floor((rect.H - box.H) / 2);
+    if (dynamic_cast<const IconToggle*>(m_Control)) box.W = std::min(box.W, m_Control->WidthFor(canvas));
   }
   m_Control->Arrange(box, canvas);
 }
@@ -133,7 +150,10 @@ void TellRowChange(BaseWidget& at, const RowPlace& place, const WidgetEvent& eve
   PanelWidget* panel = FindPanel(&at);
   const std::string name = place.FullName;  // the row may go while it tells
   if (changed) {
-    place.Owner->OnParametersChanged(place.Value.Data, nullptr, nullptr, nullptr);
+    // Who holds a container hears of its items.
+    BaseClass* owner = place.Owner;
+    if (!place.Member && owner->GetParent()) owner = owner->GetParent();
+    owner->OnParametersChanged(place.Value.Data, nullptr, nullptr, nullptr);
     if (panel && panel->Changed) panel->Changed(name.c_str());
   }
   if (panel) panel->Tell(event.Kind, event.Input);

@@ -13,7 +13,7 @@ constexpr int PanelRowOptions = RowsNotFixed | RowsFixed | RowsWithAdd;
 /// One element of an object, as a panel sees it.
 struct RowPlace {
   BaseClass* Owner = nullptr;
-  int Row = 0, Element = -1;  ///< Element -1: the row "add..."
+  int Row = 0, Element = -1;               ///< Element -1: the row "add..."
   const OneClassMember* Member = nullptr;  ///< null: an item of a container
   ValueBinding Value;
   std::string FullName;  ///< with its signs

@@ -36,7 +36,10 @@ bool IsCommandList(const RowPlace& place) {
 class PanelCaption : public FrameWidget {
   REFLECTED(PanelCaption, FrameWidget)
  public:
-  float Above(Canvas& canvas) const { return Text.Empty() ? 0 : canvas.Px(Measures::Gap); }
+  float Above(Canvas& canvas) const {
+    const bool first = Owner && Owner->Children.Count && Owner->Children[0] == this;
+    return Text.Empty() || first ? 0 : canvas.Px(Measures::Gap);
+  }
   float HeightFor(float width, Canvas& canvas) const override { return FrameWidget::HeightFor(width, canvas) + Above(canvas); }
   void Draw(Canvas& canvas) override {
     const cRect whole = std::exchange(Rect, {Rect.X, Rect.Y + Above(canvas), Rect.W, Rect.H - Above(canvas)});
@@ -146,7 +149,7 @@ void OfferClasses(BaseWidget* button, const RowPlace& place) {
 }
 
 BaseWidget* BuildAdd(BaseWidget& rows, const RowPlace& place) {
-  auto* button = rows.AddChild(new Button("add...", "Add"));
+  auto* button = rows.AddChild(new Button("add...", "Plus"));
   button->Flat = true;
   button->Align = TextAlign::Left;
   button->Action = [button, place] { OfferClasses(button, place); };
@@ -188,7 +191,8 @@ BaseWidget* BuildGroup(BaseWidget& rows, const RowPlace& place, const PanelWidge
   if (IsCommandList(place)) return BuildCommandList(rows, place, panel);
   BaseWidget* inside = &rows;
   if (!place.Signs.NoLabel || !place.Member) {
-    auto* folder = rows.AddChild(new WidgetsFolder(place.Member ? place.Signs.Name : ItemTitle(place), place.Signs.Bold || !place.Member));
+    auto* folder =
+        rows.AddChild(new WidgetsFolder(place.Member ? place.Signs.Name : ItemTitle(place), place.Signs.Bold || !place.Member));
     folder->Literal = !place.Member;
     inside = folder;
   }

@@ -142,7 +142,8 @@ struct PanelWidget::RowState {
   std::map<std::string, bool> Open;
   std::string Focused;
 
-  static void ForEach(BaseWidget& rows, const std::string& path, const std::function<void(BaseWidget&, const std::string&)>& visit) {
+  static void ForEach(BaseWidget& rows, const std::string& path,
+                      const std::function<void(BaseWidget&, const std::string&)>& visit) {
     std::map<std::string, int> seen;
     for (int32_t i = 0; i < rows.Children.Count; i++) {
       BaseWidget& child = *rows.Children[i];
@@ -197,7 +198,8 @@ static void FindWidestLabel(const BaseWidget& rows, Canvas& canvas, float indent
     if (const auto* row = dynamic_cast<const PanelRow*>(child))
       widest = std::max(widest, indent + row->LabelTextWidth(canvas));
     else if (child->ShowsChildren())
-      FindWidestLabel(*child, canvas, indent + (dynamic_cast<const WidgetsFolder*>(child) ? canvas.Px(Measures::Indent) : 0), widest);
+      FindWidestLabel(*child, canvas, indent + (dynamic_cast<const WidgetsFolder*>(child) ? canvas.Px(Measures::Indent) : 0),
+                      widest);
   }
 }
 

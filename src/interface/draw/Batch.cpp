@@ -1,6 +1,7 @@
 #include "interface/draw/Batch.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 #include "comms/BaseMesh.h"
@@ -62,7 +63,7 @@ static uint32_t MixBytes(uint32_t a, uint32_t b, float t) {
   uint32_t mixed = 0;
   for (int shift = 0; shift < 32; shift += 8) {
     const float from = float((a >> shift) & 0xFF), to = float((b >> shift) & 0xFF);
-    mixed |= uint32_t(from + (to - from) * t + 0.5f) << shift;
+    mixed |= uint32_t(std::lround(from + (to - from) * t)) << shift;
   }
   return mixed;
 }

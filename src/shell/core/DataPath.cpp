@@ -56,7 +56,7 @@ std::string FindDocumentsFolder(const std::string& home, std::string_view userDi
     if (!line.starts_with(name)) continue;
     line.remove_prefix(name.size());
     std::string value(line.substr(0, line.find('"')));
-    if (value.starts_with(variable)) value = home + value.substr(variable.size());
+    if (value.starts_with(variable)) value.replace(0, variable.size(), home);
     while (value.size() > 1 && value.back() == '/') value.pop_back();
     if (value.starts_with('/')) return value;
   }
@@ -112,7 +112,7 @@ std::string GetFullPath(const std::string& relative) {
 }
 
 std::string FindDataFile(const std::string& relative) {
-  const std::string own = GetFullPath(relative);
+  std::string own = GetFullPath(relative);
   if (comms::FileExists(own) || s_ProgramFolder.empty() || fs::path(relative).is_absolute()) return own;
   std::string program = comms::JoinPath(s_ProgramFolder, relative);
   return comms::FileExists(program) ? program : own;

@@ -42,12 +42,7 @@ void StorePageLayout() {
   }
 }
 
-static bool RestoreFrom(const std::string& path) {
-  if (!comms::FileExists(path)) return false;
-  if (s_Hooks.RestoreLayout(path)) return true;
-  comms::LogWarning("%s: the layout of the panels can't be used", path.c_str());
-  return false;
-}
+static bool RestoreFrom(const std::string& path) { return comms::FileExists(path) && s_Hooks.RestoreLayout(path); }
 
 // The copy in "Prev" counts only where the first file is there and damaged.
 void RestorePageLayout() {

@@ -20,7 +20,7 @@ extern int CurrentPage;
 struct PageHooks {
   /// Writes the layout of the panels to a file, whose folder exists. False where it can't; the log knows why.
   std::function<bool(const std::string& path)> StoreLayout;
-  /// Sets the panels up as that file says. False where it can't be used.
+  /// Sets the panels up as that file says. False where it can't be used; the log knows why.
   std::function<bool(const std::string& path)> RestoreLayout;
   /// No layout was there: the panels as the program brings them.
   std::function<void(int page)> BuildDefaultLayout;

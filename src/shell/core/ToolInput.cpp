@@ -69,7 +69,8 @@ bool ToolInput::OnRelease(const InputEvent& event) {
   const HeldButton pressed = std::exchange(held, {});
   if (CurrentStroke.Running) CurrentStroke.Last = event;
   const ButtonHandlers& handlers = HandlersOf(event.Button);
-  (pressed.Tool->*(pressed.Alternative ? handlers.AltUp : handlers.Up))(event);
+  const Handler release = pressed.Alternative ? handlers.AltUp : handlers.Up;
+  if (release) (pressed.Tool->*release)(event);
   if (event.Button == CurrentStroke.Button) CurrentStroke.Running = false;
   return true;
 }

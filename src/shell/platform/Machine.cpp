@@ -1,7 +1,13 @@
 #include "shell/platform/Machine.h"
 
+#include <unistd.h>
+
 #include <csignal>
+#include <cstdio>
+#include <ctime>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 std::string GetProgramFile() {
   std::error_code fault;
@@ -11,6 +17,20 @@ std::string GetProgramFile() {
 
 bool HasNeededInstructions() {
   return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") && __builtin_cpu_supports("bmi2");
+}
+
+double SecondsSinceStart() {
+  // Field 22 of the line, in clock ticks since the machine started. The name in field 2 may hold blanks and brackets.
+  std::ifstream file("/proc/self/stat");
+  const std::string line{std::istreambuf_iterator<char>(file), {}};
+  const size_t name = line.rfind(')');
+  unsigned long long ticks = 0;
+  timespec now{};
+  if (name == std::string::npos || clock_gettime(CLOCK_BOOTTIME, &now) != 0 ||
+      std::sscanf(line.c_str() + name + 1, " %*c %*d %*d %*d %*d %*d %*u %*u %*u %*u %*u %*u %*u %*d %*d %*d %*d %*d %*d %llu",
+                  &ticks) != 1)
+    return 0;
+  return double(now.tv_sec) + double(now.tv_nsec) * 1e-9 - double(ticks) / double(sysconf(_SC_CLK_TCK));
 }
 
 void IgnoreClosedPipes() { std::signal(SIGPIPE, SIG_IGN); }

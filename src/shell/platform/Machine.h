@@ -6,5 +6,7 @@
 std::string GetProgramFile();
 /// Whether the processor has the instructions that the code is compiled for. Runs on every x86-64 processor.
 bool HasNeededInstructions();
+/// Seconds since the system started this process, to a hundredth; 0 where it does not tell.
+double SecondsSinceStart();
 /// Lets a closed pipe on standard output be an error of the write, and not the end of the process.
 void IgnoreClosedPipes();

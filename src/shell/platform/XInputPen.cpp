@@ -45,7 +45,7 @@ class FaultGuard {
 std::string ReadAtom(Display* display, Atom atom) {
   if (!atom) return {};
   char* name = XGetAtomName(display, atom);
-  const std::string text = name ? name : "";
+  std::string text = name ? name : "";
   if (name) XFree(name);
   return text;
 }

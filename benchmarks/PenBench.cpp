@@ -1,0 +1,76 @@
+// Whether sculpting keeps up with a pen: strokes at the rate of a fast tablet through the window's own frames, on a null device.
+#include <cmath>
+#include <cstdio>
+
+#include "Claims.h"
+#include "WindowRig.h"
+#include "comms/cRenderNull.h"
+
+namespace {
+
+constexpr int Width = 1600, Height = 1000;
+constexpr double SamplesPerSec = 500, FramesPerSec = 60, StrokeSeconds = 2;
+constexpr float RadiusVoxels = 32;
+
+// The sample of time `t`: round the middle of the view, once in the time of the stroke, with a pressure that comes and goes.
+void SendSample(bench::WindowRig& rig, InputKind kind, double t) {
+  const cRect view = rig.Form->ViewRect();
+  const double angle = t / StrokeSeconds * 2 * 3.14159265;
+  const double reach = 0.27 * double(view.H);
+  rig.Send(kind, float(view.X + view.W / 2 + reach * std::cos(angle)), float(view.Y + view.H / 2 + reach * std::sin(angle)),
+           kind == InputKind::PointerMove ? MouseButton::None : MouseButton::Left, 0.7f + 0.3f * float(std::sin(5 * angle)));
+}
+
+const bench::Benchmark pen("PenStrokes", [](std::vector<bench::Claim>& claims) {
+  comms::cRenderNull render;
+  render.TakesNotes = false;
+  bench::WindowRig rig(render, Width, Height);
+  VolumeObject& ball = MakeSphereVolume(rig.Scene, "ball", 1, 1 / 200.0f);
+  rig.Options.SmoothViews = false;
+  rig.Form->Navi().Settings = rig.Options.GetNaviSettings();
+  rig.Form->FrameScene();
+  for (int i = 0; i < 30; i++) rig.Frame();
+  VoxelSculptTool& tool = rig.Form->VoxelTool();
+  tool.FixedSize = true;
+  tool.SceneRadius = RadiusVoxels / 200;
+  tool.PressureToRadius = false;
+  const struct {
+    const char* Name;
+    VoxelBrush Brush;
+  } brushes[] = {{"Carve", VoxelBrush::Carve}, {"Sphere", VoxelBrush::Sphere}, {"Segment", VoxelBrush::Segment}};
+  for (const auto& brush : brushes) {
+    tool.SetTool(int32_t(brush.Brush), true);
+    std::vector<double> times;
+    double slowest = 0;
+    int32_t cells = 0;
+    for (int run = 0; run < 3; run++) {
+      double needed = 0, sent = 0;
+      SendSample(rig, InputKind::PointerMove, 0);
+      rig.Frame();
+      for (double now = 0; now < StrokeSeconds; now += 1 / FramesPerSec) {
+        for (; sent <= now; sent += 1 / SamplesPerSec)
+          SendSample(rig, sent == 0 ? InputKind::ButtonDown : InputKind::PointerMove, sent);
+        const double frame = bench::Seconds([&] { rig.Frame(); });
+        needed += frame;
+        slowest = std::max(slowest, frame);
+      }
+      SendSample(rig, InputKind::ButtonUp, sent);
+      needed += bench::Seconds([&] { rig.Frame(); });
+      cells = int32_t(rig.Scene.History().Steps());
+      times.push_back(needed);
+      rig.Scene.History().Undo();
+      ball.RefreshChanges();
+      rig.Scene.History().Clear();
+    }
+    bench::Claim claim = bench::LimitClaim(
+        std::string(brush.Name) + " at 500 samples a second, radius 32 voxels: time needed / time of the stroke, s",
+        bench::Median(times), StrokeSeconds);
+    char note[120];
+    std::snprintf(note, sizeof note, "all frames of the window included; slowest frame %.0f ms", slowest * 1000);
+    claim.Note = note;
+    if (cells != 1) claim.Skipped = "the stroke changed nothing";
+    claims.push_back(claim);
+  }
+});
+
+}  // namespace

@@ -1,0 +1,268 @@
+#include "interface/PanelWidget.h"
+
+#include "ClassEngine/Enumerator.h"
+#include "WidgetFixture.h"
+#include "comms/One2DCurve.h"
+#include "interface/Button.h"
+#include "interface/CheckBox.h"
+#include "interface/ColorPicker.h"
+#include "interface/ComboBox.h"
+#include "interface/CurvesWindow.h"
+#include "interface/DrawTexRect.h"
+#include "interface/NumberField.h"
+#include "interface/PanelRow.h"
+#include "interface/ScrollArea.h"
+#include "interface/SimpleSlider.h"
+#include "interface/TextEdit.h"
+#include "interface/TextMenu.h"
+#include "interface/WidgetsFolder.h"
+
+namespace {
+
+class PanelPart : public BaseClass {
+  REFLECTED(PanelPart, BaseClass)
+ public:
+  float Weight = 1;
+  _str Title{"Part"};
+};
+DECLARE_MEMBERS(PanelPart) {
+  Member<_float>("Weight", Weight);
+  Member<_str>("Title", Title);
+}
+
+class PanelHeavyPart : public PanelPart {
+  REFLECTED(PanelHeavyPart, PanelPart)
+ public:
+  int Mass = 3;
+};
+DECLARE_MEMBERS(PanelHeavyPart) { Member<_int>("Mass", Mass); }
+REGISTER_CLASS(PanelPart, "Plain");
+REGISTER_CLASS(PanelHeavyPart, "Heavy");
+
+/// One member of every form that a row can have.
+class PanelSubject : public BasicTool {
+  REFLECTED(PanelSubject, BasicTool)
+ public:
+  float Strength = 0.5f, Size = 2, Place[3] = {1, 2, 3};
+  int Steps = 4, Mode = 1, Secret = 7;
+  bool On = false, Ghost = false, Advanced = false;
+  uint32_t Tint = 0xFF102030;
+  int32_t Texture = 5;
+  _str Path, Info{"12 voxels"};
+  comms::One2DCurve Curve;
+  PanelPart Part;
+  ClassArray<PanelPart> Parts;
+  int Calls = 0, Told = 0;
+  bool HidesSize = false;
+
+  void Apply() { Calls++; }
+  bool OnParametersChanged(void*, void*, void*, void*) override { return Told++, true; }
+  int32_t GetActiveSections() override { return Advanced ? 3 : 1; }
+  bool FilterParam(const char* name) override { return !HidesSize || std::string_view(name) != "Size"; }
+};
+DECLARE_MEMBERS(PanelSubject) {
+  Separator("First");
+  Member<CtrlFSlider>("Strength", Strength, {0, 1, 0.25f}).Unit("mm").Hint("How strong");
+  Member<_float>("Size", Size).Range(0, 10);
+  Member<_int>("Steps", Steps);
+  Member<_index>("Mode", Mode, "PanelTestModes").Entries({"One", "Two", "Three"});
+  Member<_bool>("On", On);
+  Member<_bool>("Ghost", Ghost);
+  Member<_color>("Tint", Tint);
+  Member<_TextureID>("Texture", Texture);
+  Member<_str>("Path|*.png;*.jpg", Path);
+  Member<_str>("!Info", Info);
+  Method("Apply", &PanelSubject::Apply);
+  Member<comms::One2DCurve>("Curve", Curve);
+  Caption<Delimiter>("@MENU More");
+  Member<_int>("Secret", Secret).Hidden();
+  Member<_bool>("Advanced", Advanced);
+  Caption<Delimiter>("@ENDMENU");
+  Member<PanelPart>("Part", Part);
+  Member<ClassArray<PanelPart>>("Parts", Parts);
+  SECTION(2);
+  Member<_int>("%Extra", Steps);
+}
+
+class PanelWidgetTest : public WidgetTest {
+ protected:
+  PanelWidgetTest() { Subject.RegisterMembers(); }
+  PanelWidget* Show(float height = 590) { return Panel = Place(new PanelWidget(&Subject), {10, 5, 300, height}); }
+  /// The first row of a member, at any depth.
+  static PanelRow* Find(BaseWidget& widget, std::string_view name) {
+    if (auto* row = dynamic_cast<PanelRow*>(&widget); row && row->Place().FullName == name) return row;
+    for (BaseWidget* child : widget.Children)
+      if (PanelRow* found = Find(*child, name)) return found;
+    return nullptr;
+  }
+  PanelRow* Find(std::string_view name) { return Find(*Panel, name); }
+  /// By the key of its text: other tests may have loaded a language.
+  template <class W>
+  static W* FindWith(BaseWidget& widget, std::string_view text) {
+    if (auto* found = dynamic_cast<W*>(&widget); found && found->Text == text) return found;
+    for (BaseWidget* child : widget.Children)
+      if (W* found = FindWith<W>(*child, text)) return found;
+    return nullptr;
+  }
+  template <class W>
+  W* Control(std::string_view name) {
+    PanelRow* row = Find(name);
+    return row ? dynamic_cast<W*>(row->Control()) : nullptr;
+  }
+  void NextFrame() {
+    Widgets.Process(Time += 0.1);
+    Widgets.ArrangeIfWanted();
+    DrawAll();
+  }
+  PanelSubject Subject;
+  PanelWidget* Panel = nullptr;
+  double Time = 0;
+};
+
+TEST(RowSigns, SignsAreTakenOffTheName) {
+  const RowSigns scaled = ReadRowSigns("[scale=2]`40`%*Name");
+  EXPECT_EQ(scaled.Name, "Name");
+  EXPECT_EQ(scaled.HintKey, "*Name_HINT");
+  EXPECT_EQ(scaled.Scale, 2);
+  EXPECT_EQ(scaled.Height, 40);
+  EXPECT_TRUE(scaled.Compact && scaled.Bold);
+  EXPECT_FALSE(scaled.NoLabel || scaled.ReadOnly || scaled.NoSeparator);
+  const RowSigns count = ReadRowSigns("!InitialPolycount");
+  EXPECT_EQ(count.Name, "");
+  EXPECT_TRUE(count.ReadOnly && count.NoLabel);
+  const RowSigns locked = ReadRowSigns("^Volume");
+  EXPECT_EQ(locked.Name, "Volume");
+  EXPECT_TRUE(locked.ReadOnly && !locked.NoLabel);
+  EXPECT_FALSE(ReadRowSigns("$Value").ReadOnly);
+  EXPECT_TRUE(ReadRowSigns("#~Value").NoLabel && ReadRowSigns("#~Value").NoSeparator);
+  for (const char* broken : {"[scale=Name", "[scale=x]Name", "[scale=-1]Name", "`x`Name", "`Name", "[scale=inf]Name", ""}) {
+    EXPECT_EQ(ReadRowSigns(broken).Scale, 1) << broken;
+    EXPECT_EQ(ReadRowSigns(broken).Height, 0) << broken;
+  }
+}
+
+TEST_F(PanelWidgetTest, EachTypeGetsItsControl) {
+  Show();
+  EXPECT_TRUE(Control<SimpleSlider>("Strength"));
+  EXPECT_TRUE(Control<NumberField>("Size"));
+  EXPECT_TRUE(Control<NumberField>("Steps"));
+  EXPECT_TRUE(Control<ComboBox>("Mode"));
+  EXPECT_TRUE(Control<CheckBox>("On"));
+  EXPECT_TRUE(Control<IconToggle>("Ghost")) << "by its name";
+  EXPECT_TRUE(Control<ColorSwatch>("Tint"));
+  EXPECT_TRUE(Control<CurvesWindow>("Curve"));
+  ASSERT_TRUE(Find("!Info"));
+  EXPECT_EQ(Find("!Info")->GetText(), "");
+  EXPECT_TRUE(Control<TextEdit>("!Info")->ReadOnly);
+  EXPECT_EQ(Find("Path|*.png;*.jpg")->GetText(), "Path");
+  EXPECT_EQ(Find("Path|*.png;*.jpg")->Control()->Children.Count, 3) << "field, choose, folder";
+  EXPECT_EQ(Find("Strength")->GetHintText(0, 0), "How strong");
+  auto* fold = FindWith<WidgetsFolder>(*Panel, "More");
+  ASSERT_TRUE(fold);
+  EXPECT_FALSE(fold->IsOpen());
+  EXPECT_TRUE(Find(*fold, "Advanced"));
+  EXPECT_FALSE(Find(*fold, "Weight")) << "the fold-out has ended";
+  EXPECT_TRUE(Find("Weight")) << "of the object inside";
+  EXPECT_FALSE(Find("Secret"));
+  EXPECT_FALSE(Find("Active"));
+  XmlNode saved;
+  Subject.Save(&saved);
+  StrBuffer text;
+  saved.Print(text, 0);
+  EXPECT_NE(text.View().find("Secret"), std::string_view::npos) << "hidden members are saved";
+}
+
+TEST_F(PanelWidgetTest, ControlsStandInOneColumnWithinThePanel) {
+  Show(2000);
+  const float left = Find("Strength")->Control()->Rect.X;
+  for (const char* name : {"Size", "Steps", "Mode", "On", "Tint"}) EXPECT_EQ(Find(name)->Control()->Rect.X, left) << name;
+  EXPECT_GE(Find("Strength")->Control()->Rect.W, 140) << "controls have half of the row at least";
+  FindWith<WidgetsFolder>(*Panel, "Part")->SetOpen(true);
+  NextFrame();
+  EXPECT_EQ(Find("Weight")->Control()->Rect.X, left) << "inside a group too";
+  EXPECT_EQ(Find("Strength")->Rect.H, 19);
+}
+
+TEST_F(PanelWidgetTest, ChangesAreWrittenAndToldOnce) {
+  Show();
+  std::vector<std::string> told;
+  Panel->Changed = [&](const char* name) { told.push_back(name); };
+  Notes notes;
+  notes.Listen(*Panel);
+  ClickOn(*Find("On")->Control());
+  EXPECT_TRUE(Subject.On);
+  EXPECT_EQ(Subject.Told, 1);
+  EXPECT_EQ(told, std::vector<std::string>{"On"});
+  const cRect label = Find("On")->Rect;
+  Click(label.X + 5, label.Y + 5);
+  EXPECT_FALSE(Subject.On) << "the label is part of the box";
+  EXPECT_EQ(Subject.Told, 2);
+  const cRect slider = Find("Strength")->Control()->Rect;
+  Press(slider.X + 20, slider.Y + 5);
+  Move(slider.X + 40, slider.Y + 5);
+  Move(slider.X + 60, slider.Y + 5);
+  Release(slider.X + 60, slider.Y + 5);
+  EXPECT_GT(Subject.Strength, 0.5f);
+  EXPECT_EQ(Subject.Told, 4) << "the end of the drag brings no new value";
+  EXPECT_EQ(notes.Done, 3);
+  ClickOn(*FindWith<Button>(*Panel, "Apply"));
+  EXPECT_EQ(Subject.Calls, 1);
+  Subject.On = true;
+  EXPECT_TRUE(Control<CheckBox>("On")->Value.GetBool()) << "rows hold no copy";
+}
+
+TEST_F(PanelWidgetTest, RowsFollowSectionsFiltersAndKeepFoldsAndFocus) {
+  Show();
+  NextFrame();
+  FindWith<WidgetsFolder>(*Panel, "Part")->SetOpen(true);
+  Widgets.Focus(Find("Steps")->Control()->Children[0]);
+  EXPECT_FALSE(Find("%Extra"));
+  Subject.Advanced = true;
+  Subject.HidesSize = true;
+  NextFrame();
+  EXPECT_TRUE(Find("%Extra"));
+  EXPECT_FALSE(Find("Size"));
+  EXPECT_TRUE(FindWith<WidgetsFolder>(*Panel, "Part")->IsOpen());
+  ASSERT_TRUE(Widgets.Focused());
+  EXPECT_TRUE(Find("Steps")->Holds(Widgets.Focused()));
+  BaseWidget* const kept = Find("Steps");
+  NextFrame();
+  EXPECT_EQ(Find("Steps"), kept) << "nothing is built anew while the rows stay";
+  Panel->Filter = [](const char* name) { return std::string_view(name) == "Steps"; };
+  NextFrame();
+  EXPECT_FALSE(Find("Mode"));
+  Panel->SetObject(nullptr);
+  NextFrame();
+  EXPECT_FALSE(Find("Steps"));
+}
+
+TEST_F(PanelWidgetTest, ItemsAreAddedAndDeleted) {
+  Show(2000);
+  FindWith<WidgetsFolder>(*Panel, "Parts")->SetOpen(true);
+  NextFrame();
+  ClickOn(*FindWith<Button>(*Panel, "add..."));
+  EXPECT_EQ(Subject.Parts.Count, 1) << "one class is added without a question";
+  EXPECT_STREQ(Subject.Parts[0]->GetClassName(), "PanelHeavyPart");
+  NextFrame();
+  ASSERT_TRUE(Find("Mass"));
+  auto* remove = FindWith<Button>(*Panel, "::DeleteElm");
+  ASSERT_TRUE(remove);
+  const int told = Subject.Told;
+  Widgets.Process(1);
+  remove->Action();
+  EXPECT_EQ(Subject.Parts.Count, 0);
+  EXPECT_FALSE(Find("Mass")) << "no row outlives its item";
+  EXPECT_EQ(Subject.Told, told + 1) << "who holds the container is told";
+  NextFrame();
+}
+
+TEST_F(PanelWidgetTest, ScrollPositionStaysWhenRowsAreBuiltAnew) {
+  Show(150);
+  Panel->Area().Scroller().SetPosition(60);
+  NextFrame();
+  Subject.HidesSize = true;
+  NextFrame();
+  EXPECT_EQ(Panel->Area().Scroller().Position(), 60);
+}
+
+}  // namespace
