@@ -21,11 +21,14 @@ uniform vec3 c_Center;
 uniform vec3 c_Color;
 uniform vec3 c_AxisX;
 uniform vec3 c_AxisZ;
-uniform float c_Alpha;
+uniform float c_Alpha;    // how much of the ground is there: it fades where the eye sinks below it
 uniform float c_Spacing;  // of the fine lines, world units; every tenth is strong
 in vec2 v_Place;
 in vec2 v_Part;
 out vec4 o_Color;
+
+// A line adds light on a dark ground and takes it away on a light one; to the eye the same step is far less light in the dark.
+float strength(vec3 color) { return mix(0.42, 0.04, saturate(dot(color, vec3(0.2126, 0.7152, 0.0722)))); }
 
 // Part of a pixel that lines at whole numbers cover. Where lines stand closer than pixels they give way to their mean, and that to nothing.
 float lines(vec2 at, vec2 width) {
@@ -43,11 +46,11 @@ void main() {
   vec2 world = c_Center.xz + v_Place;
   vec2 fine = world / c_Spacing, width = fwidth(fine);
   float fade = saturate(1.0 - length(v_Part));
-  fade *= fade;
-  float alpha = max(lines(fine, width) * 0.45, lines(fine * 0.1, width * 0.1)) * fade * c_Alpha;
+  fade *= fade * smoothstep(0.0, 0.3, gl_FragCoord.z);  // nothing ends at an edge: neither at the rim nor in front of the eye
+  float alpha = max(lines(fine, width) * 0.4, lines(fine * 0.1, width * 0.1)) * fade * c_Alpha * strength(c_Color);
   vec2 pixel = fwidth(world);
   float alongX = axis(world.y, pixel.y), alongZ = axis(world.x, pixel.x);
-  float axisAlpha = max(alongX, alongZ) * fade * c_Alpha * 1.6;
+  float axisAlpha = max(alongX, alongZ) * fade * c_Alpha * 0.8;
   vec3 color = axisAlpha > alpha ? (alongX > alongZ ? c_AxisX : c_AxisZ) : c_Color;
   alpha = saturate(max(alpha, axisAlpha));
   o_Color = vec4(color * alpha, alpha);

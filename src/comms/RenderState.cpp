@@ -135,4 +135,9 @@ cMat4 Perspective(float fovDegrees, float aspect, float nearDistance, float farD
            {0, 0, -2 * farDistance * nearDistance / depth, 0}}};
 }
 
+cMat4 Orthographic(float width, float height, float nearDistance, float farDistance) {
+  const float depth = farDistance - nearDistance;
+  return {{{2 / width, 0, 0, 0}, {0, 2 / height, 0, 0}, {0, 0, -2 / depth, 0}, {0, 0, -(farDistance + nearDistance) / depth, 1}}};
+}
+
 }  // namespace comms

@@ -57,5 +57,8 @@ UniformValue Evaluate(StandardUniform uniform, const RenderState& state);
 cMat4 LookAt(const cVec3& position, const cVec3& target, const cVec3& up);
 /// Projection with the full vertical angle `fovDegrees`; `aspect` is width / height; 0 < nearDistance < farDistance.
 cMat4 Perspective(float fovDegrees, float aspect, float nearDistance, float farDistance);
+/// Projection without foreshortening that shows `width` by `height` units around the line of sight; nearDistance < farDistance,
+/// both may be negative (behind the viewer).
+cMat4 Orthographic(float width, float height, float nearDistance, float farDistance);
 
 }  // namespace comms

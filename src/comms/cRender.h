@@ -19,6 +19,21 @@ namespace comms {
 
 enum class BufferKind { Vertex, Index };
 
+/// A corner of the lines of DrawLines.
+struct ColoredPoint {
+  cVec3 Position;
+  cColor Color;
+};
+/// What DrawGrid draws: lines parallel to x and z on the plane at the height of Center, stronger at every tenth, with the axes of
+/// the world among them. They fade towards the edge and where they would stand closer than pixels. Colours are linear light.
+struct GridDesc {
+  cVec3 Center;
+  cVec2 Half{10, 10};  ///< half the sides along x and z
+  float Spacing = 1;   ///< of the fine lines, world units, above 0
+  cVec3 Color{0.5f, 0.5f, 0.5f}, AxisX{0.7f, 0.2f, 0.2f}, AxisZ{0.2f, 0.2f, 0.7f};
+  float Alpha = 1;
+};
+
 struct DepthState {
   bool Test = true, Write = true;
   bool LessEqual = true;  ///< false: less
@@ -79,6 +94,8 @@ class cRender {
   /// In pixels of the current target, from its lower left corner; the standard uniforms follow.
   virtual void SetViewport(int x, int y, int width, int height) = 0;
   virtual void Clear(const cVec4& color, float depth) = 0;
+  /// Drawing and clearing reach only this part of the target, pixels from its lower left corner; a negative width ends that.
+  virtual void SetScissor(int x, int y, int width, int height) = 0;
 
   // --- textures ------------------------------------------------------------------------------------------------------------
   /// `pixels` are rows from top to bottom without padding, in the layout of the format; null leaves the content open. -1 with a
@@ -88,10 +105,14 @@ class cRender {
   virtual int LoadTexture(const cStr& fileName) = 0;
   virtual void UpdateTexture(int id, int x, int y, int width, int height, const void* pixels) = 0;
   virtual void DeleteTexture(int id) = 0;
-  /// Before the device changes: gives up all device objects of textures and shaders, keeping ids and sources ...
+  /// Before the device changes: gives up all objects of the device, keeping every id and what it was made from. Buffers are read
+  /// back from the device where it still answers. Until Reload nothing is drawn; creating, updating and deleting go on.
   virtual void Unload() = 0;
-  /// ... and makes them anew.
+  /// On the new device: makes everything anew under the ids of before. Targets come back without their pictures.
   virtual void Reload() = 0;
+  /// Rises with every Reload: who keeps a picture in a target draws it again, and a buffer for which HasBuffer is false then is
+  /// filled again by its owner (UpdateBuffer) or released.
+  int Generation() const { return m_Generation; }
 
   // --- render targets ------------------------------------------------------------------------------------------------------
   /// -1 with a line in the log where the device can't.
@@ -101,12 +122,18 @@ class cRender {
   virtual int GetTargetDepth(int id) const = 0;
   virtual void ResolveTarget(int from, int to) = 0;
   /// Reads the colours back, rows from the top. False where the target has no 8-bit colours.
+  /// -1 stands for the window, of the size of the viewport.
   virtual bool ReadTarget(int id, cImage& image) = 0;
   virtual void DeleteTarget(int id) = 0;
 
   // --- buffers -------------------------------------------------------------------------------------------------------------
   /// Copies `count` elements. Index elements are 2 or 4 bytes.
   virtual int CreateBuffer(BufferKind kind, size_t elementBytes, size_t count, const void* data) = 0;
+  /// Whether `handle` stands for a buffer whose content is there or will be after Reload. False after the loss of a device that
+  /// did not give the content back.
+  virtual bool HasBuffer(int handle) const = 0;
+  /// Replaces the content of a buffer by `count` elements of the size that it was made with; for what changes every frame.
+  virtual void UpdateBuffer(int handle, size_t count, const void* data) = 0;
   /// From any thread.
   virtual void ReleaseBuffer(int handle) = 0;
   virtual void SetVertexBuffer(int handle, const VertexLayout& layout) = 0;
@@ -116,13 +143,18 @@ class cRender {
   /// Id of the shader file `name` with `defines`, one a line ("#define SRC_2D"); compiled at the first call. Always a valid id:
   /// one that did not compile draws nothing.
   virtual int GetShaderID(const cStr& name, const cStr& defines = {}) = 0;
+  /// Compiles shaders anew whose files changed since they were read, and returns how many came out well. Ids, slots of samplers
+  /// and constants stay. Where a changed file does not compile, the program of before stays in use, with one report a change.
+  /// Costs one look at each file.
+  virtual int ReloadChangedShaders() = 0;
   virtual void SetShader(int id) = 0;
   /// Slot of a sampler ("s_Decal") of the current shader for SetTexture; -1 where it has none.
   virtual int GetTextureParam(const char* name) = 0;
   /// `sampler` -1: filter and address mode that the texture was made with.
   virtual void SetTexture(int param, int texture, int sampler = -1) = 0;
   virtual int CreateSampler(TextureFilter filter, AddressMode address) = 0;
-  // Constants of the current shader by name ("c_Alpha"); a name that it does not have is passed over.
+  // Constants of the current shader by name ("c_Alpha"); a name that it does not have is passed over. A shader keeps its
+  // constants until they are set again, through Reload and ReloadChangedShaders, too.
   virtual void SetConstant(const char* name, float value) = 0;
   virtual void SetConstant(const char* name, const cVec2& value) = 0;
   virtual void SetConstant(const char* name, const cVec3& value) = 0;
@@ -133,13 +165,23 @@ class cRender {
   /// `mode` is one of BaseMesh's drawing modes: vertices of one primitive. Standard uniforms are taken from State at this moment.
   virtual void Draw(int mode, int firstVertex, int vertexCount) = 0;
   virtual void DrawIndexed(int mode, int firstIndex, int indexCount) = 0;
+  /// Lines through world space (State.World applies), two points each, `count` even; for handles and measures, not for masses.
+  /// Shader and buffer are its own, depth, blend and fill state the caller's. Colours are written as they are.
+  void DrawLines(const ColoredPoint* points, size_t count);
+  /// One call, under the caller's states; the output is premultiplied. State.World does not apply.
+  void DrawGrid(const GridDesc& grid);
 
   /// What the standard uniforms are made from. Matrices, viewer and texture matrices are free to set; time and viewport follow
   /// BeginFrame and SetViewport.
   RenderState State;
 
+ protected:
+  void RaiseGeneration() { m_Generation++; }
+
  private:
   std::shared_ptr<void> m_Alive;
+  int m_Generation = 0;
+  int m_LineBuffer = -1, m_LineShader = -1, m_GridShader = -1;
 };
 
 }  // namespace comms

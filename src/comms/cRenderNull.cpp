@@ -18,60 +18,84 @@ void cRenderNull::SetFillState(int id) {
 void cRenderNull::SetViewport(int, int, int width, int height) {
   State.ViewportWidth = width;
   State.ViewportHeight = height;
-  Note(Format("SetViewport %d %d", width, height));
+  Note("SetViewport %d %d", width, height);
 }
 
 int cRenderNull::CreateTexture(const TextureDesc& desc, const void*) {
-  Note(Format("CreateTexture %s %d %d", GetName(desc.Format), desc.Width, desc.Height));
+  Note("CreateTexture %s %d %d", GetName(desc.Format), desc.Width, desc.Height);
   return m_NextTexture++;
 }
 int cRenderNull::LoadTexture(const cStr& fileName) {
-  Note("LoadTexture " + fileName);
+  Note("LoadTexture %s", fileName.c_str());
   return FindOrAdd(m_FileTextures, fileName);
 }
-void cRenderNull::UpdateTexture(int id, int, int, int, int, const void*) { Note(Format("UpdateTexture %d", id)); }
+void cRenderNull::UpdateTexture(int id, int, int, int, int, const void*) { Note("UpdateTexture %d", id); }
+void cRenderNull::Unload() {
+  Note("Unload");
+  for (Buffer& buffer : Buffers) buffer.Lost |= LosesBuffers;
+}
+void cRenderNull::Reload() {
+  Note("Reload");
+  RaiseGeneration();
+}
 int cRenderNull::CreateTarget(const TargetDesc& desc) {
-  Note(Format("CreateTarget %d %d", desc.Width, desc.Height));
+  Note("CreateTarget %d %d", desc.Width, desc.Height);
   return m_NextTarget++;
 }
 
 int cRenderNull::CreateBuffer(BufferKind kind, size_t elementBytes, size_t count, const void* data) {
   MORVANE_ASSERT(elementBytes > 0 && count > 0);
   const uint8_t* bytes = static_cast<const uint8_t*>(data);
-  Buffers.push_back({kind, elementBytes, count, cList<uint8_t>(bytes, bytes + elementBytes * count), true});
-  const int handle = int(Buffers.size()) - 1;
-  Note(Format("CreateBuffer %d %zu %zu", handle, elementBytes, count));
+  Buffer buffer{kind, elementBytes, count, {}, true, false};
+  if (TakesNotes) buffer.Data.assign(bytes, bytes + elementBytes * count);
+  int handle = int(Buffers.size());
+  if (TakesNotes || m_FreeBuffers.empty()) {
+    Buffers.push_back(std::move(buffer));
+  } else {
+    handle = m_FreeBuffers.back();
+    m_FreeBuffers.pop_back();
+    Buffers[size_t(handle)] = std::move(buffer);
+  }
+  Note("CreateBuffer %d %zu %zu", handle, elementBytes, count);
   return handle;
+}
+void cRenderNull::UpdateBuffer(int handle, size_t count, const void* data) {
+  MORVANE_ASSERT(size_t(handle) < Buffers.size() && Buffers[size_t(handle)].Alive && count > 0);
+  Buffer& buffer = Buffers[size_t(handle)];
+  const uint8_t* bytes = static_cast<const uint8_t*>(data);
+  buffer.Count = count;
+  buffer.Lost = false;
+  if (TakesNotes) buffer.Data.assign(bytes, bytes + buffer.ElementBytes * count);
+  Note("UpdateBuffer %d %zu", handle, count);
 }
 void cRenderNull::ReleaseBuffer(int handle) {
   MORVANE_ASSERT(size_t(handle) < Buffers.size() && Buffers[size_t(handle)].Alive);
   Buffers[size_t(handle)].Alive = false;
-  Note(Format("ReleaseBuffer %d", handle));
+  if (!TakesNotes) m_FreeBuffers.push_back(handle);
+  Note("ReleaseBuffer %d", handle);
 }
 void cRenderNull::SetVertexBuffer(int handle, const VertexLayout& layout) {
   m_VertexBuffer = handle;
-  Note(Format("SetVertexBuffer %d %u", handle, layout.Stride));
+  Note("SetVertexBuffer %d %u", handle, layout.Stride);
 }
 void cRenderNull::SetIndexBuffer(int handle) {
   m_IndexBuffer = handle;
-  Note(Format("SetIndexBuffer %d", handle));
+  Note("SetIndexBuffer %d", handle);
 }
-void cRenderNull::SetTexture(int param, int texture, int sampler) {
-  Note(Format("SetTexture %d %d %d", param, texture, sampler));
-}
+void cRenderNull::SetTexture(int param, int texture, int sampler) { Note("SetTexture %d %d %d", param, texture, sampler); }
 
 void cRenderNull::Draw(int mode, int firstVertex, int vertexCount) {
   if (m_VertexBuffer >= 0) {
     const Buffer& vertices = Buffers[size_t(m_VertexBuffer)];
-    MORVANE_ASSERT(vertices.Alive && size_t(firstVertex + vertexCount) <= vertices.Count);
+    MORVANE_ASSERT(vertices.Alive && !vertices.Lost && size_t(firstVertex + vertexCount) <= vertices.Count);
   }
-  Note(Format("Draw %d %d %d", mode, firstVertex, vertexCount));
+  Note("Draw %d %d %d", mode, firstVertex, vertexCount);
 }
 void cRenderNull::DrawIndexed(int mode, int firstIndex, int indexCount) {
-  MORVANE_ASSERT(m_VertexBuffer >= 0 && Buffers[size_t(m_VertexBuffer)].Alive && m_IndexBuffer >= 0);
+  MORVANE_ASSERT(HasBuffer(m_VertexBuffer) && HasBuffer(m_IndexBuffer));
   const Buffer& indices = Buffers[size_t(m_IndexBuffer)];
-  MORVANE_ASSERT(indices.Alive && indices.Kind == BufferKind::Index && size_t(firstIndex + indexCount) <= indices.Count);
-  Note(Format("DrawIndexed %d %d %d", mode, firstIndex, indexCount));
+  MORVANE_ASSERT(indices.Kind == BufferKind::Index && size_t(firstIndex + indexCount) <= indices.Count);
+  Note("DrawIndexed %d %d %d", mode, firstIndex, indexCount);
 }
 
 int cRenderNull::AliveBuffers() const {

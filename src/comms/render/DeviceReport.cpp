@@ -38,6 +38,19 @@ const cList<Feature>& GetFeatures() {
   return features;
 }
 
+// What the back end uses of OpenGL 3.3 and older versions lack.
+const cList<Feature>& GetNeeds() {
+  static const cList<Feature> needs = {{"vertex buffer objects", 15, {"GL_ARB_vertex_buffer_object"}},
+                                       {"float textures", 30, {"GL_ARB_texture_float"}},
+                                       {"frame buffer objects", 30, {"GL_ARB_framebuffer_object"}},
+                                       {"vertex array objects", 30, {"GL_ARB_vertex_array_object"}},
+                                       {"buffer copies", 31, {"GL_ARB_copy_buffer"}},
+                                       {"sampler objects", 33, {"GL_ARB_sampler_objects"}},
+                                       {"shading language 3.30", 33, {}}};
+  return needs;
+}
+constexpr int NeededVersion = 33;
+
 bool IsSupported(const Feature& feature, const DeviceFacts& facts) {
   if (facts.VersionNumber >= feature.CoreSince) return true;
   size_t present = 0;
@@ -57,6 +70,17 @@ cStr MakeDeviceReport(const DeviceFacts& facts) {
   }
   return "               Graphics card and driver info\nVendor: " + facts.Vendor + "\nRenderer: " + facts.Renderer +
          "\nOpenGL Version: " + facts.Version + "\nSupported:\n" + supported + "Unsupported:\n" + unsupported;
+}
+
+cStr DescribeMissingNeeds(const DeviceFacts& facts) {
+  if (facts.IsDesktop && facts.VersionNumber >= NeededVersion) return {};
+  cStr missing;
+  for (const Feature& need : GetNeeds())
+    if (!IsSupported(need, facts)) missing += (missing.empty() ? "" : ", ") + cStr(need.Label);
+  if (!facts.IsDesktop) missing = "desktop OpenGL";
+  return Format("The graphics driver of \"%s\" offers %s %d.%d (\"%s\"); OpenGL %d.%d is needed. Missing: %s.",
+                facts.Renderer.c_str(), facts.IsDesktop ? "OpenGL" : "OpenGL ES", facts.VersionNumber / 10,
+                facts.VersionNumber % 10, facts.Version.c_str(), NeededVersion / 10, NeededVersion % 10, missing.c_str());
 }
 
 }  // namespace comms

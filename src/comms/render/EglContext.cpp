@@ -3,6 +3,8 @@
 #include <epoxy/egl.h>
 #include <iterator>
 
+#include "comms/render/GlDebug.h"
+
 namespace comms {
 
 namespace {
@@ -48,9 +50,15 @@ bool EglContext::Open(void* display, cStr& reason) {
     if (!epoxy_has_egl_extension(display, "EGL_KHR_no_config_context"))
       return reason = "no frame buffer configuration for OpenGL", false;
   }
-  const EGLint contextWanted[] = {
-      EGL_CONTEXT_MAJOR_VERSION_KHR,           3,       EGL_CONTEXT_MINOR_VERSION_KHR, 3, EGL_CONTEXT_OPENGL_PROFILE_MASK_KHR,
-      EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT_KHR, EGL_NONE};
+  const EGLint contextWanted[] = {EGL_CONTEXT_MAJOR_VERSION_KHR,
+                                  3,
+                                  EGL_CONTEXT_MINOR_VERSION_KHR,
+                                  3,
+                                  EGL_CONTEXT_OPENGL_PROFILE_MASK_KHR,
+                                  EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT_KHR,
+                                  EGL_CONTEXT_FLAGS_KHR,
+                                  IsGlDebugWanted() ? EGL_CONTEXT_OPENGL_DEBUG_BIT_KHR : 0,
+                                  EGL_NONE};
   m_Context = eglCreateContext(display, config, EGL_NO_CONTEXT, contextWanted);
   if (!m_Context) return reason = EglFailure("eglCreateContext for OpenGL 3.3"), false;
   if (!epoxy_has_egl_extension(display, "EGL_KHR_surfaceless_context") && config) {

@@ -1,11 +1,12 @@
+// Programs: from files and back, and the list of uniforms of each.
 #include <epoxy/gl.h>
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
 
 #include "comms/Log.h"
 #include "comms/SafeFile.h"
-#include "comms/render/ShaderFile.h"
 #include "comms/render/cRenderGL.h"
 
 namespace comms {
@@ -13,26 +14,63 @@ namespace comms {
 static const char* const AttributeNames[] = {"a_Position", "a_Normal", "a_Color", "a_TexCoord0", "a_TexCoord1", "a_Tangent"};
 static_assert(std::size(AttributeNames) == size_t(VertexUsage::Count));
 
+cStr cRenderGL::ShaderPath(const Shader& shader) const {
+  return JoinPath(m_Options.DataFolder, Format("Shaders/%s.glsl", shader.Name.c_str()));
+}
+
 int cRenderGL::GetShaderID(const cStr& name, const cStr& defines) {
   for (size_t i = 0; i < m_Shaders.size(); i++)
     if (m_Shaders[i].Name == name && m_Shaders[i].Defines == defines) return int(i);
-  m_Shaders.push_back({name, defines, 0, {}, {}});
-  CompileShader(m_Shaders.back());
+  Shader& shader = m_Shaders.emplace_back();
+  shader.Name = name;
+  shader.Defines = defines;
+  if (m_Loaded) CompileShader(shader, true);
   return int(m_Shaders.size()) - 1;
 }
 
 bool cRenderGL::IsShaderSound(int id) const { return size_t(id) < m_Shaders.size() && m_Shaders[size_t(id)].Program != 0; }
 
-void cRenderGL::CompileShader(Shader& shader) {
-  cStr log;
-  shader.Uniforms.clear();
-  shader.Standard.clear();
-  shader.Program = LinkProgram(shader, log);
-  if (shader.Program) {
-    ReadUniforms(shader);
-  } else {
-    RecordFailure(shader, log);
+int cRenderGL::ReloadChangedShaders() {
+  if (!m_Loaded) return 0;
+  int compiled = 0;
+  for (Shader& shader : m_Shaders) {
+    const FileStamp stamp = GetFileStamp(ShaderPath(shader));
+    // Programs that write a file by renaming leave a moment without one.
+    if (stamp == shader.Stamp || !stamp.IsThere()) continue;
+    if (CompileShader(shader, true)) {
+      compiled++;
+    } else if (shader.Program) {
+      LogWarning("The changed shader \"%s\" does not compile; the program of before stays in use.", shader.Name.c_str());
+    }
   }
+  if (compiled) LogInfo("Reloaded %d Shaders.", compiled);
+  return compiled;
+}
+
+// From the file, or from the texts of the last program that linked. The program of before is replaced only by one that links.
+bool cRenderGL::CompileShader(Shader& shader, bool readFile) {
+  cStr log;
+  ShaderFile file = shader.File;
+  const cStr path = ShaderPath(shader);
+  bool read = true;
+  if (readFile) {
+    // Looked at before it is read: a change in between is then seen the next time.
+    shader.Stamp = GetFileStamp(path);
+    cList<uint8_t> bytes;
+    read = ReadWholeFile(path, bytes, log);
+    if (!read) AppendToUnknownShaders("    IRS->GetShaderID(\"" + shader.Name + "\");\n");
+    read = read && SplitShaderFile(cStr(bytes.begin(), bytes.end()), path, file, log);
+  }
+  const unsigned program = read ? LinkProgram(file, shader.Defines, log) : 0;
+  if (!program) {
+    RecordFailure(shader, log);
+    return false;
+  }
+  if (shader.Program) glDeleteProgram(shader.Program);
+  shader.Program = program;
+  shader.File = std::move(file);
+  ReadUniforms(shader);
+  return true;
 }
 
 // Compiles one stage and attaches it; the stage lives on as long as the program.
@@ -54,22 +92,14 @@ static bool CompileStage(GLuint program, GLenum stage, const cStr& source, cStr&
   return done;
 }
 
-unsigned cRenderGL::LinkProgram(const Shader& shader, cStr& log) {
-  const cStr fileName = JoinPath(m_Options.DataFolder, Format("Shaders/%s.glsl", shader.Name.c_str()));
-  cList<uint8_t> bytes;
-  ShaderFile file;
-  if (!ReadWholeFile(fileName, bytes, log)) {
-    AppendToUnknownShaders("    IRS->GetShaderID(\"" + shader.Name + "\");\n");
-    return 0;
-  }
-  if (!SplitShaderFile(cStr(bytes.begin(), bytes.end()), fileName, file, log)) return 0;
-
+unsigned cRenderGL::LinkProgram(const ShaderFile& file, const cStr& defines, cStr& log) const {
+  GlDebug::Attempt attempt(m_Debug);  // what does not compile is the file's error
   const GLuint program = glCreateProgram();
   LogInfo("Compiling VS...");
-  bool done = CompileStage(program, GL_VERTEX_SHADER, MakeShaderSource(file.Vertex, shader.Defines), log);
+  bool done = CompileStage(program, GL_VERTEX_SHADER, MakeShaderSource(file.Vertex, defines), log);
   if (done) {
     LogInfo("Compiling FS...");
-    done = CompileStage(program, GL_FRAGMENT_SHADER, MakeShaderSource(file.Fragment, shader.Defines), log);
+    done = CompileStage(program, GL_FRAGMENT_SHADER, MakeShaderSource(file.Fragment, defines), log);
   }
   if (done) {
     LogInfo("Linking program...");
@@ -95,11 +125,12 @@ static bool IsSampler(GLenum type) {
   return type == GL_SAMPLER_1D || type == GL_SAMPLER_2D || type == GL_SAMPLER_3D || type == GL_SAMPLER_CUBE;
 }
 
+// Reads what a new program declares. Constants and slots of samplers that the program of before had stay as they were.
 void cRenderGL::ReadUniforms(Shader& shader) {
-  glUseProgram(shader.Program);
+  cList<Uniform> before;
+  before.swap(shader.Uniforms);
   GLint count = 0;
   glGetProgramiv(shader.Program, GL_ACTIVE_UNIFORMS, &count);
-  int units = 0;
   for (GLint i = 0; i < count; i++) {
     char name[256];
     GLint size = 0;
@@ -107,17 +138,40 @@ void cRenderGL::ReadUniforms(Shader& shader) {
     glGetActiveUniform(shader.Program, GLuint(i), sizeof name, nullptr, &size, &uniform.Type, name);
     uniform.Location = glGetUniformLocation(shader.Program, name);
     if (uniform.Location < 0) continue;
-    if (IsSampler(uniform.Type)) {
-      uniform.TextureUnit = units++;
-      glUniform1i(uniform.Location, uniform.TextureUnit);
-    }
-    cStr key = name;
-    key.resize(std::min(key.find('['), key.size()));  // arrays are called by their first element
-    shader.Uniforms[key] = uniform;
-    for (int k = 0; k < StandardUniformCount; k++)
-      if (key == StandardUniformNames[k]) shader.Standard.push_back({StandardUniform(k), uniform});
+    uniform.Name = name;
+    uniform.Name.resize(std::min(uniform.Name.find('['), uniform.Name.size()));  // arrays are called by their first element
+    shader.Uniforms.push_back(uniform);
   }
-  glUseProgram(m_CurrentShader >= 0 ? m_Shaders[size_t(m_CurrentShader)].Program : 0);
+  std::sort(shader.Uniforms.begin(), shader.Uniforms.end(), [](const Uniform& a, const Uniform& b) { return a.Name < b.Name; });
+
+  BindProgram(shader.Program);
+  uint32_t usedUnits = 0;
+  for (Uniform& uniform : shader.Uniforms) {
+    const auto old = std::find_if(before.begin(), before.end(),
+                                  [&](const Uniform& u) { return u.Name == uniform.Name && u.Type == uniform.Type; });
+    if (old == before.end()) continue;
+    uniform.TextureUnit = old->TextureUnit;
+    if (uniform.TextureUnit >= 0) usedUnits |= 1u << uniform.TextureUnit;
+    if (old->Count > 0) SetFloats(uniform, old->Values, old->Count);
+  }
+  for (Uniform& uniform : shader.Uniforms) {
+    if (!IsSampler(uniform.Type)) continue;
+    for (int unit = 0; uniform.TextureUnit < 0; unit++)
+      if (!(usedUnits & 1u << unit)) usedUnits |= 1u << (uniform.TextureUnit = unit);
+    glUniform1i(uniform.Location, uniform.TextureUnit);
+  }
+
+  shader.Standard.clear();
+  shader.Fresh = true;
+  for (size_t i = 0; i < shader.Uniforms.size(); i++)
+    for (int k = 0; k < StandardUniformCount; k++)
+      if (shader.Uniforms[i].Name == StandardUniformNames[k]) shader.Standard.push_back({StandardUniform(k), i});
+}
+
+void cRenderGL::BindProgram(unsigned program) {
+  if (program == m_BoundProgram) return;
+  glUseProgram(program);
+  m_BoundProgram = program;
 }
 
 void cRenderGL::RecordFailure(const Shader& shader, const cStr& log) const {
@@ -134,66 +188,6 @@ void cRenderGL::AppendToUnknownShaders(const cStr& text) const {
   const bool written = file && std::fwrite(text.data(), 1, text.size(), file) == text.size();
   const bool closed = file && std::fclose(file) == 0;
   if (!written || !closed) LogWarning("Can't append to \"%s\".", path.c_str());
-}
-
-// --- constants ---------------------------------------------------------------------------------------------------------------
-
-void cRenderGL::SetShader(int id) {
-  if (size_t(id) >= m_Shaders.size()) return;
-  m_CurrentShader = id;
-  glUseProgram(m_Shaders[size_t(id)].Program);
-}
-
-void cRenderGL::SetFloats(const Uniform& uniform, const float* values, int count) {
-  float full[16] = {};
-  std::memcpy(full, values, size_t(count) * sizeof(float));
-  switch (uniform.Type) {
-    case GL_FLOAT:
-      glUniform1fv(uniform.Location, 1, full);
-      break;
-    case GL_FLOAT_VEC2:
-      glUniform2fv(uniform.Location, 1, full);
-      break;
-    case GL_FLOAT_VEC3:
-      glUniform3fv(uniform.Location, 1, full);
-      break;
-    case GL_FLOAT_VEC4:
-      glUniform4fv(uniform.Location, 1, full);
-      break;
-    case GL_FLOAT_MAT4:
-      glUniformMatrix4fv(uniform.Location, 1, GL_FALSE, full);
-      break;
-    case GL_FLOAT_MAT3: {
-      const float upper[9] = {full[0], full[1], full[2], full[4], full[5], full[6], full[8], full[9], full[10]};
-      glUniformMatrix3fv(uniform.Location, 1, GL_FALSE, upper);
-      break;
-    }
-    case GL_INT:
-    case GL_BOOL:
-      glUniform1i(uniform.Location, int(full[0]));
-      break;
-    default:
-      break;
-  }
-}
-
-void cRenderGL::SetNamed(const char* name, const float* values, int count) {
-  if (size_t(m_CurrentShader) >= m_Shaders.size()) return;
-  const auto& uniforms = m_Shaders[size_t(m_CurrentShader)].Uniforms;
-  const auto found = uniforms.find(std::string_view(name));
-  if (found != uniforms.end()) SetFloats(found->second, values, count);
-}
-void cRenderGL::SetConstant(const char* name, float value) { SetNamed(name, &value, 1); }
-void cRenderGL::SetConstant(const char* name, const cVec2& value) { SetNamed(name, &value.x, 2); }
-void cRenderGL::SetConstant(const char* name, const cVec3& value) { SetNamed(name, &value.x, 3); }
-void cRenderGL::SetConstant(const char* name, const cVec4& value) { SetNamed(name, &value.x, 4); }
-void cRenderGL::SetConstant(const char* name, const cMat4& value) { SetNamed(name, value.m[0], 16); }
-
-int cRenderGL::GetTextureParam(const char* name) {
-  if (size_t(m_CurrentShader) >= m_Shaders.size()) return -1;
-  const auto& uniforms = m_Shaders[size_t(m_CurrentShader)].Uniforms;
-  const auto found = uniforms.find(std::string_view(name));
-  return found == uniforms.end() ? -1 : found->second.TextureUnit;
 }
 
 }  // namespace comms

@@ -1,6 +1,7 @@
 #include "comms/render/ShaderFile.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <utility>
 
 namespace comms {
@@ -45,6 +46,27 @@ cStr MakeShaderSource(const ShaderPart& part, const cStr& defines) {
   cStr source = "#version 330 core\n#define saturate(x) clamp(x, 0.0, 1.0)\n#define lerp mix\n" + defines;
   if (source.back() != '\n') source += '\n';
   return source + Format("#line %d\n", part.Line) + part.Text;
+}
+
+cList<cStr> SplitCacheList(std::string_view text) {
+  static constexpr std::string_view separators = " ,;\t\r\n";
+  cList<cStr> names;
+  for (size_t at = text.find_first_not_of(separators); at != text.npos; at = text.find_first_not_of(separators, at)) {
+    const size_t end = std::min(text.find_first_of(separators, at), text.size());
+    const std::string_view name = text.substr(at, end - at);
+    if (name != "NULL") names.emplace_back(name);
+    at = end;
+  }
+  return names;
+}
+
+FileStamp GetFileStamp(const cStr& path) {
+  std::error_code error;
+  const auto time = std::filesystem::last_write_time(path, error);
+  if (error) return {};
+  const auto bytes = std::filesystem::file_size(path, error);
+  if (error) return {};
+  return {int64_t(time.time_since_epoch().count()), int64_t(bytes)};
 }
 
 }  // namespace comms

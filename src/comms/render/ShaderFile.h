@@ -1,5 +1,7 @@
 #pragma once
 // Shader files: both sources of a program in one text, and the preamble that makes one file serve many variants.
+#include <cstdint>
+
 #include "comms/Str.h"
 
 namespace comms {
@@ -19,5 +21,17 @@ bool SplitShaderFile(const cStr& text, const cStr& fileName, ShaderFile& file, c
 
 /// What the compiler gets: version, helpers, `defines` (one a line), and the part under the line numbers of its file.
 cStr MakeShaderSource(const ShaderPart& part, const cStr& defines);
+
+/// Names of a list of shaders to compile at start: separated by " ,;\t" and line ends. "NULL" stands for no shader and is left
+/// out.
+cList<cStr> SplitCacheList(std::string_view text);
+
+/// Tells whether a file changed.
+struct FileStamp {
+  int64_t Time = 0, Bytes = -1;
+  bool IsThere() const { return Bytes >= 0; }
+  friend bool operator==(const FileStamp&, const FileStamp&) = default;
+};
+FileStamp GetFileStamp(const cStr& path);
 
 }  // namespace comms
