@@ -44,7 +44,7 @@ class PolylineMaker {
     if (width < 1) {  // thinner than a pixel: as wide as one, and paler
       m_Form.ExtentX = 0.5f;
       m_Reach = 1.25f;
-      const uint32_t alpha = uint32_t(float(color >> 24) * width + 0.5f);
+      const uint32_t alpha = uint32_t(std::lround(float(color >> 24) * width));
       m_Form.Color = ToVertexColor((color & 0xFFFFFF) | alpha << 24);
     }
   }

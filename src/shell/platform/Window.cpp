@@ -305,7 +305,7 @@ void Window::StopTextInput() { SDL_StopTextInput(); }
 
 std::string Window::GetClipboard() const {
   char* text = SDL_GetClipboardText();
-  const std::string result = text ? text : "";
+  std::string result = text ? text : "";
   SDL_free(text);
   return result;
 }
