@@ -11,12 +11,13 @@ namespace {
 constexpr int Width = 1600, Height = 1000;
 constexpr double SamplesPerSec = 500, FramesPerSec = 60, StrokeSeconds = 2;
 constexpr float RadiusVoxels = 32;
+constexpr double Rounds = 4;  // of the stroke: a hand so fast that no sample is closer to the last one than the spacing
 
-// The sample of time `t`: round the middle of the view, once in the time of the stroke, with a pressure that comes and goes.
+// The sample of time `t`: round the middle of the view, with a pressure that comes and goes.
 void SendSample(bench::WindowRig& rig, InputKind kind, double t) {
   const cRect view = rig.Form->ViewRect();
-  const double angle = t / StrokeSeconds * 2 * 3.14159265;
-  const double reach = 0.27 * double(view.H);
+  const double angle = t / StrokeSeconds * Rounds * 2 * 3.14159265;
+  const double reach = 0.2 * double(view.H);
   rig.Send(kind, float(view.X + view.W / 2 + reach * std::cos(angle)), float(view.Y + view.H / 2 + reach * std::sin(angle)),
            kind == InputKind::PointerMove ? MouseButton::None : MouseButton::Left, 0.7f + 0.3f * float(std::sin(5 * angle)));
 }

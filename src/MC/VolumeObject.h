@@ -24,9 +24,13 @@
 #include "comms/BaseMesh.h"
 #include "comms/Vec.h"
 
-/// Drawable mesh of one 6 x 6 x 6 group of cells.
+/// Cells along each edge of a render group.
+inline constexpr int GroupSize = 6;
+
+/// Drawable mesh of one group of cells.
 struct RenderGroup {
   std::unique_ptr<comms::BaseMesh> Mesh;
+  std::unique_ptr<comms::BaseMesh> Coarse;  ///< the same with fewer triangles, by whoever draws; null until it is wanted
   VolumeBox Box;
   ::ScreenRect ScreenRect;
   int LastFrame = 0;

@@ -14,7 +14,6 @@ using comms::VertexUsage;
 
 namespace {
 
-constexpr int GroupSize = 6;
 constexpr int NeverUsed = 1234;  // a new group counts as unused for this many frames
 
 const VertexLayout& CellVertexLayout() {

@@ -11,8 +11,11 @@ class ComboBox : public TextMenu {
   /// An _index brings its enumerator along.
   explicit ComboBox(const ValueBinding& value) : Value(value), Entries(static_cast<Enumerator*>(value.Extra)) {}
   void Draw(Canvas& canvas) override;
+  // The field is a plain row; a menu is only what it drops.
+  // NOLINTBEGIN(bugprone-parent-virtual-call)
   void Arrange(const cRect& rect, Canvas& canvas) override { BaseWidget::Arrange(rect, canvas); }
   float HeightFor(float width, Canvas& canvas) const override { return BaseWidget::HeightFor(width, canvas); }
+  // NOLINTEND(bugprone-parent-virtual-call)
   float WidthFor(Canvas&) const override { return 0; }
   cRect PlaceIn(const cRect&, Canvas&) override { return Rect; }
   bool OnMouse(const InputEvent& event) override;

@@ -149,9 +149,10 @@ struct PanelWidget::RowState {
       BaseWidget& child = *rows.Children[i];
       const auto* row = dynamic_cast<PanelRow*>(&child);
       std::string name = row ? row->Place().FullName : child.GetText();
-      name += "#" + std::to_string(seen[name]++);
-      visit(child, path + "/" + name);
-      if (!row) ForEach(child, path + "/" + name, visit);
+      const int number = seen[name]++;
+      name.insert(0, path + "/").append("#").append(std::to_string(number));
+      visit(child, name);
+      if (!row) ForEach(child, name, visit);
     }
   }
 };

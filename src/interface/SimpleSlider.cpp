@@ -105,8 +105,11 @@ void SimpleSlider::Draw(Canvas& canvas) {
   const cRect inside = Rect.Shrunk(border);
   const uint32_t fill =
       !enabled ? MixColor(theme.Field, theme.Panel, 0.9f) : MixColor(theme.Field, theme.Accent, hot ? 0.62f : 0.5f);
-  if (part > 0 && !ReadOnly) {
-    canvas.PushClip({inside.X, inside.Y, std::ceil(inside.W * part), inside.H});
+  // From zero where the range has it inside: what cuts and what builds up are told apart at a glance.
+  const float zero = Range.MinValue < 0 && Range.MaxValue > 0 ? float(Scale().ToPart(0)) : 0;
+  if (part != zero && !ReadOnly) {
+    const float from = std::floor(inside.W * std::min(zero, part)), to = std::ceil(inside.W * std::max(zero, part));
+    canvas.PushClip({inside.X + from, inside.Y, to - from, inside.H});
     canvas.FillRoundRect(inside, canvas.Px(Measures::Radius) - border, fill);
     canvas.PopClip();
   }

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr double HintDelaySec = 0.6;
 
 int IndexOf(const BaseWidget& parent, const BaseWidget* child) {
   for (int32_t i = 0; i < parent.Children.Count; i++)
@@ -42,6 +41,7 @@ BaseWidget& cWidgets::Layer(int layer) {
 }
 
 void cWidgets::SetSize(int width, int height, float scale) {
+  if (width == m_Width && height == m_Height && scale == m_Scale) return;
   m_Width = width;
   m_Height = height;
   m_Scale = scale;
@@ -189,7 +189,7 @@ void cWidgets::DrawLayer(int layer) {
   BaseWidget& root = Layer(layer);
   for (int32_t i = 0; i < root.Children.Count; i++) {
     BaseWidget* child = root.Children[i];
-    if (child == blocking) m_Canvas.FillRect(m_Canvas.Screen(), WithAlpha(GetTheme().Shadow, 0.45f));
+    if (blocking && child == blocking) m_Canvas.FillRect(m_Canvas.Screen(), WithAlpha(GetTheme().Shadow, 0.45f));
     child->DrawTree(m_Canvas);
   }
   if (layer != LayerModal) return;
@@ -199,14 +199,14 @@ void cWidgets::DrawLayer(int layer) {
 }
 
 void cWidgets::DrawHint() {
-  if (!m_Hot || m_Captured || m_Dragged || m_HintHidden || m_ButtonsDown) return;
+  if (!ShowHints || !m_Hot || m_Captured || m_Dragged || m_HintHidden || m_ButtonsDown) return;
   std::string text;
   for (const BaseWidget* widget = m_Hot; widget && text.empty(); widget = widget->Owner)
     text = widget->GetHintText(m_PointerX, m_PointerY);
   if (text.empty()) return;
   const double waited = m_TimeSec - m_HotSince;
-  if (waited < HintDelaySec) {
-    WantFrameIn(HintDelaySec - waited);
+  if (waited < HintDelay) {
+    WantFrameIn(HintDelay - waited);
     return;
   }
   const Theme& theme = GetTheme();

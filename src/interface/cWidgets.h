@@ -23,9 +23,11 @@ class cWidgets {
   Canvas& GetCanvas() const { return m_Canvas; }
   /// Root of a layer; covers the window. Its children are the layer's widgets.
   BaseWidget& Layer(int layer);
-  /// Size of the window in pixels and scale of the interface; everything is arranged anew.
+  /// Size of the window in pixels and scale of the interface. A change closes menus and arranges everything anew.
   void SetSize(int width, int height, float scale);
   float Scale() const { return m_Scale; }
+  bool ShowHints = true;
+  double HintDelay = 0.6;  ///< seconds for which the pointer rests before a hint appears
   /// Asks for a new arrangement before the next drawing.
   void RequestArrange() { m_ArrangeWanted = true; }
   void ArrangeIfWanted();

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "ClassEngine/ValueTypes.h"
+#include "MC/room/CoarseMesh.h"
 #include "MC/room/GroundShadow.h"
 #include "MC/room/SceneMaterials.h"
 #include "comms/render/ScenePasses.h"
@@ -121,6 +122,7 @@ struct SceneView::State {
   };
   cRender* Render = nullptr;
   std::weak_ptr<void> RenderAlive;
+  int Generation = 0;
   comms::ScenePasses Passes;
   std::vector<Item> Visible;
   std::unordered_map<const VolumeObject*, CoordHash<uint8_t>> Seen;  // groups that have been on the device
@@ -131,6 +133,9 @@ struct SceneView::State {
   int ShadowTexture = -1;
   bool ShadowStale = true;
   size_t GroupCount = 0;
+  cMat4 LastView;
+  bool ViewMoves = false;     // and nothing else does
+  bool GroupChanged = false;  // one that was on the device before this frame
   float Ground = 0;
 
   ~State() { ReleaseTextures(); }
@@ -139,9 +144,10 @@ struct SceneView::State {
   void Refresh(VoxelScene& scene);
   void Collect(VoxelScene& scene, const SceneFrame& frame, Statistics& statistics);
   void Upload(size_t budget, Statistics& statistics);
+  bool PrepareCoarse(const SceneFrame& frame, const SceneViewOptions& options, int64_t budget, const Statistics& statistics);
   comms::ScenePassOptions MakePasses(const SceneFrame& frame, const SceneViewOptions& options) const;
   void SetMaterial(const SceneViewOptions& options);
-  void DrawGroups(bool solid);
+  void DrawGroups(bool solid, bool coarse);
   void DrawGround(VoxelScene& scene, const SceneFrame& frame, const SceneViewOptions& options);
   void DrawSquare();
 };
@@ -157,16 +163,22 @@ void SceneView::State::ReleaseTextures() {
   ShadowStale = true;
 }
 
-// What was on another device is gone: those groups are built anew, since their staged data went when it was uploaded.
+// What was on another device, or what this one lost, is gone: those groups are built anew, since their staged data went when it
+// was uploaded.
 void SceneView::State::AttachTo(cRender& render, VoxelScene& scene) {
-  if (Render == &render && !RenderAlive.expired()) return;
-  ReleaseTextures();
-  Render = &render;
-  RenderAlive = render.Alive();
-  Seen.clear();
+  const bool known = Render == &render && !RenderAlive.expired();
+  if (known && Generation == render.Generation()) return;
+  Generation = render.Generation();
+  if (!known) {
+    ReleaseTextures();
+    Render = &render;
+    RenderAlive = render.Alive();
+    Seen.clear();
+  }
   for (const auto& volume : scene.Volumes())
     volume->RenderGroups.ForEach([&](const CoordInt3& key, const RenderGroup& group) {
-      if (!group.Mesh->StagedVertices) volume->DirtyGroups.Set(key, 1);
+      const bool kept = known && render.HasBuffer(group.Mesh->VertexBuffer);
+      if (!group.Mesh->StagedVertices && !kept) volume->DirtyGroups.Set(key, 1);
     });
 }
 
@@ -206,6 +218,7 @@ void SceneView::State::Collect(VoxelScene& scene, const SceneFrame& frame, Stati
 
 void SceneView::State::Upload(size_t budget, Statistics& statistics) {
   size_t used = 0;
+  GroupChanged = false;
   const auto drawable = [&](const Item& item) {
     comms::BaseMesh& mesh = *item.Group->Mesh;
     if (mesh.HasBuffers()) return true;
@@ -216,7 +229,10 @@ void SceneView::State::Upload(size_t budget, Statistics& statistics) {
       return false;
     }
     mesh.Flush(Render);
-    if (!seen.Contains(item.Key)) used += bytes;
+    if (seen.Contains(item.Key))
+      GroupChanged = true;
+    else
+      used += bytes;
     seen.Set(item.Key, uint8_t(1));
     ShadowStale = true;
     statistics.Uploads++;
@@ -225,7 +241,24 @@ void SceneView::State::Upload(size_t budget, Statistics& statistics) {
   };
   Visible.erase(std::remove_if(Visible.begin(), Visible.end(), [&](const Item& item) { return !drawable(item); }), Visible.end());
   statistics.VisibleGroups = int(Visible.size());
-  for (const Item& item : Visible) statistics.Triangles += item.Group->Mesh->NumIndices / 3;
+}
+
+// Whether all that is visible can be drawn coarse: next to each other coarse and full groups would gape. Missing meshes are made,
+// the nearest ones first, as many as a frame bears.
+bool SceneView::State::PrepareCoarse(const SceneFrame& frame, const SceneViewOptions& options, int64_t budget,
+                                     const Statistics& statistics) {
+  const cMat4 view = frame.Camera.View * frame.Camera.Projection;
+  const bool turned = !(view == LastView);
+  LastView = view;
+  ViewMoves = frame.Moving && !GroupChanged && (turned || ViewMoves);
+  if (!ViewMoves || options.Quality != SceneQuality::Fast || statistics.WaitingUploads > 0) return false;
+  for (const Item& item : Visible) {
+    if (item.Group->Coarse) continue;
+    if (budget <= 0) return false;
+    item.Group->Coarse = MakeCoarseMesh(*item.Volume, item.Key);
+    budget -= item.Group->Mesh->NumIndices / 3;
+  }
+  return true;
 }
 
 comms::ScenePassOptions SceneView::State::MakePasses(const SceneFrame& frame, const SceneViewOptions& options) const {
@@ -280,7 +313,7 @@ void SceneView::State::SetMaterial(const SceneViewOptions& options) {
 }
 
 // The surface of a volume is closed: its far side is left out, unless the eye may be within.
-void SceneView::State::DrawGroups(bool solid) {
+void SceneView::State::DrawGroups(bool solid, bool coarse) {
   const VolumeObject* volume = nullptr;
   for (const Item& item : Visible) {
     if (item.Volume != volume) {
@@ -289,7 +322,7 @@ void SceneView::State::DrawGroups(bool solid) {
       if (solid) Passes.SetSolid(EyeInside ? comms::CullMode::None : mirrored ? comms::CullMode::Front : comms::CullMode::Back);
     }
     volume = item.Volume;
-    item.Group->Mesh->Draw(Render);
+    (coarse ? item.Group->Coarse : item.Group->Mesh)->Draw(Render);
   }
   Render->State.World = {};
 }
@@ -352,20 +385,23 @@ void SceneView::Draw(cRender& render, VoxelScene& scene, const SceneFrame& frame
   m_State->Refresh(scene);
   m_State->Collect(scene, frame, m_Statistics);
   m_State->Upload(UploadBudget, m_Statistics);
+  const bool coarse = m_Statistics.Coarse = m_State->PrepareCoarse(frame, options, CoarseBudget, m_Statistics);
+  for (const State::Item& item : m_State->Visible)
+    m_Statistics.Triangles += (coarse ? item.Group->Coarse : item.Group->Mesh)->NumIndices / 3;
 
   render.State.World = {};
   render.State.View = frame.Camera.View;
   render.State.Projection = frame.Camera.Projection;
   if (!m_State->Passes.Begin(render, m_State->MakePasses(frame, options))) return;
   m_State->SetMaterial(options);
-  m_State->DrawGroups(true);
+  m_State->DrawGroups(true, coarse);
   m_State->Passes.BeginTranslucent();
   m_State->DrawGround(scene, frame, options);
   if (options.Wireframe) {
     m_State->Passes.SetWire();
     render.SetShader(render.GetShaderID("Matcap", "#define WIRE"));
     render.SetConstant("c_Wire", comms::cVec4{0, 0, 0, 0.45f});
-    m_State->DrawGroups(false);
+    m_State->DrawGroups(false, coarse);
   }
   m_State->Passes.Finish();
 }

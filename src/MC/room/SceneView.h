@@ -71,7 +71,8 @@ class SceneView {
  public:
   struct Statistics {
     int Groups = 0, VisibleGroups = 0, Uploads = 0, WaitingUploads = 0;
-    int64_t Triangles = 0, UploadedBytes = 0;
+    int64_t Triangles = 0, UploadedBytes = 0;  ///< triangles that were drawn
+    bool Coarse = false;                       ///< the groups were drawn with fewer triangles
   };
 
   SceneView();
@@ -83,6 +84,9 @@ class SceneView {
   /// refreshed first. New groups reach the device at most UploadBudget bytes a frame, the nearest ones first; groups that were
   /// seen before and have changed do so at once, so that a stroke leaves no holes. Cost without changes: a few comparisons for
   /// each group and a draw call for each visible one; no memory in proportion to them.
+  ///
+  /// At Fast quality, on machines that pay for every triangle, a view that moves shows coarser meshes, see CoarseMesh.h, made
+  /// within CoarseBudget as they are wanted. A stroke, and a view that stands, show everything.
   void Draw(comms::cRender& render, VoxelScene& scene, const SceneFrame& frame, const SceneViewOptions& options);
   /// Whether another frame would show more: uploads wait.
   bool NeedsAnotherFrame() const { return m_Statistics.WaitingUploads > 0; }
@@ -90,6 +94,7 @@ class SceneView {
   const Statistics& LastStatistics() const { return m_Statistics; }
 
   size_t UploadBudget = size_t(48) << 20;  ///< bytes a frame
+  int64_t CoarseBudget = 400000;           ///< triangles a frame that coarser meshes are made from
 
  private:
   struct State;

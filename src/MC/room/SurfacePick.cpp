@@ -46,11 +46,12 @@ class DensityRay {
         outside = at = leave;
         continue;
       }
-      for (; at < leave; at = std::min(at + Step, leave)) {
+      while (at < leave) {
         const bool inside = IsInside(at);
         if (inside && !wasInside) return hit = Halve(outside, at), true;
         wasInside = inside;
         outside = at;
+        at = std::min(at + Step, leave);
       }
     }
     return false;

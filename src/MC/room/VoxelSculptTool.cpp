@@ -7,6 +7,7 @@
 #include "ClassEngine/ValueTypes.h"
 #include "MC/room/RoomHelpers.h"
 #include "comms/Str.h"
+#include "interface/Language.h"
 
 using comms::cVec3;
 
@@ -33,6 +34,14 @@ DECLARE_MEMBERS(VoxelSculptTool) {
   Member<CtrlFSlider>("PressureCurve", PressureCurve, {0.25f, 4, 1})
       .Hint("Below 1 a light hand is enough; above 1 it takes a heavy one");
   Member<_str>("StampVolume", StampVolume).Hint("Volume that Stamp presses in");
+}
+
+/// Digits in groups of three, apart as the language writes them.
+static std::string PrintGrouped(int64_t number) {
+  std::string text = std::to_string(number);
+  const std::string& mark = GetText("THOUSANDS_SEPARATOR");
+  for (ptrdiff_t at = ptrdiff_t(text.size()) - 3; at > (number < 0 ? 1 : 0); at -= 3) text.insert(size_t(at), mark);
+  return text;
 }
 
 VoxelSculptTool::VoxelSculptTool() { IsRoomTool = true; }
@@ -251,13 +260,17 @@ void VoxelSculptTool::OnNewScene() {
 
 std::string VoxelSculptTool::GetWorkHint() {
   if (CurrentToolId == VoxelBrush::Stamp && (!m_Scene || !m_Scene->Find(StampVolume.ToString())))
-    return "Stamp needs a second volume: name it in StampVolume";
-  if (m_Adjusting == Adjusting::Smoothness) return comms::Format("Smoothness %.2f", double(Smoothness));
+    return GetText("WORKHINT_STAMP");
+  const std::string depth = comms::Format("%s %.2f", GetText("Depth").c_str(), double(Depth));
+  if (m_Adjusting == Adjusting::Smoothness) return comms::Format("%s %.2f", GetText("Smoothness").c_str(), double(Smoothness));
+  if (m_Adjusting == Adjusting::RadiusDepth && FixedSize)
+    return comms::Format("%s %.4g   %s", GetText("SceneRadius").c_str(), double(SceneRadius), depth.c_str());
   if (m_Adjusting == Adjusting::RadiusDepth)
-    return FixedSize ? comms::Format("Radius %.4g   Depth %.2f", double(SceneRadius), double(Depth))
-                     : comms::Format("Radius %.0f px   Depth %.2f", double(Radius), double(Depth));
-  if (m_Stroking) return comms::Format("%d cells changed   Esc takes the stroke back", ChangedCells());
-  return "Ctrl cuts   [ ] radius   right drag or B: radius and depth   Shift+right drag: smoothness";
+    return comms::Format("%s %.0f px   %s", GetText("Radius").c_str(), double(Radius), depth.c_str());
+  if (m_Stroking)
+    return comms::Format("%s %s   %s", GetText("CHANGED_CELLS").c_str(), PrintGrouped(ChangedCells()).c_str(),
+                         GetText("WORKHINT_STROKE").c_str());
+  return GetText("WORKHINT_SCULPT");
 }
 
 int32_t VoxelSculptTool::ChangedCells() const { return m_Report.ChangedCells + (m_Run ? m_Run->Report().Apply.ChangedCells : 0); }
@@ -272,6 +285,6 @@ void VoxelSculptTool::GetStatusText(std::string& out) {
       all += own;
       if (volume.get() == CurrentVolume()) triangles = own;
     }
-  out = comms::Format("CurrObjTriangles %lld   OverallTriangles %lld", static_cast<long long>(triangles),
-                      static_cast<long long>(all));
+  out = comms::Format("%s: %s   %s: %s", GetText("CurrObjTriangles").c_str(), PrintGrouped(triangles).c_str(),
+                      GetText("OverallTriangles").c_str(), PrintGrouped(all).c_str());
 }

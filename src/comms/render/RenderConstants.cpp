@@ -133,7 +133,8 @@ unsigned PartsOf(StandardUniform uniform) {
 
 template <class T>
 unsigned Differs(const T& a, const T& b, unsigned part) {
-  return std::memcmp(&a, &b, sizeof(T)) ? part : 0;
+  // Byte by byte: what is not a number must not look changed for ever, and -0 must not pass for 0.
+  return std::memcmp(&a, &b, sizeof(T)) ? part : 0;  // NOLINT(bugprone-suspicious-memory-comparison)
 }
 unsigned FindChanges(const RenderState& a, const RenderState& b) {
   unsigned parts = Differs(a.World, b.World, World) | Differs(a.View, b.View, View) |

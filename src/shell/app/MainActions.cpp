@@ -96,7 +96,8 @@ void MainForm::AddViewActions() {
   }));
   const auto addScale = [this](const char* name, const char* key, float step) {
     m_Actions.Add(MakeAction(name, "Zoom", {key}, [this, step] {
-      const float now = m_Parts.Widgets.Scale();
+      // What is wanted counts, before the frame that shows it: two presses are two steps.
+      const float now = m_Parts.Options.InterfaceScale > 0 ? m_Parts.Options.InterfaceScale : m_Parts.Widgets.Scale();
       m_Parts.Options.InterfaceScale = step == 0 ? 0 : std::clamp(now + step, 0.75f, 3.0f);
       m_Host.ApplyOptions();
     }));

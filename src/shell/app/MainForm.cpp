@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 #include "comms/Log.h"
 #include "comms/Str.h"
@@ -18,6 +19,11 @@ using comms::Format;
 static constexpr double SaySeconds = 6;
 /// Seconds after the last move of the view for which it counts as moving.
 static constexpr double SettleSeconds = 0.15;
+/// How far around the scene its ground is seen, in diagonals of the scene; and the nearest that is seen then, as a part of the
+/// farthest.
+static constexpr float GroundReach = 3, LeastNearShare = 0.01f;
+/// Where the eye of a new window stands: from three quarters and a little above. Degrees; 0: in front.
+static constexpr float StartAzimuth = 35, StartElevation = 16;
 
 MainForm::MainForm(const Parts& parts, FormHost host)
     : m_Parts(parts), m_Host(std::move(host)), m_ToolInput(m_Navi), m_VoxelTool(CreateTool<VoxelSculptTool>()) {
@@ -67,7 +73,15 @@ MainForm::~MainForm() {
 void MainForm::Open() {
   EnterPage(0);
   BuildMenus();
-  FrameScene();
+  Arrange();
+  const float azimuth = StartAzimuth * std::numbers::pi_v<float> / 180,
+              elevation = StartElevation * std::numbers::pi_v<float> / 180;
+  Camera camera;
+  camera.Position =
+      comms::cVec3{std::sin(azimuth) * std::cos(elevation), std::sin(elevation), std::cos(azimuth) * std::cos(elevation)} * 5;
+  m_Navi.SetCamera(camera);
+  m_Followed = camera;
+  FollowScene();
 }
 
 void MainForm::Store() {
@@ -115,7 +129,15 @@ void MainForm::BeginFrame(double timeSec) {
 
 void MainForm::RunTool(double timeSec) {
   m_Navi.Process(timeSec);
-  m_Navi.FitDepth(GetSceneBox());
+  FitDepth();
+  // The work view hears of the pointer only while it is over it, or holds it.
+  const BaseWidget *hot = m_Parts.Widgets.Hot(), *captured = m_Parts.Widgets.Captured();
+  if ((captured ? captured : hot) != m_SceneWidget) {
+    InputEvent leave;
+    leave.Kind = InputKind::PointerLeave;
+    leave.Modifiers = m_Parts.Widgets.Modifiers();
+    GetCurrentTool().ProcessInput(leave);
+  }
   m_VoxelTool.SetView(GetSceneCamera(), GetSceneViewport());
   GetCurrentTool().Process(timeSec);
   UpdateStatus();
@@ -168,6 +190,13 @@ bool MainForm::OnUnhandled(const InputEvent& event) {
   return (event.Kind == InputKind::KeyDown || event.Kind == InputKind::KeyUp) && GetCurrentTool().ProcessInput(event);
 }
 
+bool MainForm::OnAnywhere(const InputEvent& event) {
+  if (event.Kind != InputKind::KeyDown || event.IsRepeat) return false;
+  const OneHotKey* key = m_HotKeys.Find(GetKeyCombo(event));
+  if (!key || key->Command.View() != "StoreScreenshot") return false;
+  return m_Actions.Run("StoreScreenshot");
+}
+
 bool MainForm::OpenFile(const std::string& path, std::string& error) {
   for (const auto& [name, words] : {std::pair{"ImportMesh", std::vector<BatchArgument>{{"File", path}}},
                                     std::pair{"Voxelize", std::vector<BatchArgument>{{"Resolution", "256"}}}}) {
@@ -216,8 +245,31 @@ void MainForm::FrameScene() {
   m_Navi.Frame(box);
 }
 
+void MainForm::FollowScene() {
+  if (!(m_Navi.View.Position == m_Followed.Position && m_Navi.View.Target == m_Followed.Target)) return;
+  const bool smooth = std::exchange(m_Navi.Settings.SmoothViews, false);
+  FrameScene();
+  m_Navi.Settings.SmoothViews = smooth;
+  // A sculpture fills less of the view than the corners of its box do.
+  Camera camera = m_Navi.View;
+  camera.Position = camera.Target + (camera.Position - camera.Target) * 0.84f;
+  m_Navi.SetCamera(camera);
+  m_Followed = m_Navi.View;
+}
+
 bool MainForm::WantsFrame() {
   return m_VoxelTool.TakeRedraw() || m_View.NeedsAnotherFrame() || m_Navi.IsInTransition() || m_VoxelTool.IsStroking();
+}
+
+// The net of lines goes on in front of the scene and behind it; the eye's own scale of depth serves what is worked on first.
+void MainForm::FitDepth() {
+  const SceneBox box = GetSceneBox();
+  m_Navi.FitDepth(box);
+  if (!m_Parts.Settings.ShowGrid) return;
+  Camera& camera = m_Navi.View;
+  const float around = GroundReach * std::max(box.Diagonal(), 2.0f);
+  camera.Far += around;
+  camera.Near = camera.Orthographic ? camera.Near - around : std::min(camera.Near, LeastNearShare * camera.Far);
 }
 
 SceneCamera MainForm::GetSceneCamera() const { return {m_Navi.View.ViewMatrix(), m_Navi.View.ProjectionMatrix(m_Navi.Aspect())}; }

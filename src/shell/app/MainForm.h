@@ -65,12 +65,16 @@ class MainForm {
   void DrawOverlay(Canvas& canvas);
   /// Keys that no widget wanted, and dropped files.
   bool OnUnhandled(const InputEvent& event);
+  /// The key of the screenshot, which works over menus and boxes too. True: taken, no widget is to hear of it.
+  bool OnAnywhere(const InputEvent& event);
   /// Opens a mesh file: imported and voxelised. False with one sentence in `error`.
   bool OpenFile(const std::string& path, std::string& error);
   /// Says something in the status line for some seconds.
   void Say(const std::string& text, bool warning = false);
   /// Looks at the whole scene.
   void FrameScene();
+  /// Goes on looking at the whole scene while it grows, without a transition, until the person has moved the view.
+  void FollowScene();
 
   /// Whether the next frame would differ from the last one.
   bool WantsFrame();
@@ -111,6 +115,7 @@ class MainForm {
   SceneCamera GetSceneCamera() const;
   SceneViewport GetSceneViewport() const;
   SceneBox GetSceneBox() const;
+  void FitDepth();
   void UpdateStatus();
   void OpenMeshDialog();
   void ExportDialog();
@@ -134,6 +139,7 @@ class MainForm {
   bool m_SaidWarning = false;
   double m_SaidUntil = 0, m_TimeSec = 0, m_ViewMovedAt = -1;
   comms::cMat4 m_LastView;
+  Camera m_Followed;  // as FollowScene left it
   int m_MenuHash = 0;
   bool m_RebuildWanted = false;
 };

@@ -58,7 +58,7 @@ bool MainLoop::cWinMain_OneIterationOfMessageLoop(WindowMessage& message, bool p
 void MainLoop::TakeMessage(WindowMessage message, const InputEvent& event) {
   switch (message) {
     case WindowMessage::Input:
-      m_Widgets.Queue(event);
+      if (!m_Form.OnAnywhere(event)) m_Widgets.Queue(event);
       break;
     case WindowMessage::Close:
       if (!MayClose || MayClose()) m_Quitting = true;

@@ -16,7 +16,7 @@ void MainForm::AddPanels() {
                           float height) {
     m_Docks->Add({key, icon, [this, make] { return (this->*make)(); }, side, width, height});
   };
-  add("ToolsPanel", "Brush", &MainForm::MakeToolsPanel, DockSide::Left, 132, 500);
+  add("ToolsPanel", "Brush", &MainForm::MakeToolsPanel, DockSide::Left, 148, 500);
   add("ToolParamsPanel", "Settings", &MainForm::MakeToolParams, DockSide::Right, 264, 420);
   add("VoxTreePanel", "Layers", &MainForm::MakeVoxTree, DockSide::Right, 264, 180);
   add("ViewPanel", "Visible", &MainForm::MakeViewPanel, DockSide::Right, 264, 260);

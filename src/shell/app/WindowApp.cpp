@@ -3,6 +3,7 @@
 #include <oneapi/tbb/task_scheduler_observer.h>
 #include <sched.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -29,6 +30,7 @@
 #include "shell/core/WindowPlacement.h"
 #include "shell/platform/CrashHandler.h"
 #include "shell/platform/InstanceLock.h"
+#include "shell/platform/Machine.h"
 #include "shell/platform/ThemePreference.h"
 
 namespace {
@@ -82,6 +84,40 @@ class MainThreadMask : public tbb::task_scheduler_observer {
   cpu_set_t m_Old;
 };
 
+/// Asks the desktop whether it is dark or light in a thread of its own: its command may take half a second, and no frame waits
+/// for it. Until it has answered the last answer holds.
+class DesktopTheme {
+ public:
+  ~DesktopTheme() { Wait(); }
+  /// Before the window goes, which is woken by an answer.
+  void Wait() {
+    if (m_Thread.joinable()) m_Thread.join();
+  }
+  /// No effect while an answer is under way.
+  void Ask() {
+    if (m_Answer == Waiting) return;
+    Wait();
+    m_Answer = Waiting;
+    m_Thread = std::thread([this] {
+      m_Answer = int(ReadThemePreference());
+      Window::Wake();
+    });
+  }
+  /// Makes the answer that has come, if any, the last one.
+  void Take() {
+    if (!HasAnswer()) return;
+    m_Last = ThemePreference(m_Answer.exchange(None));
+  }
+  bool HasAnswer() const { return m_Answer >= 0; }
+  ThemePreference Last() const { return m_Last; }
+
+ private:
+  static constexpr int None = -1, Waiting = -2;
+  std::atomic<int> m_Answer = None;
+  ThemePreference m_Last = ThemePreference::Dark;
+  std::thread m_Thread;
+};
+
 int Fail(const std::string& sentence) {
   comms::LogError("%s", sentence.c_str());
   std::fprintf(stderr, "morvane: %s\n", sentence.c_str());
@@ -103,6 +139,7 @@ class WindowProgram {
   void StartForm();
   void StartScene();
   void ApplyOptions();
+  void ApplyTheme();
   void StoreWindowRect();
   bool WorkOnScript();
   void StoreScreenshot();
@@ -113,6 +150,7 @@ class WindowProgram {
   std::unique_ptr<LogFile> m_Log;
   cSettings m_Settings;
   AppOptions m_Options;
+  DesktopTheme m_DesktopTheme;
   CommandTable m_Commands;
   VoxelScene m_Scene;
   Window m_Window;
@@ -147,6 +185,7 @@ bool WindowProgram::StartFolders(std::string& error) {
   m_Settings.Load();
   m_Options.RegisterMembers();
   m_Options.Load();
+  if (m_Options.Theme == ThemeChoice::System) m_DesktopTheme.Ask();
   return true;
 }
 
@@ -158,6 +197,12 @@ bool WindowProgram::StartWindow(std::string& error) {
   m_Render = std::make_unique<comms::cRenderGL>();
   if (!m_Render->Init({m_Job.ProgramData, GetDataPath()}, error)) return false;
   m_Window.SetVerticalSync(m_Settings.VerticalSync);
+  comms::cImage icon;
+  std::string iconError;
+  if (comms::LoadPng(comms::JoinPath(m_Job.ProgramData, "Icons/Icon.png"), icon, iconError))
+    m_Window.SetIcon(icon);
+  else
+    comms::LogWarning("%s", iconError.c_str());
   AddCrashInfo([this](CrashScene& scene) {
     SetCrashText(scene.VideoName, m_Render->DeviceName());
     SetCrashText(scene.Tool, GetCurrentTool().GetClassName());
@@ -186,11 +231,14 @@ void WindowProgram::StartForm() {
   ApplyOptions();
   m_Form = std::make_unique<MainForm>(MainForm::Parts{*m_Widgets, m_Commands, m_Scene, *m_Messages, m_Options, m_Settings}, host);
   m_Form->ViewOptions().Quality = SuggestQuality(m_Render->DeviceName());
+  // A software driver takes and returns megabytes for every draw call.
+  if (m_Form->ViewOptions().Quality == SceneQuality::Fast) KeepFreedMemory(size_t(128) << 20);
   m_Loop = std::make_unique<MainLoop>(m_Window, *m_Render, *m_Widgets, *m_Form, m_Settings, m_Options);
   m_Loop->PlacementChanged = [this] { StoreWindowRect(); };
   m_Loop->ScaleChanged = [this] { ApplyOptions(); };
   m_Loop->Background = [this] {
     if (std::exchange(m_ScreenshotWanted, false)) StoreScreenshot();
+    if (m_DesktopTheme.HasAnswer()) ApplyTheme();
     return WorkOnScript();
   };
   m_Messages->PumpOnce = [this] {
@@ -215,20 +263,34 @@ void WindowProgram::StartForm() {
   m_FormOpen = true;
 }
 
+void WindowProgram::ApplyTheme() {
+  m_DesktopTheme.Take();
+  const bool light = m_Options.Theme == ThemeChoice::Light ||
+                     (m_Options.Theme == ThemeChoice::System && m_DesktopTheme.Last() == ThemePreference::Light);
+  SetTheme(light ? ThemeKind::Light : ThemeKind::Dark);
+  if (m_Widgets) {
+    m_Widgets->ShowHints = m_Options.ShowHints;
+    m_Widgets->HintDelay = double(m_Options.HintDelay);
+    m_Widgets->RequestArrange();
+  }
+  if (m_Loop) m_Loop->RequestFrame();
+}
+
 void WindowProgram::ApplyOptions() {
-  ThemeKind theme = m_Options.Theme == ThemeChoice::Light ? ThemeKind::Light : ThemeKind::Dark;
-  if (m_Options.Theme == ThemeChoice::System)
-    theme = ReadThemePreference() == ThemePreference::Light ? ThemeKind::Light : ThemeKind::Dark;
-  SetTheme(theme);
+  // The first question was asked before the window was made.
+  if (m_Options.Theme == ThemeChoice::System && m_Loop) m_DesktopTheme.Ask();
+  ApplyTheme();
   const std::string language = m_Options.Language.Get();
   if (language != m_LanguageShown) {
     std::string error;
-    if (!LoadLanguage(m_Job.ProgramData, language, error)) comms::LogWarning("%s", error.c_str());
+    if (!LoadLanguage(m_Job.ProgramData, language, error)) {
+      comms::LogWarning("%s", error.c_str());
+      // At the start there is no language yet that could stay.
+      if (m_LanguageShown.empty() && language != "English") LoadLanguage(m_Job.ProgramData, "English", error);
+    }
     m_LanguageShown = language;
     if (m_Form) m_Form->Rebuild();
   }
-  if (m_Widgets) m_Widgets->RequestArrange();
-  if (m_Loop) m_Loop->RequestFrame();
 }
 
 void WindowProgram::StoreWindowRect() {
@@ -241,22 +303,25 @@ void WindowProgram::StartScene() {
   if (m_Job.InputFile.empty()) {
     if (!m_Script.Load(m_Commands, comms::JoinPath(m_Job.ProgramData, "Samples/first-sculpture.batch"), error))
       m_Form->Say(error, true);
-  } else if (!m_Form->OpenFile(m_Job.InputFile, error)) {
+  } else if (m_Form->OpenFile(m_Job.InputFile, error)) {
+    comms::LogInfo("%s is open", m_Job.InputFile.c_str());
+  } else {
     m_Form->Say(error, true);
   }
+  if (m_Lock.IsSecond()) m_Form->Say(GetText("SECOND_INSTANCE"), true);
   if (m_Progress) m_Progress->Finish();
 }
 
-// The sample grows before the person's eyes, a few strokes a frame; whoever begins to work meanwhile ends it.
+// The sample grows before the person's eyes, a few strokes a frame; it waits while the person draws a stroke of their own.
 bool WindowProgram::WorkOnScript() {
-  if (m_Script.IsDone()) return false;
+  if (m_Script.IsDone() || m_Form->VoxelTool().IsStroking()) return false;
   const auto started = std::chrono::steady_clock::now();
   while (!m_Script.IsDone() && std::chrono::steady_clock::now() - started < ScriptBudget) {
     std::string error;
     if (!m_Script.Step(error)) m_Form->Say(error, true);
   }
   if (m_Progress) m_Progress->Finish();
-  m_Form->FrameScene();
+  m_Form->FollowScene();
   if (m_Script.IsDone()) comms::LogInfo("the sample sculpture is done");
   return true;
 }
@@ -285,6 +350,7 @@ int WindowProgram::Run() {
   if (!m_Window.OpenTablet(error)) comms::LogInfo("no pen: %s", error.c_str());
   m_Window.Show();
   m_Loop->RenderIfPossible();
+  comms::LogInfo("first frame after %.2f s", SecondsSinceStart());
   StartScene();
   WindowMessage message;
   while (m_Loop->cWinMain_OneIterationOfMessageLoop(message, m_Job.FramesToRun > 0)) {
@@ -299,6 +365,7 @@ int WindowProgram::Run() {
 }
 
 void WindowProgram::Stop() {
+  m_DesktopTheme.Wait();
   m_Window.CloseTablet();
   if (m_FormOpen) {
     StoreWindowRect();

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "ClassEngine/ClassHelp.h"
+#include "ClassEngine/EngineHost.h"
+#include "ClassEngine/Xml.h"
 #include "comms/Log.h"
 #include "comms/SafeFile.h"
 #include "comms/Str.h"
@@ -28,6 +30,19 @@ static ObjectFileState Refuse(const std::string& path, const std::string& reason
   return ObjectFileState::Damaged;
 }
 
+// What is wrong with these files is one line of the log; a box would ask a person who has seen nothing of the program yet.
+static bool ParseQuietly(XmlNode& root, std::string_view text) {
+  struct QuietHost : EngineHost {
+    bool ShowBox(const char*, const char*) override { return false; }
+    void Log(const char*) override {}
+  } quiet;
+  EngineHost* const before = SetEngineHost(&quiet);
+  const bool sound = root.Parse(text) > 0;
+  SetEngineHost(before);
+  if (!sound) RenewXmlErrorBox();
+  return sound;
+}
+
 ObjectFileState LoadObjectFile(BaseClass& object, const std::string& path, const char* rootName) {
   const std::string wanted = rootName ? rootName : object.GetClassName();
   std::vector<uint8_t> bytes;
@@ -35,7 +50,7 @@ ObjectFileState LoadObjectFile(BaseClass& object, const std::string& path, const
   if (!comms::FileExists(path)) return ObjectFileState::Missing;
   if (!comms::ReadWholeFile(path, bytes, error)) return Refuse(path, error);
   XmlNode root;
-  if (root.Parse(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size())) <= 0)
+  if (!ParseQuietly(root, {reinterpret_cast<const char*>(bytes.data()), bytes.size()}))
     return Refuse(path, "the text is no whole <" + wanted + ">");
   if (root.GetName() != wanted)
     return Refuse(path, "it holds <" + std::string(root.GetNameView().substr(0, 60)) + ">, expected <" + wanted + ">");

@@ -1,7 +1,10 @@
 #include "shell/platform/Machine.h"
 
+#include <malloc.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <ctime>
@@ -31,6 +34,14 @@ double SecondsSinceStart() {
                   &ticks) != 1)
     return 0;
   return double(now.tv_sec) + double(now.tv_nsec) * 1e-9 - double(ticks) / double(sysconf(_SC_CLK_TCK));
+}
+
+void KeepFreedMemory(size_t bytes) {
+  const int limit = int(std::min<size_t>(bytes, INT_MAX));
+  mallopt(M_TRIM_THRESHOLD, limit);
+  mallopt(M_TOP_PAD, limit / 16);
+  // Blocks above this size are mappings of their own, which go back at once whatever the other limits say; 32 MiB is the most.
+  mallopt(M_MMAP_THRESHOLD, std::min(limit, 32 << 20));
 }
 
 void IgnoreClosedPipes() { std::signal(SIGPIPE, SIG_IGN); }

@@ -1,5 +1,6 @@
 #pragma once
 // What the start-up asks the operating system and the processor.
+#include <cstddef>
 #include <string>
 
 /// Full path of the running program; empty where the system does not tell.
@@ -8,5 +9,7 @@ std::string GetProgramFile();
 bool HasNeededInstructions();
 /// Seconds since the system started this process, to a hundredth; 0 where it does not tell.
 double SecondsSinceStart();
+/// Lets up to `bytes` that were freed stay with the process, where each return to the system and back costs page faults.
+void KeepFreedMemory(size_t bytes);
 /// Lets a closed pipe on standard output be an error of the write, and not the end of the process.
 void IgnoreClosedPipes();

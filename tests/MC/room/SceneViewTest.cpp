@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <map>
 #include <string_view>
 
 #include "MC/Dabs.h"
@@ -111,6 +113,23 @@ TEST_F(SceneViewTest, AnotherDeviceGetsEverythingAnew) {
   EXPECT_EQ(other.AliveBuffers(), 2 * View.LastStatistics().Uploads);
 }
 
+TEST_F(SceneViewTest, ADeviceThatLostItsBuffersGetsThemAgain) {
+  const SceneFrame frame = LookFrom({0, 0, 5}, {});
+  Draw(frame);
+  const int groups = View.LastStatistics().Uploads;
+  for (const bool loses : {false, true}) {
+    Render.LosesBuffers = loses;
+    Render.Unload();
+    Render.Reload();
+    Draw(frame);
+    EXPECT_EQ(Count("DrawIndexed"), groups);
+    EXPECT_EQ(View.LastStatistics().Uploads, loses ? groups : 0);
+  }
+  Draw(frame);
+  EXPECT_EQ(Count("DrawIndexed"), groups);
+  EXPECT_EQ(Count("CreateBuffer"), 0);
+}
+
 TEST_F(SceneViewTest, OptionsChooseThePasses) {
   const SceneFrame frame = LookFrom({0, 1, 5}, {});
   Draw(frame);
@@ -129,6 +148,70 @@ TEST_F(SceneViewTest, OptionsChooseThePasses) {
   const auto solid = std::find(Render.Calls.rbegin(), Render.Calls.rend(), "SetFillState solid");
   const auto wire = std::find(Render.Calls.rbegin(), Render.Calls.rend(), "SetFillState wire");
   EXPECT_LT(solid - Render.Calls.rbegin(), wire - Render.Calls.rbegin()) << "whoever draws next finds solid triangles";
+}
+
+// What a coarse view costs, and that it is closed: every edge of the group's meshes together has its counterpart.
+TEST_F(SceneViewTest, AMovingViewIsCoarseAtFastQualityAndWithoutGaps) {
+  Options.Quality = SceneQuality::Fast;
+  SceneFrame frame = LookFrom({0, 0, 5}, {});
+  Draw(frame);
+  const int64_t all = View.LastStatistics().Triangles;
+  const auto turn = [&](float x) {
+    const comms::cMat4 view = LookFrom({x, 0, 5}, {}).Camera.View;
+    frame.Camera.View = view;
+    frame.Moving = true;
+    Draw(frame);
+  };
+  turn(0.1f);
+  EXPECT_TRUE(View.LastStatistics().Coarse);
+  EXPECT_LT(View.LastStatistics().Triangles, all / 5);
+  EXPECT_GT(View.LastStatistics().Triangles, all / 20);
+  // Corners as places: those that groups share are equal but for the order of a sum.
+  std::map<std::array<long, 3>, int> corners;
+  std::map<std::pair<int, int>, int> edges;
+  Scene.Current()->RenderGroups.ForEach([&](const auto&, const RenderGroup& group) {
+    const comms::BaseMesh& mesh = *group.Coarse;
+    for (int i = 0; i < mesh.NumIndices; i += 3) {
+      int c[3];
+      for (int k = 0; k < 3; k++) {
+        const float* p = reinterpret_cast<const float*>(mesh.StagedVertices.get() +
+                                                        size_t(mesh.StagedIndices16[size_t(i + k)]) * mesh.VertexDecl->Stride);
+        EXPECT_NEAR(std::hypot(p[0], p[1], p[2]), 50, 1);
+        c[k] =
+            corners.try_emplace({std::lround(p[0] * 256), std::lround(p[1] * 256), std::lround(p[2] * 256)}, int(corners.size()))
+                .first->second;
+      }
+      for (int k = 0; k < 3; k++) edges[{c[k], c[(k + 1) % 3]}]++;
+    }
+  });
+  int open = 0;
+  for (const auto& [edge, count] : edges) {
+    const auto back = edges.find({edge.second, edge.first});
+    open += back == edges.end() || back->second != count;
+  }
+  EXPECT_EQ(open, 0) << "of " << edges.size() << " edges";
+
+  turn(0.1f);
+  EXPECT_TRUE(View.LastStatistics().Coarse) << "until it has settled";
+  frame.Moving = false;
+  Draw(frame);
+  EXPECT_EQ(View.LastStatistics().Triangles, all);
+  // A stroke shows everything, though it counts as movement, and so does a frame for which meshes are still missing.
+  frame.Moving = true;
+  VolumeObject& volume = *Scene.Current();
+  ApplySphereDab(volume, volume.WorldToVolume({0, 0, 1}), 3, {});
+  volume.EndStroke(false);
+  Draw(frame);
+  EXPECT_FALSE(View.LastStatistics().Coarse);
+  View.CoarseBudget = 0;
+  turn(0.2f);
+  EXPECT_FALSE(View.LastStatistics().Coarse);
+  View.CoarseBudget = 1000000;
+  turn(0.3f);
+  EXPECT_TRUE(View.LastStatistics().Coarse);
+  Options.Quality = SceneQuality::Normal;
+  turn(0.4f);
+  EXPECT_FALSE(View.LastStatistics().Coarse);
 }
 
 TEST(SceneCamera, RaysAndPixelsAgree) {

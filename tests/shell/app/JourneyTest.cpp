@@ -11,7 +11,9 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <thread>
+#include <vector>
 
 #include "comms/Image.h"
 #include "shell/VirtualDisplay.h"
@@ -22,7 +24,7 @@ using comms::cImage;
 namespace {
 
 // Software OpenGL on a busy machine is slow; these are for what hangs.
-constexpr double PatienceSec = 90;
+constexpr double PatienceSec = 40;
 
 bool Within(const std::function<bool()>& isDone, double seconds = PatienceSec) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
@@ -69,10 +71,14 @@ double Detail(const cImage& image, double left, double top, double right, double
   return count ? sum / double(count) : 0;
 }
 
+/// What a journey opens: the sample takes seconds to grow, so only one of them watches it.
+enum class Opens { Sample, Post };
+
 class JourneyTest : public testing::Test {
  protected:
   void SetUp() override {
-    if (!HasProgram("Xvfb") || !HasProgram("xdotool")) GTEST_SKIP() << "needs Xvfb and xdotool";
+    for (const char* program : {"Xvfb", "xdotool"})
+      if (!HasProgram(program)) GTEST_SKIP() << "needs " << program;
     m_Display = std::make_unique<VirtualDisplay>("3840x2160x24");
     if (!m_Display->IsThere()) GTEST_SKIP() << "Xvfb did not start";
     const char* pictures = std::getenv("MORVANE_JOURNEY_PICTURES");
@@ -80,41 +86,84 @@ class JourneyTest : public testing::Test {
                ("Journey" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
     fs::remove_all(m_Folder);
     fs::create_directories(m_Folder);
+    m_Folder = fs::canonical(m_Folder);
+    // Views that jump leave nothing to wait for, and no hint covers what is compared.
+    WriteFile("Options.xml",
+              "<AppOptions><Theme>Dark</Theme><SmoothViews>false</SmoothViews><ShowHints>false</ShowHints></AppOptions>");
   }
   void TearDown() override {
-    if (m_Process > 0) {
-      kill(m_Process, SIGKILL);
-      waitpid(m_Process, nullptr, 0);
+    for (const pid_t process : {m_Process, m_Second}) {
+      if (process <= 0) continue;
+      kill(process, SIGKILL);
+      waitpid(process, nullptr, 0);
     }
     if (!m_Folder.empty() && !std::getenv("MORVANE_JOURNEY_PICTURES")) fs::remove_all(m_Folder);
   }
 
-  /// Starts the program with the data path in the test's folder and waits for its window and for the sample.
-  void Start(const std::string& window = "100 80 1700 1080 0") {
-    if (!window.empty() && !fs::exists(m_Folder / "window.txt")) std::ofstream(m_Folder / "window.txt") << window;
-    m_Process = fork();
-    if (m_Process == 0) {
-      setenv("MORVANE_FILES_PATH", m_Folder.c_str(), 1);
-      setenv("GTK_THEME", "Adwaita:dark", 1);
-      const int log = open((m_Folder / "stderr.txt").c_str(), O_CREAT | O_WRONLY | O_APPEND, 0644);
-      dup2(log, 1);
-      dup2(log, 2);
-      execl(MORVANE_BINARY, MORVANE_BINARY, nullptr);
-      _exit(127);
-    }
-    ASSERT_TRUE(Within([&] { return !Ask("xdotool search --onlyvisible --name '^Morvane$'").empty(); })) << Log();
-    ASSERT_TRUE(Within([&] { return Log().find("the sample sculpture is done") != std::string::npos; })) << Log();
+  fs::path WriteFile(const std::string& name, const std::string& text) {
+    fs::create_directories((m_Folder / name).parent_path());
+    std::ofstream(m_Folder / name) << text;
+    return m_Folder / name;
   }
-  /// Waits for the end of the program; returns its exit code, -1 where it doesn't end.
-  int WaitForEnd() {
+  /// The program's own files in the test's folder, to be spoilt there; returns that folder.
+  fs::path CopyData() {
+    fs::copy(MORVANE_DATA_DIR, m_Folder / "data", fs::copy_options::recursive);
+    return m_Folder / "data";
+  }
+
+  pid_t Launch(Opens opens, std::vector<std::string> words) {
+    if (opens == Opens::Post) {
+      std::string post;
+      for (int i = 0; i < 8; i++)
+        post += "v " + std::string(i & 1 ? "0.3 " : "-0.3 ") + (i & 2 ? "1 " : "-1 ") + (i & 4 ? "0.3\n" : "-0.3\n");
+      post += "f 1 3 4 2\nf 5 6 8 7\nf 1 2 6 5\nf 3 7 8 4\nf 1 5 7 3\nf 2 4 8 6\n";
+      words.push_back(WriteFile("post.obj", post).string());
+    }
+    const pid_t process = fork();
+    if (process != 0) return process;
+    setenv("MORVANE_FILES_PATH", m_Folder.c_str(), 1);
+    const int log = open((m_Folder / "stderr.txt").c_str(), O_CREAT | O_WRONLY | O_APPEND, 0644);
+    dup2(log, 1);
+    dup2(log, 2);
+    std::vector<char*> arguments{const_cast<char*>(MORVANE_BINARY)};
+    for (std::string& word : words) arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    execv(MORVANE_BINARY, arguments.data());
+    _exit(127);
+  }
+  /// Starts the program with the data path in the test's folder and waits for its window and for what it opens.
+  void Start(Opens opens, const std::vector<std::string>& words = {}, const char* window = "100 80 1700 1080 0") {
+    if (!fs::exists(m_Folder / "window.txt")) WriteFile("window.txt", window);
+    fs::remove(m_Folder / "Log.txt");  // of the run before
+    m_Process = Launch(opens, words);
+    const char* done = opens == Opens::Sample ? "the sample sculpture is done" : "post.obj is open";
+    ASSERT_TRUE(Within([&] { return Log().find(done) != std::string::npos; })) << Log();
+    m_Window = Ask("xdotool search --onlyvisible --name '^Morvane$'");
+    m_Window = m_Window.substr(0, m_Window.find('\n'));
+    ASSERT_FALSE(m_Window.empty()) << Log();
+  }
+  /// Closes the window; the exit code, -1 where it doesn't end.
+  int Leave() {
+    Do("key ctrl+q");
+    return WaitForEnd(m_Process);
+  }
+  static int WaitForEnd(pid_t& process) {
     int status = 0;
-    if (!Within([&] { return waitpid(m_Process, &status, WNOHANG) == m_Process; })) return -1;
-    m_Process = -1;
+    if (!Within([&] { return waitpid(process, &status, WNOHANG) == process; })) return -1;
+    process = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
-  std::string Log() const {
-    std::ifstream file(m_Folder / "Log.txt");
+  std::string Read(const std::string& name) const {
+    std::ifstream file(m_Folder / name);
     return {std::istreambuf_iterator<char>(file), {}};
+  }
+  std::string Log() const { return Read("Log.txt"); }
+  /// Lines of the log that hold a text.
+  int CountInLog(const std::string& text) const {
+    std::istringstream log(Log());
+    int count = 0;
+    for (std::string line; std::getline(log, line);) count += line.find(text) != std::string::npos;
+    return count;
   }
   static std::string Ask(const std::string& command) {
     std::string text;
@@ -125,15 +174,16 @@ class JourneyTest : public testing::Test {
     return text;
   }
   static void Do(const std::string& words) { ASSERT_EQ(std::system(("xdotool " + words + " >/dev/null").c_str()), 0) << words; }
-  /// A place of the window in parts of its sides, as screen coordinates.
+  /// A place of the window in parts of its sides, or in pixels where they are above 1, as words for xdotool.
   std::string At(double x, double y) {
-    const std::string place = Ask("xdotool search --onlyvisible --name '^Morvane$' getwindowgeometry --shell");
+    const std::string place = Ask("xdotool getwindowgeometry --shell " + m_Window);
     const auto number = [&](const char* name) {
       const size_t at = place.find(name);
       return at == std::string::npos ? 0 : std::atoi(place.c_str() + at + std::strlen(name));
     };
-    return std::to_string(number("X=") + int(x * number("WIDTH="))) + " " +
-           std::to_string(number("Y=") + int(y * number("HEIGHT=")));
+    const auto pixels = [](double part, int side) { return int(part > 1 ? part : part * side); };
+    return std::to_string(number("X=") + pixels(x, number("WIDTH="))) + " " +
+           std::to_string(number("Y=") + pixels(y, number("HEIGHT=")));
   }
   /// Presses at one place, goes to another in steps, lets go.
   void Drag(const char* button, double x0, double y0, double x1, double y1) {
@@ -141,116 +191,215 @@ class JourneyTest : public testing::Test {
     for (int i = 1; i <= 12; i++) words += " sleep 0.02 mousemove " + At(x0 + (x1 - x0) * i / 12, y0 + (y1 - y0) * i / 12);
     Do(words + " mouseup " + button);
   }
-  /// The window as the program stores it. The pointer goes where it shows nothing of itself.
-  cImage Picture(const std::string& name) {
-    const fs::path folder = m_Folder / "Screenshots";
-    const auto count = [&] {
-      return fs::exists(folder) ? std::distance(fs::directory_iterator(folder), fs::directory_iterator()) : 0;
+  /// The window as the program stores it. The pointer goes where it shows nothing of itself, or stays.
+  cImage Picture(const std::string& name, bool pointerStays = false) {
+    // Pictures are numbered; what is still being written has another name.
+    const auto path = [&](int number) {
+      return m_Folder / "Screenshots" / ("Morvane " + std::to_string(1000 + number).substr(1) + ".png");
     };
-    const auto before = count();
-    Do("mousemove " + At(0.5, 0.995) + " sleep 0.6 key F12");
+    int number = 1;
+    while (fs::exists(path(number))) number++;
+    Do((pointerStays ? std::string() : "mousemove " + At(0.5, 0.995)) + " sleep 0.3 key F12");
     cImage image;
     std::string error;
-    fs::path newest;
-    EXPECT_TRUE(Within([&] {
-      if (count() == before) return false;
-      for (const auto& entry : fs::directory_iterator(folder))
-        if (newest.empty() || entry.path() > newest) newest = entry.path();
-      return comms::LoadPng(newest.string(), image, error);
-    })) << error
-        << Log();
+    EXPECT_TRUE(Within([&] { return fs::exists(path(number)); })) << name << "\n" << Log();
+    EXPECT_TRUE(comms::LoadPng(path(number).string(), image, error)) << error;
     std::error_code ignored;
-    fs::copy_file(newest, m_Folder / (name + ".png"), fs::copy_options::overwrite_existing, ignored);
+    fs::copy_file(path(number), m_Folder / (name + ".png"), fs::copy_options::overwrite_existing, ignored);
+    return image;
+  }
+  /// The same once it is as it should be: a loaded machine takes its time. The last one where it never is.
+  cImage PictureWhen(const std::string& name, const std::function<bool(const cImage&)>& isReady) {
+    cImage image;
+    for (int i = 0; i < 12; i++)
+      if (isReady(image = Picture(name))) break;
     return image;
   }
 
   std::unique_ptr<VirtualDisplay> m_Display;
   fs::path m_Folder;
-  pid_t m_Process = -1;
+  std::string m_Window;
+  pid_t m_Process = -1, m_Second = -1;
 };
 
 // The middle of the view, where the sculpture stands.
 #define VIEW 0.35, 0.25, 0.65, 0.75
 
 TEST_F(JourneyTest, SculptUndoTurnAndLeave) {
-  Start();
-  const cImage first = Picture("start");
+  Start(Opens::Sample);
+  const cImage first = PictureWhen("start", [](const cImage& image) { return Detail(image, VIEW) > 0.5; });
   ASSERT_EQ(first.Width(), 1600);
   ASSERT_EQ(first.Height(), 1000);
   EXPECT_GT(Detail(first, VIEW), 0.5) << "nothing is seen in the view";
   EXPECT_GT(Detail(first, 0, 0, 0.3, 0.02), 1) << "no menu bar";
   EXPECT_GT(Detail(first, 0.85, 0.05, 1, 0.5), 0.5) << "no panel at the right";
 
+  // The radius: by drag, then by typing.
+  const auto slider = [](const cImage& a, const cImage& b) { return Difference(a, b, 0.91, 0.085, 0.995, 0.105); };
+  Drag("1", 1480, 95, 1540, 95);
+  const cImage dragged = PictureWhen("slider-dragged", [&](const cImage& image) { return slider(first, image) > 0.02; });
+  EXPECT_GT(slider(first, dragged), 0.02) << "the slider stands";
+  Do("mousemove " + At(1500, 95) + " click --repeat 2 --delay 60 1 sleep 0.3 key ctrl+a type 40");
+  Picture("slider-typing", true);
+  Do("key Return");
+  const cImage typed = PictureWhen("slider-typed", [&](const cImage& image) { return slider(first, image) < 0.02; });
+  EXPECT_LT(slider(first, typed), 0.02) << "40 is not what it was";
+  Do("key Escape");
+
+  // Another brush, and back to the first.
+  const auto tools = [](const cImage& a, const cImage& b) { return Difference(a, b, 0, 0.06, 0.07, 0.17); };
+  Do("mousemove " + At(60, 115) + " click 1");
+  const cImage sphere = PictureWhen("brush", [&](const cImage& image) { return tools(first, image) > 0.02; });
+  EXPECT_GT(tools(first, sphere), 0.02) << "no other brush is chosen";
+  Do("key c");
+
+  const cImage before = PictureWhen("before", [&](const cImage& image) { return tools(first, image) < 0.01; });
   Drag("1", 0.46, 0.5, 0.54, 0.52);
-  const cImage stroke = Picture("stroke");
-  EXPECT_GT(Difference(first, stroke, VIEW), 0.002) << "the stroke left no trace";
+  const cImage stroke = PictureWhen("stroke", [&](const cImage& image) { return Difference(before, image, VIEW) > 0.002; });
+  EXPECT_GT(Difference(before, stroke, VIEW), 0.002) << "the stroke left no trace";
   Do("key ctrl+z");
-  const cImage undone = Picture("undone");
-  EXPECT_LT(Difference(first, undone, VIEW), 0.001) << "undo is not what was before";
+  const cImage undone = PictureWhen("undone", [&](const cImage& image) { return Difference(before, image, VIEW) < 0.001; });
+  EXPECT_LT(Difference(before, undone, VIEW), 0.001) << "undo is not what was before";
 
+  Drag("1", 0.2, 0.3, 0.3, 0.3);
+  const cImage turned = PictureWhen("turned", [&](const cImage& image) { return Difference(undone, image, VIEW) > 0.05; });
+  EXPECT_GT(Difference(undone, turned, VIEW), 0.05) << "a drag beside the sculpture turns nothing";
   Drag("2", 0.5, 0.5, 0.6, 0.5);
-  const cImage moved = Picture("moved");
-  EXPECT_GT(Difference(undone, moved, VIEW), 0.05) << "the middle button moves nothing";
-  Do("key f sleep 0.5");
-  Do("key 7 sleep 0.6");
-  EXPECT_GT(Difference(moved, Picture("top"), VIEW), 0.05) << "the view from above is no other";
-
-  Do("key ctrl+q");
-  EXPECT_EQ(WaitForEnd(), 0) << Log();
+  const cImage moved = PictureWhen("moved", [&](const cImage& image) { return Difference(turned, image, VIEW) > 0.05; });
+  EXPECT_GT(Difference(turned, moved, VIEW), 0.05) << "the middle button moves nothing";
+  Do("key f key 7");
+  const cImage top = PictureWhen("top", [&](const cImage& image) { return Difference(moved, image, VIEW) > 0.05; });
+  EXPECT_GT(Difference(moved, top, VIEW), 0.05) << "the view from above is no other";
+  EXPECT_EQ(Leave(), 0) << Log();
 }
 
 TEST_F(JourneyTest, RoomsMenusThemesAndSizes) {
-  Start();
-  const cImage voxels = Picture("voxels");
+  Start(Opens::Post);
+  cImage last;
+  // The ground and its shadow come to rest after the first frames.
+  const cImage voxels = PictureWhen("voxels", [&](const cImage& image) {
+    const bool same = Difference(last, image, 0, 0, 1, 0.9) < 0.001;
+    last = image;
+    return same;
+  });
+  const auto panels = [](const cImage& a, const cImage& b) {
+    return Difference(a, b, 0, 0.03, 0.2, 0.9) + Difference(a, b, 0.8, 0.03, 1, 0.9);
+  };
   for (const char* key : {"F6", "F7", "F8", "F9"}) {
-    Do(std::string("key ") + key + " sleep 0.3");
-    const cImage room = Picture(std::string("room-") + key);
-    EXPECT_GT(Difference(voxels, room, 0, 0.03, 0.2, 0.9) + Difference(voxels, room, 0.8, 0.03, 1, 0.9), 0.01)
-        << key << " shows the same panels";
+    Do(std::string("key ") + key);
+    const cImage room =
+        PictureWhen(std::string("room-") + key, [&](const cImage& image) { return panels(voxels, image) > 0.01; });
+    EXPECT_GT(panels(voxels, room), 0.01) << key << " shows the same panels";
   }
-  Do("key F5 sleep 0.3");
-  EXPECT_LT(Difference(voxels, Picture("voxels-again"), 0, 0, 1, 0.9), 0.02) << "the room is not what it was";
+  Do("key F5");
+  const cImage again =
+      PictureWhen("voxels-again", [&](const cImage& image) { return Difference(voxels, image, 0, 0, 1, 0.9) < 0.02; });
+  EXPECT_LT(Difference(voxels, again, 0, 0, 1, 0.9), 0.02) << "the room is not what it was";
 
   // Every menu, by the arrow keys.
-  Do("mousemove " + At(0.015, 0.012) + " click 1 sleep 0.3");
-  for (int i = 0; i < 5; i++) Do("sleep 0.3 key Right");
-  Do("sleep 0.3 key Escape key Escape");
+  Do("mousemove " + At(0.015, 0.012) + " click 1");
+  for (int i = 0; i < 6; i++) {
+    const cImage menu = Picture("menu-" + std::to_string(i), true);
+    EXPECT_GT(Difference(voxels, menu, 0, 0.03, 0.35, 0.9), 0.005) << "menu " << i << " is not seen";
+    Do("key Right");
+  }
+  Do("key Escape key Escape");
 
   // A light theme is light.
-  const double dark = Brightness(voxels, 0, 0, 1, 0.02);
-  ASSERT_LT(dark, 110);
-  Do("key ctrl+shift+l sleep 0.4");
-  EXPECT_GT(Brightness(Picture("light"), 0, 0, 1, 0.02), 150) << "the theme has not changed";
-  Do("key ctrl+shift+l sleep 0.4");
+  ASSERT_LT(Brightness(voxels, 0, 0, 1, 0.02), 110);
+  Do("key ctrl+shift+l");
+  const auto isLight = [](const cImage& image) { return Brightness(image, 0, 0, 1, 0.02) > 150; };
+  EXPECT_TRUE(isLight(PictureWhen("light", isLight))) << "the theme has not changed";
+  Do("mousemove " + At(0.08, 0.012) + " click 1");
+  Picture("menu-light", true);
+  Do("key Escape key Escape key ctrl+shift+l");
 
   // Small and large.
-  const std::string window = Ask("xdotool search --onlyvisible --name '^Morvane$'");
-  const std::string id = window.substr(0, window.find('\n'));
-  Do("windowsize " + id + " 640 480 sleep 0.8");
-  const cImage small = Picture("small");
+  Do("windowsize " + m_Window + " 640 480");
+  const cImage small = PictureWhen("small", [](const cImage& image) { return image.Width() == 640; });
   EXPECT_EQ(small.Width(), 640);
   EXPECT_EQ(small.Height(), 480);
-  EXPECT_GT(Detail(small, 0.4, 0.3, 0.6, 0.7), 0.3) << "panels leave no view";
-  Do("windowmove " + id + " 0 0 windowsize " + id + " 3840 2160 sleep 1");
-  const cImage large = Picture("large");
+  EXPECT_GT(Detail(small, 0.4, 0.3, 0.6, 0.7), 0.05) << "panels leave no view";
+  Do("windowmove " + m_Window + " 0 0 windowsize " + m_Window + " 3840 2160");
+  const cImage large = PictureWhen("large", [](const cImage& image) { return image.Width() == 3840; });
   EXPECT_EQ(large.Width(), 3840);
-  EXPECT_GT(Detail(large, VIEW), 0.2);
-  Do("key ctrl+q");
-  EXPECT_EQ(WaitForEnd(), 0) << Log();
+  EXPECT_EQ(large.Height(), 2160);
+  EXPECT_GT(Detail(large, 0, 0, 0.2, 0.02), 0.5) << "no menu bar";
+  // Four steps of a quarter: everything is twice as large.
+  Do("key ctrl+equal key ctrl+equal key ctrl+equal key ctrl+equal");
+  const auto isTwice = [&](const cImage& image) { return Difference(large, image, 0, 0.013, 0.5, 0.022) > 0.2; };
+  EXPECT_TRUE(isTwice(PictureWhen("large-scale-2", isTwice))) << "the bar is no taller";
+  EXPECT_EQ(Leave(), 0) << Log();
+  EXPECT_NE(Read("Options.xml").find("<InterfaceScale>2"), std::string::npos) << Read("Options.xml");
 }
 
-TEST_F(JourneyTest, LayoutSurvivesARestart) {
-  Start();
+TEST_F(JourneyTest, LayoutAndLanguageSurviveARestart) {
+  Start(Opens::Post);
+  const auto right = [](const cImage& a, const cImage& b) { return Difference(a, b, 0.8, 0.03, 1, 0.9); };
   const cImage before = Picture("before");
-  Do("key ctrl+shift+p sleep 0.5");  // the preferences
-  const cImage opened = Picture("opened");
-  EXPECT_GT(Difference(before, opened, 0.7, 0.03, 1, 0.95), 0.02) << "no panel opened";
-  Do("key ctrl+q");
-  ASSERT_EQ(WaitForEnd(), 0) << Log();
-  Start();
-  EXPECT_LT(Difference(opened, Picture("again"), 0.75, 0.03, 1, 0.9), 0.02) << "the layout is another";
-  Do("key ctrl+q");
-  EXPECT_EQ(WaitForEnd(), 0) << Log();
+  Do("key ctrl+shift+p");  // the preferences
+  const cImage opened = PictureWhen("opened", [&](const cImage& image) { return right(before, image) > 0.02; });
+  EXPECT_GT(right(before, opened), 0.02) << "no panel opened";
+  // The language is the third row of the preferences.
+  Do("mousemove " + At(1500, 666) + " click 1 sleep 0.3 key ctrl+a type German");
+  Picture("typing-language", true);
+  Do("key Return key Escape");
+  const auto bar = [](const cImage& a, const cImage& b) { return Difference(a, b, 0, 0, 0.25, 0.025); };
+  const cImage german = PictureWhen("german", [&](const cImage& image) { return bar(opened, image) > 0.05; });
+  EXPECT_GT(bar(opened, german), 0.05) << "the menus are still English";
+  EXPECT_EQ(Leave(), 0) << Log();
+  Start(Opens::Post);
+  const cImage again =
+      PictureWhen("again", [&](const cImage& image) { return right(german, image) + bar(german, image) < 0.02; });
+  EXPECT_LT(right(german, again), 0.02) << "the layout is another";
+  EXPECT_LT(bar(german, again), 0.02) << "the language is another";
+  EXPECT_EQ(Leave(), 0) << Log();
+}
+
+TEST_F(JourneyTest, SecondInstanceSaysThatItKeepsNothing) {
+  Start(Opens::Post);
+  m_Second = Launch(Opens::Post, {"--frames", "3", "--picture", (m_Folder / "second.png").string()});
+  EXPECT_EQ(WaitForEnd(m_Second), 0);
+  EXPECT_NE(Read("stderr.txt").find("in use by another"), std::string::npos) << Read("stderr.txt");
+  cImage image;
+  std::string error;
+  EXPECT_TRUE(comms::LoadPng((m_Folder / "second.png").string(), image, error)) << error;
+  Do("windowfocus " + m_Window + " sleep 0.3");  // it had been the other's
+  EXPECT_EQ(Leave(), 0) << Log();
+}
+
+// Each broken file costs one line of the log and no more.
+TEST_F(JourneyTest, BrokenFilesStartFine) {
+  const fs::path data = CopyData();
+  std::ofstream(data / "Languages" / "Broken.xml") << "<Language><Entry><Key>FILE</Key></Entry></Language>";
+  WriteFile("Options.xml", "<AppOptions><Theme>Dark</Theme><Language>Broken</Language></AppOptions>");
+  WriteFile("Temp/page_0.xml", "<DocksLayout><Left>");
+  WriteFile("HotKeys.xml", "no hot keys at all");
+  Start(Opens::Post, {"--data", data.string()});
+  const cImage picture = Picture("broken-files");
+  EXPECT_GT(Detail(picture, 0, 0, 0.3, 0.02), 1) << "no menu bar";
+  for (const char* name : {"Broken.xml", "page_0.xml", "HotKeys.xml"}) EXPECT_EQ(CountInLog(name), 1) << name << "\n" << Log();
+  EXPECT_EQ(Leave(), 0) << Log();
+
+  WriteFile("Options.xml", std::string(3000, '<'));
+  Start(Opens::Post, {"--data", data.string()});
+  EXPECT_GT(Detail(Picture("broken-options"), 0, 0, 0.3, 0.02), 1) << "no menu bar";
+  EXPECT_EQ(CountInLog("Options.xml"), 1) << Log();
+  EXPECT_EQ(Leave(), 0) << Log();
+}
+
+TEST_F(JourneyTest, MissingShaderIsSaidOnce) {
+  const fs::path data = CopyData();
+  fs::remove(data / "Shaders" / "Grid.glsl");
+  Start(Opens::Post, {"--data", data.string()});
+  const cImage picture = Picture("no-grid");
+  EXPECT_GT(Detail(picture, VIEW), 0.02) << "the sculpture is gone with the grid";
+  Do("key 7 key 1");
+  Picture("no-grid-later");
+  // A line for each variant of the shader that is asked for.
+  EXPECT_GE(CountInLog("Grid.glsl"), 1) << Log();
+  EXPECT_LE(CountInLog("Grid.glsl"), 2) << Log();
+  EXPECT_EQ(Leave(), 0) << Log();
 }
 
 TEST(NoDisplay, OneSentenceAndExitCodeTwo) {

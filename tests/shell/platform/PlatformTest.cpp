@@ -1,6 +1,7 @@
 // Small rules of the platform that need no window.
 #include <SDL.h>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +17,7 @@
 #include "shell/platform/FileDialog.h"
 #include "shell/platform/InstanceLock.h"
 #include "shell/platform/KeyMap.h"
+#include "shell/platform/Machine.h"
 #include "shell/platform/SystemInfo.h"
 #include "shell/platform/ThemePreference.h"
 
@@ -113,6 +115,18 @@ TEST(SystemInfo, TellsOfThisProcess) {
   EXPECT_TRUE(found.HasCode);
   EXPECT_EQ(found.Twice, 0);
   EXPECT_GT(found.Paths.size(), 3u);
+}
+
+TEST(Machine, TheStartIsFoundWhateverTheProgramIsCalled) {
+  const double before = SecondsSinceStart();
+  EXPECT_GT(before, 0);
+  char name[16] = {};
+  prctl(PR_GET_NAME, name);
+  prctl(PR_SET_NAME, "odd) S 1 (name");
+  const double renamed = SecondsSinceStart();
+  prctl(PR_SET_NAME, name);
+  EXPECT_GE(renamed, before);
+  EXPECT_LT(renamed, before + 60);
 }
 
 TEST(ThemePreference, WordsOfTheDesktop) {
