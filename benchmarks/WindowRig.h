@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "MC/room/NewScene.h"
 #include "MC/room/RoomCommands.h"

@@ -28,7 +28,7 @@ in vec2 v_Part;
 out vec4 o_Color;
 
 // A line adds light on a dark ground and takes it away on a light one; to the eye the same step is far less light in the dark.
-float strength(vec3 color) { return mix(0.42, 0.04, saturate(dot(color, vec3(0.2126, 0.7152, 0.0722)))); }
+float strength(vec3 color) { return mix(0.9, 0.04, saturate(dot(color, vec3(0.2126, 0.7152, 0.0722)))); }
 
 // Part of a pixel that lines at whole numbers cover. Where lines stand closer than pixels they give way to their mean, and that to nothing.
 float lines(vec2 at, vec2 width) {

@@ -88,8 +88,8 @@ ApplyReport ApplySegmentDab(VolumeObject& volume, const Dab& dab, const DabOptio
   const float radius = LargerRadius(CurrentDab);
   ApplyOptions apply = OptionsFor(options, std::min(dab.R1, dab.R2));
   apply.CellCap = ApplyOptions::SegmentCellCap;
-  return ApplyField(volume, SegmentField(CurrentDab, volume.RampWidth),
-                    BoxOf(CurrentDab, radius + float(volume.RampWidth) / 2), apply);
+  return ApplyField(volume, SegmentField(CurrentDab, volume.RampWidth), BoxOf(CurrentDab, radius + float(volume.RampWidth) / 2),
+                    apply);
 }
 
 ApplyReport ApplyWorldSegmentDab(VolumeObject& volume, const Dab& worldDab, const DabOptions& options) {

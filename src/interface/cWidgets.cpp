@@ -8,7 +8,6 @@
 
 namespace {
 
-
 int IndexOf(const BaseWidget& parent, const BaseWidget* child) {
   for (int32_t i = 0; i < parent.Children.Count; i++)
     if (parent.Children[i] == child) return i;

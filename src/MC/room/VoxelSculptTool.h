@@ -48,9 +48,9 @@ class VoxelSculptTool : public BasicTool {
 
   VolumeObject* CurrentVolume() const { return m_Scene ? m_Scene->Current() : nullptr; }
   bool IsStroking() const { return m_Stroking; }
-  /// Whether the view should treat this frame as one in motion.
   /// Whether something has asked for a frame since the last call.
   bool TakeRedraw() { return std::exchange(m_Redraw, false); }
+  /// Whether the view should treat this frame as one in motion.
   bool IsBusy() const { return m_Stroking || m_Adjusting != Adjusting::None; }
   /// Ends the stroke as at the release of the button, with its undo step.
   void FinishStroke();

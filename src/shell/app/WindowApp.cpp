@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <thread>
@@ -119,8 +118,7 @@ class DesktopTheme {
 };
 
 int Fail(const std::string& sentence) {
-  comms::LogError("%s", sentence.c_str());
-  std::fprintf(stderr, "morvane: %s\n", sentence.c_str());
+  comms::LogError("%s", sentence.c_str());  // the log says it on the terminal too
   return 2;
 }
 

@@ -106,6 +106,11 @@ Window::~Window() { Destroy(); }
 bool Window::Create(const std::string& title, const WindowPlacement& placement, std::string& error) {
   Destroy();
   SetHints();
+  // Drivers that draw where nobody sees it would pass for a window.
+  if (!std::getenv("SDL_VIDEODRIVER") && !std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) {
+    error = "can't open a window, there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set";
+    return false;
+  }
   State& state = *m_State;
   state.MainThread = SDL_ThreadID();
   if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {

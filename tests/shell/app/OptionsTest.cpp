@@ -49,7 +49,9 @@ TEST(Options, WhatIsNotUnderstoodIsNamed) {
       {{"--batch", "a", "--batch", "b"}, "twice"},
       {{"--help=yes"}, "takes no value"},
       {{"a.obj", "b.obj"}, "one file at a time"},
-      {{"a.obj", "--batch", "b"}, "'a.obj' can't be run together"},
+      {{"a.obj", "--batch", "b"}, "'a.obj' opens in one"},
+      {{"--mesh-job", "a.obj", "--batch", "b"}, "can't be run together"},
+      {{"--frames", "0"}, "1 to 1000000, found '0'"},
       {{""}, "empty"},
   };
   for (const auto& c : cases) {

@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "comms/Log.h"
 #include "shell/core/BasicTool.h"
 #include "shell/core/DataPath.h"
 
@@ -68,7 +67,6 @@ class PagesTest : public testing::Test {
   }
   fs::path Folder;
   std::string Log;
-  comms::LogRecorder Warnings;
 };
 
 TEST_F(PagesTest, ASwitchStoresRestoresAndRebuilds) {
@@ -91,7 +89,6 @@ TEST_F(PagesTest, LayoutsFallBack) {
   Log.clear();
   EnterPage(3);
   EXPECT_EQ(Log, "restore own/Temp/page_3.xml\nrestore program/ToolsPresets/page_3.xml\nrebuild 3\n");
-  EXPECT_NE(Warnings.Text().find("own/Temp/page_3.xml"), std::string::npos);
   Write("own/Temp/Prev/page_3.xml", "layout");
   Log.clear();
   EnterPage(3);
