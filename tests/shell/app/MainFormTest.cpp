@@ -2,6 +2,7 @@
 #include "shell/app/MainForm.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -29,7 +30,7 @@ namespace {
 
 /// Keys without a text that were asked for since the language was loaded.
 std::vector<std::string> MissingTexts() {
-  const std::string folder = testing::TempDir() + "MissingTexts";
+  const std::string folder = testing::TempDir() + "MissingTexts" + std::to_string(getpid());
   fs::remove_all(folder);
   fs::create_directories(folder);
   std::string error;
@@ -48,7 +49,7 @@ std::vector<std::string> MissingTexts() {
 class MainFormTest : public testing::Test {
  protected:
   MainFormTest() : Screen(Render, MORVANE_DATA_DIR), Widgets(Screen), Boxes(Widgets), Scene(MORVANE_DATA_DIR) {
-    m_Folder = testing::TempDir() + "MainForm/";
+    m_Folder = testing::TempDir() + "MainForm" + std::to_string(getpid()) + "/";
     fs::remove_all(m_Folder);
     fs::create_directories(m_Folder);
     SetDataPath(m_Folder, MORVANE_DATA_DIR);

@@ -1,6 +1,7 @@
 #include "shell/core/BatchRunner.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -206,7 +207,7 @@ TEST_F(BatchRunnerTest, MistypedNamesAreRecognised) {
 
 class BatchFileTest : public BatchRunnerTest {
  protected:
-  BatchFileTest() : m_Folder(std::filesystem::path(testing::TempDir()) / "BatchFileTest") {
+  BatchFileTest() : m_Folder(std::filesystem::path(testing::TempDir()) / ("BatchFileTest" + std::to_string(getpid()))) {
     std::filesystem::remove_all(m_Folder);
     std::filesystem::create_directories(m_Folder);
   }
