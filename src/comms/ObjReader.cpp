@@ -77,7 +77,7 @@ class ObjState {
   bool TakeEvents(ObjChunk& chunk) {
     chunk.StartObject = m_Object;
     chunk.StartMaterial = m_Material;
-    chunk.Current.reserve(size_t(chunk.NumObjectLines + chunk.NumMaterialLines));
+    chunk.Current.reserve(size_t(chunk.NumObjectLines) + size_t(chunk.NumMaterialLines));
     const char* at = chunk.Events.data();
     const char* const end = at + chunk.Events.size();
     while (at < end) {
