@@ -24,7 +24,7 @@ using comms::cImage;
 namespace {
 
 // Software OpenGL on a busy machine is slow; these are for what hangs.
-constexpr double PatienceSec = 40;
+constexpr double PatienceSec = 120;
 
 bool Within(const std::function<bool()>& isDone, double seconds = PatienceSec) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
