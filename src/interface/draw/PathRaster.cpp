@@ -196,7 +196,7 @@ void AddKeys(const PathLine& line, float cVec2::*axis, float cVec2::*across, cLi
 // A map of one axis that is straight between its keys.
 class AxisFit {
  public:
-  AxisFit(cList<float> keys, float middle, float scale) : m_Middle(middle), m_Scale(scale) {
+  AxisFit(cList<float> keys, float middle, float scale) {
     std::sort(keys.begin(), keys.end());
     for (const float key : keys)
       if (m_Keys.empty() || key - m_Keys.back() > 0.3f / scale) m_Keys.push_back(key);
@@ -216,7 +216,6 @@ class AxisFit {
   }
 
  private:
-  float m_Middle, m_Scale;
   cList<float> m_Keys, m_Places;
 };
 
