@@ -3,42 +3,9 @@
 #include <SDL.h>
 
 #include "shell/core/InputEvent.h"
+#include "shell/core/KeyTable.h"
 
 namespace {
-
-enum KeyCode {
-  KeyBackspace = 8,
-  KeyTab = 9,
-  KeyEnter = 13,
-  KeyShift = 16,
-  KeyControl = 17,
-  KeyAlt = 18,
-  KeyCapsLock = 20,
-  KeyEsc = 27,
-  KeySpace = 32,
-  KeyPageUp = 33,
-  KeyPageDown = 34,
-  KeyEnd = 35,
-  KeyHome = 36,
-  KeyLeft = 37,
-  KeyUp = 38,
-  KeyRight = 39,
-  KeyDown = 40,
-  KeyInsert = 45,
-  KeyDelete = 46,
-  KeyF1 = 112,
-  KeySemicolon = 186,
-  KeyEquals = 187,
-  KeyComma = 188,
-  KeyMinus = 189,
-  KeyPeriod = 190,
-  KeySlash = 191,
-  KeyGrave = 192,
-  KeyLeftBracket = 219,
-  KeyBackslash = 220,
-  KeyRightBracket = 221,
-  KeyQuote = 222
-};
 
 /// Keys whose place alone says what they are.
 int FromPlace(int scancode) {

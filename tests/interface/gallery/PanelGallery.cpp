@@ -43,7 +43,7 @@ struct Sample : BaseClass {
   bool Fixed = true, Airbrush = false, Visible = true;
   uint32_t Tint = 0xFFD98E4A;
   int32_t Texture = -1;
-  _str StampVolume, Path{"/home/anna/pictures/skin.png"}, Polycount{"1 204 337"};
+  _str StampVolume, Path{"pictures/skin.png"}, Polycount{"1 204 337"};
   comms::One2DCurve Curve;
   ClonesArray<Item> Items;
   void Apply() {}
