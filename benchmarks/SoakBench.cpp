@@ -173,7 +173,12 @@ const bench::Benchmark soak("Soak", [](std::vector<bench::Claim>& claims) {
     clean.Text = what + ": errors of OpenGL";
     clean.Goal = "<= 0";
     clean.Ours = clean.Ratio = errors;
-    if (!read) memory.Skipped = clean.Skipped = answer.empty() ? "the child failed" : answer.substr(0, answer.find('\n'));
+    if (!read && answer.empty()) {
+      memory.Ratio = clean.Ratio = 1e9;  // it crashed
+      memory.Note = clean.Note = "the child failed";
+    } else if (!read) {
+      memory.Skipped = clean.Skipped = answer.substr(0, answer.find('\n'));
+    }
     claims.push_back(memory);
     if (std::string(task) == "SoakGL") claims.push_back(clean);
   }

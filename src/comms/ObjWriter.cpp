@@ -3,6 +3,7 @@
 #include <tbb/parallel_pipeline.h>
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstring>
 
 #include "comms/Log.h"
@@ -13,8 +14,7 @@
 
 namespace comms {
 
-// --- text
-// --------------------------------------------------------------------------------------------------------------------------
+// --- text -------------------------------------------------------------------------------------------------------------------
 
 namespace {
 // Text that grows; cheap to append to where room was asked for once.
@@ -55,8 +55,7 @@ static char* PutFloats(char* at, const float* values, int count) {
 }
 static cVec3 Sanitize(const cVec3& v) { return {SanitizeFloat(v.x), SanitizeFloat(v.y), SanitizeFloat(v.z)}; }
 
-// --- sections
-// ----------------------------------------------------------------------------------------------------------------------
+// --- sections ---------------------------------------------------------------------------------------------------------------
 
 namespace {
 enum class Section { Positions, Colors, TexCoords, Normals, Faces, End };
@@ -273,6 +272,7 @@ bool WriteObjSections(const cRawMesh& mesh, const ObjPlan& plan, cFile& file) {
   size_t next = 0;
   Outline outline(mesh, plan);
   const PieceWriter writer(mesh, plan);
+  std::atomic<bool> failed = false;  // the first stage asks while the last one writes
   const auto collect = [&](tbb::flow_control& control) -> Batch* {
     Batch& batch = batches[next++ % MaxBatches];
     batch.Pieces.clear();
@@ -284,7 +284,7 @@ bool WriteObjSections(const cRawMesh& mesh, const ObjPlan& plan, cFile& file) {
       cost += perSection + (piece.Kind == Section::Faces && piece.Begin < piece.End ? size_t(plan.Runs[piece.Begin].NumPolygons)
                                                                                     : piece.End - piece.Begin);
     }
-    if (batch.Pieces.empty() || !file.Error().empty()) control.stop();
+    if (batch.Pieces.empty() || failed) control.stop();
     return &batch;
   };
   tbb::parallel_pipeline(MaxBatches,
@@ -296,13 +296,12 @@ bool WriteObjSections(const cRawMesh& mesh, const ObjPlan& plan, cFile& file) {
                                                                 return batch;
                                                               }) &
                              tbb::make_filter<Batch*, void>(tbb::filter_mode::serial_in_order, [&](const Batch* batch) {
-                               file.WriteBlock(batch->Text.Data(), int64_t(batch->Text.Size()));
+                               if (!file.WriteBlock(batch->Text.Data(), int64_t(batch->Text.Size()))) failed = true;
                              }));
-  return file.Error().empty();
+  return !failed;
 }
 
-// --- library
-// -----------------------------------------------------------------------------------------------------------------------
+// --- library ----------------------------------------------------------------------------------------------------------------
 
 // The library beside the OBJ file. It goes into place together with it, so that neither an old library stands beside a new mesh
 // nor the reverse.
@@ -325,8 +324,7 @@ static void WriteMtl(const cRawMesh& mesh, cFile& file) {
   file.CloseWith(std::move(library));
 }
 
-// --- codec
-// -------------------------------------------------------------------------------------------------------------------------
+// --- codec ------------------------------------------------------------------------------------------------------------------
 
 static void AddDeltas(cRawMesh& mesh, const cRawMorph& morph, bool forward) {
   const size_t count = std::min({mesh.Normals.size(), mesh.Positions.size(), morph.Deltas.size()});
