@@ -85,7 +85,7 @@ class StaticMesh : public BaseMesh {
  public:
   void Draw(cRender* render) override;
   bool Visible = true;
-  bool Wireframe = false;
+  bool Wireframe = false;  ///< its drawing leaves the plain fill state set
   cList<cMat4> Instances;  ///< placements before the world matrix; empty: once, as it is
 };
 

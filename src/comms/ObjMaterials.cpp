@@ -16,26 +16,41 @@ const MtlKeyword MtlKeywords[NumMtlKeywords] = {{"map_Kd ", cRawMaterial::Diffus
                                                 {"map_bump ", cRawMaterial::NormalBump},
                                                 {"disp ", cRawMaterial::Bump}};
 
-// --- text of a library
-// -----------------------------------------------------------------------------------------------------------
+// --- text of a library ------------------------------------------------------------------------------------------------------
 
 constexpr std::string_view EntryWord = "newmtl ", BoundWord = "newmtl";
 constexpr size_t MaxPathChars = 259;
 
 // A name asked for is a token, so no more of an entry matters.
-std::string_view MtlText::NameAt(uint32_t entry) const { return std::string_view(m_Text).substr(entry, ObjLine::MaxTokenChars); }
+std::string_view MtlText::NameAt(uint32_t entry) const { return Text().substr(entry, ObjLine::MaxTokenChars); }
 
-MtlText::MtlText(cStr text) : m_Text(std::move(text)), m_LastCr(m_Text.rfind('\r')), m_LastLf(m_Text.rfind('\n')) {
-  const std::string_view view = m_Text;
-  for (size_t at = view.find(BoundWord); at != view.npos; at = view.find(BoundWord, at + BoundWord.size())) {
+// Calls visit(position of a "newmtl", whether it begins an entry) for each in order.
+template <class Visit>
+static void ForEachBound(std::string_view text, Visit visit) {
+  for (size_t at = text.find(BoundWord); at != text.npos; at = text.find(BoundWord, at + BoundWord.size()))
+    visit(at, text.substr(at).starts_with(EntryWord));
+}
+
+int64_t MtlText::CountIndexBytes(const cList<uint8_t>& text) {
+  int64_t bytes = 0;
+  ForEachBound({reinterpret_cast<const char*>(text.data()), text.size()},
+               [&](size_t, bool isEntry) { bytes += int64_t(sizeof(uint32_t)) * (isEntry ? 4 : 1); });
+  return bytes;
+}
+
+MtlText::MtlText(cList<uint8_t> text) : m_Text(std::move(text)), m_LastCr(Text().rfind('\r')), m_LastLf(Text().rfind('\n')) {
+  size_t bounds = 0, entries = 0;
+  ForEachBound(Text(), [&](size_t, bool isEntry) { bounds++, entries += isEntry; });
+  m_Bounds.reserve(bounds);
+  m_Entries.reserve(entries);
+  ForEachBound(Text(), [&](size_t at, bool isEntry) {
     m_Bounds.push_back(uint32_t(at));
-    if (view.substr(at).starts_with(EntryWord)) m_Entries.push_back(uint32_t(at + EntryWord.size()));
-  }
+    if (isEntry) m_Entries.push_back(uint32_t(at + EntryWord.size()));
+  });
   std::sort(m_Entries.begin(), m_Entries.end(), [&](uint32_t a, uint32_t b) { return NameAt(a) < NameAt(b); });
-  const size_t n = m_Entries.size();
-  m_First.resize(2 * n);
-  std::copy(m_Entries.begin(), m_Entries.end(), m_First.begin() + ptrdiff_t(n));
-  for (size_t i = n; i-- > 1;) m_First[i] = std::min(m_First[2 * i], m_First[2 * i + 1]);
+  m_First.resize(2 * entries);
+  std::copy(m_Entries.begin(), m_Entries.end(), m_First.begin() + ptrdiff_t(entries));
+  for (size_t i = entries; i-- > 1;) m_First[i] = std::min(m_First[2 * i], m_First[2 * i + 1]);
 }
 
 int64_t MtlText::FindMaterial(std::string_view name) const {
@@ -56,7 +71,7 @@ int64_t MtlText::FindMaterial(std::string_view name) const {
 bool MtlText::ReadPath(size_t start, cStr& path) const {
   const auto isBehind = [&](size_t last) { return last != cStr::npos && last >= start; };
   if (!isBehind(m_LastCr) && !isBehind(m_LastLf)) return false;
-  const std::string_view text = std::string_view(m_Text).substr(start, MaxPathChars);
+  const std::string_view text = Text().substr(start, MaxPathChars);
   path = text.substr(0, text.find(isBehind(m_LastCr) ? '\r' : '\n'));
   return true;
 }
@@ -64,7 +79,7 @@ bool MtlText::ReadPath(size_t start, cStr& path) const {
 MtlPaths MtlText::ReadPaths(int64_t start) const {
   const auto bound = std::lower_bound(m_Bounds.begin(), m_Bounds.end(), start);
   const size_t end = bound == m_Bounds.end() ? m_Text.size() : *bound;
-  const std::string_view material = std::string_view(m_Text).substr(size_t(start), end - size_t(start));
+  const std::string_view material = Text().substr(size_t(start), end - size_t(start));
   MtlPaths paths;
   for (const MtlKeyword& keyword : MtlKeywords) {
     const size_t hit = material.find(keyword.Text);
@@ -75,8 +90,7 @@ MtlPaths MtlText::ReadPaths(int64_t start) const {
   return paths;
 }
 
-// --- the libraries of a file
-// -----------------------------------------------------------------------------------------------------
+// --- the libraries of a file ------------------------------------------------------------------------------------------------
 
 struct MtlLibraries::Library {
   cStr Name;
@@ -84,7 +98,12 @@ struct MtlLibraries::Library {
   std::unordered_map<int64_t, MtlPaths> Known;  // several names may lead to one entry
 };
 
-MtlLibraries::MtlLibraries(const cStr& objPath) : m_Folder(GetFolder(objPath)) {}
+int64_t GetHeapBytes(const cStr& text) {
+  constexpr size_t overhead = 16;
+  return text.capacity() > cStr().capacity() ? int64_t(text.capacity() + 1 + overhead) : 0;
+}
+
+MtlLibraries::MtlLibraries(const cStr& objPath, ObjBudget& budget) : m_Folder(GetFolder(objPath)), m_Budget(budget) {}
 MtlLibraries::~MtlLibraries() = default;
 
 // The path of a regular file, both kinds of separators taken; empty where there is none.
@@ -98,23 +117,34 @@ static cStr FindRegularFile(cStr path) {
 MtlLibraries::Library* MtlLibraries::Open(std::string_view name) {
   for (const auto& library : m_Libraries)
     if (library->Name == name) return library.get();
-  if (m_IsFull) return nullptr;
   constexpr size_t MaxLibraries = 1000;
+  if (m_IsFull) return nullptr;
   const cStr path = FindRegularFile(m_Folder + cStr(name));
-  const int64_t size = path.empty() ? 0 : GetFileSize(path);
-  if (m_Bytes + size > MaxBytes || m_Libraries.size() >= MaxLibraries) {
-    LogWarning("The material library \"%s\" is left out: at most %lld bytes in %zu libraries are read for one file.",
-               path.c_str(), static_cast<long long>(MaxBytes), MaxLibraries);
-    m_IsFull = true;
+  std::unique_ptr<MtlText> text = path.empty() || m_Libraries.size() >= MaxLibraries ? nullptr : Read(path);
+  m_IsFull |= m_Libraries.size() >= MaxLibraries;
+  if (m_IsFull) {
+    LogWarning(
+        "The material library \"%s\" and those behind it are left out: one file may name %zu, and all that is read for it "
+        "may take %lld bytes in memory.",
+        path.c_str(), MaxLibraries, static_cast<long long>(m_Budget.Limit()));
     return nullptr;
   }
-  m_Bytes += size;
   auto library = std::make_unique<Library>();
   library->Name = name;
-  std::vector<uint8_t> bytes;
-  cStr error;
-  if (size > 0 && ReadWholeFile(path, bytes, error)) library->Text = std::make_unique<MtlText>(cStr(bytes.begin(), bytes.end()));
+  library->Text = std::move(text);
   return m_Libraries.emplace_back(std::move(library)).get();
+}
+
+// Null where it can't be read, and, with m_IsFull, where there is no memory left for it.
+std::unique_ptr<MtlText> MtlLibraries::Read(const cStr& path) {
+  const int64_t size = GetFileSize(path);
+  if (size <= 0) return nullptr;
+  m_IsFull = size > MtlText::MaxBytes || !m_Budget.Take(size);
+  cList<uint8_t> bytes;
+  cStr error;
+  if (m_IsFull || !ReadWholeFile(path, bytes, error)) return nullptr;
+  m_IsFull = !m_Budget.Take(MtlText::CountIndexBytes(bytes));
+  return m_IsFull ? nullptr : std::make_unique<MtlText>(std::move(bytes));
 }
 
 cStr MtlLibraries::FindTexture(const cStr& path) const {
@@ -124,22 +154,29 @@ cStr MtlLibraries::FindTexture(const cStr& path) const {
   return beside.find('\0') == beside.npos && FileExists(beside) ? beside : path;
 }
 
+MtlPaths MtlLibraries::ReadPaths(const MtlText& text, int64_t start) {
+  MtlPaths paths = text.ReadPaths(start);
+  for (cStr& path : paths)
+    if (!path.empty()) path = FindTexture(path);
+  return paths;
+}
+
 MtlPaths MtlLibraries::Find(std::string_view libraryName, std::string_view material) {
   Library* const library = Open(libraryName);
   if (!library || !library->Text) return {};
   const int64_t start = library->Text->FindMaterial(material);
   if (start < 0) return {};
-  const auto [entry, isNew] = library->Known.try_emplace(start);
-  if (isNew) {
-    entry->second = library->Text->ReadPaths(start);
-    for (cStr& path : entry->second)
-      if (!path.empty()) path = FindTexture(path);
-  }
-  return entry->second;
+  const auto known = library->Known.find(start);
+  if (known != library->Known.end()) return known->second;
+  constexpr int64_t entryBytes = int64_t(sizeof(MtlPaths)) + 64;
+  MtlPaths paths = ReadPaths(*library->Text, start);
+  int64_t bytes = entryBytes;
+  for (const cStr& path : paths) bytes += GetHeapBytes(path);
+  if (m_Budget.Take(bytes)) library->Known.emplace(start, paths);
+  return paths;
 }
 
-// --- UV sets
-// -----------------------------------------------------------------------------------------------------------------------
+// --- UV sets ----------------------------------------------------------------------------------------------------------------
 
 static std::string_view WithoutExtension(std::string_view path) {
   const size_t dot = path.find_last_of("./\\");

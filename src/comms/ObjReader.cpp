@@ -16,48 +16,20 @@
 
 namespace comms {
 
-// --- between the passes
-// ------------------------------------------------------------------------------------------------------------
+// --- between the passes -----------------------------------------------------------------------------------------------------
 
 namespace {
-// What the mesh of a file may take: a few bytes can announce many, and a file of nothing else must not fill the memory. The rest
-// of the process, the texts of the chunks among it, finds its place in what is left up to 64 MB.
-class Budget {
- public:
-  explicit Budget(const cFile& file) : m_Limit(4 * file.Size() + (40 << 20)), m_File(file) {}
-  int64_t Left() const { return m_Limit - m_Taken; }
-  // False after a message.
-  bool Take(int64_t bytes) {
-    m_Taken += bytes;
-    if (m_Taken <= m_Limit) return true;
-    LogError(
-        "cMeshObj::DecodeObj(): \"%s\" holds more than is read from a file of its size: its %lld bytes may take %lld in memory.",
-        m_File.Name().c_str(), static_cast<long long>(m_File.Size()), static_cast<long long>(m_Limit));
-    return false;
-  }
-
- private:
-  const int64_t m_Limit;
-  int64_t m_Taken = 0;
-  const cFile& m_File;
-};
-
-// What a string takes besides its own bytes.
-int64_t HeapBytes(const cStr& text) {
-  constexpr size_t overhead = 16;
-  return text.capacity() > cStr().capacity() ? int64_t(text.capacity() + 1 + overhead) : 0;
-}
-
 // Objects and materials in the order of the file, and which of them are current.
 class ObjState {
  public:
   ObjState(const cFile& file, cRawMesh& mesh)
       : m_Mesh(mesh),
-        m_Budget(file),
+        m_File(file),
+        // The rest of the process, the texts of the chunks among it, finds its place in what is left up to 64 MB.
+        m_Budget(4 * file.Size() + (40 << 20)),
         m_Objects(mesh.Objects),
         m_Materials(mesh.Materials),
-        m_Libraries(file.Name()),
-        m_FileName(file.Name()) {}
+        m_Libraries(file.Name(), m_Budget) {}
 
   // Before the first chunk.
   bool Begin(const cList<ObjChunk>& chunks) {
@@ -67,7 +39,7 @@ class ObjState {
       materials += chunk.NumMaterialLines;
       events += int64_t(chunk.Events.size());
     }
-    if (!m_Budget.Take(events + (objects + materials) * int64_t(sizeof(int)))) return false;
+    if (!TakeMemory(events + (objects + materials) * int64_t(sizeof(int)))) return false;
     // At most so many elements come: the lists never grow, which would hold them twice.
     m_Mesh.Objects.reserve(size_t(std::min(objects, m_Budget.Left() / ObjectBytes)));
     m_Mesh.Materials.reserve(size_t(std::min({materials, MaxMaterials, m_Budget.Left() / MaterialBytes})));
@@ -93,9 +65,9 @@ class ObjState {
   }
 
   bool TakeArrays(const ObjCounts& counts) {
-    return m_Budget.Take(counts.Positions * int64_t(sizeof(cVec3)) + counts.TexCoords * int64_t(sizeof(cVec2)) +
-                         counts.Normals * int64_t(sizeof(cVec3)) + counts.Records * int64_t(sizeof(cRawPolyRec)) +
-                         counts.Colors * int64_t(sizeof(uint32_t)));
+    return TakeMemory(counts.Positions * int64_t(sizeof(cVec3)) + counts.TexCoords * int64_t(sizeof(cVec2)) +
+                      counts.Normals * int64_t(sizeof(cVec3)) + counts.Records * int64_t(sizeof(cRawPolyRec)) +
+                      counts.Colors * int64_t(sizeof(uint32_t)));
   }
 
  private:
@@ -143,7 +115,7 @@ class ObjState {
 
   bool AddObject(std::string_view name) {
     cStr text(name);
-    if (!m_Budget.Take(ObjectBytes + HeapBytes(text))) return false;
+    if (!TakeMemory(ObjectBytes + GetHeapBytes(text))) return false;
     m_Object = int(m_Mesh.Objects.size());
     m_Mesh.Objects.emplace_back().Name = std::move(text);
     m_Objects.AddLast();
@@ -152,15 +124,15 @@ class ObjState {
 
   bool AddMaterial(std::string_view name) {
     if (int64_t(m_Mesh.Materials.size()) == MaxMaterials) {
-      LogError("cMeshObj::DecodeObj(): \"%s\" has more than %lld materials.", m_FileName.c_str(),
+      LogError("cMeshObj::DecodeObj(): \"%s\" has more than %lld materials.", m_File.Name().c_str(),
                static_cast<long long>(MaxMaterials));
       return false;
     }
     MtlPaths paths = m_Library.empty() ? MtlPaths() : m_Libraries.Find(m_Library, name);
     cStr text(name);
-    int64_t bytes = MaterialBytes + 2 * HeapBytes(text);  // its UV set takes the name too
-    for (const cStr& path : paths) bytes += HeapBytes(path);
-    if (!m_Budget.Take(bytes)) return false;
+    int64_t bytes = MaterialBytes + 2 * GetHeapBytes(text);  // its UV set takes the name too
+    for (const cStr& path : paths) bytes += GetHeapBytes(path);
+    if (!TakeMemory(bytes)) return false;
     m_Material = int(m_Mesh.Materials.size());
     cRawMaterial& material = m_Mesh.Materials.emplace_back();
     material.Name = std::move(text);
@@ -169,12 +141,22 @@ class ObjState {
     return true;
   }
 
+  // False after a message.
+  bool TakeMemory(int64_t bytes) {
+    if (m_Budget.Take(bytes)) return true;
+    LogError(
+        "cMeshObj::DecodeObj(): \"%s\" holds more than is read from a file of its size: its %lld bytes may take %lld in memory.",
+        m_File.Name().c_str(), static_cast<long long>(m_File.Size()), static_cast<long long>(m_Budget.Limit()));
+    return false;
+  }
+
   cRawMesh& m_Mesh;
-  Budget m_Budget;
+  const cFile& m_File;
+  ObjBudget m_Budget;
   NameIndex<cList<cRawObject>> m_Objects;
   NameIndex<cList<cRawMaterial>> m_Materials;
   MtlLibraries m_Libraries;
-  cStr m_FileName, m_Library;
+  cStr m_Library;
   int m_Object = -1, m_Material = 0;
 };
 }  // namespace
@@ -211,8 +193,7 @@ bool ResolveObjChunks(const cFile& file, cList<ObjChunk>& chunks, cRawMesh& mesh
   return true;
 }
 
-// --- the passes
-// --------------------------------------------------------------------------------------------------------------------
+// --- the passes -------------------------------------------------------------------------------------------------------------
 
 namespace {
 // What a thread needs for its chunks.
@@ -352,8 +333,7 @@ bool ReadObj(const cFile& file, cRawMesh& mesh, const ObjReadOptions& options) {
   return true;
 }
 
-// --- codec
-// -------------------------------------------------------------------------------------------------------------------------
+// --- codec ------------------------------------------------------------------------------------------------------------------
 
 cRawMesh* cMeshObj::Decode(cFile& file) {
   if (file.AtEnd()) return nullptr;

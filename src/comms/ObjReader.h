@@ -15,8 +15,9 @@ struct ObjReadOptions {
   int64_t ChunkBytes = 1 << 19;
 };
 
-/// Fills an empty mesh. False after one message (and a second with file and line where there is one). A file whose mesh would
-/// take more than four times its bytes and 40 MiB is refused: no mesh of any use is written in so few.
+/// Fills an empty mesh. False after one message (and a second with file and line where there is one). A file whose mesh, with the
+/// material libraries that it names, would take more than four times its bytes and 40 MiB is refused: no mesh of any use is
+/// written in so few.
 bool ReadObj(const cFile& file, cRawMesh& mesh, const ObjReadOptions& options = {});
 
 /// Elements of the arrays: how many a stretch of the file holds, or how many stand before it.

@@ -8,8 +8,7 @@
 
 namespace comms {
 
-// --- text
-// --------------------------------------------------------------------------------------------------------------------------
+// --- text -------------------------------------------------------------------------------------------------------------------
 
 bool ObjChunkText::Fetch(const cFile& file, int64_t begin, int64_t end) {
   m_Text.resize(size_t(end - begin) + ObjTextPadding);
@@ -56,8 +55,7 @@ bool ObjChunkText::Load(const cFile& file, int64_t begin, int64_t end) {
   return Fetch(file, begin, end);
 }
 
-// --- walking the lines
-// -------------------------------------------------------------------------------------------------------------
+// --- walking the lines ------------------------------------------------------------------------------------------------------
 
 enum class ObjRecord { Position, TexCoord, Normal, Face, Other };
 
@@ -117,8 +115,7 @@ static const char* WalkLines(const ObjChunkText& text, ObjLine& line, Visitor& v
   }
 }
 
-// --- first pass
-// --------------------------------------------------------------------------------------------------------------------
+// --- first pass -------------------------------------------------------------------------------------------------------------
 
 static std::string_view WithoutQuotes(std::string_view name) {
   if (name.starts_with('"')) name.remove_prefix(1);
@@ -224,8 +221,7 @@ void CountObjChunk(const ObjChunkText& text, ObjLine& line, ObjChunk& chunk) {
   chunk.Events.shrink_to_fit();
 }
 
-// --- second pass
-// -------------------------------------------------------------------------------------------------------------------
+// --- second pass ------------------------------------------------------------------------------------------------------------
 
 // sscanf("%X") on eight characters: blanks, sign and "0x" are taken; no digit leaves mid grey.
 static uint32_t ParseColor(const char* at) {

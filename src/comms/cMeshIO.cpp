@@ -31,8 +31,7 @@ static cStr& PluginFolder() {
   return folder;
 }
 
-// --- registry
-// ----------------------------------------------------------------------------------------------------------------------
+// --- registry ---------------------------------------------------------------------------------------------------------------
 
 bool cMeshIO::AddCodec(const char* extension, cMeshCodec* codec) {
   Init();
@@ -82,8 +81,7 @@ void cMeshIO::Init() {
   AddCodec("Obj", new cMeshObj);
 }
 
-// --- files
-// -------------------------------------------------------------------------------------------------------------------------
+// --- files ------------------------------------------------------------------------------------------------------------------
 
 // Meshes in the program's own folders were made in its own axes.
 static bool IsExchangePath(const char* path) { return !std::strstr(path, "VoxStamps") && !std::strstr(path, "ToolsPresets"); }

@@ -6,8 +6,7 @@
 
 namespace comms {
 
-// --- polygon stream
-// ----------------------------------------------------------------------------------------------------------------
+// --- polygon stream ---------------------------------------------------------------------------------------------------------
 
 // Most streams hold polygons of one size: then the headers stand at a fixed distance, and if the first words there all agree,
 // they are the headers. Found on all cores, where the walk from header to header is bound to one.
@@ -67,8 +66,7 @@ bool cRawMesh::HasValidIndices() const {
   return isValid;
 }
 
-// --- merging and turning
-// -----------------------------------------------------------------------------------------------------------
+// --- merging and turning ----------------------------------------------------------------------------------------------------
 
 template <class List>
 static void Append(List& list, const List& other) {

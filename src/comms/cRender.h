@@ -1,6 +1,6 @@
 #pragma once
 // The render back end as the rest of the system sees it: integer handles and the operations on them. Nothing here knows a
-// graphics library; comms/render holds the back end that does, and one that only takes notes. A handle is >= 0; -1 stands for
+// graphics library; comms/render holds the back end that does, and cRenderNull only takes notes. A handle is >= 0; -1 stands for
 // none, and every operation on a handle that is not there does nothing.
 //
 // All calls are on the main thread, ReleaseBuffer excepted.
@@ -52,11 +52,19 @@ struct FillState {
   friend bool operator==(const FillState&, const FillState&) = default;
 };
 
+enum class TextureKind {
+  Flat,
+  Line,    ///< one row: Height is 1
+  Volume,  ///< Depth pictures, one behind the other
+  Cube     ///< six square pictures, seen from within: +x, -x, +y, -y, +z, -z
+};
 struct TextureDesc {
   TextureFormat Format = TextureFormat::Rgba8;
   int Width = 0, Height = 0;
   TextureFilter Filter = TextureFilter::Linear;  ///< the three-level filters build the smaller levels
   AddressMode Address = AddressMode::Wrap;
+  TextureKind Kind = TextureKind::Flat;
+  int Depth = 1;  ///< of volumes
 };
 
 /// An off-screen target: one colour texture and, unless DepthFormat is None, one of depth. Both can be sampled, except with
@@ -98,11 +106,13 @@ class cRender {
   virtual void SetScissor(int x, int y, int width, int height) = 0;
 
   // --- textures ------------------------------------------------------------------------------------------------------------
-  /// `pixels` are rows from top to bottom without padding, in the layout of the format; null leaves the content open. -1 with a
-  /// line in the log where the size does not fit the format or the device.
+  /// `pixels` are rows from top to bottom without padding, in the layout of the format, the pictures of a volume or cube one
+  /// behind the other; null leaves the content open. -1 with a line in the log where the size does not fit the format, the kind
+  /// or the device.
   virtual int CreateTexture(const TextureDesc& desc, const void* pixels) = 0;
   /// Loads a picture file once; the same name gives the same id. -1 with a line in the log where it can't be read.
   virtual int LoadTexture(const cStr& fileName) = 0;
+  /// Replaces a part of a flat texture or a line.
   virtual void UpdateTexture(int id, int x, int y, int width, int height, const void* pixels) = 0;
   virtual void DeleteTexture(int id) = 0;
   /// Before the device changes: gives up all objects of the device, keeping every id and what it was made from. Buffers are read

@@ -1,5 +1,7 @@
 #include "comms/cRenderNull.h"
 
+#include <algorithm>
+
 #include "ClassEngine/Assert.h"
 
 namespace comms {
@@ -16,8 +18,8 @@ void cRenderNull::SetFillState(int id) {
 }
 
 void cRenderNull::SetViewport(int, int, int width, int height) {
-  State.ViewportWidth = width;
-  State.ViewportHeight = height;
+  State.ViewportWidth = std::max(1, width);
+  State.ViewportHeight = std::max(1, height);
   Note("SetViewport %d %d", width, height);
 }
 

@@ -93,6 +93,20 @@ TEST(BaseMesh, BuffersEndWithTheMeshOrWithTheDevice) {
   cRenderNull next;
   kept.Draw(&next);
   EXPECT_EQ(next.AliveBuffers(), 2) << "what is kept moves to the next device";
+  for (const bool loses : {false, true}) {
+    const int before = kept.VertexBuffer;
+    next.LosesBuffers = loses;
+    next.Unload();
+    next.Reload();
+    kept.Draw(&next);
+    EXPECT_EQ(kept.VertexBuffer != before, loses);
+  }
+  EXPECT_EQ(next.AliveBuffers(), 2);
+  const ColoredPoint points[4] = {};
+  next.DrawLines(points, 4);
+  next.DrawLines(points, 2);
+  EXPECT_EQ(next.Calls.back(), "Draw 2 0 2");
+  EXPECT_EQ(next.AliveBuffers(), 3) << "one buffer for all lines";
 }
 
 TEST(BaseMesh, DrawsByModeIndicesAndStages) {

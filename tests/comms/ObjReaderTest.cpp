@@ -242,8 +242,7 @@ TEST(ObjReader, FloodsStayWithinBounds) {
   EXPECT_EQ(turns.Mesh.Materials.size(), 1000u);
 }
 
-// --- material libraries
-// --------------------------------------------------------------------------------------------------------------
+// --- material libraries -----------------------------------------------------------------------------------------------------
 
 namespace {
 std::unique_ptr<cRawMesh> LoadWithLibrary(const TestFolder& folder, const std::string& mtl, const std::string& lines) {
@@ -303,6 +302,17 @@ TEST(ObjMaterials, HostileLibrariesLeaveMaterialsBare) {
   EXPECT_EQ(cMeshIO::LoadMesh(folder.Path("pipe.obj").c_str()), nullptr);
   ASSERT_EQ(mkfifo(folder.Path("pipe.obj").c_str(), 0600), 0);
   EXPECT_EQ(cMeshIO::LoadMesh(folder.Path("pipe.obj").c_str()), nullptr);
+  // Text and index together go beyond what so small a mesh may take; the library behind is not read either.
+  std::string flood;
+  for (int i = 0; i < 3000000; i++) flood += "newmtl ";
+  folder.Write("flood.mtl", flood);
+  folder.Write("good.mtl", "newmtl a\nmap_Kd a.png\n");
+  const std::string text = "mtllib flood.mtl\nv 1 2 3\nusemtl x\nmtllib good.mtl\nusemtl a\nf 1 1 1\n";
+  Outcome outcome;
+  ReadWith(folder.Write("flood.obj", text), 1 << 19, outcome);
+  ASSERT_TRUE(outcome.IsRead);
+  EXPECT_EQ(outcome.Log.find("The material library \"" + folder.Path("flood.mtl") + "\" and those behind it are left out"), 0u);
+  EXPECT_EQ(outcome.Mesh.Materials[1].Textures[0].FileName, "");
 }
 
 // The index over names against the plain search it stands for.
@@ -315,7 +325,7 @@ TEST(ObjMaterials, IndexFindsWhatASearchFinds) {
                : random() % 2 ? "newmtl"
                               : "xx") +
               std::string(random() % 3, 'a') + (random() % 2 ? "b\n" : "a");
-    const MtlText library(text);
+    const MtlText library({text.begin(), text.end()});
     for (const std::string name : {"a", "aa", "ab", "b", "aab", "c", "aaaaaaa"}) {
       const size_t at = text.find("newmtl " + name);
       EXPECT_EQ(library.FindMaterial(name), at == text.npos ? -1 : int64_t(at + 7 + name.size())) << text << name;

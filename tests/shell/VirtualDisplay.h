@@ -1,6 +1,8 @@
 #pragma once
 // A display of the tests' own: Xvfb, started and ended here.
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +17,10 @@ class VirtualDisplay {
     if (pipe(ends) != 0) return;
     m_Process = fork();
     if (m_Process == 0) {
+      // It goes with a test that crashes, and keeps none of the test's pipes open, on which others wait.
+      prctl(PR_SET_PDEATHSIG, SIGKILL);
+      const int nowhere = open("/dev/null", O_RDWR);
+      for (const int stream : {0, 1, 2}) dup2(nowhere, stream);
       dup2(ends[1], 3);
       // The server picks a free number and writes it.
       execlp("Xvfb", "Xvfb", "-displayfd", "3", "-screen", "0", screen, "-nolisten", "tcp", nullptr);

@@ -79,10 +79,7 @@ std::unique_ptr<EglContext> EglContext::Create(cStr& error) {
   for (const Attempt& attempt : ListDisplays()) {
     std::unique_ptr<EglContext> context(new EglContext);
     cStr reason;
-    if (context->Open(attempt.Display, reason)) {
-      context->m_Way = attempt.Way;
-      return context;
-    }
+    if (context->Open(attempt.Display, reason)) return context;
     reasons += (reasons.empty() ? "" : "; ") + cStr(attempt.Way) + ": " + reason;
   }
   error = "Can't draw without a display, no way to OpenGL 3.3 was found (" + reasons + ").";

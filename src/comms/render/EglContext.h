@@ -17,8 +17,6 @@ class EglContext {
   EglContext& operator=(const EglContext&) = delete;
   /// Makes this context the current one of the calling thread.
   bool MakeCurrent();
-  /// How the context was reached: "device", "surfaceless", "default display".
-  const cStr& Way() const { return m_Way; }
 
  private:
   EglContext() = default;
@@ -26,7 +24,6 @@ class EglContext {
   void* m_Display = nullptr;
   void* m_Surface = nullptr;
   void* m_Context = nullptr;
-  cStr m_Way;
 };
 
 }  // namespace comms

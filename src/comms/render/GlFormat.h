@@ -2,7 +2,7 @@
 // The enumerations of comms in OpenGL's words.
 #include <epoxy/gl.h>
 
-#include "comms/TextureFormat.h"
+#include "comms/cRender.h"
 
 namespace comms {
 
@@ -66,6 +66,10 @@ inline GlFormat ToGl(TextureFormat format) {
   return {};
 }
 
+inline GLenum ToGl(TextureKind kind) {
+  static constexpr GLenum targets[] = {GL_TEXTURE_2D, GL_TEXTURE_1D, GL_TEXTURE_3D, GL_TEXTURE_CUBE_MAP};
+  return targets[size_t(kind)];
+}
 inline bool HasMipmaps(TextureFilter filter) { return filter != TextureFilter::Nearest && filter != TextureFilter::Linear; }
 inline bool IsAnisotropic(TextureFilter filter) {
   return filter == TextureFilter::BilinearAniso || filter == TextureFilter::TrilinearAniso;

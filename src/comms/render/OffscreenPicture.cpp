@@ -73,9 +73,9 @@ cMat4 MakeProjection(const PictureCamera& camera, const cMat4& view, const Box& 
 // bound the place from four sides; width and height are each met by the pair that the outermost points fix.
 class Framing {
  public:
-  Framing(float aspect, float fovDegrees) : m_FovDegrees(fovDegrees) {
+  explicit Framing(float aspect) {
     constexpr float Margin = 0.9f;
-    m_TangentY = std::tan(fovDegrees * float(M_PI) / 360) * Margin;
+    m_TangentY = std::tan(PictureCamera().FovDegrees * float(M_PI) / 360) * Margin;
     m_TangentX = m_TangentY * aspect;
     m_Back = Normalized(cVec3{0.50f, 0.26f, 0.85f});
     m_Right = Normalized(Cross(cVec3{0, 1, 0}, m_Back));
@@ -94,20 +94,19 @@ class Framing {
     const float middle = (m_Near + m_Far) / 2, least = std::max(1e-6f, 1e-3f * std::fabs(middle));
     const float away = std::max((m_MaxX - m_MinX) / (2 * m_TangentX), (m_MaxY - m_MinY) / (2 * m_TangentY));
     PictureCamera camera;
-    camera.FovDegrees = m_FovDegrees;
     camera.Target = m_Right * ((m_MaxX + m_MinX) / 2) + m_Top * ((m_MaxY + m_MinY) / 2) + m_Back * middle;
     camera.Position = camera.Target + m_Back * std::max(away - middle, least);
     return camera;
   }
 
  private:
-  float m_FovDegrees, m_TangentX, m_TangentY;
+  float m_TangentX, m_TangentY;
   cVec3 m_Right, m_Top, m_Back;
   float m_MinX = FLT_MAX, m_MaxX = -FLT_MAX, m_MinY = FLT_MAX, m_MaxY = -FLT_MAX, m_Near = -FLT_MAX, m_Far = FLT_MAX;
 };
 
 PictureCamera FrameItems(const cList<PictureItem>& items, float aspect) {
-  Framing framing(aspect, PictureCamera().FovDegrees);
+  Framing framing(aspect);
   for (const PictureItem& item : items) {
     const uint8_t* at = item.Mesh ? item.Mesh->StagedPositions() : nullptr;
     if (!at) continue;
@@ -121,13 +120,6 @@ PictureCamera FrameItems(const cList<PictureItem>& items, float aspect) {
 }
 
 }  // namespace
-
-PictureCamera FrameBox(const cVec3& minimum, const cVec3& maximum, float aspect, float fovDegrees) {
-  Framing framing(aspect, fovDegrees);
-  const Box box{minimum, maximum};
-  for (int i = 0; i < 8; i++) framing.Add(box.Corner(i));
-  return framing.Camera();
-}
 
 OffscreenPicture::OffscreenPicture() = default;
 OffscreenPicture::~OffscreenPicture() {

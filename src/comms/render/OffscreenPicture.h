@@ -26,15 +26,11 @@ struct PictureCamera {
 
 struct PictureOptions {
   int Width = 1280, Height = 960;       ///< pixels, at least 16; the device sets the upper limit
-  std::optional<PictureCamera> Camera;  ///< none: the meshes are framed from three quarters
+  std::optional<PictureCamera> Camera;  ///< none: from the front, a little from the right and from above, just with all of them
   int Supersampling = 2;                ///< 1 .. 4 pixels a side are averaged into one; less where the device can't
   bool AmbientOcclusion = true;
   bool OutwardNormals = false;  ///< false: vertex normals point into the solid, as those of volumes do
 };
-
-/// Camera that looks at a box from the front, a little from the right and from above, and just has all of it in the picture.
-/// `aspect` is width / height.
-PictureCamera FrameBox(const cVec3& minimum, const cVec3& maximum, float aspect, float fovDegrees = 28);
 
 /// Keeps one context; begin once, draw many. Main thread.
 class OffscreenPicture {

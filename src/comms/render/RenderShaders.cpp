@@ -47,6 +47,12 @@ int cRenderGL::ReloadChangedShaders() {
   return compiled;
 }
 
+// The call as a developer would write it, one line.
+static cStr MakeCall(const cStr& name, cStr defines) {
+  for (size_t at = defines.find('\n'); at != cStr::npos; at = defines.find('\n', at + 2)) defines.replace(at, 1, "\\n");
+  return "    IRS->GetShaderID(\"" + name + (defines.empty() ? "" : "\", \"" + defines) + "\");\n";
+}
+
 // From the file, or from the texts of the last program that linked. The program of before is replaced only by one that links.
 bool cRenderGL::CompileShader(Shader& shader, bool readFile) {
   cStr log;
@@ -58,7 +64,7 @@ bool cRenderGL::CompileShader(Shader& shader, bool readFile) {
     shader.Stamp = GetFileStamp(path);
     cList<uint8_t> bytes;
     read = ReadWholeFile(path, bytes, log);
-    if (!read) AppendToUnknownShaders("    IRS->GetShaderID(\"" + shader.Name + "\");\n");
+    if (!read) AppendToUnknownShaders(MakeCall(shader.Name, shader.Defines));
     read = read && SplitShaderFile(cStr(bytes.begin(), bytes.end()), path, file, log);
   }
   const unsigned program = read ? LinkProgram(file, shader.Defines, log) : 0;
@@ -73,20 +79,27 @@ bool cRenderGL::CompileShader(Shader& shader, bool readFile) {
   return true;
 }
 
+// What the compiler or linker says, and whether it was content.
+static bool ReadOutcome(GLuint object, decltype(glGetShaderiv) getNumber, GLenum status, decltype(glGetShaderInfoLog) getLog,
+                        cStr& log) {
+  GLint done = GL_FALSE, length = 0;
+  getNumber(object, status, &done);
+  getNumber(object, GL_INFO_LOG_LENGTH, &length);
+  if (!done && length > 0) {
+    log.resize(size_t(length));
+    getLog(object, length, nullptr, log.data());
+    log.resize(std::strlen(log.c_str()));
+  }
+  return done;
+}
+
 // Compiles one stage and attaches it; the stage lives on as long as the program.
 static bool CompileStage(GLuint program, GLenum stage, const cStr& source, cStr& log) {
   const GLuint object = glCreateShader(stage);
   const char* text = source.c_str();
   glShaderSource(object, 1, &text, nullptr);
   glCompileShader(object);
-  GLint done = GL_FALSE, length = 0;
-  glGetShaderiv(object, GL_COMPILE_STATUS, &done);
-  glGetShaderiv(object, GL_INFO_LOG_LENGTH, &length);
-  if (!done && length > 0) {
-    log.resize(size_t(length));
-    glGetShaderInfoLog(object, length, nullptr, log.data());
-    log.resize(std::strlen(log.c_str()));
-  }
+  const bool done = ReadOutcome(object, glGetShaderiv, GL_COMPILE_STATUS, glGetShaderInfoLog, log);
   if (done) glAttachShader(program, object);
   glDeleteShader(object);
   return done;
@@ -106,15 +119,7 @@ unsigned cRenderGL::LinkProgram(const ShaderFile& file, const cStr& defines, cSt
     for (GLuint slot = 0; slot < std::size(AttributeNames); slot++) glBindAttribLocation(program, slot, AttributeNames[slot]);
     glBindFragDataLocation(program, 0, "o_Color");
     glLinkProgram(program);
-    GLint linked = GL_FALSE, length = 0;
-    glGetProgramiv(program, GL_LINK_STATUS, &linked);
-    glGetProgramiv(program, GL_INFO_LOG_LENGTH, &length);
-    if (!linked && length > 0) {
-      log.resize(size_t(length));
-      glGetProgramInfoLog(program, length, nullptr, log.data());
-      log.resize(std::strlen(log.c_str()));
-    }
-    done = linked;
+    done = ReadOutcome(program, glGetProgramiv, GL_LINK_STATUS, glGetProgramInfoLog, log);
   }
   if (done) return program;
   glDeleteProgram(program);
@@ -145,19 +150,19 @@ void cRenderGL::ReadUniforms(Shader& shader) {
   std::sort(shader.Uniforms.begin(), shader.Uniforms.end(), [](const Uniform& a, const Uniform& b) { return a.Name < b.Name; });
 
   BindProgram(shader.Program);
-  uint32_t usedUnits = 0;
+  uint64_t usedUnits = 0;  // 32 of each stage at most
   for (Uniform& uniform : shader.Uniforms) {
     const auto old = std::find_if(before.begin(), before.end(),
                                   [&](const Uniform& u) { return u.Name == uniform.Name && u.Type == uniform.Type; });
     if (old == before.end()) continue;
     uniform.TextureUnit = old->TextureUnit;
-    if (uniform.TextureUnit >= 0) usedUnits |= 1u << uniform.TextureUnit;
+    if (uniform.TextureUnit >= 0) usedUnits |= uint64_t(1) << uniform.TextureUnit;
     if (old->Count > 0) SetFloats(uniform, old->Values, old->Count);
   }
   for (Uniform& uniform : shader.Uniforms) {
     if (!IsSampler(uniform.Type)) continue;
     for (int unit = 0; uniform.TextureUnit < 0; unit++)
-      if (!(usedUnits & 1u << unit)) usedUnits |= 1u << (uniform.TextureUnit = unit);
+      if (!(usedUnits & uint64_t(1) << unit)) usedUnits |= uint64_t(1) << (uniform.TextureUnit = unit);
     glUniform1i(uniform.Location, uniform.TextureUnit);
   }
 

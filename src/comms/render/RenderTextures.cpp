@@ -21,11 +21,11 @@ void cRenderGL::ActivateUnit(unsigned unit) {
 }
 
 // In the last unit, which no shader reaches: what is set for drawing stays.
-void cRenderGL::BindForEdit(unsigned texture) {
+void cRenderGL::BindForEdit(const Texture& texture) {
   const unsigned unit = unsigned(m_Units.size()) - 1;
   ActivateUnit(unit);
-  glBindTexture(GL_TEXTURE_2D, texture);
-  m_Units[unit].Texture = texture;
+  glBindTexture(ToGl(texture.Desc.Kind), texture.Object);
+  m_Units[unit].Texture = texture.Object;
 }
 
 void cRenderGL::SetTexture(int param, int texture, int sampler) {
@@ -35,7 +35,7 @@ void cRenderGL::SetTexture(int param, int texture, int sampler) {
   const unsigned wanted = size_t(sampler) < m_Samplers.size() ? m_Samplers[size_t(sampler)].Object : 0;
   if (unit.Texture != found->Object) {
     ActivateUnit(unsigned(param));
-    glBindTexture(GL_TEXTURE_2D, found->Object);
+    glBindTexture(ToGl(found->Desc.Kind), found->Object);
     unit.Texture = found->Object;
   }
   if (unit.Sampler != wanted) glBindSampler(GLuint(param), wanted);
@@ -44,12 +44,27 @@ void cRenderGL::SetTexture(int param, int texture, int sampler) {
 
 // --- content -----------------------------------------------------------------------------------------------------------------
 
+// What the kind asks for and `desc` lacks; null where it lacks nothing.
+static const char* FindUnmetWant(const TextureDesc& desc) {
+  if (desc.Kind == TextureKind::Flat) return nullptr;
+  if (IsCompressed(desc.Format) || IsDepth(desc.Format)) return "lines, volumes and cubes have plain formats";
+  if (desc.Kind == TextureKind::Line && desc.Height != 1) return "a line has one row";
+  if (desc.Kind == TextureKind::Volume && desc.Depth < 1) return "a volume has a depth";
+  if (desc.Kind == TextureKind::Cube && desc.Width != desc.Height) return "the sides of a cube are equal";
+  return nullptr;
+}
+
 bool cRenderGL::CheckTexture(const TextureDesc& desc) const {
   if (desc.Width <= 0 || desc.Height <= 0 || desc.Width > m_MaxTargetSize || desc.Height > m_MaxTargetSize ||
       !ToGl(desc.Format).Internal) {
     LogError(
         "Can't make a texture of %d x %d pixels in format \"%s\": 1 to %d pixels a side in a format with content are possible.",
         desc.Width, desc.Height, GetName(desc.Format), m_MaxTargetSize);
+    return false;
+  }
+  if (const char* const want = FindUnmetWant(desc)) {
+    LogError("Can't make a texture of %d x %d x %d pixels in format \"%s\": %s.", desc.Width, desc.Height, desc.Depth,
+             GetName(desc.Format), want);
     return false;
   }
   if (!IsCompressed(desc.Format)) return true;
@@ -74,35 +89,66 @@ static void SetSampling(TextureFilter filter, AddressMode address, float maxAnis
   setInt(GL_TEXTURE_MAG_FILTER, ToGlMagnification(filter));
   setInt(GL_TEXTURE_WRAP_S, ToGl(address));
   setInt(GL_TEXTURE_WRAP_T, ToGl(address));
+  setInt(GL_TEXTURE_WRAP_R, ToGl(address));
   if (IsAnisotropic(filter) && maxAnisotropy > 1) setFloat(GL_TEXTURE_MAX_ANISOTROPY_EXT, maxAnisotropy);
+}
+
+// Of all pictures together.
+static size_t CountBytes(const TextureDesc& desc) {
+  const int pictures = desc.Kind == TextureKind::Volume ? desc.Depth : desc.Kind == TextureKind::Cube ? 6 : 1;
+  return GetImageBytes(desc.Format, desc.Width, desc.Height) * size_t(pictures);
+}
+
+// Fills the bound texture; null leaves it open.
+static void SendPictures(const TextureDesc& desc, const void* pixels) {
+  const GlFormat format = ToGl(desc.Format);
+  if (IsCompressed(desc.Format)) {
+    const size_t bytes = CountBytes(desc);
+    const cList<uint8_t> empty(pixels ? 0 : bytes);
+    glCompressedTexImage2D(GL_TEXTURE_2D, 0, GLenum(format.Internal), desc.Width, desc.Height, 0, GLsizei(bytes),
+                           pixels ? pixels : empty.data());
+    return;
+  }
+  const auto sendFlat = [&](GLenum target, const void* picture) {
+    glTexImage2D(target, 0, format.Internal, desc.Width, desc.Height, 0, format.Components, format.Type, picture);
+  };
+  switch (desc.Kind) {
+    case TextureKind::Flat:
+      sendFlat(GL_TEXTURE_2D, pixels);
+      break;
+    case TextureKind::Line:
+      glTexImage1D(GL_TEXTURE_1D, 0, format.Internal, desc.Width, 0, format.Components, format.Type, pixels);
+      break;
+    case TextureKind::Volume:
+      glTexImage3D(GL_TEXTURE_3D, 0, format.Internal, desc.Width, desc.Height, desc.Depth, 0, format.Components, format.Type,
+                   pixels);
+      break;
+    case TextureKind::Cube:
+      for (unsigned face = 0; face < 6; face++)
+        sendFlat(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face,
+                 pixels ? static_cast<const uint8_t*>(pixels) + face * (CountBytes(desc) / 6) : nullptr);
+      break;
+  }
 }
 
 bool cRenderGL::UploadTexture(Texture& texture, const void* pixels) {
   const TextureDesc& desc = texture.Desc;
   if (!CheckTexture(desc)) return false;
   if (!m_Loaded) return true;  // Reload comes back to it
-  const GlFormat format = ToGl(desc.Format);
+  const GLenum target = ToGl(desc.Kind);
   GlDebug::Attempt attempt(m_Debug);
   glGenTextures(1, &texture.Object);
-  BindForEdit(texture.Object);
-  if (IsCompressed(desc.Format)) {
-    cList<uint8_t> empty;
-    const size_t bytes = GetImageBytes(desc.Format, desc.Width, desc.Height);
-    if (!pixels) empty.resize(bytes);
-    glCompressedTexImage2D(GL_TEXTURE_2D, 0, GLenum(format.Internal), desc.Width, desc.Height, 0, GLsizei(bytes),
-                           pixels ? pixels : empty.data());
-  } else {
-    glTexImage2D(GL_TEXTURE_2D, 0, format.Internal, desc.Width, desc.Height, 0, format.Components, format.Type, pixels);
-  }
+  BindForEdit(texture);
+  SendPictures(desc, pixels);
   if (HasMipmaps(desc)) {
-    glGenerateMipmap(GL_TEXTURE_2D);
+    glGenerateMipmap(target);
   } else {
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, 0);
+    glTexParameteri(target, GL_TEXTURE_MAX_LEVEL, 0);
   }
   SetSampling(
       IsBlendable(desc.Format) ? desc.Filter : TextureFilter::Nearest, desc.Address, m_MaxAnisotropy,
-      [](GLenum name, GLint value) { glTexParameteri(GL_TEXTURE_2D, name, value); },
-      [](GLenum name, GLfloat value) { glTexParameterf(GL_TEXTURE_2D, name, value); });
+      [&](GLenum name, GLint value) { glTexParameteri(target, name, value); },
+      [&](GLenum name, GLfloat value) { glTexParameterf(target, name, value); });
   const GLenum failure = attempt.TakeError();
   if (failure == GL_NO_ERROR) return true;
   LogError("Can't make a texture of %d x %d pixels in format \"%s\": the graphics driver refused with 0x%04x.", desc.Width,
@@ -127,9 +173,8 @@ int cRenderGL::CreateTexture(const TextureDesc& desc, const void* pixels) {
   Texture texture;
   texture.Desc = desc;
   if (!UploadTexture(texture, pixels)) return -1;
-  const size_t bytes = GetImageBytes(desc.Format, desc.Width, desc.Height);
   const uint8_t* source = static_cast<const uint8_t*>(pixels);
-  if (source) texture.Source.assign(source, source + bytes);
+  if (source) texture.Source.assign(source, source + CountBytes(desc));
   return AddTexture(std::move(texture));
 }
 
@@ -167,7 +212,8 @@ void cRenderGL::UpdateTexture(int id, int x, int y, int width, int height, const
   Texture& texture = m_Textures[size_t(id)];
   const TextureDesc& desc = texture.Desc;
   const bool inside = x >= 0 && y >= 0 && width <= desc.Width - x && height <= desc.Height - y;
-  if (!inside || IsDepth(desc.Format)) {
+  const bool isFlat = desc.Kind == TextureKind::Flat || desc.Kind == TextureKind::Line;
+  if (!inside || !isFlat || IsDepth(desc.Format)) {
     LogError("Can't update %d x %d pixels at %d, %d of a texture of %d x %d in format \"%s\".", width, height, x, y, desc.Width,
              desc.Height, GetName(desc.Format));
     return;
@@ -182,14 +228,16 @@ void cRenderGL::UpdateTexture(int id, int x, int y, int width, int height, const
   }
   if (!texture.Object) return;
   const GlFormat format = ToGl(desc.Format);
-  BindForEdit(texture.Object);
-  if (IsCompressed(desc.Format)) {
+  BindForEdit(texture);
+  if (desc.Kind == TextureKind::Line) {
+    glTexSubImage1D(GL_TEXTURE_1D, 0, x, width, format.Components, format.Type, pixels);
+  } else if (IsCompressed(desc.Format)) {
     glCompressedTexSubImage2D(GL_TEXTURE_2D, 0, x, y, width, height, GLenum(format.Internal),
                               GLsizei(GetImageBytes(desc.Format, width, height)), pixels);
   } else {
     glTexSubImage2D(GL_TEXTURE_2D, 0, x, y, width, height, format.Components, format.Type, pixels);
   }
-  if (HasMipmaps(desc)) glGenerateMipmap(GL_TEXTURE_2D);
+  if (HasMipmaps(desc)) glGenerateMipmap(ToGl(desc.Kind));
 }
 
 void cRenderGL::DeleteTextureObject(Texture& texture) {

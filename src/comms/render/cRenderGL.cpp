@@ -85,6 +85,7 @@ void cRenderGL::SetUpDevice() {
   glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
   glPixelStorei(GL_PACK_ALIGNMENT, 1);
   glEnable(GL_MULTISAMPLE);
+  glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
   ApplyDepthState();
   ApplyBlendState();
   ApplyFillState();

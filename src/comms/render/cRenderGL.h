@@ -176,7 +176,7 @@ class cRenderGL : public cRender {
   int AddTexture(Texture texture);
   bool ReadTextureFile(Texture& texture);
   const Texture* FindTexture(int id) const;
-  void BindForEdit(unsigned texture);
+  void BindForEdit(const Texture& texture);
   void ActivateUnit(unsigned unit);
   void DeleteTextureObject(Texture& texture);
   void MakeSampler(Sampler& sampler);

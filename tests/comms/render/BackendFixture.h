@@ -67,6 +67,13 @@ class Backend : public testing::Test {
     m_Render.SetConstant("c_Color", color);
     DrawWhole();
   }
+  // The texture all over the target, and the colour of a pixel then.
+  unsigned Show(int texture, int sampler = -1) {
+    m_Render.SetShader(MakeShader("Show", "uniform sampler2D s_Decal;", "o_Color = texture(s_Decal, v_Place);"));
+    m_Render.SetTexture(m_Render.GetTextureParam("s_Decal"), texture, sampler);
+    DrawWhole();
+    return PixelAt(5, 5);
+  }
   // Colour of the pixel as 0xRRGGBB.
   unsigned PixelAt(int x, int y) {
     comms::cImage image;

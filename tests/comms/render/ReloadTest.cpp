@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-#include "comms/cRenderNull.h"
 #include "comms/render/BackendFixture.h"
 
 using namespace comms;
@@ -32,6 +31,10 @@ class Devices : public Backend {
     mesh.StageVertices(corners, 3, CornerLayout);
     mesh.StageIndices32(indices, 3);
   }
+  static void StageHalves(BaseMesh& left, BaseMesh& right) {
+    StageHalf(left, -1, 255, 0, 0);
+    StageHalf(right, 1, 0, 0, 255);
+  }
   cList<uint8_t> Picture(const cList<BaseMesh*>& meshes) {
     m_Render.SetTarget(m_Target);
     m_Render.Clear({0, 0, 0, 1}, 1);
@@ -49,8 +52,7 @@ class Devices : public Backend {
 
 TEST_F(Devices, SamePictureOnTheNextOne) {
   BaseMesh left, right;
-  StageHalf(left, -1, 255, 0, 0);
-  StageHalf(right, 1, 0, 0, 255);
+  StageHalves(left, right);
   const uint8_t pixel[4] = {1, 2, 3, 4};
   m_Render.CreateTexture({TextureFormat::Rgba8, 1, 1}, pixel);
   m_Render.SetScissor(0, Bottom, Size, Size);
@@ -68,8 +70,7 @@ TEST_F(Devices, SamePictureOnTheNextOne) {
 
 TEST_F(Devices, WorkGoesOnBetweenThem) {
   BaseMesh left, right;
-  StageHalf(left, -1, 255, 0, 0);
-  StageHalf(right, 1, 0, 0, 255);
+  StageHalves(left, right);
   Picture({&left});
   const int gone = m_Render.CreateTexture({TextureFormat::Rgba8, 4, 4}, nullptr);
   m_Render.Unload();
@@ -110,20 +111,15 @@ TEST_F(Devices, WorkGoesOnBetweenThem) {
   Fill(fill);
   EXPECT_TRUE(m_Render.ReadTarget(target, image));
   EXPECT_EQ(image.Pixel(4, 4)[1], 255);
-  const int show = MakeShader("Show", "uniform sampler2D s_Decal;", "o_Color = texture(s_Decal, v_Place);");
   m_Render.SetTarget(m_Target);
-  m_Render.SetShader(show);
-  m_Render.SetTexture(m_Render.GetTextureParam("s_Decal"), texture, sampler);
-  DrawWhole();
-  EXPECT_EQ(PixelAt(3, 3), 0x090807u);
+  EXPECT_EQ(Show(texture, sampler), 0x090807u);
 }
 
 // The device is gone before anybody could save what was on it.
 TEST_F(Devices, OwnersHearOfLostBuffers) {
   BaseMesh kept, lost;
   kept.KeepStaged = true;
-  StageHalf(kept, -1, 255, 0, 0);
-  StageHalf(lost, 1, 0, 0, 255);
+  StageHalves(kept, lost);
   Picture({&kept, &lost});
   const uint16_t numbers[3] = {0, 1, 2};
   const int buffer = m_Render.CreateBuffer(BufferKind::Index, 2, 3, numbers);
@@ -140,41 +136,11 @@ TEST_F(Devices, OwnersHearOfLostBuffers) {
   EXPECT_FALSE(lost.HasBuffers());
 }
 
-TEST(NullDevice, LosesBuffersAsARealOneDoes) {
-  cRenderNull render;
-  BaseMesh mesh;
-  const Corner corners[3] = {};
-  mesh.KeepStaged = true;
-  mesh.StageVertices(corners, 3, CornerLayout);
-  mesh.Draw(&render);
-  const int before = mesh.VertexBuffer;
-  for (const bool loses : {false, true}) {
-    render.LosesBuffers = loses;
-    render.Unload();
-    render.Reload();
-    mesh.Draw(&render);
-    EXPECT_EQ(mesh.VertexBuffer != before, loses);
-  }
-  EXPECT_EQ(render.AliveBuffers(), 1);
-  EXPECT_EQ(render.ReloadChangedShaders(), 0);
-  render.Calls.clear();
-  const ColoredPoint points[4] = {};
-  render.DrawLines(points, 4);
-  render.DrawLines(points, 2);
-  render.DrawGrid({});
-  EXPECT_EQ(std::count(render.Calls.begin(), render.Calls.end(), "Draw 2 0 4"), 1);
-  EXPECT_EQ(std::count(render.Calls.begin(), render.Calls.end(), "Draw 2 0 2"), 1);
-  EXPECT_EQ(render.Calls.back(), "Draw 3 0 6");
-  EXPECT_EQ(render.AliveBuffers(), 2) << "one buffer for all lines";
-}
-
-// --- nothing is set twice, and nothing is missed
-// ---------------------------------------------------------------------------------
+// --- nothing is set twice, and nothing is missed ----------------------------------------------------------------------------
 
 TEST_F(Devices, ChangesBetweenDrawsAllArrive) {
   BaseMesh left, right;
-  StageHalf(left, -1, 255, 0, 0);
-  StageHalf(right, 1, 0, 0, 255);
+  StageHalves(left, right);
   const int colored = m_Render.GetShaderID("Colored", ""), fill = m_Render.GetShaderID("Fill", "");
   const auto sides = [&] { return std::pair(PixelAt(m_Left, m_Middle), PixelAt(m_Right, m_Middle)); };
   Picture({&left, &left, &right});
@@ -223,23 +189,18 @@ TEST_F(Devices, ChangesBetweenDrawsAllArrive) {
 }
 
 TEST_F(Devices, TexturesThatAreSetStaySet) {
-  const int show = MakeShader("Show", "uniform sampler2D s_Decal;", "o_Color = texture(s_Decal, v_Place);");
   const uint8_t red[4] = {255, 0, 0, 255}, blue[4] = {0, 0, 255, 255};
   const TextureDesc desc{TextureFormat::Rgba8, 1, 1};
   const int texture = m_Render.CreateTexture(desc, red);
-  m_Render.SetShader(show);
-  m_Render.SetTexture(m_Render.GetTextureParam("s_Decal"), texture, -1);
-  int other = m_Render.CreateTexture(desc, blue);
+  Show(texture);
+  const int other = m_Render.CreateTexture(desc, blue);
   m_Render.UpdateTexture(other, 0, 0, 1, 1, blue);
   DrawWhole();
   EXPECT_EQ(PixelAt(5, 5), 0xFF0000u) << "making another one in between changes nothing";
   // A driver may give a new texture the name of a deleted one.
   m_Render.DeleteTexture(texture);
   m_Render.DeleteTexture(other);
-  other = m_Render.CreateTexture(desc, blue);
-  m_Render.SetTexture(m_Render.GetTextureParam("s_Decal"), other, -1);
-  DrawWhole();
-  EXPECT_EQ(PixelAt(5, 5), 0x0000FFu);
+  EXPECT_EQ(Show(m_Render.CreateTexture(desc, blue)), 0x0000FFu);
 }
 
 // --- lines and the ground ------------------------------------------------------------------------------------------------------
