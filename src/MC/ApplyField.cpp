@@ -16,6 +16,7 @@
 
 #include "ClassEngine/Assert.h"
 #include "MC/CellSet.h"
+#include "MC/MergeRules.h"
 
 namespace {
 
@@ -185,68 +186,8 @@ class Walk {
 
 // --- merge -----------------------------------------------------------------------------------------------------------------
 
-enum class Rule { Max, MinComplement, Min, Subtract };
-
-Rule RuleOf(const ApplyOptions& options) {
-  if (options.Mode == ApplyAdd) return Rule::Max;
-  if (options.Airbrush) return Rule::Subtract;
-  return options.Mode == ApplySubtract ? Rule::MinComplement : Rule::Min;
-}
-
-template <Rule rule>
-inline uint16_t MergeSample(uint16_t v, uint16_t q) {
-  if constexpr (rule == Rule::Max) return v > q ? v : q;
-  const uint16_t complement = uint16_t(65535 - q);
-  if constexpr (rule == Rule::MinComplement) return v < complement ? v : complement;
-  if constexpr (rule == Rule::Min) return v < q ? v : q;
-  return uint16_t(v - (v < q ? v : q));
-}
-
-uint16_t MergeSample(Rule rule, uint16_t v, uint16_t q) {
-  switch (rule) {
-    case Rule::Max:
-      return MergeSample<Rule::Max>(v, q);
-    case Rule::MinComplement:
-      return MergeSample<Rule::MinComplement>(v, q);
-    case Rule::Min:
-      return MergeSample<Rule::Min>(v, q);
-    default:
-      return MergeSample<Rule::Subtract>(v, q);
-  }
-}
-
 // Whether no field value can change a sample of this value.
-bool IsSettled(Rule rule, uint16_t v) { return v == (rule == Rule::Max ? 65535 : 0); }
-
-struct MergeResult {
-  uint16_t Low = 65535, High = 0, Changed = 0;
-};
-
-template <Rule rule>
-MergeResult MergeSamples(const uint16_t* before, const uint16_t* q, uint16_t* after) {
-  uint16_t low = 65535, high = 0, changed = 0;
-  for (int i = 0; i < CellSamples; i++) {
-    const uint16_t merged = MergeSample<rule>(before[i], q[i]);
-    after[i] = merged;
-    low = low < merged ? low : merged;
-    high = high > merged ? high : merged;
-    changed = uint16_t(changed | (merged ^ before[i]));
-  }
-  return {low, high, changed};
-}
-
-MergeResult MergeSamples(Rule rule, const uint16_t* before, const uint16_t* q, uint16_t* after) {
-  switch (rule) {
-    case Rule::Max:
-      return MergeSamples<Rule::Max>(before, q, after);
-    case Rule::MinComplement:
-      return MergeSamples<Rule::MinComplement>(before, q, after);
-    case Rule::Min:
-      return MergeSamples<Rule::Min>(before, q, after);
-    default:
-      return MergeSamples<Rule::Subtract>(before, q, after);
-  }
-}
+bool IsSettled(MergeRule rule, uint16_t v) { return v == (rule == MergeRule::Max ? 65535 : 0); }
 
 struct CellWork {
   CellKey Key;
@@ -257,7 +198,7 @@ struct CellWork {
   MergeResult Result;
 };
 
-bool HasBlock(const VoxelCell* cell) { return cell && cell->Density && !(cell->Flags & FillPending); }
+bool HasBlock(const VoxelCell* cell) { return cell && cell->HasSamples(); }
 
 // The samples that a cell has in common with each neighbour beyond a face or an edge; corners are probed themselves.
 struct SharedSamples {
@@ -294,7 +235,7 @@ constexpr size_t BatchCells = 4096;
 class Pass {
  public:
   Pass(VolumeObject& volume, const FieldEvaluator& field, const ApplyOptions& options)
-      : m_Volume(volume), m_Field(field), m_Options(options), m_Rule(RuleOf(options)) {}
+      : m_Volume(volume), m_Field(field), m_Options(options), m_Rule(MergeRuleOf(options.Mode, options.Airbrush)) {}
 
   /// Merges the field into cells that no earlier call was given. Returns the neighbours that share a changed sample.
   std::vector<CellKey> Run(const Target* targets, size_t count) {
@@ -322,7 +263,7 @@ class Pass {
     for (size_t i = 0; i < count; i++) {
       VoxelCell* cell = m_Volume.FindCell(targets[i].Key);
       MORVANE_ASSERT(!cell || cell->Edge == CellEdge);
-      if (m_Rule == Rule::Min && cell) cell->Flags |= FrozenCell;
+      if (m_Rule == MergeRule::Min && cell) cell->Flags |= FrozenCell;
       if (!HasBlock(cell) && IsSettled(m_Rule, cell ? cell->UniformValue : 0)) continue;
       m_Work.push_back({targets[i].Key, targets[i].Reached, cell, nullptr, 0, {}});
       const bool inPlace = HasBlock(cell) && cell->Backup && !m_Options.Compare;
@@ -355,7 +296,7 @@ class Pass {
     work.Result = MergeSamples(m_Rule, old, q, after);
 
     if (work.Reached != AllNeighbours) {
-      if (m_Rule == Rule::Min)  // what is left beyond the border of the reach is wiped there
+      if (m_Rule == MergeRule::Min)  // what is left beyond the border of the reach is wiped there
         work.Spill = FindSpill(work.Reached, [&](int i) { return after[i]; });
       else if (work.Result.Changed)
         work.Spill = FindSpill(work.Reached, [&](int i) { return after[i] ^ old[i]; });
@@ -395,8 +336,7 @@ class Pass {
       cell.UniformValue = cell.Density[0];
     }
     cell.Flags = uint8_t((cell.Flags & ~(HasOutside | HasInside | Unpacked | UniformKept | FillPending)) | Touched |
-                         (work.Result.Low < SurfaceLevel ? HasOutside : 0) | (work.Result.High >= SurfaceLevel ? HasInside : 0) |
-                         (m_Rule == Rule::Min ? FrozenCell : 0));
+                         SidesOf(work.Result) | (m_Rule == MergeRule::Min ? FrozenCell : 0));
     m_Volume.MarkCellChanged(key.x, key.y, key.z, false, false);
     ChangedCells++;
   }
@@ -404,7 +344,7 @@ class Pass {
   VolumeObject& m_Volume;
   const FieldEvaluator& m_Field;
   const ApplyOptions& m_Options;
-  const Rule m_Rule;
+  const MergeRule m_Rule;
   std::vector<CellWork> m_Work;
   std::vector<uint16_t*> m_Spare;
 };
@@ -465,6 +405,6 @@ ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, co
   report.TargetCells = int32_t(walk.Targets.size());
   report.Capped = walk.Capped();
   report.ChangedCells = pass.ChangedCells;
-  if (RuleOf(options) == Rule::Min) report.ChangedCells += WipeUnreached(volume);
+  if (MergeRuleOf(options.Mode, options.Airbrush) == MergeRule::Min) report.ChangedCells += WipeUnreached(volume);
   return report;
 }

@@ -8,33 +8,6 @@
 #include <cstring>
 #include <utility>
 
-#include "MC/ApplyField.h"
-
-namespace {
-
-uint16_t MergeSample(int32_t mode, uint16_t v, uint16_t q) {
-  if (mode == ApplyAdd) return std::max(v, q);
-  return std::min(v, mode == ApplySubtract ? uint16_t(65535 - q) : q);
-}
-
-// samples = merge(old, samples), whole vectors at a time.
-void MergeSamples(int32_t mode, const uint16_t* old, uint16_t* samples) {
-  if (mode == ApplyAdd)
-    for (int i = 0; i < CellSampler::Padded; i++) samples[i] = std::max(old[i], samples[i]);
-  else if (mode == ApplySubtract)
-    for (int i = 0; i < CellSampler::Padded; i++) samples[i] = std::min(old[i], uint16_t(65535 - samples[i]));
-  else
-    for (int i = 0; i < CellSampler::Padded; i++) samples[i] = std::min(old[i], samples[i]);
-}
-
-uint8_t SidesOf(uint16_t low, uint16_t high) {
-  return uint8_t((low < SurfaceLevel ? HasOutside : 0) | (high >= SurfaceLevel ? HasInside : 0));
-}
-
-bool HasSamples(const VoxelCell& cell) { return cell.Density && !(cell.Flags & FillPending); }
-
-}  // namespace
-
 /// Blocks that one thread takes from the pool, a few at a time.
 class CellMerge::BlockCache {
  public:
@@ -117,7 +90,8 @@ bool CellMerge::HasFrozenNeighbour(const CellKey& key) const {
   return false;
 }
 
-void CellMerge::KeepFrozen(const CellKey& key, const uint16_t* old, uint16_t* samples) const {
+void CellMerge::SpareFrozen(const CellKey& key, uint16_t* q) const {
+  const uint16_t neutral = m_Rule == MergeRule::Min ? 65535 : 0;
   CellTable::Cursor cursor;
   for (int bit = 0; bit < 27; bit++) {
     const int step[3] = {bit % 3 - 1, bit / 3 % 3 - 1, bit / 9 - 1};
@@ -130,46 +104,37 @@ void CellMerge::KeepFrozen(const CellKey& key, const uint16_t* old, uint16_t* sa
     }
     for (int z = from[2]; z <= to[2]; z++)
       for (int y = from[1]; y <= to[1]; y++)
-        for (int x = from[0]; x <= to[0]; x++) samples[SampleIndex(x, y, z)] = old[SampleIndex(x, y, z)];
+        for (int x = from[0]; x <= to[0]; x++) q[SampleIndex(x, y, z)] = neutral;
   }
 }
 
 CellChange CellMerge::MergeUniform(const CellKey& key, uint16_t value, uint16_t old) const {
-  const uint16_t merged = MergeSample(m_Mode, old, value);
-  return {key, nullptr, merged, SidesOf(merged, merged), merged != old};
+  const uint16_t merged = MergeSample(m_Rule, old, value);
+  return {key, nullptr, merged, SidesOf({merged, merged, 0}), merged != old};
 }
 
 CellChange CellMerge::MergeCell(const Work& work, CellSampler& sampler, BlockCache& blocks) const {
   const VoxelCell* cell = m_Volume.FindCell(work.Key);
   if (cell && (cell->Flags & FrozenCell)) return {work.Key};
-  const bool hasSamples = cell && HasSamples(*cell), fromFrozen = HasFrozenNeighbour(work.Key);
+  const bool hasSamples = cell && cell->HasSamples(), fromFrozen = HasFrozenNeighbour(work.Key);
   const uint16_t oldUniform = cell ? cell->UniformValue : 0;
   const uint16_t full = work.Content == CellContent::Solid ? 65535 : 0;
   if (work.Content != CellContent::Mixed && !hasSamples && !fromFrozen) return MergeUniform(work.Key, full, oldUniform);
 
-  alignas(32) uint16_t old[CellSampler::Padded], samples[CellSampler::Padded];
+  alignas(32) uint16_t uniform[CellSamples], q[CellSampler::Padded], samples[CellSamples];
   if (work.Content == CellContent::Mixed) {
     const CellKey& first = m_Tables.Frame.FirstCell;
-    sampler.Fill({work.Key.x - first.x, work.Key.y - first.y, work.Key.z - first.z}, samples);
+    sampler.Fill({work.Key.x - first.x, work.Key.y - first.y, work.Key.z - first.z}, q);
   } else {
-    std::fill_n(samples, CellSampler::Padded, full);
+    std::fill_n(q, CellSamples, full);
   }
-  std::fill_n(old, CellSampler::Padded, oldUniform);
-  if (hasSamples) std::copy_n(cell->Density, CellSamples, old);
-  MergeSamples(m_Mode, old, samples);
-  if (fromFrozen) KeepFrozen(work.Key, old, samples);
-  std::fill(samples + CellSamples, samples + CellSampler::Padded, samples[0]);
-
-  uint16_t low = 65535, high = 0, differs = 0;
-  for (int i = 0; i < CellSamples; i++) {
-    low = std::min(low, samples[i]);
-    high = std::max(high, samples[i]);
-    differs |= uint16_t(samples[i] ^ old[i]);
-  }
-  CellChange change{work.Key, nullptr, samples[0], SidesOf(low, high), differs != 0};
-  if (change.Changed && low != high) {
+  if (fromFrozen) SpareFrozen(work.Key, q);
+  if (!hasSamples) std::fill_n(uniform, CellSamples, oldUniform);
+  const MergeResult result = MergeSamples(m_Rule, hasSamples ? cell->Density : uniform, q, samples);
+  CellChange change{work.Key, nullptr, samples[0], SidesOf(result), result.Changed != 0};
+  if (change.Changed && result.Low != result.High) {
     change.Block = blocks.Take();
-    std::memcpy(change.Block, samples, CellSamples * sizeof(uint16_t));
+    std::memcpy(change.Block, samples, sizeof samples);
   }
   return change;
 }

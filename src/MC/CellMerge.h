@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "MC/DepthCells.h"
+#include "MC/MergeRules.h"
 #include "MC/VolumeObject.h"
 
 /// What becomes of one cell. Prepared on workers, carried out on the calling thread.
@@ -18,7 +19,8 @@ struct CellChange {
 /// Computes what the solid of `tables` makes of a volume's cells, without touching them.
 class CellMerge {
  public:
-  CellMerge(VolumeObject& volume, const DepthTables& tables, int32_t mode) : m_Volume(volume), m_Tables(tables), m_Mode(mode) {}
+  CellMerge(VolumeObject& volume, const DepthTables& tables, int32_t mode)
+      : m_Volume(volume), m_Tables(tables), m_Mode(mode), m_Rule(MergeRuleOf(mode, false)) {}
   ~CellMerge();
   CellMerge(const CellMerge&) = delete;
   CellMerge& operator=(const CellMerge&) = delete;
@@ -37,13 +39,14 @@ class CellMerge {
   void CollectWork(const std::vector<CellContent>& contents);
   CellChange MergeUniform(const CellKey& key, uint16_t value, uint16_t old) const;
   CellChange MergeCell(const Work& work, CellSampler& sampler, BlockCache& blocks) const;
-  /// Puts the old value back where a sample belongs to a frozen neighbour too.
-  void KeepFrozen(const CellKey& key, const uint16_t* old, uint16_t* samples) const;
+  /// Lets the solid say nothing about samples that belong to a frozen neighbour too.
+  void SpareFrozen(const CellKey& key, uint16_t* q) const;
   bool HasFrozenNeighbour(const CellKey& key) const;
 
   VolumeObject& m_Volume;
   const DepthTables& m_Tables;
   const int32_t m_Mode;
+  const MergeRule m_Rule;
   bool m_AnyFrozen = false;
   std::vector<Work> m_Work;
   std::vector<CellChange> m_Changes;

@@ -206,7 +206,7 @@ const uint16_t* FarBlock(const VolumeObject& volume, const MirrorFrame& frame, i
   (axis == 0 ? key.x : axis == 1 ? key.y : key.z) += frame.Negative[axis] ? -1 : 1;
   const VoxelCell* cell = volume.Cells.Find(key, cursor);
   if (!cell && volume.Reference) cell = volume.Reference->FindCell(key);
-  if (cell && cell->Density && !cell->Has(FillPending)) return cell->Density;
+  if (cell && cell->HasSamples()) return cell->Density;
   std::fill_n(uniform, CellSamples, cell ? cell->UniformValue : uint16_t(0));
   return uniform;
 }
@@ -333,7 +333,7 @@ VoxelCell* VolumeObject::PolygonizeCell(int32_t x, int32_t y, int32_t z) {
   VoxelCell* cell = FindCell(key);
   if (!cell) return nullptr;
   if (m_IdsCurrent.load(std::memory_order_relaxed)) m_IdsCurrent.store(false, std::memory_order_relaxed);
-  if (!cell->CrossesSurface() || !cell->Density || cell->Has(FillPending)) {
+  if (!cell->CrossesSurface() || !cell->HasSamples()) {
     if (SurfaceData* surface = cell->Surface) {
       surface->Indices.Free();
       surface->Vertices.Free();

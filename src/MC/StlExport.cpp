@@ -4,9 +4,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <tuple>
 
-#include "MC/VolumeObject.h"
+#include "MC/SurfaceCells.h"
 #include "comms/Progress.h"
 #include "comms/SafeFile.h"
 
@@ -20,7 +19,6 @@ constexpr int ProgressShift = 12;           // one step of the bar a 4096 triang
 
 struct Piece {
   const VolumeObject* Volume;
-  CellKey Key;
   const SurfaceData* Surface;
   size_t FirstTriangle;  // in the batch
 };
@@ -28,17 +26,11 @@ struct Piece {
 std::vector<Piece> CollectPieces(const std::vector<const VolumeObject*>& volumes, uint64_t& triangles) {
   std::vector<Piece> pieces;
   triangles = 0;
-  for (const VolumeObject* volume : volumes) {
-    const size_t first = pieces.size();
-    volume->ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
-      if (cell.Surface && !(cell.Flags & ShadowCell) && cell.Surface->Indices.Count())
-        pieces.push_back({volume, key, cell.Surface, 0});
-    });
-    std::sort(pieces.begin() + std::ptrdiff_t(first), pieces.end(), [](const Piece& a, const Piece& b) {
-      return std::tie(a.Key.z, a.Key.y, a.Key.x) < std::tie(b.Key.z, b.Key.y, b.Key.x);
-    });
-  }
-  for (const Piece& piece : pieces) triangles += piece.Surface->Indices.Count() / 3;
+  for (const VolumeObject* volume : volumes)
+    for (const SurfaceCell& cell : CollectSurfaceCells(*volume)) {
+      pieces.push_back({volume, cell.Surface, 0});
+      triangles += cell.Surface->Indices.Count() / 3;
+    }
   return pieces;
 }
 

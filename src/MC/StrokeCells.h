@@ -8,9 +8,9 @@
 class VolumeObject;
 struct VoxelCell;
 
-/// Whole cells that are out of their volume's table: density, surface, vertex ids and colours. VolumeObject::EndStroke yields the
-/// ones that the stroke replaced, VolumeObject::ExchangeCells puts them back and takes the present ones out in their place, so
-/// that the same object goes back and forth between undo and redo.
+/// Whole cells that are out of their volume's table: density, surface, vertex ids and colours. VolumeObject::TakeStroke yields
+/// the ones that the stroke replaced, VolumeObject::ExchangeCells puts them back and takes the present ones out in their place,
+/// so that the same object goes back and forth between undo and redo.
 ///
 /// The records come from the volume's pools: an object must go before its volume does, and before the volume is cleared.
 class StrokeCells {

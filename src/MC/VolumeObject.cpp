@@ -56,7 +56,7 @@ void VolumeObject::MakeBackup(const CellKey& key, VoxelCell& source, bool wasMis
   copy->Edge = source.Edge;
   copy->UniformValue = source.UniformValue;
   copy->Flags = uint8_t((source.Flags & (HasOutside | HasInside | ShadowCell)) | Touched);
-  if (source.Density && !(source.Flags & FillPending)) {
+  if (source.HasSamples()) {
     copy->Density = static_cast<uint16_t*>(VoxelPool.Allocate(lock));
     std::copy_n(source.Density, CellSamples, copy->Density);
   }

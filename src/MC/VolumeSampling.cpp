@@ -17,7 +17,7 @@ const VoxelCell* CellAt(const VolumeObject& volume, const CellKey& key, VolumeOb
 }
 
 double ReadSample(const VoxelCell& cell, int x, int y, int z) {
-  return cell.Density && !(cell.Flags & FillPending) ? cell.Density[SampleIndex(x, y, z)] : cell.UniformValue;
+  return cell.HasSamples() ? cell.Density[SampleIndex(x, y, z)] : cell.UniformValue;
 }
 
 /// Cell coordinate and local position (0 <= local < 8) of a coordinate. Exact: a float scaled by a power of two loses nothing in
@@ -42,7 +42,7 @@ uint16_t VolumeObject::SampleVoxel(int32_t x, int32_t y, int32_t z, Cursor& curs
   const VoxelCell* cell = CellAt(*this, {x >> CellShift, y >> CellShift, z >> CellShift}, cursor);
   if (!cell) return 0;
   if (fromBackup && cell->Backup) cell = cell->Backup;
-  if (!cell->Density || (cell->Flags & FillPending)) return cell->UniformValue;
+  if (!cell->HasSamples()) return cell->UniformValue;
   return cell->Density[SampleIndex(x & 7, y & 7, z & 7)];
 }
 
@@ -51,7 +51,7 @@ double VolumeObject::SampleTrilinear(float x, float y, float z, bool fromBackup)
   if (!sx.Inside || !sy.Inside || !sz.Inside) return 0;
   const VoxelCell* cell = fromBackup ? FindCellOrBackup(sx.Cell, sy.Cell, sz.Cell) : Cells.Find({sx.Cell, sy.Cell, sz.Cell});
   if (!cell) return 0;
-  if (!cell->Density || (cell->Flags & FillPending)) return cell->UniformValue;
+  if (!cell->HasSamples()) return cell->UniformValue;
   const int ix = int(sx.Local), iy = int(sy.Local), iz = int(sz.Local);
   const double fx = sx.Local - ix, fy = sy.Local - iy, fz = sz.Local - iz;
   const uint16_t* corner = cell->Density + SampleIndex(ix, iy, iz);

@@ -9,13 +9,26 @@
 #include <immintrin.h>
 #endif
 
+namespace {
+
+void Extend(VolumeBox& box, const VolumeBox& other) {
+  box.MinX = std::min(box.MinX, other.MinX);
+  box.MinY = std::min(box.MinY, other.MinY);
+  box.MinZ = std::min(box.MinZ, other.MinZ);
+  box.MaxX = std::max(box.MaxX, other.MaxX);
+  box.MaxY = std::max(box.MaxY, other.MaxY);
+  box.MaxZ = std::max(box.MaxZ, other.MaxZ);
+}
+
+}  // namespace
+
+// The numbers of an empty box bound nothing: what is added may lie beyond them.
 void VolumeBox::Add(const VolumeBox& other) {
-  MinX = std::min(MinX, other.MinX);
-  MinY = std::min(MinY, other.MinY);
-  MinZ = std::min(MinZ, other.MinZ);
-  MaxX = std::max(MaxX, other.MaxX);
-  MaxY = std::max(MaxY, other.MaxY);
-  MaxZ = std::max(MaxZ, other.MaxZ);
+  if (other.Empty()) return;
+  if (Empty())
+    *this = other;
+  else
+    Extend(*this, other);
 }
 
 void VolumeBox::Add(float x, float y, float z) { Add(VolumeBox{x, y, z, x, y, z}); }
@@ -56,7 +69,9 @@ size_t ColorLayerList::HeapBytes() const {
 
 void SurfaceData::UpdateBox() {
   Box = {};
-  for (const VolumeVertex& v : Vertices) Box.Add(v.x, v.y, v.z);
+  if (Vertices.Empty()) return;
+  Box.Add(Vertices[0].x, Vertices[0].y, Vertices[0].z);
+  for (const VolumeVertex& v : Vertices) Extend(Box, {v.x, v.y, v.z, v.x, v.y, v.z});
 }
 
 size_t SurfaceData::OtherHeapBytes() const {

@@ -25,7 +25,7 @@ static_assert(sizeof(VolumeVertex) == 28);
 inline constexpr uint16_t InteriorEdge = 65535;
 inline constexpr uint32_t SharedVertexBit = 0x80000000;  ///< in VertexIds: a vertex on a cell's boundary
 
-/// Axis-aligned box in volume space. The empty box is inverted: min 100000, max -100000.
+/// Axis-aligned box in volume space. The empty box is inverted: min 100000, max -100000; adding it changes nothing.
 struct VolumeBox {
   float MinX = 100000, MinY = 100000, MinZ = 100000, MaxX = -100000, MaxY = -100000, MaxZ = -100000;
   bool Empty() const { return MaxX < MinX; }
@@ -121,6 +121,8 @@ struct VoxelCell {
 
   bool Has(uint8_t flags) const { return (Flags & flags) == flags; }
   bool CrossesSurface() const { return Has(HasOutside | HasInside); }
+  /// Whether Density holds the samples; otherwise all of them are UniformValue.
+  bool HasSamples() const { return Density && !(Flags & FillPending); }
   /// Makes the block writable: allocates it (ExpandAllocate) and fills it with UniformValue (ExpandFill) or leaves the fill
   /// pending; carries out a pending fill of an existing block. Sets Unpacked.
   void Expand(int mode, bool lock);

@@ -233,21 +233,15 @@ TEST(StrokeFile, ReadsEveryStatement) {
   ASSERT_TRUE(ParseStrokes(text, "s.txt", strokes, error)) << error;
   ASSERT_EQ(strokes.size(), 2u);
   const Stroke &a = strokes[0], &b = strokes[1];
-  EXPECT_EQ(a.Tool, StrokeTool::Carve);
-  EXPECT_EQ(a.Mode, ApplySubtract);
+  EXPECT_TRUE(a.Tool == StrokeTool::Carve && a.Mode == ApplySubtract && a.Symmetry == (MirrorX | MirrorZ));
   EXPECT_TRUE(a.Airbrush && a.PressureHeight && !a.PressureRadius);
-  EXPECT_EQ(a.Symmetry, MirrorX | MirrorZ);
-  EXPECT_EQ(a.Spacing, 0.25f);
-  EXPECT_EQ(a.Falloff, 0.5f);
-  EXPECT_EQ(a.Base, -0.1f);
+  EXPECT_TRUE(a.Spacing == 0.25f && a.Falloff == 0.5f && a.Base == -0.1f);
   ASSERT_EQ(a.Samples.size(), 2u);
   EXPECT_EQ(a.Samples[0].Normal, (cVec3{0, 0, 1}));
-  EXPECT_EQ(a.Samples[0].Radius, 4);
+  EXPECT_TRUE(a.Samples[0].Radius == 4 && a.Samples[0].Height == 5 && a.Samples[0].Pressure == 0.5f);
   EXPECT_EQ(a.Samples[1].Position, (cVec3{-1, 2.5f, 30}));
-  EXPECT_EQ(b.Tool, StrokeTool::Stamp);
-  EXPECT_EQ(b.StampName, "Horn");
-  EXPECT_EQ(b.Mode, ApplySubtract) << "settings carry over";
-  EXPECT_EQ(b.Symmetry, MirrorNone);
+  EXPECT_TRUE(b.Tool == StrokeTool::Stamp && b.StampName == "Horn" && b.Symmetry == MirrorNone);
+  EXPECT_TRUE(b.Mode == ApplySubtract && b.PressureHeight && !b.PressureRadius) << "settings carry over";
 }
 
 TEST(StrokeFile, BadLinesGiveOneSentenceAndChangeNothing) {

@@ -14,13 +14,15 @@ namespace volumechecks {
 
 inline std::tuple<int, int, int> Ordered(const CellKey& key) { return {key.z, key.y, key.x}; }
 
-/// Samples of every cell, uniform ones written out.
-inline std::map<std::tuple<int, int, int>, std::vector<uint16_t>> DumpSamples(const VolumeObject& volume) {
-  std::map<std::tuple<int, int, int>, std::vector<uint16_t>> dump;
+/// Samples of every cell by z, y, x, uniform ones written out; without those that stand for nothing where `withEmpty` is not set.
+using SampleDump = std::map<std::tuple<int, int, int>, std::vector<uint16_t>>;
+inline SampleDump DumpSamples(const VolumeObject& volume, bool withEmpty = true) {
+  SampleDump dump;
   volume.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
-    std::vector<uint16_t> samples(CellSamples, cell.UniformValue);
+    if (!withEmpty && !cell.Density && cell.UniformValue == 0) return;
+    std::vector<uint16_t>& samples = dump[Ordered(key)];
+    samples.assign(CellSamples, cell.UniformValue);
     if (cell.Density) samples.assign(cell.Density, cell.Density + CellSamples);
-    dump[Ordered(key)] = samples;
   });
   return dump;
 }

@@ -4,6 +4,7 @@
 #include <map>
 #include <random>
 #include <set>
+#include <tuple>
 
 #include "MC/VolumeFixtures.h"
 
@@ -11,9 +12,8 @@ using fixtures::Fill;
 
 namespace {
 
-bool InOrder(const CellKey& a, const CellKey& b) { return std::tie(a.x, a.y, a.z) < std::tie(b.x, b.y, b.z); }
 struct KeyOrder {
-  bool operator()(const CellKey& a, const CellKey& b) const { return InOrder(a, b); }
+  bool operator()(const CellKey& a, const CellKey& b) const { return std::tie(a.x, a.y, a.z) < std::tie(b.x, b.y, b.z); }
 };
 
 VoxelCell* NewBlock(VolumeObject& volume, const CellKey& key) {
@@ -107,22 +107,19 @@ TEST(VolumeStore, WorkersCreateCellsAndBlocksUnderTheLocks) {
   EXPECT_EQ(volume.VoxelPool.UsedBlocks() + volume.CellPool.UsedBlocks() + volume.SurfacePool.UsedBlocks(), 0u);
 }
 
-TEST(VolumeStore, EmptyVolumeReadsNothing) {
+TEST(VolumeStore, VoxelsAreFoundOnBothSidesOfTheOrigin) {
   VolumeObject volume;
   VolumeObject::Cursor cursor;
+  // Nothing is there yet, and reading makes nothing.
   EXPECT_EQ(volume.SampleVoxel(-1, 0, 1 << 30, cursor, false), 0);
   EXPECT_EQ(volume.SampleTrilinear(1.5f, -2.5f, 1e30f, true), 0);
   EXPECT_EQ(volume.SampleTrilinear(NAN, INFINITY, 0, false), 0);
   EXPECT_EQ(volume.MinCell, (CellKey{10000, 10000, 10000}));
   EXPECT_EQ(volume.MaxCell, (CellKey{-10000, -10000, -10000}));
   EXPECT_EQ(volume.GetCell(1, 2, 3, false, true, false), nullptr);
-  EXPECT_EQ(volume.Cells.Count(), 0u);
   volume.RefreshChanges();
-  EXPECT_EQ(volume.AssignVertexIds(), 0u);
-}
+  EXPECT_EQ(volume.AssignVertexIds() + volume.Cells.Count(), 0u);
 
-TEST(VolumeStore, VoxelsAreFoundOnBothSidesOfTheOrigin) {
-  VolumeObject volume;
   auto field = [](int32_t x, int32_t y, int32_t z) { return uint16_t(1 + (((x * 31 + y) * 31 + z) & 0x7FFF)); };
   Fill(volume, {-2, -2, -2}, {1, 1, 1}, field);
   EXPECT_EQ(volume.MinCell, (CellKey{-2, -2, -2}));
@@ -132,7 +129,7 @@ TEST(VolumeStore, VoxelsAreFoundOnBothSidesOfTheOrigin) {
     for (int i = 0; i < CellSamples; i++)
       if (i % 9 == 8 || i / 9 % 9 == 8 || i / 81 == 8) cell.Density[i] = 0;
   });
-  VolumeObject::Cursor cursor;
+  cursor = {};
   for (int32_t z = -16; z < 16; z++)
     for (int32_t y = -16; y < 16; y++)
       for (int32_t x = -16; x < 16; x++) ASSERT_EQ(volume.SampleVoxel(x, y, z, cursor, false), field(x, y, z)) << x << y << z;

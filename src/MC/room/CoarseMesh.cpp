@@ -7,17 +7,24 @@ using comms::cVec3;
 
 namespace {
 
-constexpr int GroupEdge = GroupSize * CellSize, ClusterEdge = 3;  // voxels
-constexpr int Slots = GroupEdge / ClusterEdge + 2;                // along an axis: inner clusters and the two border planes
-static_assert(GroupEdge % ClusterEdge == 0 && Slots * Slots * Slots < 65536);
+constexpr int GroupEdge = GroupSize * CellSize, ClusterEdge = 3, Slots = GroupEdge / ClusterEdge;  // voxels; along an axis
+static_assert(GroupEdge % ClusterEdge == 0);
 constexpr float OnBorder = 1e-3f;  // voxels
 
-// Slot of a coordinate, which counts from the group's lower border. A vertex on a grid edge across a border plane stays within
-// its group however close it comes: the neighbour doesn't have it.
-int SlotOf(float at, bool across) {
-  if (!across && at < OnBorder) return 0;
-  if (!across && at > float(GroupEdge) - OnBorder) return Slots - 1;
-  return 1 + std::min(int(at) / ClusterEdge, Slots - 3);
+// Whether a coordinate, which counts from the group's lower border, lies in a border plane. A vertex on a grid edge across the
+// plane stays within its group however close it comes: the neighbour doesn't have it.
+bool IsOnBorder(float at, bool across) { return !across && (at < OnBorder || at > float(GroupEdge) - OnBorder); }
+
+// Number of the cube that holds a vertex; -1 in the border planes, where every vertex stays.
+int CubeOf(const VolumeVertex& v, const cVec3& corner) {
+  const cVec3 p = cVec3{v.x, v.y, v.z} - corner;
+  const int axis = v.EdgeKey == InteriorEdge ? -1 : v.EdgeKey / CellSamples;
+  int cube = 0;
+  for (int i = 2; i >= 0; i--) {
+    if (IsOnBorder(p[i], axis == i)) return -1;
+    cube = cube * Slots + std::clamp(int(p[i]) / ClusterEdge, 0, Slots - 1);
+  }
+  return cube;
 }
 
 struct Cluster {
@@ -47,34 +54,32 @@ std::unique_ptr<comms::BaseMesh> MakeCoarseMesh(const VolumeObject& volume, cons
   // Clusters in the order in which they are met. The sums are so fine that their order does not show.
   std::vector<int32_t> clusterAt(size_t(Slots) * Slots * Slots, -1);
   std::vector<Cluster> clusters;
-  std::vector<uint16_t> clusterOf(size_t(fine->NumVertices));
+  std::vector<uint32_t> clusterOf(size_t(fine->NumVertices));
   const cVec3 corner{float(group.x) * GroupEdge, float(group.y) * GroupEdge, float(group.z) * GroupEdge};
   const auto* vertices = reinterpret_cast<const VolumeVertex*>(fine->StagedVertices.get());
   for (size_t i = 0; i < clusterOf.size(); i++) {
-    const VolumeVertex& v = vertices[i];
-    const cVec3 p = cVec3{v.x, v.y, v.z} - corner;
-    const int axis = v.EdgeKey == InteriorEdge ? -1 : v.EdgeKey / 729;
-    const int slot = (SlotOf(p.z, axis == 2) * Slots + SlotOf(p.y, axis == 1)) * Slots + SlotOf(p.x, axis == 0);
-    int32_t& cluster = clusterAt[size_t(slot)];
+    const int cube = CubeOf(vertices[i], corner);
+    int32_t own = -1;
+    int32_t& cluster = cube < 0 ? own : clusterAt[size_t(cube)];
     if (cluster < 0) {
       cluster = int32_t(clusters.size());
       clusters.emplace_back();
     }
-    clusters[size_t(cluster)].Add(v);
-    clusterOf[i] = uint16_t(cluster);
+    clusters[size_t(cluster)].Add(vertices[i]);
+    clusterOf[i] = uint32_t(cluster);
   }
   std::vector<VolumeVertex> means;
   means.reserve(clusters.size());
   for (const Cluster& cluster : clusters) means.push_back(cluster.Mean());
 
-  std::vector<uint16_t> indices;
+  std::vector<uint32_t> indices;
   for (int i = 0; i + 2 < fine->NumIndices; i += 3) {
     const uint32_t* corners = fine->StagedIndices32.get() + i;
-    const uint16_t a = clusterOf[corners[0]], b = clusterOf[corners[1]], c = clusterOf[corners[2]];
+    const uint32_t a = clusterOf[corners[0]], b = clusterOf[corners[1]], c = clusterOf[corners[2]];
     if (a != b && b != c && c != a) indices.insert(indices.end(), {a, b, c});
   }
   if (indices.empty()) return coarse;
   coarse->StageVertices(means.data(), means.size(), *fine->VertexDecl);
-  coarse->StageIndices16(indices.data(), indices.size());
+  coarse->StageIndices32(indices.data(), indices.size());
   return coarse;
 }

@@ -1,11 +1,11 @@
 #pragma once
-// A group mesh with about a ninth of the triangles, for views that move on machines without a graphics card.
+// A group mesh with about a seventh of the triangles, for views in motion on machines without a graphics card.
 #include <memory>
 
 #include "MC/VolumeObject.h"
 
 /// Vertex clustering after Rossignac and Borrel (1993): the vertices of a cube of three voxels along its edges become one, at
-/// their mean, and triangles that lose a corner go. Vertices in the border planes of the group have clusters of their own, which
-/// the neighbour makes of the same vertices, so coarse groups meet without gaps. Staged data is kept. A mesh without triangles
-/// where all of them went, or where the group has none.
+/// their mean, and triangles that lose a corner go. Vertices in the border planes of the group stay, so a coarse group meets its
+/// neighbours without gaps, coarse or not. Staged data is kept. A mesh without triangles where all of them went, or where the
+/// group has none.
 std::unique_ptr<comms::BaseMesh> MakeCoarseMesh(const VolumeObject& volume, const CellKey& group);

@@ -14,7 +14,7 @@ CommandResult Answer(VoxelScene& scene, VolumeObject* volume) {
 }  // namespace
 
 void AddHistoryCommands(CommandTable& table, VoxelScene& scene) {
-  table.Add<NoParameters>("Undo", "Takes the last stroke or dab back.", [&](const NoParameters&) {
+  table.Add<NoParameters>("Undo", "Takes the last stroke, dab or merged mesh back.", [&](const NoParameters&) {
     if (!scene.History().CanUndo()) return CommandResult::Fail("there is nothing to undo");
     VolumeObject* volume = scene.History().Undo();
     return volume ? Answer(scene, volume) : CommandResult::Fail("a stroke runs; it must end first");

@@ -164,12 +164,13 @@ CommandResult VoxelizeAsNew(VoxelScene& scene, Messages& messages, const Voxeliz
   return CommandResult::Done(figures);
 }
 
-CommandResult VoxelizeInto(const VoxelScene& scene, const VoxelizeParams& parameters) {
+CommandResult VoxelizeInto(VoxelScene& scene, const VoxelizeParams& parameters) {
   for (const char* name : {"Name", "Resolution", "VoxelSize", "Replace"})
     if (parameters.IsGiven(name)) return CommandResult::Refuse(Format("Voxelize takes Into or %s, not both", name));
   std::string error;
   VolumeObject* volume = scene.FindOrCurrent(parameters.Into.ToString(), error);
   if (!volume) return CommandResult::Fail(error);
+  if (volume->BackupCount != 0) return CommandResult::Fail(Format("a stroke runs on the volume '%s'", volume->Name.c_str()));
 
   std::vector<int32_t> corners;
   if (!CutIntoTriangles(*scene.Mesh(), corners, error)) return CommandResult::Fail(error);
@@ -185,7 +186,7 @@ CommandResult VoxelizeInto(const VoxelScene& scene, const VoxelizeParams& parame
   voxelizer.AddMesh(triangles, mapping);
   if (!voxelizer.Run(volume, parameters.Mode, true))
     return CommandResult::Fail(voxelizer.Report.Cancelled ? "cancelled; the volume is as it was" : voxelizer.Error);
-  volume->EndStroke(false);
+  FinishStep(scene, *volume, "Voxelize");
   return CommandResult::Done(DescribeVoxelization(*volume, voxelizer.Report));
 }
 

@@ -66,3 +66,9 @@ std::string CheckReach(const VolumeObject& volume, const PenSample& sample) {
                   volume.Name.c_str(), double(maxVoxel));
   return {};
 }
+
+void FinishStep(VoxelScene& scene, VolumeObject& volume, const char* name) {
+  const uint64_t before = scene.History().State();
+  FinishStroke(volume, &scene.History(), {.RefreshEachDab = false, .BuildGroups = false});
+  if (scene.History().State() != before) scene.History().NameLastStep(name);
+}

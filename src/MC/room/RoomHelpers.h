@@ -33,5 +33,8 @@ comms::cMat4 MakeVolumeSpace(float voxelSize);
 inline constexpr float MaxRadiusVoxels = 1024;
 /// One sentence where a pen sample lies beyond what a volume can hold; empty where it doesn't.
 std::string CheckReach(const VolumeObject& volume, const PenSample& sample);
+/// Ends what was changed in a volume as one step of the history, by the name of `name` (a language key), and refreshes its
+/// surface; group meshes wait for whoever draws. No step where nothing was touched.
+void FinishStep(VoxelScene& scene, VolumeObject& volume, const char* name);
 /// Mean side of a voxel, world units.
 float GetVoxelSize(const VolumeObject& volume);

@@ -119,13 +119,15 @@ struct SceneView::State {
     const VolumeObject* Volume;
     CellKey Key;
     float Depth;
+    comms::BaseMesh* Mesh = nullptr;  // what is drawn of the group
   };
   cRender* Render = nullptr;
   std::weak_ptr<void> RenderAlive;
   int Generation = 0;
   comms::ScenePasses Passes;
   std::vector<Item> Visible;
-  std::unordered_map<const VolumeObject*, CoordHash<uint8_t>> Seen;  // groups that have been on the device
+  // Groups that have been on the device, with the motion in which they came or changed last; 0: in none.
+  std::unordered_map<const VolumeObject*, CoordHash<uint32_t>> Seen;
   Bounds Scene;
   bool EyeInside = false;  // of the box of the scene
   int Matcap = -1, MatcapTexture = -1;
@@ -134,9 +136,10 @@ struct SceneView::State {
   bool ShadowStale = true;
   size_t GroupCount = 0;
   cMat4 LastView;
-  bool ViewMoves = false;     // and nothing else does
-  bool GroupChanged = false;  // one that was on the device before this frame
+  bool Moving = false;  // the last frame was one in motion
+  uint32_t Motion = 0;  // number of the motion that goes on, or of the last one
   float Ground = 0;
+  bool GroundKnown = false;  // Ground is that of the scene
 
   ~State() { ReleaseTextures(); }
   void ReleaseTextures();
@@ -144,12 +147,13 @@ struct SceneView::State {
   void Refresh(VoxelScene& scene);
   void Collect(VoxelScene& scene, const SceneFrame& frame, Statistics& statistics);
   void Upload(size_t budget, Statistics& statistics);
-  bool PrepareCoarse(const SceneFrame& frame, const SceneViewOptions& options, int64_t budget, const Statistics& statistics);
+  bool BeginMotion(const SceneFrame& frame, const SceneViewOptions& options);
+  void ChooseMeshes(bool coarse, int64_t budget, Statistics& statistics);
   comms::ScenePassOptions MakePasses(const SceneFrame& frame, const SceneViewOptions& options) const;
   void SetMaterial(const SceneViewOptions& options);
-  void DrawGroups(bool solid, bool coarse);
+  void DrawGroups(bool solid);
   void DrawGround(VoxelScene& scene, const SceneFrame& frame, const SceneViewOptions& options);
-  void DrawSquare();
+  void DrawShadow(VoxelScene& scene, bool moving, float alpha);
 };
 
 SceneView::SceneView() : m_State(std::make_unique<State>()) {}
@@ -189,6 +193,10 @@ void SceneView::State::Refresh(VoxelScene& scene) {
 
 void SceneView::State::Collect(VoxelScene& scene, const SceneFrame& frame, Statistics& statistics) {
   Visible.clear();
+  std::erase_if(Seen, [&](const auto& entry) {
+    return std::none_of(scene.Volumes().begin(), scene.Volumes().end(),
+                        [&](const auto& volume) { return volume.get() == entry.first; });
+  });
   Scene = {};
   size_t groups = 0;
   for (const auto& volume : scene.Volumes()) {
@@ -218,22 +226,19 @@ void SceneView::State::Collect(VoxelScene& scene, const SceneFrame& frame, Stati
 
 void SceneView::State::Upload(size_t budget, Statistics& statistics) {
   size_t used = 0;
-  GroupChanged = false;
   const auto drawable = [&](const Item& item) {
     comms::BaseMesh& mesh = *item.Group->Mesh;
     if (mesh.HasBuffers()) return true;
-    CoordHash<uint8_t>& seen = Seen[item.Volume];
+    CoordHash<uint32_t>& seen = Seen[item.Volume];
+    const bool changed = seen.Contains(item.Key);
     const size_t bytes = mesh.Bytes();
-    if (!seen.Contains(item.Key) && used > 0 && used + bytes > budget) {
+    if (!changed && used > 0 && used + bytes > budget) {
       statistics.WaitingUploads++;
       return false;
     }
     mesh.Flush(Render);
-    if (seen.Contains(item.Key))
-      GroupChanged = true;
-    else
-      used += bytes;
-    seen.Set(item.Key, uint8_t(1));
+    if (!changed) used += bytes;
+    seen.Set(item.Key, Moving ? Motion : 0);
     ShadowStale = true;
     statistics.Uploads++;
     statistics.UploadedBytes += int64_t(bytes);
@@ -243,22 +248,32 @@ void SceneView::State::Upload(size_t budget, Statistics& statistics) {
   statistics.VisibleGroups = int(Visible.size());
 }
 
-// Whether all that is visible can be drawn coarse: next to each other coarse and full groups would gape. Missing meshes are made,
-// the nearest ones first, as many as a frame bears.
-bool SceneView::State::PrepareCoarse(const SceneFrame& frame, const SceneViewOptions& options, int64_t budget,
-                                     const Statistics& statistics) {
+// Once a frame. A view that turns is coarse from its first frame on, everything else that moves from the second: a mere click
+// doesn't change the look of the whole scene.
+bool SceneView::State::BeginMotion(const SceneFrame& frame, const SceneViewOptions& options) {
   const cMat4 view = frame.Camera.View * frame.Camera.Projection;
-  const bool turned = !(view == LastView);
-  LastView = view;
-  ViewMoves = frame.Moving && !GroupChanged && (turned || ViewMoves);
-  if (!ViewMoves || options.Quality != SceneQuality::Fast || statistics.WaitingUploads > 0) return false;
-  for (const Item& item : Visible) {
-    if (item.Group->Coarse) continue;
-    if (budget <= 0) return false;
-    item.Group->Coarse = MakeCoarseMesh(*item.Volume, item.Key);
-    budget -= item.Group->Mesh->NumIndices / 3;
+  const bool turned = !(std::exchange(LastView, view) == view), moved = std::exchange(Moving, frame.Moving);
+  if (Moving && !moved) Motion++;
+  return Moving && (turned || moved) && options.Quality == SceneQuality::Fast;
+}
+
+// Coarse and full groups meet without gaps, so each takes what there is. What a stroke works on stays full. Missing meshes are
+// made, the nearest ones first, as many as a frame bears.
+void SceneView::State::ChooseMeshes(bool coarse, int64_t budget, Statistics& statistics) {
+  for (Item& item : Visible) {
+    RenderGroup& group = *item.Group;
+    item.Mesh = group.Mesh.get();
+    const uint32_t* changed = Seen[item.Volume].Find(item.Key);
+    if (coarse && !(changed && *changed == Motion)) {
+      if (!group.Coarse && budget > 0) {
+        group.Coarse = MakeCoarseMesh(*item.Volume, item.Key);
+        budget -= group.Mesh->NumIndices / 3;
+      }
+      if (group.Coarse) item.Mesh = group.Coarse.get();
+    }
+    statistics.CoarseGroups += item.Mesh != group.Mesh.get();
+    statistics.Triangles += item.Mesh->NumIndices / 3;
   }
-  return true;
 }
 
 comms::ScenePassOptions SceneView::State::MakePasses(const SceneFrame& frame, const SceneViewOptions& options) const {
@@ -313,7 +328,7 @@ void SceneView::State::SetMaterial(const SceneViewOptions& options) {
 }
 
 // The surface of a volume is closed: its far side is left out, unless the eye may be within.
-void SceneView::State::DrawGroups(bool solid, bool coarse) {
+void SceneView::State::DrawGroups(bool solid) {
   const VolumeObject* volume = nullptr;
   for (const Item& item : Visible) {
     if (item.Volume != volume) {
@@ -322,60 +337,56 @@ void SceneView::State::DrawGroups(bool solid, bool coarse) {
       if (solid) Passes.SetSolid(EyeInside ? comms::CullMode::None : mirrored ? comms::CullMode::Front : comms::CullMode::Back);
     }
     volume = item.Volume;
-    (coarse ? item.Group->Coarse : item.Group->Mesh)->Draw(Render);
+    item.Mesh->Draw(Render);
   }
   Render->State.World = {};
 }
 
-void SceneView::State::DrawSquare() {
-  static const comms::VertexLayout noLayout;
-  Render->SetVertexBuffer(-1, noLayout);
-  Render->Draw(comms::BaseMesh::TriangleList, 0, 6);
-}
-
 void SceneView::State::DrawGround(VoxelScene& scene, const SceneFrame& frame, const SceneViewOptions& options) {
   const bool any = !Scene.Empty();
-  if (!frame.Moving || !any) Ground = any ? Scene.Min.y : 0;
+  if (!frame.Moving || !GroundKnown || !any) Ground = any ? Scene.Min.y : 0;
+  GroundKnown = any;
   cMat4 inverse;
   comms::Invert(frame.Camera.View, inverse);
   const cVec3 eye = inverse.TransformPoint({});
   const float size = any ? std::max(Length(Scene.Max - Scene.Min), 1e-6f) : 2;
   // A ground seen from below would hide the scene: it fades where the eye sinks under it.
   const float above = std::clamp((eye.y - Ground) / (0.05f * size), 0.0f, 1.0f);
-  if (options.GroundShadow && any && above > 0) {
-    // Within a stroke the last one serves: nobody sees a stroke's own shadow while the hand moves.
-    if (ShadowStale && (!frame.Moving || ShadowTexture < 0)) {
-      MakeGroundShadow(scene, Scene.Min, Scene.Max, Ground, Shadow);
-      constexpr int side = ::GroundShadow::Side;
-      if (ShadowTexture < 0)
-        ShadowTexture = Render->CreateTexture(
-            {comms::TextureFormat::Rgba8, side, side, comms::TextureFilter::Linear, comms::AddressMode::Clamp},
-            Shadow.Pixels.data());
-      else
-        Render->UpdateTexture(ShadowTexture, 0, 0, side, side, Shadow.Pixels.data());
-      ShadowStale = false;
-    }
-    Render->SetShader(Render->GetShaderID("Grid", "#define SHADOW"));
-    Render->SetTexture(Render->GetTextureParam("s_Shadow"), ShadowTexture, -1);
-    Render->SetConstant("c_Center", Shadow.Center);
-    Render->SetConstant("c_Half", comms::cVec2{Shadow.HalfX, Shadow.HalfZ});
-    Render->SetConstant("c_Alpha", above);
-    DrawSquare();
-  }
+  if (options.GroundShadow && any && above > 0) DrawShadow(scene, frame.Moving, above);
   if (!options.Grid) return;
-  // Lines at powers of ten; the scene is some ten fine ones wide.
-  const float spacing = std::pow(10.0f, std::floor(std::log10(size / 2.5f)));
   const cVec3 center =
       any ? cVec3{(Scene.Min.x + Scene.Max.x) / 2, Ground, (Scene.Min.z + Scene.Max.z) / 2} : cVec3{0, Ground, 0};
-  Render->SetShader(Render->GetShaderID("Grid"));
-  Render->SetConstant("c_Center", center);
-  Render->SetConstant("c_Half", comms::cVec2{4 * size, 4 * size});
-  Render->SetConstant("c_Spacing", spacing);
-  Render->SetConstant("c_Color", LightOfColor(frame.GridColor));
-  Render->SetConstant("c_AxisX", LightOfColor(0xFFB0524A));
-  Render->SetConstant("c_AxisZ", LightOfColor(0xFF4A78B0));
-  Render->SetConstant("c_Alpha", 0.55f * (0.35f + 0.65f * above));
-  DrawSquare();
+  Render->DrawGrid({.Center = center,
+                    .Half = {4 * size, 4 * size},
+                    // Lines at powers of ten; the scene is some ten fine ones wide.
+                    .Spacing = std::pow(10.0f, std::floor(std::log10(size / 2.5f))),
+                    .Color = LightOfColor(frame.GridColor),
+                    .AxisX = LightOfColor(0xFFB0524A),
+                    .AxisZ = LightOfColor(0xFF4A78B0),
+                    .Alpha = 0.55f * (0.35f + 0.65f * above)});
+}
+
+void SceneView::State::DrawShadow(VoxelScene& scene, bool moving, float alpha) {
+  // Within a stroke the last one serves: nobody sees a stroke's own shadow while the hand moves.
+  if (ShadowTexture < 0 || (ShadowStale && !moving)) {
+    MakeGroundShadow(scene, Scene.Min, Scene.Max, Ground, Shadow);
+    constexpr int side = ::GroundShadow::Side;
+    if (ShadowTexture < 0)
+      ShadowTexture = Render->CreateTexture(
+          {comms::TextureFormat::Rgba8, side, side, comms::TextureFilter::Linear, comms::AddressMode::Clamp},
+          Shadow.Pixels.data());
+    else
+      Render->UpdateTexture(ShadowTexture, 0, 0, side, side, Shadow.Pixels.data());
+    ShadowStale = false;
+  }
+  Render->SetShader(Render->GetShaderID("Grid", "#define SHADOW"));
+  Render->SetTexture(Render->GetTextureParam("s_Shadow"), ShadowTexture, -1);
+  Render->SetConstant("c_Center", Shadow.Center);
+  Render->SetConstant("c_Half", comms::cVec2{Shadow.HalfX, Shadow.HalfZ});
+  Render->SetConstant("c_Alpha", alpha);
+  static const comms::VertexLayout noLayout;  // the corners come from the vertex number alone
+  Render->SetVertexBuffer(-1, noLayout);
+  Render->Draw(comms::BaseMesh::TriangleList, 0, 6);
 }
 
 void SceneView::Draw(cRender& render, VoxelScene& scene, const SceneFrame& frame, const SceneViewOptions& options) {
@@ -384,24 +395,23 @@ void SceneView::Draw(cRender& render, VoxelScene& scene, const SceneFrame& frame
   m_State->AttachTo(render, scene);
   m_State->Refresh(scene);
   m_State->Collect(scene, frame, m_Statistics);
+  const bool coarse = m_State->BeginMotion(frame, options);
   m_State->Upload(UploadBudget, m_Statistics);
-  const bool coarse = m_Statistics.Coarse = m_State->PrepareCoarse(frame, options, CoarseBudget, m_Statistics);
-  for (const State::Item& item : m_State->Visible)
-    m_Statistics.Triangles += (coarse ? item.Group->Coarse : item.Group->Mesh)->NumIndices / 3;
+  m_State->ChooseMeshes(coarse, CoarseBudget, m_Statistics);
 
   render.State.World = {};
   render.State.View = frame.Camera.View;
   render.State.Projection = frame.Camera.Projection;
   if (!m_State->Passes.Begin(render, m_State->MakePasses(frame, options))) return;
   m_State->SetMaterial(options);
-  m_State->DrawGroups(true, coarse);
+  m_State->DrawGroups(true);
   m_State->Passes.BeginTranslucent();
   m_State->DrawGround(scene, frame, options);
   if (options.Wireframe) {
     m_State->Passes.SetWire();
     render.SetShader(render.GetShaderID("Matcap", "#define WIRE"));
     render.SetConstant("c_Wire", comms::cVec4{0, 0, 0, 0.45f});
-    m_State->DrawGroups(false, coarse);
+    m_State->DrawGroups(false);
   }
   m_State->Passes.Finish();
 }

@@ -72,7 +72,7 @@ class SceneView {
   struct Statistics {
     int Groups = 0, VisibleGroups = 0, Uploads = 0, WaitingUploads = 0;
     int64_t Triangles = 0, UploadedBytes = 0;  ///< triangles that were drawn
-    bool Coarse = false;                       ///< the groups were drawn with fewer triangles
+    int CoarseGroups = 0;                      ///< visible groups that were drawn with fewer triangles
   };
 
   SceneView();
@@ -85,8 +85,8 @@ class SceneView {
   /// seen before and have changed do so at once, so that a stroke leaves no holes. Cost without changes: a few comparisons for
   /// each group and a draw call for each visible one; no memory in proportion to them.
   ///
-  /// At Fast quality, on machines that pay for every triangle, a view that moves shows coarser meshes, see CoarseMesh.h, made
-  /// within CoarseBudget as they are wanted. A stroke, and a view that stands, show everything.
+  /// At Fast quality, on machines that pay for every triangle, frames in motion show coarser meshes, see CoarseMesh.h, made
+  /// within CoarseBudget as they are wanted; groups that a stroke works on stay full. A view that stands shows everything.
   void Draw(comms::cRender& render, VoxelScene& scene, const SceneFrame& frame, const SceneViewOptions& options);
   /// Whether another frame would show more: uploads wait.
   bool NeedsAnotherFrame() const { return m_Statistics.WaitingUploads > 0; }

@@ -68,7 +68,8 @@ DECLARE_MEMBERS(DabParams) {
 }
 
 // Runs strokes as one change of the volume: all of them, or none where the person cancels.
-CommandResult RunStrokes(VoxelScene& scene, VolumeObject& volume, const std::vector<Stroke>& strokes, JsonObject figures) {
+CommandResult RunStrokes(VoxelScene& scene, VolumeObject& volume, const std::vector<Stroke>& strokes, const char* stepName,
+                         JsonObject figures) {
   if (volume.BackupCount != 0) return CommandResult::Fail(Format("a stroke runs on the volume '%s'", volume.Name.c_str()));
   for (const Stroke& stroke : strokes) {
     for (const PenSample& sample : stroke.Samples)
@@ -91,7 +92,7 @@ CommandResult RunStrokes(VoxelScene& scene, VolumeObject& volume, const std::vec
                : "cancelled; the volume is as it was");
     }
   }
-  FinishStroke(volume, &scene.History(), options);
+  FinishStep(scene, volume, stepName);
   figures.Add("dabs", sum.Dabs).Add("cellsReached", sum.Apply.TargetCells).Add("cellsChanged", sum.Apply.ChangedCells);
   return CommandResult::Done(figures);
 }
@@ -136,7 +137,7 @@ CommandResult RunStrokeFile(VoxelScene& scene, const StrokeParams& parameters) {
     strokes = std::move(placed);
     if (parameters.Project) figures.Add("samplesMissed", missed);
   }
-  return RunStrokes(scene, *volume, strokes, std::move(figures));
+  return RunStrokes(scene, *volume, strokes, "Stroke", std::move(figures));
 }
 
 CommandResult RunDab(VoxelScene& scene, const DabParams& parameters) {
@@ -158,7 +159,7 @@ CommandResult RunDab(VoxelScene& scene, const DabParams& parameters) {
   const float radius2 = parameters.Radius2 > 0 ? parameters.Radius2 : parameters.Radius;
   stroke.Samples.push_back({parameters.Center, parameters.Normal, parameters.Radius, parameters.Height, 1});
   if (hasEnd) stroke.Samples.push_back({parameters.End, parameters.Normal, radius2, parameters.Height, 1});
-  return RunStrokes(scene, *volume, {stroke}, {});
+  return RunStrokes(scene, *volume, {stroke}, "Dab", {});
 }
 
 }  // namespace

@@ -31,7 +31,7 @@ void StrokeHistory::OnStrokeEnd(VolumeObject& volume, StrokeCells replaced) {
     m_Steps.pop_back();
   }
   const size_t bytes = BytesOf(replaced);
-  m_Steps.push_back({&volume, std::move(replaced), bytes});
+  m_Steps.push_back({&volume, std::move(replaced), bytes, "Stroke", ++m_LastNumber});
   m_Bytes += bytes;
   m_Done++;
   while (m_Steps.size() > 1 && (m_Bytes > ByteBound || m_Steps.size() > StepBound)) DropOldest();
@@ -39,6 +39,7 @@ void StrokeHistory::OnStrokeEnd(VolumeObject& volume, StrokeCells replaced) {
 
 void StrokeHistory::DropOldest() {
   m_Bytes -= m_Steps.front().Bytes;
+  m_FirstState = m_Steps.front().Number;
   m_Steps.pop_front();
   m_Done--;
 }
@@ -76,9 +77,11 @@ void StrokeHistory::Forget(const VolumeObject& volume) {
   }
   m_Steps = std::move(kept);
   m_Done = done;
+  m_FirstState = ++m_LastNumber;
 }
 
 void StrokeHistory::Clear() {
   m_Steps.clear();
   m_Done = m_Bytes = 0;
+  m_FirstState = ++m_LastNumber;
 }

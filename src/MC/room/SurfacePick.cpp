@@ -39,7 +39,7 @@ class DensityRay {
       const CellKey key = CellAt(at);
       const float leave = std::min(LeaveCell(key, at), to);
       const VoxelCell* cell = Find(key);
-      if (!cell || !cell->Density || (cell->Flags & FillPending)) {
+      if (!cell || !cell->HasSamples()) {
         const bool inside = cell && cell->UniformValue >= SurfaceLevel;
         if (inside && !wasInside) return hit = Halve(outside, at), true;
         wasInside = inside;

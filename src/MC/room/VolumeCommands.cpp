@@ -39,6 +39,13 @@ CommandResult MakeVolume(VoxelScene& scene, Messages& messages, const NewVolumeP
   return CommandResult::Done(JsonObject().Add("name", name).Add("voxelSize", parameters.VoxelSize));
 }
 
+// The volume that a command names which works on no other: an empty name does not stand for the current one.
+VolumeObject* FindNamed(const VoxelScene& scene, const std::string& name, std::string& error) {
+  if (!name.empty()) return scene.FindOrCurrent(name, error);
+  error = "Name is empty; ListVolumes tells the names";
+  return nullptr;
+}
+
 CommandResult ListVolumes(const VoxelScene& scene) {
   JsonArray volumes;
   for (const auto& volume : scene.Volumes())
@@ -60,7 +67,7 @@ void AddVolumeCommands(CommandTable& table, VoxelScene& scene, Messages& message
   table.Add<VolumeNameParams>("SelectVolume", "Makes a volume the current one, on which commands work that name none.",
                               [&](const VolumeNameParams& parameters) {
                                 std::string error;
-                                VolumeObject* volume = scene.FindOrCurrent(parameters.Name.ToString(), error);
+                                VolumeObject* volume = FindNamed(scene, parameters.Name.ToString(), error);
                                 if (!volume) return CommandResult::Fail(error);
                                 scene.Select(*volume);
                                 return CommandResult::Done(JsonObject().Add("name", volume->Name));
@@ -70,7 +77,7 @@ void AddVolumeCommands(CommandTable& table, VoxelScene& scene, Messages& message
       "DeleteVolume", "Takes a volume out of the scene.",
       [&](const VolumeNameParams& parameters) {
         std::string error;
-        VolumeObject* volume = scene.FindOrCurrent(parameters.Name.ToString(), error);
+        VolumeObject* volume = FindNamed(scene, parameters.Name.ToString(), error);
         if (!volume) return CommandResult::Fail(error);
         scene.Remove(*volume);
         return CommandResult::Done(JsonObject().Add("volumes", scene.Volumes().size()));

@@ -29,6 +29,7 @@ VolumeObject* VoxelScene::FindOrCurrent(const std::string& name, std::string& er
 }
 
 VolumeObject& VoxelScene::Add(std::unique_ptr<VolumeObject> volume) {
+  Touch();
   m_Current = volume.get();
   for (auto& place : m_Volumes)
     if (place->Name == volume->Name) {
@@ -45,6 +46,7 @@ void VoxelScene::Remove(VolumeObject& volume) {
   MORVANE_ASSERT(found != m_Volumes.end());
   const size_t before = found == m_Volumes.begin() ? 0 : size_t(found - m_Volumes.begin()) - 1;
   const bool wasCurrent = m_Current == &volume;
+  Touch();
   m_History.Forget(volume);
   m_Volumes.erase(found);
   if (wasCurrent) m_Current = m_Volumes.empty() ? nullptr : m_Volumes[before].get();

@@ -2,6 +2,7 @@
 // What the commands of the voxel room work on: a list of named volumes, one of them current, and the mesh that was imported last.
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "MC/VolumeObject.h"
@@ -36,16 +37,24 @@ class VoxelScene {
   StrokeHistory& History() { return m_History; }
   const StrokeHistory& History() const { return m_History; }
 
+  /// Something that no step of History stands for was changed: a volume came, went, was renamed or was merged into.
+  void Touch() { m_Changes++; }
+  /// Stands for what the volumes hold: another one after every change, the same again once that is undone.
+  std::pair<uint64_t, uint64_t> State() const { return {m_Changes, m_History.State()}; }
+
   /// The mesh that was imported last; null before.
   const comms::cRawMesh* Mesh() const { return m_Mesh.get(); }
   /// File name of that mesh without folder and extension.
   const std::string& MeshName() const { return m_MeshName; }
   void SetMesh(std::unique_ptr<comms::cRawMesh> mesh, std::string name);
+  /// Hands the mesh over; there is none then.
+  std::unique_ptr<comms::cRawMesh> TakeMesh() { return std::move(m_Mesh); }
 
  private:
   std::string m_DataFolder, m_MeshName;
   std::vector<std::unique_ptr<VolumeObject>> m_Volumes;
   StrokeHistory m_History;  // goes before the volumes, whose cells it holds
   VolumeObject* m_Current = nullptr;
+  uint64_t m_Changes = 0;
   std::unique_ptr<comms::cRawMesh> m_Mesh;
 };

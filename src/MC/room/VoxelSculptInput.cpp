@@ -3,12 +3,15 @@
 #include <cmath>
 
 #include "MC/room/VoxelSculptTool.h"
+#include "comms/Log.h"
 #include "shell/core/KeyTable.h"
 
 namespace {
 
 constexpr float DepthPixels = 150, SmoothnessPixels = 200;  // a drag of so many pixels is a whole unit
 constexpr float KeyFactor = 1.1f;
+constexpr int MemoryKey = 'M';  // for who hunts memory: it is in no menu
+constexpr uint8_t MemoryModifiers = ModControl | ModAlt;
 
 }  // namespace
 
@@ -83,6 +86,10 @@ bool VoxelSculptTool::OnKeyDown(const InputEvent& event) {
     CancelStroke();
     return true;
   }
+  if (event.Key == MemoryKey && (event.Modifiers & MemoryModifiers) == MemoryModifiers && !m_Stroking) {
+    LogMemory();
+    return true;
+  }
   if (event.Modifiers & (ModControl | ModAlt | ModSuper)) return false;
   if (event.Key == KeyLeftBracket || event.Key == KeyRightBracket) {
     const float factor = event.Key == KeyRightBracket ? KeyFactor : 1 / KeyFactor;
@@ -100,6 +107,15 @@ bool VoxelSculptTool::OnKeyDown(const InputEvent& event) {
     return true;
   }
   return false;
+}
+
+// The report gives the triangles away that it has counted.
+void VoxelSculptTool::LogMemory() {
+  VolumeObject* const volume = CurrentVolume();
+  if (!volume) return;
+  comms::LogInfo("%s", volume->MemoryReport().c_str());
+  volume->MarkAllChanged();
+  volume->RefreshChanges();
 }
 
 void VoxelSculptTool::BeginAdjusting(Adjusting kind, float x, float y) {

@@ -167,11 +167,9 @@ bool VoxelSculptTool::BeginStroke(const Sample& sample, bool invert) {
   return true;
 }
 
-// A volume that left the scene meanwhile takes its stroke along.
-bool VoxelSculptTool::IsStrokeAlive() const {
-  if (!m_Scene) return false;
-  return std::any_of(m_Scene->Volumes().begin(), m_Scene->Volumes().end(),
-                     [&](const auto& volume) { return volume.get() == m_StrokeVolume; });
+bool VoxelSculptTool::IsInScene(const VolumeObject* volume) const {
+  return m_Scene &&
+         std::any_of(m_Scene->Volumes().begin(), m_Scene->Volumes().end(), [&](const auto& one) { return one.get() == volume; });
 }
 
 void VoxelSculptTool::ApplySample(const Sample& sample) {
@@ -207,12 +205,13 @@ void VoxelSculptTool::EndPiece() {
 
 void VoxelSculptTool::ApplyQueue() {
   if (!m_Stroking) return;
-  if (!IsStrokeAlive()) {
+  if (!IsInScene(m_StrokeVolume)) {  // it takes its stroke along
     m_Run.reset();
     m_Stroking = m_ReleaseQueued = false;
     m_Queue.clear();
     return;
   }
+  if (m_Run && m_Pieces.back().StampSource && !IsInScene(m_Pieces.back().StampSource)) EndPiece();
   for (const Sample& sample : m_Queue) ApplySample(sample);
   m_Queue.clear();
 }
@@ -245,7 +244,10 @@ void VoxelSculptTool::Process(double) {
     ApplyQueue();
     if (m_Stroking) m_StrokeVolume->RefreshChanges();
   }
-  if (m_Adjusting == Adjusting::None) m_Hover = m_PointerInside ? PickAt(m_Pointer.X, m_Pointer.Y) : SurfaceHit{};
+  if (m_Adjusting == Adjusting::None)
+    m_Hover = m_PointerInside ? PickAt(m_Pointer.X, m_Pointer.Y) : SurfaceHit{};
+  else if (!IsInScene(m_Hover.Volume))
+    m_Hover = {};
 }
 
 void VoxelSculptTool::OnDeactivate() {

@@ -99,8 +99,9 @@ class VoxelSculptTool : public BasicTool {
   Stroke MakeSettings() const;
   PenSample MakePenSample(const SurfaceHit& hit, float pressure) const;
   bool BeginStroke(const Sample& sample, bool invert);
-  bool IsStrokeAlive() const;
+  bool IsInScene(const VolumeObject* volume) const;
   bool OnKeyDown(const InputEvent& event);
+  void LogMemory();
   int32_t ChangedCells() const;
   void BeginAdjusting(Adjusting kind, float x, float y);
   void Adjust(float x, float y);
