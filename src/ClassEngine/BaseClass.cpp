@@ -10,8 +10,7 @@ const char* ReturnKey(const char* key) { return key; }
 }  // namespace
 TranslateHook TranslateText = ReturnKey;
 
-// --- elements
-// ------------------------------------------------------------------------------------------------------------------------
+// --- elements ------------------------------------------------------------------------------------
 // Elements are the members of the active sections. With all sections active an element's index is that of the member.
 OneClassMember* BaseClass::FindElementMember(int32_t i) {
   OneClassDesc* desc = GetClassDesc();
@@ -139,8 +138,7 @@ bool BaseClass::GetValueText(StrBuffer& dest, void* data, void* extra, const cha
   return true;
 }
 
-// --- what a class may override and most don't
-// ----------------------------------------------------------------------------------------
+// --- what a class may override and most don't ----------------------------------------------------
 const char* BaseClass::GetDisplayName(void*) { return nullptr; }
 bool BaseClass::RemoveElement(int32_t) { return false; }
 int32_t BaseClass::ExpandWith(const char*, void*) { return -1; }

@@ -1,14 +1,12 @@
 #pragma once
 // The root of everything that is stored or edited: an object that declares its members once, by name and type, and gets its XML
-// form, its binary form, copying, resetting, "add..." lists and panels from that one declaration. How a class declares:
-// Declare.h.
+// form, its binary form, copying, resetting, "add..." lists and panels from that one declaration (see Declare.h).
 //
 // There are two kinds of things with these operations:
-//   a reflected class   its instances derive from BaseClass; `data` is the object itself, as BaseClass*, and null stands for it
-//   too a value type        one type object whose operations work on the raw memory at `data`: a plain float is served by a
-//   _float
-// Take a member's type object; if it IsReflected, the member is the receiver, otherwise the type object is; pass `data` either
-// way.
+//   reflected class   its instances derive from BaseClass; `data` is the object itself, as BaseClass*, or null for the receiver
+//   value type        one type object whose operations work on the raw memory at `data`: _float serves every plain float
+// Take a member's type object; if it IsReflected, the member is the receiver, otherwise the type object is; `data` is passed
+// either way.
 //
 // "Element" is a member of a class or an item of a container: both are walked by the same operations.
 // Everything here belongs to the main thread.
@@ -101,8 +99,9 @@ class BaseClass {
   /// Copies to `dst`, which may be of another class, the members whose name and type agree. A container appends copies of its
   /// items.
   virtual bool FullCopy(void* srcData, void* srcExtra, BaseClass* dst, void* dstData, void* dstExtra, int options = 0);
-  /// Compact form: only what differs from a fresh object. `names`: strings that are written by their index; `skip`: members left
-  /// out. At most 255 members, which must keep their places in the declaration as long as data is kept.
+  /// Compact form: only what differs from a fresh object; a part that its owner's constructor changed, whole. `names`: strings
+  /// that are written by their index; `skip`: members left out. At most 255 members, which must keep their places in the
+  /// declaration as long as data is kept.
   virtual void SaveBin(void* data, void* extra, BinStream& stream, const LargeNameHash* names = nullptr,
                        const NameHash* skip = nullptr);
   /// False where the stream isn't what this class wrote: reading stopped there, what was read stays.
@@ -191,7 +190,7 @@ class BaseClass {
   // Strict reading of one value, for command lines and fields. See ClassHelp.h.
   /// Writes to `data` only on success; otherwise `expected` says in words what is wanted.
   virtual bool ReadText(std::string_view text, void* data, void* extra, std::string& expected);
-  /// Appends the numbers of a numeric value, to be held against a range; returns how many (at most 4).
+  /// Puts the numbers of a numeric value into `numbers`, to be held against a range; returns how many.
   virtual int GetNumbers(const void* data, double (&numbers)[4]) const;
 
   /// The element that a tag names: a container makes a new item for it, a class looks among its members. -1 where there is none.
@@ -215,8 +214,7 @@ class BaseClass {
   /// LoadBin of a part of an object.
   static bool LoadBinElement(BaseClass* receiver, void* data, void* extra, BinStream& stream, const LargeNameHash* names);
 
-  // --- the words of a declaration; see Declare.h
-  // -----------------------------------------------------------------------------------
+  // --- the words of a declaration; see Declare.h -------------------------------------------------
   template <class Tag, class M>
   MemberBuilder Member(const char* name, M& field);
   template <class Tag, class M>
@@ -239,18 +237,17 @@ class BaseClass {
  private:
   bool LoadBinMembers(void* data, BinStream& stream, const LargeNameHash* names);
   void RunDeltaPass(XmlNode* node);
+  void RewritePart(int32_t element, XmlNode* child, const XmlNode& inFresh);
 };
 
-// --- chunks
-// --------------------------------------------------------------------------------------------------------------------------
+// --- chunks --------------------------------------------------------------------------------------
 /// Writes `object` as a chunk: the tag, the size, and its XML text with the terminator. False when it could not be written.
 bool WriteChunkFromXml(BinStream& stream, uint32_t tag, BaseClass& object);
 /// Loads `object` from the payload of such a chunk, `size` bytes from the reading position on. False, with the object as it was,
 /// where the stream ends early or the text doesn't parse.
 bool ReadXmlChunk(BinStream& stream, uint32_t size, BaseClass& object, XmlErrorLog* errors = nullptr);
 
-// --- declaration state
-// ---------------------------------------------------------------------------------------------------------------
+// --- declaration state ---------------------------------------------------------------------------
 /// Describe the next declared member; every AddMember clears them.
 extern bool DeclReadOnly, DeclHidden, DeclStatic, DeclNoSave;
 /// Set while WriteToFile saves an object in delta form.
@@ -262,8 +259,7 @@ extern BaseClass* CurrentBase;
 using TranslateHook = const char* (*)(const char* key);
 extern TranslateHook TranslateText;
 
-// --- errors
-// --------------------------------------------------------------------------------------------------------------------------
+// --- errors --------------------------------------------------------------------------------------
 /// A box "Class engine error". For faults in declarations.
 void ShowClassError(const char* format, ...) __attribute__((format(printf, 1, 2)));
 /// A fault met in loading `source`: goes to the messages of `errors`, and into a box with the XML source where `errors` asks for

@@ -1,6 +1,7 @@
 // The compact binary form: the members that differ from a fresh object, each behind its index.
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "ClassEngine/Assert.h"
 #include "ClassEngine/BaseClass.h"
@@ -18,6 +19,26 @@ void SaveMember(const OneClassMember& member, int32_t index, void* object, BinSt
   WriteBYTE(stream, uint8_t(index));
   if (void* value = member.GetData(object))
     BaseClass::GetReceiver(member.Type, value)->SaveBin(value, member.Extra, stream, names);
+}
+
+// While it lives, objects write every member.
+class WholeScope {
+ public:
+  WholeScope() : m_Outer(std::exchange(s_Whole, true)) {}
+  ~WholeScope() { s_Whole = m_Outer; }
+  WholeScope(const WholeScope&) = delete;
+  WholeScope& operator=(const WholeScope&) = delete;
+  static bool IsOn() { return s_Whole; }
+
+ private:
+  static inline bool s_Whole = false;
+  bool m_Outer;
+};
+
+// Whether the owner's constructor gave a part values of its own: in `bytes`, those of a fresh owner, it is more than its index
+// and the count 0. A part leaves out what a fresh part has, and a reader, who begins with a fresh owner, would not get that back.
+bool HasOwnDefaults(const OneClassMember& member, int64_t bytes) {
+  return bytes > 2 && member.Type->IsReflected() && !member.Type->GetExpansionRules();
 }
 
 }  // namespace
@@ -42,12 +63,18 @@ void BaseClass::SaveBin(void* data, void*, BinStream& stream, const LargeNameHas
     if (!member || !member->Type || !member->IsIn(sections)) continue;
     if (skip && skip->Find(member->Name) >= 0) continue;
     const int64_t fromDefaults = defaults.GetWritePos(), fromValues = values.GetWritePos();
-    SaveMember(*member, i, fresh.get(), defaults, names);
     SaveMember(*member, i, data, values, names);
-    if (SameBytes(defaults, fromDefaults, values, fromValues))
+    changed++;
+    if (WholeScope::IsOn()) continue;
+    SaveMember(*member, i, fresh.get(), defaults, names);
+    if (SameBytes(defaults, fromDefaults, values, fromValues)) {
       values.SetWritePos(fromValues);
-    else
-      changed++;
+      changed--;
+    } else if (HasOwnDefaults(*member, defaults.GetWritePos() - fromDefaults)) {
+      const WholeScope whole;
+      values.SetWritePos(fromValues);
+      SaveMember(*member, i, data, values, names);
+    }
   }
   WriteBYTE(stream, uint8_t(changed));
   stream.Write(values.GetData(), values.GetWritePos());

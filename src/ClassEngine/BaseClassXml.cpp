@@ -1,5 +1,6 @@
 // The XML form of objects.
 #include <algorithm>
+#include <memory>
 #include <string>
 
 #include "ClassEngine/BaseClass.h"
@@ -30,28 +31,45 @@ void BaseClass::Save(XmlNode* node, void* data, void*) {
   if (!*node->GetName()) node->SetName(GetClassName());
 }
 
+static bool SameText(const XmlNode& a, const XmlNode& b) {
+  StrBuffer textA, textB;
+  return a.Print(textA, 0) && b.Print(textB, 0) && textA == textB;
+}
+
 // Takes out the leaves that say what a fresh object says. An emptied container is a leaf too, and stays where a fresh object has
 // items: leaving it out would bring them back.
 void BaseClass::RunDeltaPass(XmlNode* node) {
-  BaseClass* fresh = New();
+  const std::unique_ptr<BaseClass> fresh(New());
   if (!fresh) return;
   SaveOnlyChanges = false;
   XmlNode scratch;
   fresh->Save(&scratch);
-  SaveOnlyChanges = true;
-  delete fresh;
   for (int32_t i = node->GetChildCount() - 1; i >= 0; i--) {
-    const XmlNode* child = node->GetChild(i);
-    if (child->GetChildCount()) continue;
+    XmlNode* child = node->GetChild(i);
     const XmlNode* same = scratch.FindChild(child->GetNameView());
-    if (!same || same->GetValueView() != child->GetValueView()) continue;
-    if (same->GetChildCount()) {
-      const int32_t element = FindElementIndex(child->GetNameView());
-      const BaseClass* type = element < 0 ? nullptr : GetElementType(element);
-      if (!type || type->GetExpansionRules()) continue;
-    }
-    node->RemoveChild(i);
+    if (!same) continue;
+    const int32_t element = same->GetChildCount() ? FindElementIndex(child->GetNameView()) : -1;
+    const bool isPart = element >= 0 && !GetElementType(element)->GetExpansionRules();
+    if (isPart) RewritePart(element, child, *same);
+    const bool isLeaf = !child->GetChildCount() && same->GetValueView() == child->GetValueView();
+    if (isPart ? isLeaf || SameText(*child, *same) : isLeaf && !same->GetChildCount()) node->RemoveChild(i);
   }
+  SaveOnlyChanges = true;
+}
+
+// The pass over a part left out what a fresh part says. Where the owner's constructor gave the part values of its own, `inFresh`,
+// a reader would get those instead: such a part is written whole.
+void BaseClass::RewritePart(int32_t element, XmlNode* child, const XmlNode& inFresh) {
+  BaseClass* type = GetElementType(element);
+  const std::unique_ptr<BaseClass> part(type->New());
+  XmlNode made(inFresh.GetNameView());
+  if (part) part->Save(&made);
+  if (!part || SameText(made, inFresh)) return;
+  void* data = GetElementData(element, this);
+  if (!data) return;
+  child->Clear();
+  child->SetName(inFresh.GetNameView());
+  GetReceiver(type, data)->Save(child, data, GetElementExtra(element));
 }
 
 bool BaseClass::Load(const XmlNode* node, void* data, XmlErrorLog* errors, void* ownExtra) {
@@ -106,7 +124,7 @@ bool BaseClass::ReadMemberSourceFile(const XmlNode*, void* data) {
   const auto getText = [object](const OneClassMember& member) {
     void* value = member.GetData(object);
     StrBuffer text;
-    GetReceiver(member.Type, value)->GetValueText(text, value, member.Extra, "value");
+    if (value) GetReceiver(member.Type, value)->GetValueText(text, value, member.Extra, "value");
     return std::string(text.View());
   };
   const std::string path = getText(*source);
@@ -146,7 +164,9 @@ bool BaseClass::WriteToFile(const char* path) {
   SaveOnlyChanges = IsDeltaSaved();
   Save(&root, this);
   SaveOnlyChanges = false;
-  return root.WriteFile(path);
+  const bool written = root.WriteFile(path);
+  CurrentXmlFile = "unknown";
+  return written;
 }
 
 bool WriteChunkFromXml(BinStream& stream, uint32_t tag, BaseClass& object) {

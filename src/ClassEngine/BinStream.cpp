@@ -12,8 +12,7 @@ int64_t BinStream::Skip(int64_t size) {
   return step;
 }
 
-// --- scalars
-// -----------------------------------------------------------------------------------------------------------------------
+// --- scalars -------------------------------------------------------------------------------------
 
 bool WriteDWORD(BinStream& stream, uint32_t value) { return stream.Write(&value, sizeof value); }
 bool WriteWORD(BinStream& stream, uint16_t value) { return stream.Write(&value, sizeof value); }
@@ -34,8 +33,7 @@ bool HasItems(const BinStream& stream, uint64_t count, uint64_t itemSize) {
   return left >= 0 && count <= uint64_t(left) / itemSize;
 }
 
-// --- chunks
-// --------------------------------------------------------------------------------------------------------------------------
+// --- chunks --------------------------------------------------------------------------------------
 
 std::string GetTagText(uint32_t tag) {
   std::string text;
@@ -84,8 +82,7 @@ ChunkWalk ReadChunks(BinStream& stream, int64_t end, const std::function<bool(ui
   }
 }
 
-// --- failures
-// ----------------------------------------------------------------------------------------------------------------------
+// --- failures ------------------------------------------------------------------------------------
 
 std::atomic<int> LastStreamError{StreamOk};
 

@@ -58,8 +58,7 @@ class BinStreamCounter : public BinStream {
   int64_t m_Count = 0;
 };
 
-// --- scalars
-// ---------------------------------------------------------------------------------------------------------------------
+// --- scalars -------------------------------------------------------------------------------------
 bool WriteDWORD(BinStream& stream, uint32_t value);
 bool WriteWORD(BinStream& stream, uint16_t value);
 bool WriteBYTE(BinStream& stream, uint8_t value);
@@ -73,8 +72,7 @@ inline int64_t GetBytesLeft(const BinStream& stream) { return stream.Size() - st
 /// Whether `count` items of `itemSize` bytes can still be read. Ask before memory is taken for a count out of a file.
 bool HasItems(const BinStream& stream, uint64_t count, uint64_t itemSize);
 
-// --- chunks: tag, payload size, payload
-// ----------------------------------------------------------------------------------------------
+// --- chunks: tag, payload size, payload ----------------------------------------------------------
 /// The first character stands in the highest byte; shorter text is padded with 0 in the low ones.
 constexpr uint32_t ChunkTag(std::string_view text) {
   uint32_t tag = 0;
@@ -99,8 +97,7 @@ struct ChunkWalk {
 /// wherever the taker stopped reading. Nested chunks: walk again inside `take`, up to its own end.
 ChunkWalk ReadChunks(BinStream& stream, int64_t end, const std::function<bool(uint32_t tag, uint32_t size)>& take);
 
-// --- failures
-// -----------------------------------------------------------------------------------------------------------------------
+// --- failures ------------------------------------------------------------------------------------
 enum StreamError : int {
   StreamOk = 0,
   StreamShortWrite = 1,  ///< fewer bytes were written than asked, or they did not reach the disk

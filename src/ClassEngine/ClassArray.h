@@ -3,6 +3,7 @@
 //
 // In XML an item is a child with its class name as tag. Adding by name takes classes that the registry knows and that derive from
 // the item class: a name out of a file never makes an object of another kind.
+#include <memory>
 #include <string>
 
 #include "ClassEngine/BaseClass.h"
@@ -92,11 +93,13 @@ class ClassArray : public BaseClass, public DynArray<T*, 15> {
     auto* to = dynamic_cast<ClassArray*>(dstData ? static_cast<BaseClass*>(dstData) : dst);
     if (!to) return false;
     if (to == &from) return true;
-    for (int32_t i = 0; i < from.Count; i++) {
-      BaseClass* made = from.Data[i]->New();
+    // A copy joins the target when it is complete: where the target lies inside the item, the copying would not end.
+    for (int32_t i = 0, count = from.Count; i < count; i++) {
+      std::unique_ptr<BaseClass> made(from.Data[i]->New());
       if (!made) return false;
-      to->Add(static_cast<T*>(made));
-      from.Data[i]->FullCopy(static_cast<BaseClass*>(from.Data[i]), nullptr, made, made, nullptr, options);
+      made->SetParent(to);
+      from.Data[i]->FullCopy(static_cast<BaseClass*>(from.Data[i]), nullptr, made.get(), made.get(), nullptr, options);
+      to->Add(static_cast<T*>(made.release()));
     }
     return true;
   }

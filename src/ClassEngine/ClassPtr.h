@@ -27,6 +27,7 @@ class ClassPtr : public BaseClass {
   explicit operator bool() const { return m_Object != nullptr; }
   /// Deletes the object held and takes ownership of another, made by new; null clears.
   void Set(T* object) {
+    if (object == m_Object.get()) return;
     if (object) object->SetParentDeep(this);
     m_Object.reset(object);
   }
@@ -64,20 +65,24 @@ class ClassPtr : public BaseClass {
     At(data).Set(object);
     return 0;
   }
-  int GetExpansionRules() const override { return AddItemClass | AddDerivedClasses | AddAtMostOne; }
+  int GetExpansionRules() const override { return (std::is_abstract_v<T> ? 0 : AddItemClass) | AddDerivedClasses | AddAtMostOne; }
   const char* GetExpandableClass() const override { return T::StaticClassName(); }
   bool IsTransparentElement() const override { return true; }
   bool MoveElement(int32_t i, int32_t delta) override { return IsObject(i) && delta == 0; }
-  /// The copy replaces what `dst` holds.
+  /// The copy replaces what `dst` holds, when it is complete: the one pointer may lie inside the object of the other.
   bool FullCopy(void* srcData, void*, BaseClass* dst, void* dstData, void*, int options = 0) override {
     ClassPtr& from = At(srcData);
     auto* to = dynamic_cast<ClassPtr*>(dstData ? static_cast<BaseClass*>(dstData) : dst);
     if (!to) return false;
     if (to == &from) return true;
-    BaseClass* made = from.m_Object ? from.m_Object->New() : nullptr;
-    to->Set(static_cast<T*>(made));
-    if (!from.m_Object) return true;
-    return made && from.m_Object->FullCopy(from.GetElementData(0, nullptr), nullptr, made, made, nullptr, options);
+    std::unique_ptr<BaseClass> made(from.m_Object ? from.m_Object->New() : nullptr);
+    bool copied = !from.m_Object;
+    if (made) {
+      made->SetParent(to);
+      copied = from.m_Object->FullCopy(from.GetElementData(0, nullptr), nullptr, made.get(), made.get(), nullptr, options);
+    }
+    to->Set(static_cast<T*>(made.release()));
+    return copied;
   }
   void SaveBin(void* data, void*, BinStream& stream, const LargeNameHash* names = nullptr, const NameHash* = nullptr) override {
     ClassPtr& from = At(data);

@@ -62,8 +62,7 @@ class _cImageID : public TextureValue<_cImageID>, public CommsTag {
   COMMS_VALUE_TYPE(_cImageID)
 };
 
-// --- sliders
-// --------------------------------------------------------------------------------------------------------------------------
+// --- sliders -------------------------------------------------------------------------------------
 /// A number with a range that panels show as a track.
 template <class Self, class T>
 class SliderValue : public NumbersValue<Self, T, 1>, public WithSliderRange, public CommsTag {};
@@ -116,8 +115,7 @@ class _cSliderRangedF : public RangedSliderValue<_cSliderRangedF, float> {
   COMMS_VALUE_TYPE(_cSliderRangedF)
 };
 
-// --- texts
-// ----------------------------------------------------------------------------------------------------------------------------
+// --- texts ---------------------------------------------------------------------------------------
 class _cStr : public TextValue<_cStr>, public CommsTag {
   COMMS_VALUE_TYPE(_cStr)
 };
@@ -148,8 +146,7 @@ class _cXmlFile : public TextValue<_cXmlFile>, public CommsTag {
   COMMS_VALUE_TYPE(_cXmlFile)
 };
 
-// --- rows without a value
-// ---------------------------------------------------------------------------------------------------------------
+// --- rows without a value ------------------------------------------------------------------------
 /// A line; declared by Caption<_cSeparator>(text).
 class _cSeparator : public CaptionValue<_cSeparator>, public CommsTag {
   COMMS_VALUE_TYPE(_cSeparator)

@@ -30,17 +30,9 @@ DeclarationScope::~DeclarationScope() {
 
 namespace {
 
-// Where the size of the object is known it decides; else what lies this far away can't be a part of it.
-constexpr intptr_t FarAway = 1000000;
-
-bool IsInsideObject(const Declaration& declaration, intptr_t distance) {
-  if (declaration.ObjectSize) return distance >= 0 && distance < intptr_t(declaration.ObjectSize);
-  return distance > -FarAway && distance < FarAway;
-}
-
 void CheckStatic(const OneClassMember& member, intptr_t distance) {
   const char* type = member.Type ? member.Type->GetClassName() : "";
-  const bool inside = IsInsideObject(*CurrentDeclaration, distance);
+  const bool inside = distance >= 0 && distance < intptr_t(CurrentDeclaration->ObjectSize);
   if (!member.IsStatic && !inside)
     ShowClassError("CRITICAL: Static member <%s %s> registered like non-static", type, member.Name);
   if (member.IsStatic && inside) ShowClassError("CRITICAL: Non-static member <%s %s> registered like static", type, member.Name);

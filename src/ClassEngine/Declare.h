@@ -90,8 +90,8 @@ namespace reflection {
 /// The declaration that is going on; null between. Declarations nest where one needs a class that is declared for that.
 struct Declaration {
   OneClassDesc* Desc;
-  BaseClass* Object;       ///< on which addresses are taken
-  size_t ObjectSize;       ///< 0 where unknown
+  BaseClass* Object;  ///< on which addresses are taken
+  size_t ObjectSize;
   const char* OwnerClass;  ///< the class whose words are being run
   int32_t SectionMask = -1;
   Declaration* Outer = nullptr;

@@ -54,5 +54,5 @@ int32_t Enumerator::FindIndexOfValue(int32_t value) const {
 Enumerator* EnumRegistry::Find(const char* name) { return NamedTable<Enumerator>::Get().Find(name); }
 
 Enumerator& EnumRegistry::FindOrCreate(const char* name) {
-  return NamedTable<Enumerator>::Get().FindOrCreate(name, [](const char* text, int32_t) { return new Enumerator(text); });
+  return NamedTable<Enumerator>::Get().FindOrCreate(name, [](const char*, int32_t) { return new Enumerator; });
 }

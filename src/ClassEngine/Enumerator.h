@@ -17,8 +17,6 @@ class EnumProvider {
 /// Static entries in the order of insertion, then those of the provider. A _index holds an entry's value.
 class Enumerator {
  public:
-  explicit Enumerator(const char* name) : m_Name(name) {}
-  const char* GetName() const { return m_Name; }
   /// Index of the entry; a name that is there gets the new value.
   int32_t Add(const char* name, int32_t value);
   /// Removes the static entries.
@@ -38,7 +36,6 @@ class Enumerator {
   void SetProvider(const EnumProvider* provider) { m_Provider = provider; }
 
  private:
-  const char* m_Name;
   NameHash m_Names;  // name to index
   DynArray<int32_t> m_Values;
   const EnumProvider* m_Provider = nullptr;

@@ -12,8 +12,7 @@
 #include "ClassEngine/BackgroundWriter.h"
 #include "ClassEngine/WriterQueue.h"
 
-// --- reading
-// -----------------------------------------------------------------------------------------------------------------------
+// --- reading -------------------------------------------------------------------------------------
 
 FileReadStreamBase::~FileReadStreamBase() { FileReadStreamBase::Clear(); }
 
@@ -112,8 +111,7 @@ void FILE_ReadBinStream::SetReadPos(int64_t pos) {
   m_Fill = m_Cursor = 0;
 }
 
-// --- writing
-// -----------------------------------------------------------------------------------------------------------------------
+// --- writing -------------------------------------------------------------------------------------
 
 FileWriteStreamBase::FileWriteStreamBase(const char* path, bool delayed, int64_t bufferBytes)
     : m_BufferBytes(bufferBytes), m_Delayed(delayed && !ForbidDelayedWriting) {
@@ -126,7 +124,6 @@ FileWriteStreamBase::FileWriteStreamBase(const char* path, bool delayed, int64_t
 
 FileWriteStreamBase::~FileWriteStreamBase() { Close(); }
 
-bool FileWriteStreamBase::HasFinalName() const { return m_File && !m_File->FinalName.empty(); }
 std::string FileWriteStreamBase::GetTempName() const { return m_File ? m_File->TempName : std::string(); }
 
 bool FileWriteStreamBase::WriteOut(const void* data, int64_t size) {

@@ -62,9 +62,10 @@ class FILE_ReadBinStream : public FileReadStreamBase {
 };
 
 /// Writing side, buffered by 0 (FileWriteBinStream) or 8 MiB (FILE_WriteBinStream).
-/// path     the final name; the bytes stay under a temporary name in its folder until Close
-///          null: the temporary file that EngineHost::GetTempFileName names; WriteToFile later gives it its place, and without
-///          that it is dropped "none": nothing is opened or stored, bytes are only counted
+/// path is the final name; the bytes stay under a temporary name in its folder until Close.
+/// path null: the temporary file that EngineHost::GetTempFileName names. WriteToFile later gives it its place; without that it
+/// is dropped.
+/// path "none": nothing is opened or stored, bytes are only counted.
 class FileWriteStreamBase : public BinStream {
  public:
   /// Closes; a stream with a final name puts its file in place, unless a write failed.
@@ -86,7 +87,6 @@ class FileWriteStreamBase : public BinStream {
   /// Flushes, closes and renames to the final name; a delayed stream leaves that to the background writer and answers true. False
   /// when anything failed. Later calls change nothing.
   bool Close();
-  bool HasFinalName() const;
   /// Where the bytes are now; empty where there is no file.
   std::string GetTempName() const;
 

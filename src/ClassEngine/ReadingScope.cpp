@@ -32,8 +32,7 @@ void Report(const XmlNode* source, XmlErrorLog* errors, const std::string& text)
     GetEngineHost().Log(text.c_str());
 }
 
-// --- class references
-// ------------------------------------------------------------------------------------------------------------------------
+// --- class references ----------------------------------------------------------------------------
 
 struct Referring {
   BaseClass* Receiver;

@@ -70,7 +70,7 @@ static int OpenTemporary(const std::string& folder, std::string& name) {
   return -1;
 }
 
-// --- WriterFile ----------------------------------------------------------------------------------------------------------
+// --- WriterFile ----------------------------------------------------------------------------------
 
 WriterFile::~WriterFile() { Drop(); }
 
@@ -92,9 +92,10 @@ bool WriterFile::Seek(int64_t pos) {
   return (Handle >= 0 && ::lseek(Handle, off_t(pos), SEEK_SET) >= 0) || Fail(StreamShortWrite);
 }
 
+// The name goes first: that of the service's file is anybody's as soon as the handle, and its lock with it, is closed.
 void WriterFile::Drop() {
-  if (Handle >= 0) ::close(std::exchange(Handle, -1));
   if (!TempName.empty()) ::unlink(TempName.c_str());
+  if (Handle >= 0) ::close(std::exchange(Handle, -1));
   TempName.clear();
 }
 
@@ -136,7 +137,7 @@ bool WriterFile::Prepare() {
 
 bool WriterFile::PutInPlace() { return ::PutInPlace({this}); }
 
-// --- names -----------------------------------------------------------------------------------------------------------------
+// --- names ---------------------------------------------------------------------------------------
 
 namespace {
 // What stood at the final name of a file that took it.
@@ -171,7 +172,7 @@ bool PutInPlace(const std::vector<WriterFile*>& files) {
   std::vector<std::pair<WriterFile*, OldFile>> taken;
   for (WriterFile* file : files) {
     if (file->TempName.empty()) continue;
-    OldFile old;
+    OldFile old = OldFile::None;
     if (!TakeFinalName(*file, file != files.back(), old)) {
       for (; !taken.empty(); taken.pop_back()) GiveFinalNameBack(*taken.back().first, taken.back().second);
       return false;
@@ -189,7 +190,7 @@ bool PutInPlace(const std::vector<WriterFile*>& files) {
   return done;
 }
 
-// --- making --------------------------------------------------------------------------------------------------------------
+// --- making --------------------------------------------------------------------------------------
 
 // Checks what stands at `path` and sets the final name. `device` tells that it is written directly.
 static bool TakeTarget(WriterFile& file, const std::string& path, bool& device) {
@@ -252,10 +253,23 @@ std::shared_ptr<WriterFile> CreateServiceFile() {
   return nullptr;
 }
 
+// From the close to the rename nothing locks the service's file: under a name of its own nobody takes it over meanwhile.
+static bool LeaveServiceName(WriterFile& file) {
+  std::string own;
+  const int handle = OpenTemporary(FolderOf(file.TempName), own);
+  if (handle < 0) return file.Fail(StreamNoFile);
+  ::close(handle);
+  if (::rename(file.TempName.c_str(), own.c_str()) != 0) return file.Fail(StreamNoFile);
+  file.TempName = own;
+  return true;
+}
+
 bool SetFinalName(WriterFile& file, const std::string& path) {
   std::error_code ignored;  // what can't be made is found missing below
   std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ignored);
+  const bool isService = file.FinalName.empty();
   bool device;
   if (!TakeTarget(file, path, device)) return false;
-  return !device || file.Fail(StreamNoFile);
+  if (device) return file.Fail(StreamNoFile);
+  return !isService || LeaveServiceName(file);
 }

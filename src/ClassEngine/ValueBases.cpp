@@ -14,8 +14,7 @@ bool ReportUnread(const XmlNode* node, XmlErrorLog* errors, const char* failure)
   return false;
 }
 
-// --- one number
-// -----------------------------------------------------------------------------------------------------------------------
+// --- one number ----------------------------------------------------------------------------------
 void SaveInteger(XmlNode* node, int64_t value) { node->SetValue(std::to_string(value)); }
 
 bool LoadInteger(const XmlNode* node, XmlErrorLog* errors, const char* failure, int64_t low, int64_t high, int64_t& value) {
@@ -66,8 +65,7 @@ bool ReadHex(std::string_view text, uint32_t& value, std::string& expected) {
   return false;
 }
 
-// --- several numbers
-// ------------------------------------------------------------------------------------------------------------------
+// --- several numbers -----------------------------------------------------------------------------
 namespace {
 
 std::string PrintElement(float value) { return PrintShortest(value); }
@@ -128,8 +126,7 @@ template bool LoadNumbers(const XmlNode*, XmlErrorLog*, const char*, int32_t*, i
 template bool ReadNumbers(std::string_view, float*, int, std::string&);
 template bool ReadNumbers(std::string_view, int32_t*, int, std::string&);
 
-// --- entries of enumerators
-// -----------------------------------------------------------------------------------------------------------
+// --- entries of enumerators ----------------------------------------------------------------------
 void SaveIndex(XmlNode* node, int32_t value, const char* tag, void* extra) {
   if (!extra) {
     ShowClassError("Enumerator not assigned for type \"%s\" for variable %s\n", tag, node->GetName());
@@ -167,8 +164,7 @@ bool ReadIndex(std::string_view text, void* extra, int32_t& value, std::string& 
   return false;
 }
 
-// --- textures
-// -------------------------------------------------------------------------------------------------------------------------
+// --- textures ------------------------------------------------------------------------------------
 void SaveTexture(XmlNode* node, int32_t id) {
   if (id != -1) node->SetValue(GetEngineHost().GetTextureName(id));
 }

@@ -14,7 +14,6 @@
 template <class Self, class T>
 class PlainValue : public ValueType {
  public:
-  using Storage = T;
   void ResetClass(void* data) override { std::memset(data, 0, sizeof(T)); }
   const char* GetClassName() const override { return Self::StaticClassName(); }
   BaseClass* New() const override { return new Self; }

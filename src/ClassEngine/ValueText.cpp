@@ -64,12 +64,18 @@ bool TakeFloat(std::string_view& text, float& value) {
       comma = true;
     }
   }
-  double read = 0;
+  // Not by way of a double: rounded twice, 7.038531e-26 would become the next float.
+  float read = 0;
   const auto [end, error] = std::from_chars(number, number + length, read);
-  if (error != std::errc()) return false;
-  // Too large for a float must not become infinite; too small becomes 0 or the nearest there is.
-  if (read - read == 0 && (read > 3.4028235677973366e38 || read < -3.4028235677973366e38)) return false;
-  value = float(read);
+  if (error == std::errc::result_out_of_range) {
+    // Too large for a float must not become infinite; too small becomes 0.
+    double wide = 0;
+    if (std::from_chars(number, number + length, wide).ec != std::errc() || wide > 1 || wide < -1) return false;
+    read = float(wide);
+  } else if (error != std::errc()) {
+    return false;
+  }
+  value = read;
   text = start.substr(size_t(end - number));
   return true;
 }

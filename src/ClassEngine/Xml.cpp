@@ -17,8 +17,7 @@ std::string CurrentXmlFile = "unknown";
 void* XmlNode::operator new(size_t size) { return GetPool().Allocate(size); }
 void XmlNode::operator delete(void* pointer, size_t size) { GetPool().Free(pointer, size); }
 
-// --- text
-// --------------------------------------------------------------------------------------------------------------------------
+// --- text ----------------------------------------------------------------------------------------
 
 void XmlNode::TextRef::Free() {
   if (Owned) GetPool().Free(Data, size_t(Length) + 1);
@@ -54,8 +53,7 @@ void XmlNode::SetValue(int value) {
   m_Value.Set({text, size_t(length)});
 }
 
-// --- tree
-// --------------------------------------------------------------------------------------------------------------------------
+// --- tree ----------------------------------------------------------------------------------------
 
 XmlNode* XmlNode::GetChild(int32_t index) const {
   return index >= 0 && index < GetChildCount() ? m_Children->Items[index] : nullptr;
@@ -143,8 +141,7 @@ void XmlNode::Clear() {
   if (freed > ManyNodes) GetPool().Compact();
 }
 
-// --- printing
-// ------------------------------------------------------------------------------------------------------------------------
+// --- printing ------------------------------------------------------------------------------------
 
 // Writes into the unused room behind the text of a string.
 class XmlPrinter {
@@ -162,7 +159,7 @@ class XmlPrinter {
     int32_t Next;
   };
   static constexpr int64_t MaxBytes = INT32_MAX - 64;
-  // Next node in printing order: the stack holds the open nodes with children.
+  // enter(node, depth) for each node in printing order, leave(node, depth) behind its children; false ends the walk.
   template <class Enter, class Leave>
   static void Walk(const XmlNode& root, Enter&& enter, Leave&& leave);
   bool MakeRoom(int64_t bytes);

@@ -55,16 +55,15 @@ class XmlNode {
   /// O(nodes).
   Bytes CountBytes() const;
 
-  /// Reads one node with all below it out of `text`, which ends at its first zero byte. Returns the bytes used, up to and
-  /// including the
-  /// ">" of the closing tag; 0 for empty text; -1 where the text is damaged, or where a tree of it would need more than 4 times
-  /// the text and 64 MiB (only text of tags a few bytes long does). After -1 the node is as it was. Children are added to those
-  /// that are there, and a value stays where the text brings none.
+  /// Reads one node with all below it out of `text`, which ends at its first zero byte. Returns the bytes used, up to and with
+  /// the ">" of the closing tag; 0 for empty text; -1 where the text is damaged, or where a tree of it would need more than 4
+  /// times the text and 64 MiB (only text of tags a few bytes long does). After -1 the node is as it was. Children are added to
+  /// those that are there, and a value stays where the text brings none.
   int64_t Parse(std::string_view text);
   /// Appends the node as text, `indent` blanks deep. False, with `dest` as it was, where it would pass 2^31 bytes.
   bool Print(StrBuffer& dest, int32_t indent) const;
-  /// Parses a whole file; CurrentXmlFile is its name meanwhile and "unknown" after success. False for a file that is missing,
-  /// empty or damaged; then the log has a line, and a damaged file is deleted while the Control key is held.
+  /// Parses a whole file; CurrentXmlFile is its name meanwhile, and stays so where it is damaged. False for a file that is
+  /// missing, empty or damaged; a damaged one gets a line in the log, and is deleted while the Control key is held.
   bool ReadFile(const char* path);
   /// Prints into the file, whole or not at all. False where it can't be written (LastStreamError says why); the old file stays.
   bool WriteFile(const char* path) const;
@@ -97,7 +96,6 @@ class XmlNode {
   friend class XmlPrinter;
   static size_t BlockBytes(uint32_t capacity) { return offsetof(ChildBlock, Items) + capacity * sizeof(XmlNode*); }
   static void FreeTexts(TextBlock* texts);
-  static XmlNode* TakeLastChild(XmlNode* node);
   bool HasChildren() const { return m_Children && m_Children->Count; }
   void FreeBlock();
   void ReserveChildren(uint32_t count);
@@ -112,7 +110,7 @@ static_assert(sizeof(XmlNode) == 32, "one element of the pool's 32-byte class");
 /// The next damaged text shows its box again, as in a new session.
 void RenewXmlErrorBox();
 
-/// Path of the file that is being read or written; "unknown" between. Main thread.
+/// Path of the file that is being read or written, or of the last damaged one; else "unknown". Main thread.
 extern std::string CurrentXmlFile;
 
 /// What loading out of a tree reports into: the messages so far, and whether each also shows a box.

@@ -34,8 +34,7 @@ static char* FindByte(char* from, char* end, char symbol) {
   return const_cast<char*>(FindByte(static_cast<const char*>(from), static_cast<const char*>(end), symbol));
 }
 
-// --- first pass
-// ----------------------------------------------------------------------------------------------------------------------
+// --- first pass ----------------------------------------------------------------------------------
 
 namespace {
 
@@ -139,8 +138,7 @@ void XmlScanner::CountMemory() {
 
 }  // namespace
 
-// --- second pass
-// ---------------------------------------------------------------------------------------------------------------------
+// --- second pass ---------------------------------------------------------------------------------
 
 // Builds the tree of a text that was found whole.
 class XmlBuilder {
@@ -238,8 +236,7 @@ void XmlNode::TextRef::Unescape() {
   Borrow(Data, size_t(to - Data));
 }
 
-// --- corruption
-// ----------------------------------------------------------------------------------------------------------------------
+// --- corruption ----------------------------------------------------------------------------------
 
 static bool s_BoxShown = false;
 
@@ -285,8 +282,7 @@ static bool Accept(std::string_view text, size_t copies, XmlScan& scan) {
   return scan.Whole && !scan.Refused;
 }
 
-// --- entry points
-// --------------------------------------------------------------------------------------------------------------------
+// --- entry points --------------------------------------------------------------------------------
 
 static std::string_view CutAtZero(std::string_view text) { return text.substr(0, std::min(text.find('\0'), text.size())); }
 
@@ -326,7 +322,6 @@ int64_t XmlNode::Parse(std::string_view text) {
 }
 
 bool XmlNode::ReadFile(const char* path) {
-  CurrentXmlFile = path;
   FileReadBinStream file(path);
   if (file.Size() <= 0) return false;
   XmlScan scan;
@@ -341,6 +336,7 @@ bool XmlNode::ReadFile(const char* path) {
       GeneralFree(block);
       return false;
     }
+    CurrentXmlFile = path;
     whole = Accept(text, 1, scan);
     if (whole) {
       TextBlock* taken = std::exchange(block, nullptr);

@@ -115,7 +115,7 @@ class DynArray {
   void SetCapacity(int64_t capacity) {
     // A count is 32 bits wide: close to the end the margin gives way.
     if (capacity > INT32_MAX) capacity = INT32_MAX;
-    MORVANE_ASSERT(capacity >= Count && (capacity > Capacity || capacity < Capacity));
+    MORVANE_ASSERT(capacity >= Count && capacity != Capacity);
     Data = static_cast<T*>(GeneralReallocate(Data, size_t(capacity) * sizeof(T)));
     Capacity = int32_t(capacity);
   }

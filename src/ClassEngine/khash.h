@@ -71,15 +71,6 @@ class Hash {
     head = index;
     return index;
   }
-  /// Takes the entry out; those behind it move down by one index. O(entries).
-  bool Remove(typename Key::View key) {
-    const int32_t index = Find(key);
-    if (index < 0) return false;
-    GeneralFree(m_Entries[index].Text);
-    m_Entries.RemoveAt(index);
-    SetBuckets(m_Heads.Count);
-    return true;
-  }
   void Clear() {
     for (const Entry& entry : m_Entries) GeneralFree(entry.Text);
     m_Entries.Release();
@@ -89,7 +80,6 @@ class Hash {
   const char* GetKey(int32_t index) const { return EntryAt(index).Text; }
   std::string_view GetKeyView(int32_t index) const { return View(EntryAt(index)); }
   uint32_t GetValue(int32_t index) const { return EntryAt(index).Value; }
-  void SetValue(int32_t index, uint32_t value) { const_cast<Entry&>(EntryAt(index)).Value = value; }
 
  private:
   struct Entry {

@@ -18,8 +18,7 @@
 #include <sanitizer/asan_interface.h>
 #endif
 
-// --- elements
-// ------------------------------------------------------------------------------------------------------------------------
+// --- elements ------------------------------------------------------------------------------------
 
 static constexpr uint32_t LiveStamp = ChunkTag("FOOD"), FreeStamp = ChunkTag("BAAD");
 
@@ -100,8 +99,7 @@ void PoolSizeClass::Compact() {
   FreeElements.Shrink(ShrinkMargin);
 }
 
-// --- pool
-// ------------------------------------------------------------------------------------------------------------------------------
+// --- pool ----------------------------------------------------------------------------------------
 
 // Stands around each operation where a lock would: it takes none, and holds the pool to its one thread instead.
 class PooledAllocator::OwnerGuard {

@@ -110,16 +110,11 @@ class CoordHash {
   /// Bytes of the table itself, without what the values own.
   size_t Bytes() const { return m_Entries.capacity() * sizeof(Entry) + m_Slots.capacity() * sizeof(uint32_t); }
 
-  /// Entry by number, 0 .. Count() - 1, in walking order: lets a parallel pass share the entries out.
+  /// Key by number, 0 .. Count() - 1, in walking order: lets a parallel pass share the entries out.
   const CoordInt3& KeyAt(size_t index) const {
     MORVANE_ASSERT(index < m_Entries.size());
     return m_Entries[index].Key;
   }
-  V& ValueAt(size_t index) {
-    MORVANE_ASSERT(index < m_Entries.size());
-    return m_Entries[index].Value;
-  }
-  const V& ValueAt(size_t index) const { return const_cast<CoordHash*>(this)->ValueAt(index); }
 
   /// visit(key, value) for every entry; the key turns into any key type. The table must not change meanwhile, the values may.
   template <class Visit>

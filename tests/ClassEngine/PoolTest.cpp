@@ -1,12 +1,9 @@
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <random>
 #include <thread>
 #include <vector>
 
-#include "ClassEngine/BinStream.h"
-#include "ClassEngine/EngineHost.h"
+#include "ClassEngine/TestHost.h"
 #include "ClassEngine/pool.h"
 
 static uint32_t FirstWord(const void* element) {
@@ -55,19 +52,10 @@ TEST(Pool, ReallocateKeepsTheBytesAndWhereItCanThePlace) {
 }
 
 TEST(Pool, NullWhereAnElementMustBeIsReported) {
-  struct : EngineHost {
-    std::string Title, Text;
-    bool ShowBox(const char* title, const char* text) override {
-      Title = title, Text = text;
-      return true;
-    }
-  } host;
-  EngineHost* before = SetEngineHost(&host);
+  const fixture::RecordingHost host;
   PooledAllocator pool;
   void* fresh = pool.Reallocate(nullptr, 16, 32);
-  SetEngineHost(before);
-  EXPECT_EQ(host.Title, "Class engine error");
-  EXPECT_EQ(host.Text, "NULL pointer in pool!");
+  EXPECT_EQ(host.Boxes, std::vector<std::string>{"Class engine error|NULL pointer in pool!"});
   ASSERT_NE(fresh, nullptr);
   pool.Free(fresh, 32);
 }
@@ -81,19 +69,16 @@ TEST(Pool, CompactGivesBackEmptyBlocksAndNothingElse) {
     size_t Size;
     std::string Content;
   };
-  std::vector<Piece> pieces;
+  std::vector<Piece> pieces, kept;
   const uint32_t words[] = {ChunkTag("BOOK"), ChunkTag("GLUK"), ChunkTag("BAAD"), ChunkTag("FOOD")};
   for (int i = 0; i < 20000; i++) {
     const size_t size = 4 + random() % 125;
     std::string content(size, char('a' + i % 26));
     std::memcpy(content.data(), &words[random() % 4], 4);
-    Piece piece{static_cast<char*>(pool.Allocate(size)), size, content};
-    std::memcpy(piece.Data, content.data(), size);
-    pieces.push_back(piece);
+    pieces.push_back({static_cast<char*>(std::memcpy(pool.Allocate(size), content.data(), size)), size, content});
   }
   const size_t full = pool.GetBlockCount();
   // The early ones go nearly all, so that most of their blocks are empty.
-  std::vector<Piece> kept;
   for (size_t i = 0; i < pieces.size(); i++) {
     if (i < 15000 && i % 5000 != 0)
       pool.Free(pieces[i].Data, pieces[i].Size);

@@ -1,7 +1,5 @@
 #include "ClassEngine/ReflectionFixtures.h"
 
-#include <algorithm>
-
 #include "ClassEngine/ClassHelp.h"
 
 namespace fixture {
@@ -56,7 +54,6 @@ DECLARE_MEMBERS(LibraryValues) {
   Member<_cBspFile>("Level", Level);
   Member<_cXmlFile>("Settings", Settings);
   Member<cClassList<Values>>("Items", Items);
-  Method<_cButton>("Press", &LibraryValues::Press);
 }
 DECLARE_MEMBERS(Branch) {
   Member<Values>("Nested", Nested);
@@ -67,67 +64,32 @@ DECLARE_MEMBERS(Branch) {
 DECLARE_MEMBERS(Leaf) { Member<_int>("Veins", Veins); }
 DECLARE_MEMBERS(Unmentioned) { Member<_int>("Depth", Depth); }
 
-bool IsOneOf(const std::string& tag, std::initializer_list<std::string_view> tags) {
-  return std::find(tags.begin(), tags.end(), tag) != tags.end();
-}
-
 REGISTER_CLASS(Values, "Plain");
 REGISTER_CLASS(LibraryValues, "Plain");
 REGISTER_CLASS(Branch, nullptr);
 REGISTER_CLASS(Leaf, "Plants");
 REGISTER_CLASS(Unmentioned, "Plain");
 
-namespace {
-
-// Values that six decimals print exactly and that every range holds.
-bool FillValue(BaseClass& object, const OneClassMember& member, const std::string& tag, int n) {
-  std::string error, text;
-  if (IsOneOf(tag, {"_bool", "_cBool"})) {
-    GetMemberText(object, member.Name, text);
-    text = text == "true" ? "false" : "true";
-  } else if (IsOneOf(tag, {"_index", "_cIndex"})) {
-    const auto& names = *static_cast<const Enumerator*>(member.Extra);
-    GetMemberText(object, member.Name, text);
-    text = names.EnumName((names.FindIndex(text.c_str()) + 1) % names.GetCount());
-  } else if (IsOneOf(tag, {"_int", "_BYTE", "_char", "_short", "_WORD", "_cInt"})) {
-    text = std::to_string(20 + n % 100);
-  } else if (dynamic_cast<const WithSliderRange*>(member.Type)) {
-    const bool whole = !dynamic_cast<const ValueType&>(*member.Type).HoldsFloats();
-    const auto& range = *static_cast<const SliderRange*>(member.Extra);
-    const float steps = float(1 + n % 6) / 8;
-    const float value = range.MinValue + (range.MaxValue - range.MinValue) * steps;
-    const float cut = float(int(value));
-    text = std::to_string(whole || cut > range.MinValue ? cut : value);
-    if (whole) text.resize(text.find('.'));
-  } else if (IsOneOf(tag, {"_float", "_cFloat"})) {
-    text = std::to_string(1 + n % 100) + ".125";
-  } else if (IsOneOf(tag, {"_color", "_DWORD", "_cColor"})) {
-    text = "FE" + std::to_string(1000 + n % 1000);
-  } else if (IsOneOf(tag, {"_TextureID", "_cImageID"})) {
-    text = "Texture" + std::to_string(n) + ".png";
-  } else if (IsOneOf(tag, {"_cFloat2", "_cFloat3", "_cFloat4"})) {
-    text = std::to_string(n) + ".1 -2.7 1e-9 4";
-    text.resize(text.size() - (tag == "_cFloat2" ? 7 : tag == "_cFloat3" ? 2 : 0));
-  } else if (IsOneOf(tag, {"_cVec2i", "_cVec3i"})) {
-    text = std::to_string(n) + (tag == "_cVec2i" ? " -2147483648" : " -2 2147483647");
-  } else if (tag.ends_with("File") || IsOneOf(tag, {"_str", "_WinFont", "_cStr", "_cBind"})) {
-    text = "<text & " + std::to_string(n) + "> of it";
-  } else {
-    return false;
-  }
-  return SetMemberFromText(object, member.Name, text, error);
+// The first of these texts that the member takes, and that changes it. Six decimals print the numbers exactly.
+static bool FillValue(BaseClass& object, const char* name, int n) {
+  const std::string number = std::to_string(n), three = number + ".1 -2.7 1e-9";
+  std::string before, after, error;
+  GetMemberText(object, name, before);
+  for (const std::string& text :
+       {"<text & " + number + "> of it", "FE" + std::to_string(1000 + n), std::string("true"), std::string("false"),
+        std::string("Box"), std::string("Cone"), three.substr(0, three.size() - 5), three, three + " 4", number + " -2147483648",
+        number + " -2 2147483647", number + ".125", "0." + std::to_string(2 + n % 7) + "25", std::to_string(20 + n % 70)})
+    if (SetMemberFromText(object, name, text, error) && GetMemberText(object, name, after) && after != before) return true;
+  return false;
 }
-
-}  // namespace
 
 std::string FillNonDefault(BaseClass& object, int& seed, int depth) {
   object.RegisterMembers();
   for (const OneClassMember* member : object.GetClassDesc()->Members) {
     BaseClass* type = member->Type;
     void* data = member->GetData(&object);
-    const std::string tag = type->GetClassName();
-    if (dynamic_cast<const WithoutStorage*>(type) || tag == "_str_ref") continue;
-    if (tag != "_str" && tag != "_WinFont" && type->IsReflected()) {
+    if (dynamic_cast<const WithoutStorage*>(type) || dynamic_cast<const _str_ref*>(type)) continue;
+    if (type->IsReflected() && !dynamic_cast<const _str*>(type)) {
       auto* part = static_cast<BaseClass*>(data);
       std::string missing;
       if (!part->GetExpansionRules()) {
@@ -142,7 +104,7 @@ std::string FillNonDefault(BaseClass& object, int& seed, int depth) {
         }
       }
       if (!missing.empty()) return missing;
-    } else if (!FillValue(object, *member, tag, ++seed)) {
+    } else if (!FillValue(object, member->Name, ++seed)) {
       return std::string(object.GetClassName()) + "::" + member->Name;
     }
   }

@@ -6,37 +6,13 @@
 #include "ClassEngine/ClassArray.h"
 #include "ClassEngine/ClassPtr.h"
 #include "ClassEngine/CommsClasses.h"
-#include "ClassEngine/EngineHost.h"
 #include "ClassEngine/Enumerator.h"
 #include "ClassEngine/MemoryBinStream.h"
 #include "ClassEngine/Method.h"
+#include "ClassEngine/TestHost.h"
 #include "ClassEngine/ValueTypes.h"
 
 namespace fixture {
-
-/// Records boxes and answers them with OK.
-class RecordingHost : public EngineHost {
- public:
-  RecordingHost() : m_Outer(SetEngineHost(this)) {}
-  ~RecordingHost() override { SetEngineHost(m_Outer); }
-  bool ShowBox(const char* title, const char* text) override {
-    Boxes.push_back(std::string(title) + "|" + text);
-    return AnswerOk;
-  }
-  void Log(const char* text) override { LogText += text; }
-  int LoadTexture(const char* fileName) override {
-    Textures.emplace_back(fileName);
-    return int(Textures.size()) - 1;
-  }
-  std::string GetTextureName(int id) override { return size_t(id) < Textures.size() ? Textures[size_t(id)] : ""; }
-
-  std::vector<std::string> Boxes, Textures;
-  std::string LogText;
-  bool AnswerOk = true;
-
- private:
-  EngineHost* m_Outer;
-};
 
 struct Point {
   float x = 0, y = 0, z = 0;
@@ -83,8 +59,6 @@ class LibraryValues : public cClass {
   uint32_t Tint = 0xFF102030u;
   std::string Text, Bound, Picture = "none.png", Sound, Model, Motion, Camera, Level, Settings;
   cClassList<Values> Items;
-  int Pressed = 0;
-  void Press() { Pressed++; }
 };
 
 /// A tree: derived class, nested object, containers of every kind.
@@ -129,9 +103,8 @@ inline bool LoadBytes(BaseClass& object, std::string_view bytes) {
   return object.LoadBin(nullptr, nullptr, stream);
 }
 
-bool IsOneOf(const std::string& tag, std::initializer_list<std::string_view> tags);
-/// Puts values that differ from the default into every member, by its tag, `depth` containers deep. The name of a member whose
-/// tag has no filler is the answer; empty when all were filled.
+/// Puts values that differ from the default into every member, `depth` containers deep. The name of a member that takes none is
+/// the answer; empty when all were filled.
 std::string FillNonDefault(BaseClass& object, int& seed, int depth = 2);
 
 }  // namespace fixture

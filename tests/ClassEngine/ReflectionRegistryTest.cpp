@@ -1,8 +1,6 @@
 // What holds for every registered class.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <memory>
 #include <random>
 
 #include "ClassEngine/ClassHelp.h"
@@ -16,7 +14,8 @@ namespace {
 std::vector<OneClassDesc*> GetClassesWithMembers() {
   std::vector<OneClassDesc*> classes;
   for (OneClassDesc* desc : GetAllClasses())
-    if (IsOneOf(desc->Name, {"Values", "LibraryValues", "Branch", "Leaf", "Unmentioned"})) classes.push_back(desc);
+    for (const char* name : {"Values", "LibraryValues", "Branch", "Leaf", "Unmentioned"})
+      if (desc->Name == name) classes.push_back(desc);
   return classes;
 }
 
@@ -144,9 +143,7 @@ TEST(ReflectionRegistry, EveryMemberIsDescribedAndItsDefaultReadsBack) {
       double numbers[4];
       const char zeros[16] = {};
       std::string error, text;
-      const bool plain =
-          type && (type->GetNumbers(zeros, numbers) || IsOneOf(info.Type, {"_bool", "_index", "_cBool", "_cIndex"}));
-      if (!plain) continue;
+      if (!type || (!type->GetNumbers(zeros, numbers) && info.Entries.empty() && info.Name != "Flag")) continue;
       ASSERT_TRUE(SetMemberFromText(*object, info.Name, info.Default, error)) << error;
       EXPECT_TRUE(GetMemberText(*object, info.Name, text) && text == info.Default);
       for (const char* wrong : {"", "nan", "-inf", "1e999", "12monkeys", "9e99", "1 2 3 4 5", "--1", "0x", "tru", "Ba"})

@@ -1,10 +1,5 @@
 // Objects, members and values: the cases in which they are easily got wrong.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <memory>
 
 #include "ClassEngine/ClassHelp.h"
 #include "ClassEngine/ReflectionFixtures.h"
@@ -15,8 +10,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
-
-std::string TempPath(const char* name) { return (std::filesystem::temp_directory_path() / name).string(); }
 
 /// Members that switch on and off.
 class Sectioned : public BaseClass {
@@ -57,6 +50,7 @@ DECLARE_MEMBERS(Special) {
   });
   Member<_int>("Through", Locked).Getter(+[](BaseClass* object) -> void* { return &static_cast<Special*>(object)->Real; });
   Member<_int>("Nowhere", Locked).Getter(+[](BaseClass*) -> void* { return nullptr; });
+  Method<_cButton>("Press", &Special::DoIt);
 }
 
 /// Declared as the compiler can't see it.
@@ -64,6 +58,7 @@ class Misdeclared : public BaseClass {
   REFLECTED(Misdeclared, BaseClass)
   short Low = 1, High = 0;
   int Good = 3;
+  float Two[2] = {};
 };
 int s_Far = 0;
 DECLARE_MEMBERS(Misdeclared) {
@@ -72,6 +67,9 @@ DECLARE_MEMBERS(Misdeclared) {
   DeclStatic = true;
   reflection::AddUncheckedMember<_int>("Near", &Good, "int", 4);
   Member<_int>("Good", Good);
+  reflection::AddUncheckedMember<_cFloat3>("Three", &Two, "float[2]", sizeof(Two));
+  reflection::AddUncheckedMember<_cFloat>("One", &Two, "int", 4);
+  reflection::AddUncheckedMember<_cFloat2>("Two", &Two, "float[2]", sizeof(Two));
 }
 
 /// Redirected loading.
@@ -100,13 +98,21 @@ DECLARE_MEMBERS(Target) {
 
 class Plain : public BaseClass {};
 
+/// A container and a part that begin with more than their own classes give them.
 class DeltaSaved : public Values {
   REFLECTED(DeltaSaved, Values)
   ClassArray<Values> Items;
+  Target Part;
   bool IsDeltaSaved() const override { return true; }
-  DeltaSaved() { Items.Add(new Values); }
+  DeltaSaved() {
+    Items.Add(new Values);
+    Part.Number = 5;
+  }
 };
-DECLARE_MEMBERS(DeltaSaved) { Member<ClassArray<Values>>("Items", Items); }
+DECLARE_MEMBERS(DeltaSaved) {
+  Member<ClassArray<Values>>("Items", Items);
+  Member<Target>("Part", Part);
+}
 
 class Shapes : public EnumProvider {
  public:
@@ -185,8 +191,10 @@ TEST(Reflection, WrongDeclarationsAreShownAndTheClassStaysUsable) {
   object.RegisterMembers();
   EXPECT_THAT(host.Boxes, ElementsAre("Class engine error|Incompartible type used for short Misdeclared::Low : _int",
                                       "Class engine error|CRITICAL: Static member <_int Far> registered like non-static",
-                                      "Class engine error|CRITICAL: Non-static member <_int Near> registered like static"));
-  EXPECT_EQ(object.GetElementCount(), 4);
+                                      "Class engine error|CRITICAL: Non-static member <_int Near> registered like static",
+                                      "Class engine error|Incompatible type used for \"float[2]\" Misdeclared::Three : _cFloat3",
+                                      "Class engine error|Incompatible type used for \"int\" Misdeclared::One : _cFloat"));
+  EXPECT_EQ(object.GetElementCount(), 7);
   ASSERT_TRUE(LoadText(object, "<Misdeclared><Low>65541</Low><Good>6</Good></Misdeclared>"));
   EXPECT_EQ(object.Low, 5);
   EXPECT_EQ(object.High, 1);
@@ -209,14 +217,17 @@ TEST(Reflection, FlagsStaticsMethodsAndAccessors) {
   EXPECT_TRUE(object.IsElementReadOnly(0, &object, 3));
   EXPECT_FALSE(object.IsElementReadOnly(1, &object, 3));
   EXPECT_TRUE(object.IsElementHiddenInPanel(ElementRowBase + 1, &object, 3));
-  BaseClass* method = object.GetElementType(4);
-  ASSERT_TRUE(method->IsMethod());
-  method->Call(&object, nullptr);
-  EXPECT_EQ(s_Pings, 1);
-  _method<Special> empty;
-  empty.CopyMethodFrom(method);
-  empty.Call(&object, nullptr);
-  EXPECT_EQ(s_Pings, 2);
+  for (const char* name : {"DoIt", "Press"}) {
+    BaseClass* method = object.GetElementType(object.FindElementIndex(name));
+    EXPECT_STREQ(method->GetClassName(), name[0] == 'D' ? "_method" : "_cButton");
+    ASSERT_TRUE(method->IsMethod());
+    const std::unique_ptr<BaseClass> fresh(method->New());
+    _method<Special> copy;
+    copy.CopyMethodFrom(method);
+    s_Pings = 0;
+    for (BaseClass* called : {method, fresh.get(), static_cast<BaseClass*>(&copy)}) called->Call(&object, nullptr);
+    EXPECT_EQ(s_Pings, 3);
+  }
   s_Shared = 5;
 }
 
@@ -276,9 +287,10 @@ TEST(Reflection, EnumeratorWithProvider) {
   EXPECT_EQ(errors.Messages.View(), "Enumerator not assigned for type \"_index\" for variable Form\n");
 }
 
-TEST(Reflection, FilesOfObjects) {
-  RecordingHost host;
-  const std::string path = TempPath("ReflectionTest.xml");
+class ReflectionFiles : public FolderTest {};
+
+TEST_F(ReflectionFiles, Objects) {
+  const std::string path = Path("object.xml");
   Plain plain;
   EXPECT_FALSE(plain.ReadFromFile(path.c_str()));
   DeltaSaved saved, read;
@@ -286,28 +298,48 @@ TEST(Reflection, FilesOfObjects) {
   saved.Items.Clear();
   ASSERT_TRUE(saved.WriteToFile(path.c_str()));
   EXPECT_FALSE(SaveOnlyChanges);
-  XmlNode root;
-  ASSERT_TRUE(root.ReadFile(path.c_str()));
-  EXPECT_EQ(root.GetChildCount(), 2);
+  EXPECT_EQ(CurrentXmlFile, "unknown");
+  EXPECT_EQ(ReadBack(path), "<DeltaSaved>\n <Number>12</Number>\n <Items></Items>\n</DeltaSaved>\n");
   ASSERT_TRUE(read.ReadFromFile(path.c_str()));
   EXPECT_EQ(read.Number, 12);
   EXPECT_EQ(read.Items.Count, 0);  // emptied is a change too, where the class begins with an item
 
-  std::ofstream(path) << "<DeltaSaved><Odd>1</Odd></DeltaSaved>";
+  MakeFile("object.xml", "<DeltaSaved><Odd>1</Odd></DeltaSaved>");
   EXPECT_TRUE(read.SafeReadFromFile(path.c_str(), true));
-  EXPECT_THAT(host.Boxes, IsEmpty());
+  EXPECT_THAT(Boxes, IsEmpty());
   EXPECT_TRUE(read.SafeReadFromFile(path.c_str(), false));
-  ASSERT_EQ(host.Boxes.size(), 1u);
-  EXPECT_THAT(host.Boxes[0], HasSubstr("Unknown identifier Odd of class DeltaSaved.\nXML source:\n\n<Odd>1</Odd>\n"));
+  EXPECT_THAT(Boxes, ElementsAre(HasSubstr("Unknown identifier Odd of class DeltaSaved.\nXML source:\n\n<Odd>1</Odd>\n")));
+}
 
-  std::ofstream(path) << "<Redirected><A>10</A><B>20</B><C>30</C><SourceFile>" << path << "</SourceFile></Redirected>";
+// What its own class begins with is a change where the owner begins with something else.
+TEST_F(ReflectionFiles, PartsThatTheirOwnerMadeOtherwise) {
+  const std::string path = Path("object.xml");
+  for (const float number : {1.0f, 5.0f, 7.0f})
+    for (const float size : {2.0f, 3.0f}) {
+      DeltaSaved saved, read, fromBytes;
+      saved.Part.Number = number;
+      saved.Part.Size = size;
+      ASSERT_TRUE(saved.WriteToFile(path.c_str()) && read.ReadFromFile(path.c_str()));
+      EXPECT_TRUE(LoadBytes(fromBytes, SaveBytes(saved)));
+      for (const DeltaSaved* object : {&read, &fromBytes}) {
+        EXPECT_EQ(object->Part.Number, number);
+        EXPECT_EQ(object->Part.Size, size);
+      }
+      const bool fresh = number == 5 && size == 2;
+      EXPECT_EQ(ReadBack(path).find("<Part>") == std::string::npos, fresh);
+      EXPECT_EQ(SaveBytes(saved) == std::string(1, 0), fresh);
+    }
+}
+
+TEST_F(ReflectionFiles, RedirectedLoading) {
+  const std::string path = Path("object.xml");
+  MakeFile("object.xml", "<Redirected><A>10</A><B>20</B><C>30</C><SourceFile>" + path + "</SourceFile></Redirected>");
   Redirected redirected;
   EXPECT_TRUE(LoadText(redirected, "<Redirected><A>5</A><SourceFile>" + path +
                                        "</SourceFile><LoadingRules>B, C SourceFile</LoadingRules></Redirected>"));
   EXPECT_EQ(redirected.A, 5);
   EXPECT_EQ(redirected.B, 20);
   EXPECT_EQ(redirected.C, 30);
-  std::filesystem::remove(path);
 }
 
 TEST(Reflection, CopyBetweenClassesGoesByNameAndType) {
@@ -358,13 +390,8 @@ TEST(Reflection, XmlChunks) {
   MemoryBinStream stream;
   ASSERT_TRUE(WriteChunkFromXml(stream, ChunkTag("VALS"), written));
   EXPECT_EQ(stream.GetData()[stream.Size() - 1], 0);  // the terminator counts
-  int taken = 0;
-  const ChunkWalk walk = ReadChunks(stream, stream.Size(), [&](uint32_t tag, uint32_t size) {
-    taken += tag == ChunkTag("VALS") && ReadXmlChunk(stream, size, read);
-    return true;
-  });
-  EXPECT_FALSE(walk.Damaged);
-  EXPECT_EQ(taken, 1);
+  EXPECT_EQ(ReadDWORD(stream), ChunkTag("VALS"));
+  EXPECT_TRUE(ReadXmlChunk(stream, ReadDWORD(stream), read));
   EXPECT_EQ(read.Number, 33);
   stream.SetReadPos(8);
   EXPECT_FALSE(ReadXmlChunk(stream, 0xFFFFFFFFu, read));
@@ -402,6 +429,13 @@ TEST(Reflection, StrictSettingSaysWhatIsWanted) {
   EXPECT_EQ(error, "Values has no member count");
   EXPECT_TRUE(SetMemberFromText(values, "Center", "1,2.5,-3e2", error)) << error;
   EXPECT_EQ(values.Center.z, -300);
+  LibraryValues library;
+  EXPECT_FALSE(SetMemberFromText(library, "Number", "20000001", error));  // as floats the two are one
+  EXPECT_TRUE(SetMemberFromText(library, "Number", "20000000", error)) << error;
+  EXPECT_FALSE(SetMemberFromText(library, "Size", "1,5", error));
+  EXPECT_EQ(error, "Size: expected a number, found \"1,5\"");
+  EXPECT_FALSE(SetMemberFromText(library, "Cell", "1 2.5", error));
+  EXPECT_EQ(error, "Cell: expected two whole numbers with blanks between, found \"1 2.5\"");
   EXPECT_EQ(values.Count, 4);
   EXPECT_EQ(values.Kind, Shape::Box);
 }
