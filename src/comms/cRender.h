@@ -112,6 +112,8 @@ class cRender {
   virtual int CreateTexture(const TextureDesc& desc, const void* pixels) = 0;
   /// Loads a picture file once; the same name gives the same id. -1 with a line in the log where it can't be read.
   virtual int LoadTexture(const cStr& fileName) = 0;
+  /// The file that LoadTexture was asked for; empty for other textures.
+  virtual cStr GetTextureName(int id) const = 0;
   /// Replaces a part of a flat texture or a line.
   virtual void UpdateTexture(int id, int x, int y, int width, int height, const void* pixels) = 0;
   virtual void DeleteTexture(int id) = 0;

@@ -25,11 +25,15 @@ void cRenderNull::SetViewport(int, int, int width, int height) {
 
 int cRenderNull::CreateTexture(const TextureDesc& desc, const void*) {
   Note("CreateTexture %s %d %d", GetName(desc.Format), desc.Width, desc.Height);
-  return m_NextTexture++;
+  m_TextureNames.emplace_back();
+  return int(m_TextureNames.size()) - 1;
 }
 int cRenderNull::LoadTexture(const cStr& fileName) {
   Note("LoadTexture %s", fileName.c_str());
-  return FindOrAdd(m_FileTextures, fileName);
+  return fileName.empty() ? -1 : FindOrAdd(m_TextureNames, fileName);
+}
+cStr cRenderNull::GetTextureName(int id) const {
+  return size_t(id) < m_TextureNames.size() ? m_TextureNames[size_t(id)] : cStr();
 }
 void cRenderNull::UpdateTexture(int id, int, int, int, int, const void*) { Note("UpdateTexture %d", id); }
 void cRenderNull::Unload() {

@@ -23,6 +23,7 @@ class cRenderNull : public cRender {
 
   int CreateTexture(const TextureDesc& desc, const void* pixels) override;
   int LoadTexture(const cStr& fileName) override;
+  cStr GetTextureName(int id) const override;
   void UpdateTexture(int id, int x, int y, int width, int height, const void* pixels) override;
   void DeleteTexture(int id) override { Note("DeleteTexture %d", id); }
   void Unload() override;
@@ -92,9 +93,10 @@ class cRenderNull : public cRender {
   cList<DepthState> m_DepthStates;
   cList<BlendState> m_BlendStates;
   cList<FillState> m_FillStates;
-  cList<cStr> m_Shaders, m_Params, m_FileTextures;
+  cList<cStr> m_Shaders, m_Params;
+  cList<cStr> m_TextureNames;  // by id; empty for those that no file was asked for
   cList<int> m_FreeBuffers;
-  int m_NextTexture = 0, m_NextTarget = 0, m_VertexBuffer = -1, m_IndexBuffer = -1;
+  int m_NextTarget = 0, m_VertexBuffer = -1, m_IndexBuffer = -1;
 };
 
 }  // namespace comms

@@ -197,6 +197,11 @@ int cRenderGL::LoadTexture(const cStr& fileName) {
   return ReadTextureFile(texture) ? AddTexture(std::move(texture)) : -1;
 }
 
+cStr cRenderGL::GetTextureName(int id) const {
+  const Texture* texture = FindTexture(id);
+  return texture ? texture->FileName : cStr();
+}
+
 // Copies the rows of a part into the picture. Compressed formats have rows of blocks.
 static void CopyPart(const TextureDesc& desc, cList<uint8_t>& picture, int x, int y, int width, int height, const uint8_t* part) {
   const int block = IsCompressed(desc.Format) ? 4 : 1;

@@ -51,6 +51,7 @@ class cRenderGL : public cRender {
 
   int CreateTexture(const TextureDesc& desc, const void* pixels) override;
   int LoadTexture(const cStr& fileName) override;
+  cStr GetTextureName(int id) const override;
   void UpdateTexture(int id, int x, int y, int width, int height, const void* pixels) override;
   void DeleteTexture(int id) override;
   void Unload() override;

@@ -121,9 +121,9 @@ void Batch::AddPolygon(std::span<const Vertex> corners, const cRect& clip) {
 // --- drawing -----------------------------------------------------------------------------------------------------------------
 
 void Batch::GrowIndices(size_t quads) {
-  if (quads <= m_IndexedQuads) return;
+  if (quads <= m_IndexedQuads && m_Render.HasBuffer(m_IndexBuffer)) return;  // a lost device takes it along
   if (m_IndexBuffer >= 0) m_Render.ReleaseBuffer(m_IndexBuffer);
-  m_IndexedQuads = std::max(quads, std::max(size_t(4096), m_IndexedQuads * 2));
+  if (quads > m_IndexedQuads) m_IndexedQuads = std::max(quads, std::max(size_t(4096), m_IndexedQuads * 2));
   cList<uint32_t> indices;
   indices.reserve(m_IndexedQuads * 6);
   for (size_t quad = 0; quad < m_IndexedQuads; quad++)

@@ -21,4 +21,7 @@ int WindowMessages::Ask(const char* title, const char* text, const std::vector<s
 
 void WindowMessages::Log(const char* text) { comms::LogInfo("%s", text); }
 
+int WindowMessages::LoadTexture(const char* fileName) { return Render ? Render->LoadTexture(fileName) : -1; }
+std::string WindowMessages::GetTextureName(int id) { return Render ? Render->GetTextureName(id) : std::string(); }
+
 std::string WindowMessages::GetTempFileName() { return GetFullPath("tempfile.temp"); }

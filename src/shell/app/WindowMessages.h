@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "comms/cRender.h"
 #include "interface/cWidgets.h"
 #include "shell/core/Messages.h"
 
@@ -15,6 +16,7 @@ class WindowMessages : public Messages, public EngineHost {
   /// One pass of the message loop; false when the program is about to end, and then questions get their safe answer. Until it is
   /// set, questions do not wait.
   std::function<bool()> PumpOnce;
+  comms::cRender* Render = nullptr;  ///< holds the textures of members; none before it is set
 
   bool ShowBox(const char* title, const char* text) override;
   int Ask(const char* title, const char* text, const std::vector<std::string>& answers, int safe) override;
@@ -22,6 +24,8 @@ class WindowMessages : public Messages, public EngineHost {
   void Log(const char* text) override;
   bool IsControlHeld() override { return m_Widgets.Modifiers() & ModControl; }
   std::string GetTempFileName() override;
+  int LoadTexture(const char* fileName) override;
+  std::string GetTextureName(int id) override;
 
  private:
   cWidgets& m_Widgets;
