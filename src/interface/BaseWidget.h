@@ -15,7 +15,7 @@
 
 class cWidgets;
 
-enum class WidgetEventKind : uint8_t { Click, Change, ChangeDone, DoubleClick, Close, DragStart, DragOver, Drop };
+enum class WidgetEventKind : uint8_t { Click, Change, ChangeDone, DragOver, Drop };
 
 /// What a widget tells its callback, and the rows of trees their objects.
 struct WidgetEvent {
@@ -63,6 +63,10 @@ class BaseWidget : public BaseClass {
   virtual float HeightFor(float width, Canvas& canvas) const;
   /// Width that its content needs, without a share of the row it stands in; 0: takes what there is.
   virtual float WidthFor(Canvas& /*canvas*/) const { return 0; }
+  /// Width below which some of what it shows would be cut.
+  virtual float NarrowestFor(Canvas& canvas) const { return WidthFor(canvas); }
+  /// Whether it is no control of a line, but stands below its label as wide as the panel.
+  virtual bool StandsBelowLabel() const { return false; }
   /// Of a layer's child: where it wants to be on the screen. By default where it is.
   virtual cRect PlaceIn(const cRect& /*screen*/, Canvas& /*canvas*/) { return Rect; }
   virtual MouseCursor GetCursor(float /*x*/, float /*y*/) const { return MouseCursor::Arrow; }
@@ -76,6 +80,8 @@ class BaseWidget : public BaseClass {
   virtual void ShowInside(const cRect& /*rect*/) {}
   /// Drawn after the children, for frames and shades over them.
   virtual void DrawOver(Canvas&) {}
+  /// Calls off the drag for which it has captured the mouse: what that changed goes back. False where it drags nothing.
+  virtual bool UndoDrag() { return false; }
   /// Whether what is dragged may be dropped here; then DragOver and Drop are told to OnEvent and to the callback.
   virtual bool AcceptsDrag(const BaseClass* /*object*/, const BaseWidget* /*source*/) const { return false; }
   /// The popup or box is being closed; told before it is taken away.

@@ -8,6 +8,8 @@
 
 DECLARE_MEMBERS(Button) {}
 
+static constexpr float TextPadding = 10;  // at both sides of a caption without an icon, at scale 1
+
 bool Button::Checked() const {
   if (IsChecked) return IsChecked();
   if (!Value.IsBound()) return false;
@@ -30,9 +32,14 @@ void Button::Draw(Canvas& canvas) {
     canvas.FillRoundRect(Rect, radius, ground);
   }
   const std::string caption = GetText();
-  const float size = canvas.Px(IconSize > 0 ? IconSize : Measures::IconSize), pad = canvas.Px(Icon.empty() ? 10 : 7);
+  const float size = canvas.Px(IconSize > 0 ? IconSize : Measures::IconSize), pad = canvas.Px(Icon.empty() ? TextPadding : 7);
   if (Icon.empty()) {
-    canvas.Text({Rect.X + pad, Rect.Y, std::max(0.0f, Rect.W - 2 * pad), Rect.H}, caption, text, Style, Align);
+    const cRect box{Rect.X + pad, Rect.Y, std::max(0.0f, Rect.W - 2 * pad), Rect.H};
+    if (canvas.TextWidth(caption, Style) <= box.W + 1)
+      canvas.Text(box, caption, text, Style, Align);
+    else
+      canvas.Paragraph({box.X, std::floor(box.Y + (box.H - canvas.ParagraphHeight(box.W, caption, Style)) / 2), box.W, box.H},
+                       caption, text, Style, Align);
   } else if (caption.empty()) {
     canvas.Icon(Icon, {Rect.X + std::floor((Rect.W - size) / 2), Rect.Y + std::floor((Rect.H - size) / 2), size, size}, text);
   } else {
@@ -45,8 +52,13 @@ void Button::Draw(Canvas& canvas) {
   DrawFocusRing(canvas, *this);
 }
 
-float Button::HeightFor(float, Canvas& canvas) const {
-  return std::max(canvas.Px(Measures::RowHeight), IconSize > 0 ? canvas.Px(IconSize + 10) : 0.0f);
+// A caption without an icon breaks into lines rather than being cut.
+float Button::HeightFor(float width, Canvas& canvas) const {
+  const float row = std::max(canvas.Px(Measures::RowHeight), IconSize > 0 ? canvas.Px(IconSize + 10) : 0.0f);
+  const std::string caption = GetText();
+  const float room = width - 2 * canvas.Px(TextPadding);
+  if (!Icon.empty() || canvas.TextWidth(caption, Style) <= room + 1) return row;
+  return std::max(row, canvas.ParagraphHeight(room, caption, Style) + canvas.Px(4));
 }
 
 float Button::WidthFor(Canvas& canvas) const {
@@ -54,7 +66,7 @@ float Button::WidthFor(Canvas& canvas) const {
   const float size = canvas.Px(IconSize > 0 ? IconSize : Measures::IconSize);
   if (caption.empty()) return size + canvas.Px(IconSize > 0 ? 10 : 7);
   const float text = canvas.TextWidth(caption, Style) + 1;
-  return std::ceil(Icon.empty() ? text + canvas.Px(20) : text + size + canvas.Px(5 + 14));
+  return std::ceil(Icon.empty() ? text + 2 * canvas.Px(TextPadding) : text + size + canvas.Px(5 + 14));
 }
 
 void Button::Click(const InputEvent& event) {

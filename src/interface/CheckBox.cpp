@@ -35,7 +35,10 @@ void CheckBox::Draw(Canvas& canvas) {
         {box.X + 3.4f * s, box.Y + 7.3f * s}, {box.X + 6 * s, box.Y + 9.8f * s}, {box.X + 10.7f * s, box.Y + 4.5f * s}};
     canvas.Polyline(tick, 1.7f * s, theme.AccentText);
   } else {
-    canvas.FillRoundRect(box, radius, hot ? theme.FieldHot : theme.Field, canvas.Px(1), hot ? theme.TextDim : theme.FieldBorder);
+    canvas.FillRoundRect(box, radius, hot ? theme.FieldHot : theme.Field, canvas.Px(1),
+                         hot       ? theme.Text
+                         : enabled ? theme.TextDisabled
+                                   : theme.FieldBorder);
   }
   const float left = size + canvas.Px(Measures::Gap);
   canvas.Text({Rect.X + left, Rect.Y, Rect.W - left, Rect.H}, GetText(), enabled ? theme.Text : theme.TextDisabled, Style);
@@ -66,10 +69,10 @@ void IconToggle::Draw(Canvas& canvas) {
   const Theme& theme = GetTheme();
   const bool on = Value.GetBool(), enabled = IsEnabled(), hot = enabled && IsHot();
   const float size = canvas.Px(Measures::IconSize);
-  if (hot) canvas.FillRoundRect(Rect, canvas.Px(Measures::Radius), WithAlpha(theme.Text, 0.1f));
-  const uint32_t off = WithAlpha(theme.Text, hot ? 0.55f : 0.35f);
+  if (hot || (on && IconOff.empty()))
+    canvas.FillRoundRect(Rect, canvas.Px(Measures::Radius), hot ? theme.ButtonHot : theme.Button);
   const cRect box{Rect.X + std::floor((Rect.W - size) / 2), Rect.Y + std::floor((Rect.H - size) / 2), size, size};
-  const uint32_t color = !enabled ? theme.TextDisabled : on ? theme.Text : IconOff.empty() ? off : theme.TextDim;
+  const uint32_t color = !enabled ? theme.TextDisabled : on ? theme.Text : theme.TextDim;
   canvas.Icon(on || IconOff.empty() ? Icon : IconOff, box, color);
   DrawFocusRing(canvas, *this);
 }

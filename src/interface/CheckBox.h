@@ -36,7 +36,7 @@ class IconToggle : public BaseWidget {
   bool TakesFocusByMouse() const override { return false; }
   float WidthFor(Canvas& canvas) const override;
 
-  std::string Icon, IconOff;  ///< IconOff empty: Icon, dimmed
+  std::string Icon, IconOff;  ///< IconOff empty: Icon, with a ground while it is on
   ValueBinding Value;
 
  private:

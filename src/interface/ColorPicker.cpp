@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "ClassEngine/ValueTypes.h"
 #include "interface/NumberField.h"
@@ -89,7 +90,7 @@ void ColorPicker::Follow() {
 }
 
 void ColorPicker::SetColor(uint32_t color, const InputEvent* event, bool done) {
-  const bool changed = SetBoundColor(Value, (GetColor() & 0xFF000000u) | (color & 0xFFFFFFu));
+  const bool changed = SetBoundColor(Value, color);
   Follow();
   const auto tell = [&](WidgetEventKind kind) {
     Tell(kind, event);
@@ -99,18 +100,23 @@ void ColorPicker::SetColor(uint32_t color, const InputEvent* event, bool done) {
   if (done) tell(WidgetEventKind::ChangeDone);
 }
 
+// Hue, saturation and value say nothing of alpha.
+void ColorPicker::SetHsv(const InputEvent* event, bool done) {
+  SetColor((GetColor() & 0xFF000000u) | (HsvToRgb(m_Hsv) & 0xFFFFFFu), event, done);
+}
+
 bool ColorPicker::OnField(BaseWidget* widget, const WidgetEvent& event) {
   if (event.Kind != WidgetEventKind::Change && event.Kind != WidgetEventKind::ChangeDone) return false;
   int field = 0;
   while (field < 6 && Children[2 * field + 1] != widget) field++;
-  uint32_t color;
+  const bool done = event.Kind == WidgetEventKind::ChangeDone;
   if (field < 3) {
-    color = ByteOf(m_Fields[0]) << 16 | ByteOf(m_Fields[1]) << 8 | ByteOf(m_Fields[2]);
+    const uint32_t rgb = ByteOf(m_Fields[0]) << 16 | ByteOf(m_Fields[1]) << 8 | ByteOf(m_Fields[2]);
+    SetColor((GetColor() & 0xFF000000u) | rgb, event.Input, done);
   } else {
     m_Hsv = {m_Fields[3] / 360, m_Fields[4] / 100, m_Fields[5] / 100};
-    color = HsvToRgb(m_Hsv);
+    SetHsv(event.Input, done);
   }
-  SetColor(color, event.Input, event.Kind == WidgetEventKind::ChangeDone);
   return true;
 }
 
@@ -196,7 +202,7 @@ void ColorPicker::DragTo(const InputEvent& event, bool done) {
     const cRect bar = HueBar(canvas);
     m_Hsv.H = std::clamp((event.Y - bar.Y) / bar.H, 0.0f, 0.9999f);
   }
-  SetColor(HsvToRgb(m_Hsv), &event, done);
+  SetHsv(&event, done);
 }
 
 bool ColorPicker::OnMouse(const InputEvent& event) {
@@ -205,6 +211,7 @@ bool ColorPicker::OnMouse(const InputEvent& event) {
   Canvas& canvas = manager->GetCanvas();
   if (event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Left) {
     Follow();
+    m_Before = GetColor();
     m_Part = Square(canvas).Contains(event.X, event.Y)         ? Part::Square
              : HueBar(canvas).Contains(event.X, event.Y)       ? Part::Hue
              : Swatch(canvas, true).Contains(event.X, event.Y) ? Part::Old
@@ -222,6 +229,13 @@ bool ColorPicker::OnMouse(const InputEvent& event) {
     m_Part = Part::None;
   }
   return IsPopup || IsCaptured();
+}
+
+bool ColorPicker::UndoDrag() {
+  const Part part = std::exchange(m_Part, Part::None);
+  if (part != Part::Square && part != Part::Hue) return false;
+  SetColor(m_Before, nullptr, true);
+  return true;
 }
 
 ColorPicker* ColorPicker::Open(BaseWidget& source, const ValueBinding& value) {

@@ -12,11 +12,13 @@ class ColorPicker : public BaseWidget {
   explicit ColorPicker(const ValueBinding& value);
   void Draw(Canvas& canvas) override;
   bool OnMouse(const InputEvent& event) override;
+  bool UndoDrag() override;
   void Arrange(const cRect& rect, Canvas& canvas) override;
   float HeightFor(float width, Canvas& canvas) const override;
   float WidthFor(Canvas& canvas) const override;
   cRect PlaceIn(const cRect& screen, Canvas& canvas) override;
   uint32_t GetColor() const;
+  /// 0xAARRGGBB.
   void SetColor(uint32_t color, const InputEvent* event, bool done);
   const HsvColor& Hsv() const { return m_Hsv; }
   /// Opens one as a popup beside `source`, whose callback gets the changes.
@@ -30,6 +32,7 @@ class ColorPicker : public BaseWidget {
   enum class Part : uint8_t { None, Square, Hue, Old };
   void MakeFields();
   void Follow();
+  void SetHsv(const InputEvent* event, bool done);
   void DragTo(const InputEvent& event, bool done);
   bool OnField(BaseWidget* widget, const WidgetEvent& event);
   cRect Square(Canvas& canvas) const;
@@ -37,6 +40,7 @@ class ColorPicker : public BaseWidget {
   cRect Swatch(Canvas& canvas, bool old) const;
   HsvColor m_Hsv;
   uint32_t m_Old = 0;      // the colour at the opening
+  uint32_t m_Before = 0;   // ... and at the start of the drag
   float m_Fields[6] = {};  // R G B 0 .. 255, H 0 .. 360, S V 0 .. 100
   Part m_Part = Part::None;
   bool m_OldKnown = false;

@@ -10,64 +10,90 @@
 
 DECLARE_MEMBERS(ComboBox) {}
 
-std::string ComboBox::GetText() const {
-  if (!Entries) return Value.GetText();
-  const int index = Entries->FindIndexOfValue(int32_t(Number()));
+static constexpr float ArrowWidth = 18;  // at scale 1
+
+std::string ComboBox::NameOf(int index) const {
+  if (!Entries) return Texts[size_t(index)];
   const char* name = Entries->EnumName(index);
   return name ? ::GetText(name) : std::string();
 }
 
 // An _index is no number for strict reading, but its storage is.
-int32_t ComboBox::Number() const {
+static int32_t ReadIndex(const ValueBinding& value) {
   int32_t number = 0;
-  if (Value.Data) std::memcpy(&number, Value.Data, sizeof number);
+  if (value.Data) std::memcpy(&number, value.Data, sizeof number);
   return number;
+}
+
+int ComboBox::Chosen() const {
+  if (Entries) return Entries->FindIndexOfValue(ReadIndex(Value));
+  const auto at = std::find(Texts.begin(), Texts.end(), Value.GetText());
+  return at == Texts.end() ? -1 : int(at - Texts.begin());
+}
+
+std::string ComboBox::GetText() const {
+  if (!Entries) return Value.GetText();
+  const int index = Chosen();
+  return index >= 0 ? NameOf(index) : std::string();
+}
+
+float ComboBox::NarrowestFor(Canvas& canvas) const {
+  float widest = canvas.TextWidth(GetText());
+  for (int i = 0; i < Count(); i++) widest = std::max(widest, canvas.TextWidth(NameOf(i)));
+  return widest + 1 + canvas.Px(Measures::Gap) + canvas.Px(ArrowWidth);
 }
 
 void ComboBox::Draw(Canvas& canvas) {
   const Theme& theme = GetTheme();
   const bool enabled = IsEnabled() && !ReadOnly;
-  DrawField(canvas, Rect, enabled && IsHot(), SubMenuOpen(), enabled);
-  const float pad = canvas.Px(Measures::Gap), arrow = canvas.Px(18);
-  canvas.Text({Rect.X + pad, Rect.Y, std::max(0.0f, Rect.W - pad - arrow), Rect.H}, GetText(), TextColor(*this));
+  const std::string text = GetText();
+  DrawField(canvas, Rect, enabled && IsHot(), m_List != nullptr, enabled);
+  const float pad = canvas.Px(Measures::Gap), arrow = canvas.Px(ArrowWidth);
+  canvas.Text({Rect.X + pad, Rect.Y, std::max(0.0f, Rect.W - pad - arrow), Rect.H}, text, TextColor(*this), StyleOf(text));
   DrawArrow(canvas, {Rect.Right() - canvas.Px(10), Rect.Y + Rect.H / 2}, canvas.Px(8), 1,
             enabled ? theme.TextDim : theme.TextDisabled);
   DrawFocusRing(canvas, *this);
 }
 
 void ComboBox::Select(int index, const InputEvent* event) {
-  if (!Entries || index < 0 || index >= Entries->GetCount() || !Value.Data) return;
-  const int32_t value = Entries->EnumValue(index);
-  if (value == Number()) return;
-  std::memcpy(Value.Data, &value, sizeof value);
+  if (index < 0 || index >= Count() || !Value.Data || index == Chosen()) return;
+  std::string expected;
+  if (Entries) {
+    const int32_t value = Entries->EnumValue(index);
+    std::memcpy(Value.Data, &value, sizeof value);
+  } else if (!Value.SetText(Texts[size_t(index)], expected)) {
+    return;
+  }
   Tell(WidgetEventKind::Change, event);
   Tell(WidgetEventKind::ChangeDone, event);
 }
 
 TextMenu* ComboBox::DropDown() {
   cWidgets* manager = Manager();
-  if (!manager || !Entries || ReadOnly) return nullptr;
+  if (!manager || ReadOnly) return nullptr;
   TextMenu* menu = Open(
       *manager, Rect,
       [this](TextMenu& list) {
         list.MinWidth = Rect.W;
-        const int chosen = Entries->FindIndexOfValue(Number());
-        for (int i = 0; i < Entries->GetCount(); i++)
-          list.Add(Entries->EnumName(i), [this, i] { Select(i, nullptr); })->Checked = i == chosen;
+        const int chosen = Chosen();
+        for (int i = 0; i < Count(); i++) {
+          TextItem* item = list.Add(NameOf(i), [this, i] { Select(i, nullptr); });
+          item->Checked = i == chosen;
+          item->Literal = true;
+        }
       },
       this);
   if (!menu) return nullptr;
   m_List = menu;
   menu->Closed = [this] { m_List = nullptr; };
-  menu->Mark(Entries->FindIndexOfValue(Number()));
+  menu->Mark(Chosen());
   return menu;
 }
 
 bool ComboBox::OnMouse(const InputEvent& event) {
   if (ReadOnly) return false;
-  if (event.Kind == InputKind::Wheel && (event.Modifiers & ModAlt) && Entries) {
-    const int index = Entries->FindIndexOfValue(Number()) - (event.WheelY > 0 ? 1 : -1);
-    Select(std::clamp(index, 0, Entries->GetCount() - 1), &event);
+  if (event.Kind == InputKind::Wheel && (event.Modifiers & ModAlt) && Count() > 0) {
+    Select(std::clamp(Chosen() - (event.WheelY > 0 ? 1 : -1), 0, Count() - 1), &event);
     return true;
   }
   if (event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Left) {
@@ -78,8 +104,8 @@ bool ComboBox::OnMouse(const InputEvent& event) {
 }
 
 bool ComboBox::OnKey(const InputEvent& event) {
-  if (ReadOnly || !Entries || event.Kind != InputKind::KeyDown || (event.Modifiers & ModControl)) return false;
-  const int index = Entries->FindIndexOfValue(Number());
+  if (ReadOnly || event.Kind != InputKind::KeyDown || (event.Modifiers & ModControl)) return false;
+  const int index = Chosen();
   switch (event.Key) {
     case KeyUp:
       Select(index - 1, &event);

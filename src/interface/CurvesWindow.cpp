@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 #include "interface/WidgetDraw.h"
 #include "interface/cWidgets.h"
@@ -88,6 +87,8 @@ bool CurvesWindow::OnMouse(const InputEvent& event) {
   if (event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Left) {
     m_Point = PointAt(event.X, event.Y);
     if (event.Clicks == 2 && Remove(m_Point, event)) return true;
+    m_Before.clear();
+    for (const comms::wCurvePoint* point : Curve->Points) m_Before.push_back({point->X, point->Y});
     if (Curve->GetPointCount() < 2) Curve->SetLinear();
     if (m_Point < 0) {
       m_Point = Curve->AddPoint((event.X - plot.X) / plot.W, (plot.Bottom() - event.Y) / plot.H);
@@ -100,7 +101,7 @@ bool CurvesWindow::OnMouse(const InputEvent& event) {
     m_Y = Curve->Points[m_Point]->Y;
     return true;
   }
-  if (event.Kind == InputKind::PointerMove && m_Dragging && m_Point >= 0 && m_Point < Curve->GetPointCount()) {
+  if (event.Kind == InputKind::PointerMove && m_Dragging && IsCaptured() && m_Point >= 0 && m_Point < Curve->GetPointCount()) {
     const float fine = event.Modifiers & ModShift ? 0.2f : 1;
     m_X += fine * (event.X - m_LastX) / std::max(1.0f, plot.W);
     m_Y -= fine * (event.Y - m_LastY) / std::max(1.0f, plot.H);
@@ -118,6 +119,17 @@ bool CurvesWindow::OnMouse(const InputEvent& event) {
     Tell(WidgetEventKind::ChangeDone, &event);
   }
   return IsCaptured();
+}
+
+bool CurvesWindow::UndoDrag() {
+  if (!m_Dragging || !Curve) return false;
+  m_Dragging = false;
+  m_Point = -1;
+  Curve->Points.Clear();
+  for (const comms::cVec2& point : m_Before) Curve->AddPoint(point.x, point.y);
+  Tell(WidgetEventKind::Change);
+  Tell(WidgetEventKind::ChangeDone);
+  return true;
 }
 
 bool CurvesWindow::OnKey(const InputEvent& event) {

@@ -1,4 +1,6 @@
 #pragma once
+#include <vector>
+
 #include "comms/One2DCurve.h"
 #include "interface/BaseWidget.h"
 
@@ -12,8 +14,10 @@ class CurvesWindow : public BaseWidget {
   void Draw(Canvas& canvas) override;
   bool OnMouse(const InputEvent& event) override;
   bool OnKey(const InputEvent& event) override;
+  bool UndoDrag() override;
   bool TakesFocus() const override { return true; }
   float HeightFor(float width, Canvas& canvas) const override;
+  bool StandsBelowLabel() const override { return true; }
   MouseCursor GetCursor(float x, float y) const override;
 
   comms::One2DCurve* Curve = nullptr;  ///< outlives the widget
@@ -25,5 +29,6 @@ class CurvesWindow : public BaseWidget {
   bool Remove(int index, const InputEvent& event);
   int m_Point = -1;  // chosen
   bool m_Dragging = false;
+  std::vector<comms::cVec2> m_Before;  // the points as the drag found them
   float m_LastX = 0, m_LastY = 0, m_X = 0, m_Y = 0;
 };

@@ -280,6 +280,9 @@ struct DockPanels::State : DockController {
   void DragStarts(DockGroup& group, int tab, const InputEvent& press) override {
     const float scale = std::max(0.01f, Widgets.Scale());
     cRect place = PlaceOf(group);
+    BeforeDrag = std::make_unique<DocksLayout>();
+    BeforeDrag->RegisterMembers();
+    Capture(*BeforeDrag);
     Dragged = &group;
     DockSpace* space = group.Space();
     const float size = group.Size;
@@ -301,7 +304,7 @@ struct DockPanels::State : DockController {
     Mark->PassesMouse = true;
   }
 
-  void DragGroup(DockGroup&, int, const InputEvent& event, bool ended) override {
+  void Drag(const InputEvent& event, bool ended) override {
     if (!Dragged) return;
     const float scale = std::max(0.01f, Widgets.Scale());
     Dragged->Place.X = (event.X - Area.X) / scale - GrabX;
@@ -313,6 +316,14 @@ struct DockPanels::State : DockController {
       DropOn(target, std::exchange(Dragged, nullptr));
     }
     Widgets.RequestArrange();
+  }
+
+  void UndoDrag() override {
+    EndMark();
+    Dragged = nullptr;
+    const auto last = std::move(Last);  // knows more than a layout
+    Apply(*BeforeDrag, "");
+    Last = last;
   }
 
   void EndMark() {
@@ -385,7 +396,8 @@ struct DockPanels::State : DockController {
 
   // --- layouts -----------------------------------------------------------------------------------------------------------------
   void Capture(DocksLayout& layout) const;
-  bool Apply(DocksLayout& layout, const std::string& path);
+  /// `path` is for the log.
+  bool Apply(const DocksLayout& layout, const std::string& path);
   void ReadClosed(const DockLayoutElement& element);
 
   cWidgets& Widgets;
@@ -396,6 +408,7 @@ struct DockPanels::State : DockController {
   cRect Area, Scene;
   uint32_t Counter = 0;
   DockGroup* Dragged = nullptr;
+  std::unique_ptr<DocksLayout> BeforeDrag;
   DockTargetMark* Mark = nullptr;
   float GrabX = 0, GrabY = 0;  // of the pointer in the dragged group, at scale 1
 };
@@ -457,7 +470,7 @@ void DockPanels::State::ReadClosed(const DockLayoutElement& element) {
 }
 
 // First all that is wrong is found, then the panels that are open now go to their new places; those without one are closed.
-bool DockPanels::State::Apply(DocksLayout& layout, const std::string& path) {
+bool DockPanels::State::Apply(const DocksLayout& layout, const std::string& path) {
   struct Planned {
     std::vector<std::string> Keys;
     const DockLayoutElement* Element;
@@ -552,6 +565,7 @@ void DockPanels::CloseAll() {
 }
 
 void DockPanels::Arrange(const cRect& area, Canvas& canvas) {
+  if (area == m_State->Area && !m_State->Widgets.IsArrangeWanted()) return;
   m_State->Area = area;
   m_State->Layout(canvas);
 }

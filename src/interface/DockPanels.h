@@ -36,7 +36,8 @@ class DockPanels {
   void Close(const std::string& key);
   void CloseAll();
 
-  /// Gives the docks the area of the window without menu and status line; the floating ones keep within it.
+  /// Gives the docks the area of the window without menu and status line; the floating ones keep within it. Called in every
+  /// frame; arranges where the area is another one or something has asked for it.
   void Arrange(const cRect& area, Canvas& canvas);
   /// What the docks leave free, as of the last Arrange.
   const cRect& SceneRect() const;

@@ -128,6 +128,7 @@ bool DockGroup::OnMouse(const InputEvent& event) {
     m_Edge = EdgeAt(event.X, event.Y);
     m_LastX = event.X;
     m_LastY = event.Y;
+    m_Before = Place;
   } else if (event.Kind == InputKind::ButtonUp) {
     m_Edge = 0;
   } else if (event.Kind == InputKind::PointerMove && m_Edge && IsCaptured()) {
@@ -141,6 +142,13 @@ bool DockGroup::OnMouse(const InputEvent& event) {
     if (m_Edge & 4) Place.H = std::max(80.0f, Place.H - dy), Place.Y += before.H - Place.H;
     manager->RequestArrange();
   }
+  return true;
+}
+
+bool DockGroup::UndoDrag() {
+  if (!std::exchange(m_Edge, 0)) return false;
+  Place = m_Before;
+  if (cWidgets* manager = Manager()) manager->RequestArrange();
   return true;
 }
 
@@ -272,19 +280,26 @@ bool DockableHeader::OnMouse(const InputEvent& event) {
     m_Press = event;
     return true;
   }
-  if (!m_Pressed) return IsCaptured();
+  if (!m_Pressed || !IsCaptured()) return IsCaptured();
   if (event.Kind == InputKind::PointerMove) {
     const float away = manager->GetCanvas().Px(6);
     if (!m_Dragging && std::max(std::fabs(event.X - m_Press.X), std::fabs(event.Y - m_Press.Y)) >= away) {
       m_Dragging = true;
       m_Group->Controller->DragStarts(*m_Group, m_Tab, m_Press);
     }
-    if (m_Dragging) m_Group->Controller->DragGroup(*m_Group, m_Tab, event, false);
+    if (m_Dragging) m_Group->Controller->Drag(event, false);
   }
   if (event.Kind == InputKind::ButtonUp && event.Button == MouseButton::Left) {
     m_Pressed = false;
-    if (std::exchange(m_Dragging, false)) m_Group->Controller->DragGroup(*m_Group, m_Tab, event, true);
+    if (std::exchange(m_Dragging, false)) m_Group->Controller->Drag(event, true);
   }
+  return true;
+}
+
+bool DockableHeader::UndoDrag() {
+  m_Pressed = false;
+  if (!std::exchange(m_Dragging, false)) return false;
+  m_Group->Controller->UndoDrag();
   return true;
 }
 
@@ -427,10 +442,13 @@ bool DockSpace::OnMouse(const InputEvent& event) {
     }
     if (m_Part == Part::Edge) Size = (IsColumn() ? Rect.W : Rect.H) / scale;  // a narrow window may show less of it
     m_Last = m_Part == Part::Edge ? across : at;
+    m_Before.assign(1, Size);
+    for (int i = 0; i < GroupCount(); i++) m_Before.push_back(Group(i).Size);
     return true;
   }
   if (event.Kind == InputKind::ButtonUp) m_Part = Part::None;
-  if (event.Kind != InputKind::PointerMove || m_Part == Part::None) return IsCaptured() || event.Kind != InputKind::Wheel;
+  if (event.Kind != InputKind::PointerMove || m_Part == Part::None || !IsCaptured())
+    return IsCaptured() || event.Kind != InputKind::Wheel;
   const float moved = ((m_Part == Part::Edge ? across : at) - m_Last) / scale;
   if (m_Part == Part::Edge) {
     const bool grows = Side == DockSide::Left || Side == DockSide::Top;
@@ -448,5 +466,13 @@ bool DockSpace::OnMouse(const InputEvent& event) {
     m_Last += step * scale;
   }
   manager->RequestArrange();
+  return true;
+}
+
+bool DockSpace::UndoDrag() {
+  if (std::exchange(m_Part, Part::None) == Part::None) return false;
+  Size = m_Before[0];
+  for (int i = 0; i < GroupCount() && size_t(i) + 1 < m_Before.size(); i++) Group(i).Size = m_Before[size_t(i) + 1];
+  if (cWidgets* manager = Manager()) manager->RequestArrange();
   return true;
 }

@@ -15,7 +15,7 @@ class DockableHeader;
 /// Room around and between docked panels, at scale 1; the splitters lie in it.
 constexpr float DockSpaceDist = 5;
 /// Width of a space that is folded to its icons, and the least width of one that isn't, at scale 1.
-constexpr float DockStripWidth = 30, DockLeastWidth = 110, DockLeastHeight = 60;
+constexpr float DockStripWidth = 30, DockLeastWidth = 120, DockLeastHeight = 60;
 
 /// 32-bit FNV-1a (Fowler, Noll, Vo) of a panel's title: its number in the names of windows.
 uint32_t HashDockTitle(std::string_view title);
@@ -28,9 +28,12 @@ class DockController {
   virtual ~DockController() = default;
   virtual void CloseTab(DockGroup& group, int tab) = 0;
   virtual void ToggleFloat(DockGroup& group) = 0;
-  /// A header is dragged: tab -1 is the whole group. `ended` at the release.
-  virtual void DragGroup(DockGroup& group, int tab, const InputEvent& event, bool ended) = 0;
+  /// A header is dragged: tab -1 is the whole group.
   virtual void DragStarts(DockGroup& group, int tab, const InputEvent& press) = 0;
+  /// `ended` at the release.
+  virtual void Drag(const InputEvent& event, bool ended) = 0;
+  /// All panels go back to where they stood when the drag started.
+  virtual void UndoDrag() = 0;
   /// The person wants to see a space that was folded.
   virtual void ExpandSpace(DockSpace& space) = 0;
   virtual const cRect& DockArea() const = 0;
@@ -51,6 +54,7 @@ class DockGroup : public BaseWidget {
   void Arrange(const cRect& rect, Canvas& canvas) override;
   cRect PlaceIn(const cRect& screen, Canvas& canvas) override;
   bool OnMouse(const InputEvent& event) override;
+  bool UndoDrag() override;
   bool ClipsChildren() const override { return true; }
   MouseCursor GetCursor(float x, float y) const override;
 
@@ -75,6 +79,7 @@ class DockGroup : public BaseWidget {
   int EdgeAt(float x, float y) const;  // bits: 1 left, 2 right, 4 top, 8 bottom
   int m_Edge = 0;
   float m_LastX = 0, m_LastY = 0;
+  cRect m_Before;  // Place at the press
 };
 
 /// Title bar of a group: tabs, or the title of the only one; buttons to fold, float and close. It is dragged out to float and
@@ -88,6 +93,7 @@ class DockableHeader : public FrameWidget {
   void Arrange(const cRect& rect, Canvas& canvas) override;
   float HeightFor(float width, Canvas& canvas) const override;
   bool OnMouse(const InputEvent& event) override;
+  bool UndoDrag() override;
   std::string GetText() const override;
   std::string GetHintText(float x, float y) const override;
   std::string GetWindowName() const;
@@ -111,6 +117,7 @@ class DockSpace : public BaseWidget {
   void Draw(Canvas& canvas) override;
   void Arrange(const cRect& rect, Canvas& canvas) override;
   bool OnMouse(const InputEvent& event) override;
+  bool UndoDrag() override;
   bool ShowsChildren() const override { return !IsStrip(); }
   MouseCursor GetCursor(float x, float y) const override;
   std::string GetHintText(float x, float y) const override;
@@ -143,6 +150,7 @@ class DockSpace : public BaseWidget {
   Part m_Part = Part::None;
   int m_Splitter = -1;
   float m_Last = 0;
+  std::vector<float> m_Before;  // Size of the space and of its groups at the press
 };
 
 /// Takes a widget out of the tree without ending it.

@@ -20,7 +20,7 @@ void DrawTexRect::Draw(Canvas& canvas) {
     box = {std::floor(box.X + (box.W - width) / 2), std::floor(box.Y + (box.H - height) / 2), width, height};
   }
   if (Texture >= 0)
-    canvas.Image(box, Texture, IsEnabled() ? Tint : WithAlpha(Tint, 0.4f));
+    canvas.Image(box, Texture, WithAlpha(0xFFFFFF, IsEnabled() ? 1.0f : 0.4f));
   else if (!Icon.empty())
     canvas.Icon(Icon, box, IsEnabled() ? theme.TextDim : theme.TextDisabled);
 }
@@ -32,7 +32,7 @@ float DrawTexRect::HeightFor(float width, Canvas& canvas) const {
 
 bool DrawTexRect::OnMouse(const InputEvent& event) {
   if (!Callback) return false;
-  if (event.Kind == InputKind::ButtonDown) return event.Button == MouseButton::Left;
+  if (event.Kind == InputKind::ButtonDown) return event.Button == MouseButton::Left || event.Button == MouseButton::Right;
   if (event.Kind == InputKind::ButtonUp && IsCaptured() && Rect.Contains(event.X, event.Y)) Tell(WidgetEventKind::Click, &event);
   return IsCaptured();
 }

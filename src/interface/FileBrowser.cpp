@@ -124,32 +124,21 @@ void FileBrowser::FillPath() {
 void FileBrowser::FillPlaces() {
   BaseWidget& column = static_cast<ScrollArea*>(m_Places)->Content();
   std::set<std::string> seen;
-  const auto addTitle = [&](const char* key) {
-    auto* title = column.AddChild(new TextWidget(key));
-    title->Style = TextStyle::Small;
-    title->Dim = true;
-  };
-  const auto add = [&](const std::string& text, bool literal, const char* icon, const std::string& path) {
+  auto* title = column.AddChild(new TextWidget("PLACES"));
+  title->Style = TextStyle::Small;
+  title->Dim = true;
+  const auto add = [&](const char* key, const std::string& path) {
     if (!IsFolder(path) || !seen.insert(path).second) return;
-    auto* button = column.AddChild(new Button(text, icon));
-    button->Literal = literal;
+    auto* button = column.AddChild(new Button(key, "Folder"));
     button->Align = TextAlign::Left;
     button->Flat = true;
     button->Action = [this, path] { Enter(path); };
   };
-  addTitle("PLACES");
   const std::string home = HomeFolder();
-  add("PLACE_HOME", false, "Folder", home);
-  add("PLACE_DOCUMENTS", false, "Folder", FindDocumentsFolder(home, ""));
-  add("PLACE_USER_DATA", false, "Folder", fs::path(GetDataPath()).parent_path().string());
-  add("PLACE_COMPUTER", false, "Folder", "/");
-  bool titled = false;
-  for (const std::string& recent : m_Request.Recent) {
-    const std::string folder = IsFolder(recent) ? recent : fs::path(recent).parent_path().string();
-    if (!IsFolder(folder) || seen.contains(folder)) continue;
-    if (!std::exchange(titled, true)) addTitle("RECENT_FOLDERS");
-    add(fs::path(folder).filename().string(), true, "Folder", folder);
-  }
+  add("PLACE_HOME", home);
+  add("PLACE_DOCUMENTS", FindDocumentsFolder(home, ""));
+  add("PLACE_USER_DATA", fs::path(GetDataPath()).parent_path().string());
+  add("PLACE_COMPUTER", "/");
 }
 
 // --- answers

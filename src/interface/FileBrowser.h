@@ -19,7 +19,6 @@ struct FileBrowserRequest {
   std::string Folder;                 ///< where to begin; empty, or not there: the home folder
   std::string FileName;               ///< of Save: the name to begin with
   std::vector<std::string> Patterns;  ///< "*.obj"; empty: all files. Save appends the first one's ending to a name without any
-  std::vector<std::string> Recent;    ///< files or folders that were used last
 };
 
 /// One entry of a folder.
@@ -39,6 +38,9 @@ void SortEntries(std::vector<FileEntry>& entries, FileOrder order, bool descendi
 /// Whether a file name fits "*.obj" and the like, whatever the case of letters: '*' is any text, '?' any character.
 bool FitsPattern(std::string_view name, std::string_view pattern);
 
+/// The patterns of a list as "*.png;*.jpg".
+std::vector<std::string> SplitPatterns(std::string_view list);
+
 class FileBrowser : public BaseWidget {
   REFLECTED(FileBrowser, BaseWidget)
  public:
@@ -57,16 +59,16 @@ class FileBrowser : public BaseWidget {
   /// What the button does: enters a chosen folder, or answers with the file; asks before a file is written over.
   void Accept();
   void Cancel();
+  /// Closes the box with that path.
+  void Answer(const std::string& path);
   void MakeFolder(const std::string& name);
   FileList& List() { return *m_List; }
-  TextEdit& NameField() { return *m_Name; }
 
  private:
   friend class FileList;
   void Build();
   void FillPath();
   void FillPlaces();
-  void Answer(const std::string& path);
   void Complain(const std::string& sentence);
   void MakeNewFolder();
   bool OnName(BaseWidget* widget, const WidgetEvent& event);

@@ -44,6 +44,16 @@ bool FitsPattern(std::string_view name, std::string_view pattern) {
   return p == pattern.size();
 }
 
+std::vector<std::string> SplitPatterns(std::string_view list) {
+  std::vector<std::string> found;
+  while (!list.empty()) {
+    const size_t end = list.find_first_of(";|");
+    if (const std::string_view one = list.substr(0, end); !one.empty()) found.emplace_back(one);
+    list = end == std::string_view::npos ? std::string_view() : list.substr(end + 1);
+  }
+  return found;
+}
+
 bool ListFolder(const std::string& folder, const std::vector<std::string>& patterns, std::vector<FileEntry>& entries,
                 std::string& error) {
   std::error_code fault;

@@ -28,27 +28,26 @@ class HotKeyRow : public BaseWidget {
     m_Reset->Action = [this] { m_Window->ResetOne(Action->Name); };
   }
   std::string GetText() const override { return Action ? ::GetText(Action->TextKey) : std::string(); }
-  float HeightFor(float, Canvas& canvas) const override { return canvas.Px(26); }
+  float HeightFor(float width, Canvas& canvas) const override { return canvas.Px(IsStacked(width, canvas) ? 46 : 26); }
   void Arrange(const cRect& rect, Canvas& canvas) override {
     Rect = rect;
     const float size = canvas.Px(20);
-    m_Reset->Arrange({rect.Right() - size - canvas.Px(2), rect.Y + std::floor((rect.H - size) / 2), size, size}, canvas);
-    const float width = std::clamp(std::floor(rect.W * 0.36f), canvas.Px(72), canvas.Px(200)), height = canvas.Px(20);
-    m_Keys = {m_Reset->Rect.X - canvas.Px(4) - width, rect.Y + std::floor((rect.H - height) / 2), width, height};
+    const cRect line = IsStacked(rect.W, canvas) ? cRect{rect.X, rect.Bottom() - canvas.Px(24), rect.W, canvas.Px(22)} : rect;
+    m_Name = {rect.X, rect.Y, rect.W, line.Y > rect.Y ? canvas.Px(22) : rect.H};
+    m_Reset->Arrange({line.Right() - size - canvas.Px(2), line.Y + std::floor((line.H - size) / 2), size, size}, canvas);
+    const float height = canvas.Px(20), left = m_Reset->Rect.X - canvas.Px(4),
+                width = line.Y > rect.Y ? left - rect.X - canvas.Px(6) : KeysWidth(rect.W, canvas);
+    m_Keys = {left - width, line.Y + std::floor((line.H - height) / 2), width, height};
   }
   void Draw(Canvas& canvas) override {
     const Theme& theme = GetTheme();
     const bool waits = Waits();
     if (IsHot()) canvas.FillRoundRect(Rect, canvas.Px(Measures::Radius), theme.MenuHot);
     const float icon = canvas.Px(Measures::IconSize), pad = canvas.Px(6);
-    float x = Rect.X + pad;
-    // In a narrow panel the name needs the room.
-    if (Rect.W >= canvas.Px(200)) {
-      if (!Action->Icon.empty())
-        canvas.Icon(Action->Icon, {x, Rect.Y + std::floor((Rect.H - icon) / 2), icon, icon}, theme.TextDim);
-      x += icon + pad;
-    }
-    canvas.Text({x, Rect.Y, std::max(0.0f, m_Keys.X - x - pad), Rect.H}, GetText(), theme.Text);
+    const float x = m_Name.X + pad + icon + pad, right = m_Name.H < Rect.H ? Rect.Right() : m_Keys.X - pad;
+    if (!Action->Icon.empty())
+      canvas.Icon(Action->Icon, {m_Name.X + pad, m_Name.Y + std::floor((m_Name.H - icon) / 2), icon, icon}, theme.TextDim);
+    canvas.Text({x, m_Name.Y, std::max(0.0f, right - x), m_Name.H}, GetText(), theme.Text);
     DrawField(canvas, m_Keys, IsHot(), waits);
     const std::string keys = waits ? ::GetText("PRESS_A_KEY") : KeyText();
     canvas.Text({m_Keys.X + pad, m_Keys.Y, m_Keys.W - 2 * pad, m_Keys.H}, keys, waits ? theme.TextDim : theme.Text,
@@ -94,9 +93,17 @@ class HotKeyRow : public BaseWidget {
   const struct Action* Action = nullptr;
 
  private:
+  static float KeysWidth(float width, Canvas& canvas) {
+    return std::clamp(std::floor(width * 0.36f), canvas.Px(72), canvas.Px(200));
+  }
+  // In a narrow panel the keys stand below the name.
+  bool IsStacked(float width, Canvas& canvas) const {
+    const float others = canvas.Px(Measures::IconSize) + 3 * canvas.Px(6) + canvas.Px(20 + 6) + KeysWidth(width, canvas);
+    return canvas.TextWidth(GetText()) + others > width;
+  }
   HotKeyWindow* m_Window = nullptr;
   Button* m_Reset = nullptr;
-  cRect m_Keys;
+  cRect m_Name, m_Keys;
 };
 DECLARE_MEMBERS(HotKeyRow) {}
 

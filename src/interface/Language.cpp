@@ -48,6 +48,11 @@ bool IsWordByte(char symbol) {
          symbol == '_' || static_cast<unsigned char>(symbol) >= 0x80;
 }
 
+bool HasLetter(std::string_view text) {
+  return std::any_of(text.begin(), text.end(),
+                     [](char symbol) { return IsWordByte(symbol) && !(symbol >= '0' && symbol <= '9'); });
+}
+
 // Whole words only: a pair for "Brush" leaves "Brushes" alone. What was put in is not looked at again.
 std::string ReplaceWords(std::string text, const Replacements& words) {
   for (const auto& [from, to] : words) {
@@ -131,6 +136,11 @@ const std::string& GetText(std::string_view key) {
   return texts.Missing.emplace(std::string(key), std::string(key)).first->second;
 }
 
+std::string FillIn(std::string text, std::string_view word) {
+  const size_t place = text.find("%s");
+  return place == text.npos ? text : text.replace(place, 2, word);
+}
+
 std::string GetHintText(std::string_view key) {
   const TextTable& table = CurrentTexts().Table;
   const auto found = table.find(std::string(WithoutGroup(key)) + "_HINT");
@@ -163,7 +173,7 @@ bool WriteMissingTexts(const std::string& folder, std::string& error) {
   const TextTable& missing = CurrentTexts().Missing;
   std::set<std::string> keys;
   for (const auto& entry : missing)
-    if (!entry.first.empty()) keys.insert(entry.first);
+    if (HasLetter(entry.first)) keys.insert(entry.first);
   if (keys.empty()) return true;
   XmlNode root("Language");
   for (const std::string& key : keys) {

@@ -11,11 +11,14 @@ const std::string& GetText(std::string_view key);
 /// The text of the key formed with "_HINT"; empty where there is none (a missing hint is not listed).
 std::string GetHintText(std::string_view key);
 bool HasText(std::string_view key);
+/// `text` with `word` in place of its first "%s".
+std::string FillIn(std::string text, std::string_view word);
 
 /// Loads "Languages/<name>.xml" of the data folder, over English, and "Languages/replace.txt". False with one sentence; the
 /// language stays as it was.
 bool LoadLanguage(const std::string& dataFolder, const std::string& name, std::string& error);
 /// Names of the files in "Languages", without extension, in order.
 std::vector<std::string> ListLanguages(const std::string& dataFolder);
-/// Writes the keys without text that were asked for to "text.xml" in `folder`; nothing where there is none.
+/// Writes the keys without text that were asked for to "text.xml" in `folder`; nothing where there is none. Keys without a letter
+/// need no text of their own.
 bool WriteMissingTexts(const std::string& folder, std::string& error);

@@ -82,3 +82,10 @@ float RowWidget::HeightFor(float width, Canvas& canvas) const {
     if (Children[i]->Visible) height = std::max(height, Children[i]->HeightFor(widths[size_t(i)], canvas));
   return height;
 }
+
+float RowWidget::NarrowestFor(Canvas& canvas) const {
+  float width = 0;
+  for (const BaseWidget* child : Children)
+    if (child->Visible) width += (width > 0 ? canvas.Px(Measures::Gap) : 0) + child->NarrowestFor(canvas);
+  return width;
+}

@@ -23,6 +23,7 @@ class RowWidget : public BaseWidget {
  public:
   void Arrange(const cRect& rect, Canvas& canvas) override;
   float HeightFor(float width, Canvas& canvas) const override;
+  float NarrowestFor(Canvas& canvas) const override;
   /// Adds a child with its weight; 0: as wide as it wants to be.
   template <class W>
   W* AddWeighted(W* child, float weight) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "ClassEngine/ValueText.h"
 #include "comms/Str.h"
@@ -45,7 +46,11 @@ cRect NumberField::Arrows(Canvas& canvas) const {
 void NumberField::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
   m_Edit->ReadOnly = ReadOnly;
-  m_Edit->Arrange({rect.X, rect.Y, std::max(0.0f, rect.W - canvas.Px(15)), rect.H}, canvas);
+  m_Edit->Arrange({rect.X, rect.Y, std::max(0.0f, rect.W - Arrows(canvas).W), rect.H}, canvas);
+}
+
+float NumberField::NarrowestFor(Canvas& canvas) const {
+  return canvas.TextWidth(GetText()) + 1 + Arrows(canvas).W + 2 * canvas.Px(Measures::Gap);
 }
 
 void NumberField::Draw(Canvas& canvas) {
@@ -103,7 +108,7 @@ bool NumberField::OnMouse(const InputEvent& event) {
     m_Up = event.Y < Rect.Y + Rect.H / 2;
     return true;
   }
-  if (!m_Dragging) return false;
+  if (!m_Dragging || !IsCaptured()) return false;
   if (event.Kind == InputKind::PointerMove) {
     const float moved = m_PressY - event.Y, notch = std::max(1.0f, manager->GetCanvas().Px(4));
     if (std::fabs(moved) >= notch) m_Moved = true;
@@ -116,6 +121,14 @@ bool NumberField::OnMouse(const InputEvent& event) {
     else if (Value.GetNumber() != m_Start)
       Tell(WidgetEventKind::ChangeDone, &event);
   }
+  return true;
+}
+
+bool NumberField::UndoDrag() {
+  if (!std::exchange(m_Dragging, false)) return false;
+  if (!m_Moved || !Value.SetNumber(m_Start)) return true;
+  Tell(WidgetEventKind::Change);
+  Tell(WidgetEventKind::ChangeDone);
   return true;
 }
 

@@ -15,7 +15,9 @@ class NumberField : public BaseWidget {
   void DrawOver(Canvas& canvas) override;
   bool OnMouse(const InputEvent& event) override;
   bool OnKey(const InputEvent& event) override;
+  bool UndoDrag() override;
   void Arrange(const cRect& rect, Canvas& canvas) override;
+  float NarrowestFor(Canvas& canvas) const override;
   MouseCursor GetCursor(float x, float y) const override;
   std::string GetText() const override;
 

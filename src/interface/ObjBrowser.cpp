@@ -44,7 +44,7 @@ ObjBrowser::ObjBrowser(std::shared_ptr<ObjTreeModel> model) : m_Model(std::move(
 void ObjBrowser::SetModel(std::shared_ptr<ObjTreeModel> model) {
   EndRename();
   m_Model = std::move(model);
-  m_Folded.clear();
+  m_Toggled.clear();
   m_Pressed = m_Current = nullptr;
 }
 
@@ -59,8 +59,14 @@ void ObjBrowser::AppendRows(Node parent, int depth, std::vector<Row>& rows) cons
   for (size_t i = 0; i < nodes.size(); i++) {
     const bool inner = !m_Model->GetChildren(nodes[i]).empty();
     rows.push_back({nodes[i], parent, depth, int(i), inner});
-    if (inner && depth < MaxTreeDepth && !m_Folded.contains(nodes[i])) AppendRows(nodes[i], depth + 1, rows);
+    if (inner && depth < MaxTreeDepth && !IsFolded(nodes[i])) AppendRows(nodes[i], depth + 1, rows);
   }
+}
+
+void ObjBrowser::SetFolded(Node node, bool folded) {
+  if (folded == IsFolded(node)) return;
+  if (!m_Toggled.erase(node)) m_Toggled.insert(node);
+  if (cWidgets* manager = Manager()) manager->RequestArrange();
 }
 
 std::vector<ObjFlags> ObjBrowser::OfferedFlags() const {
@@ -184,12 +190,12 @@ void ObjBrowser::DrawRow(Canvas& canvas, const Row& row, const cRect& rect) {
     const bool on = states & flag, usual = IsUsual(flag, on);
     if (!usual || flag == ObjVisible || hot || selected)
       canvas.Icon(IconOf(flag, on), {x + inset, rect.Y + inset, size, size},
-                  usual ? WithAlpha(weak, flag == ObjVisible ? 0.9f : 0.5f) : strong);
+                  usual ? WithAlpha(weak, flag == ObjVisible ? 0.9f : 0.75f) : strong);
     x += rect.H;
   }
   x += canvas.Px(2) + canvas.Px(Measures::Indent) * float(row.Depth);
   if (row.HasChildren)
-    DrawArrow(canvas, {x + canvas.Px(6), rect.Y + rect.H / 2}, canvas.Px(7), m_Folded.contains(row.Object) ? 0 : 1, weak);
+    DrawArrow(canvas, {x + canvas.Px(6), rect.Y + rect.H / 2}, canvas.Px(7), IsFolded(row.Object) ? 0 : 1, weak);
   x += canvas.Px(14);
   if (const std::string icon = m_Model->GetIcon(row.Object); !icon.empty()) {
     canvas.Icon(icon, {x, rect.Y + inset, size, size}, weak);
@@ -230,8 +236,7 @@ bool ObjBrowser::OnPress(const InputEvent& event) {
   const float arrow = RowRectAt(index).X + m_RowHeight * float(OfferedFlags().size()) +
                       (manager ? manager->GetCanvas().Px(Measures::Indent) : 12) * float(row.Depth);
   if (row.HasChildren && event.X >= arrow && event.X < arrow + m_RowHeight * 0.75f) {
-    if (!m_Folded.erase(row.Object)) m_Folded.insert(row.Object);
-    if (manager) manager->RequestArrange();
+    SetFolded(row.Object, !IsFolded(row.Object));
     return true;
   }
   if (event.Clicks == 2) {
@@ -254,6 +259,14 @@ bool ObjBrowser::OnMouse(const InputEvent& event) {
     return true;
   }
   if (event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Left) return OnPress(event);
+  if (event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Right) {
+    const std::vector<Row> rows = ListRows();
+    const int index = RowAt(event.Y, rows);
+    m_Current = index >= 0 ? rows[size_t(index)].Object : nullptr;
+    if (m_Current && !m_Model->IsSelected(m_Current)) m_Model->Select(m_Current, false);
+    Tell(WidgetEventKind::Click, &event);
+    return OpenMenu(m_Current, event);
+  }
   if (event.Kind == InputKind::PointerMove && IsCaptured() && m_Pressed) {
     const float away = manager->GetCanvas().Px(5);
     if (std::max(std::fabs(event.X - m_PressX), std::fabs(event.Y - m_PressY)) < away) return true;
@@ -292,12 +305,10 @@ bool ObjBrowser::OnKey(const InputEvent& event) {
       SelectStep(1);
       return true;
     case KeyLeft:
-      if (known && current->HasChildren) m_Folded.insert(m_Current);
-      OnScroll(nullptr, {});
+      if (known && current->HasChildren) SetFolded(m_Current, true);
       return known;
     case KeyRight:
-      if (known) m_Folded.erase(m_Current);
-      OnScroll(nullptr, {});
+      if (known) SetFolded(m_Current, false);
       return known;
     case KeyF1 + 1:
       if (known) BeginRename(m_Current);
@@ -382,7 +393,7 @@ ObjBrowser::DropPlace ObjBrowser::FindDropPlace(float, float y) const {
     place.Depth = row.Depth;
     place.Y = part >= 0.5f ? rect.Bottom() : rect.Y;
     // Behind an open folder is its inside.
-    if (!place.Into && part >= 0.5f && row.HasChildren && !m_Folded.contains(row.Object)) {
+    if (!place.Into && part >= 0.5f && row.HasChildren && !IsFolded(row.Object)) {
       place.Parent = row.Object;
       place.Index = 0;
       place.Depth++;

@@ -1,6 +1,6 @@
 #pragma once
 // A tree of named objects: select, show and hide, rename, drag into another order. What the tree holds is somebody else's; the
-// browser asks a small model about it and keeps nothing but which nodes are folded.
+// browser asks a small model about it and keeps nothing but what was folded or opened by hand.
 #include <functional>
 #include <memory>
 #include <set>
@@ -33,6 +33,8 @@ class ObjTreeModel {
   virtual uint8_t GetOfferedFlags() const { return ObjVisible; }
   virtual uint8_t GetFlags(Node /*node*/) const { return ObjVisible; }
   virtual void SetFlag(Node /*node*/, ObjFlags /*flag*/, bool /*on*/) {}
+  /// Whether nodes are folded until a person opens them.
+  virtual bool FoldsAtFirst() const { return false; }
   /// Icon before the name.
   virtual std::string GetIcon(Node /*node*/) const { return {}; }
   /// Small text at the end of the row, as a count; empty for none.
@@ -65,6 +67,7 @@ class ObjBrowser : public BaseWidget {
   void Draw(Canvas& canvas) override;
   void Arrange(const cRect& rect, Canvas& canvas) override;
   float HeightFor(float width, Canvas& canvas) const override;
+  bool StandsBelowLabel() const override { return true; }
   bool OnMouse(const InputEvent& event) override;
   bool OnKey(const InputEvent& event) override;
   bool TakesFocus() const override { return true; }
@@ -81,6 +84,10 @@ class ObjBrowser : public BaseWidget {
   /// Place of a flag's icon in a row.
   cRect FlagRect(Node node, ObjFlags flag);
   float Height = 160;  ///< that it wants where it is a row of a panel; at scale 1
+
+ protected:
+  /// The right button on a node, which is selected by then; null beside all. False where there is no menu.
+  virtual bool OpenMenu(Node /*node*/, const InputEvent& /*event*/) { return false; }
 
  private:
   struct Row {
@@ -110,13 +117,15 @@ class ObjBrowser : public BaseWidget {
   DropPlace FindDropPlace(float x, float y) const;
   bool IsBelow(Node node, Node top) const;
   void EndRename();
+  bool IsFolded(Node node) const { return m_Toggled.contains(node) != m_Model->FoldsAtFirst(); }
+  void SetFolded(Node node, bool folded);
   void SelectStep(int step);
   void ShowRow(int index);
   bool OnScroll(BaseWidget* widget, const WidgetEvent& event);
   bool OnPress(const InputEvent& event);
 
   std::shared_ptr<ObjTreeModel> m_Model;
-  std::set<Node> m_Folded;
+  std::set<Node> m_Toggled;  // folded, or opened, by the person
   VScroller* m_Scroller = nullptr;
   TextEdit* m_Edit = nullptr;
   Node m_Renamed = nullptr, m_Pressed = nullptr, m_Current = nullptr;

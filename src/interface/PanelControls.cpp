@@ -1,6 +1,5 @@
 // The control of a value, by its type.
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <filesystem>
 #include <memory>
@@ -16,20 +15,25 @@
 #include "interface/CurvesWindow.h"
 #include "interface/DrawTexRect.h"
 #include "interface/FileBrowser.h"
+#include "interface/FolderRoot.h"
 #include "interface/Language.h"
 #include "interface/Layout.h"
+#include "interface/MessageBoxWidget.h"
 #include "interface/NumberField.h"
 #include "interface/ObjBrowser.h"
 #include "interface/PanelRow.h"
+#include "interface/ShowFolder.h"
 #include "interface/SimpleSlider.h"
 #include "interface/TextEdit.h"
-#include "interface/TextMenu.h"
 #include "interface/WidgetDraw.h"
 #include "interface/cWidgets.h"
 
 namespace {
 
-constexpr std::array<std::string_view, 6> IconNames{"Visible", "Ghost", "VoxSurf", "OpenState", "Locked", "DependsOnPressure"};
+// Truth values that are drawn as icons: the name, and the icon while it is off, where that is another one.
+constexpr std::pair<std::string_view, std::string_view> IconNames[] = {{"Visible", "Hidden"},  {"Ghost", ""},
+                                                                       {"VoxSurf", ""},        {"OpenState", "ClosedState"},
+                                                                       {"Locked", "Unlocked"}, {"DependsOnPressure", ""}};
 
 std::string UnitOf(const RowPlace& place) {
   if (!place.Member || place.Member->Help.Unit.empty()) return {};
@@ -87,11 +91,12 @@ BaseWidget* MakeNumbers(const RowPlace& place) {
 
 BaseWidget* MakeBool(const RowPlace& place) {
   const std::string& name = place.Signs.Name.empty() ? place.FullName : place.Signs.Name;
-  if (std::find(IconNames.begin(), IconNames.end(), name) != IconNames.end()) {
-    auto* icon = new IconToggle(name, "", place.Value);
-    icon->Enabled = !place.ReadOnly;
-    return icon;
-  }
+  for (const auto& [on, off] : IconNames)
+    if (name == on) {
+      auto* icon = new IconToggle(on, off, place.Value);
+      icon->Enabled = !place.ReadOnly;
+      return icon;
+    }
   auto* box = new CheckBox(place.Signs.Compact && !place.Signs.NoLabel ? place.Signs.Name : "", place.Value);
   box->ReadOnly = place.ReadOnly;
   return box;
@@ -117,27 +122,20 @@ BaseWidget* MakeHex(const RowPlace& place) {
 
 // --- files -------------------------------------------------------------------------------------------------------------------
 
+constexpr std::string_view ImagePatterns = "*.png;*.jpg;*.tga;*.bmp;*.dds;*.tif";
+
 // A name such as "Texture|*.png;*.tga" says which files its text may name; so do the types of file names.
 std::vector<std::string> PatternsOf(const RowPlace& place) {
-  static const std::pair<std::string_view, std::string_view> byType[] = {{"_cImageFile", "*.png;*.jpg;*.tga;*.bmp;*.dds;*.tif"},
-                                                                         {"_cSoundFile", "*.wav;*.ogg"},
-                                                                         {"_cModelFile", "*.obj;*.ply;*.stl"},
-                                                                         {"_cAnimFile", "*.xml"},
-                                                                         {"_cCameraFile", "*.xml"},
-                                                                         {"_cBspFile", "*.bsp"},
-                                                                         {"_cXmlFile", "*.xml"}};
+  static const std::pair<std::string_view, std::string_view> byType[] = {
+      {"_cImageFile", ImagePatterns}, {"_cSoundFile", "*.wav;*.ogg"}, {"_cModelFile", "*.obj;*.ply;*.stl"},
+      {"_cAnimFile", "*.xml"},        {"_cCameraFile", "*.xml"},      {"_cBspFile", "*.bsp"},
+      {"_cXmlFile", "*.xml"}};
   std::string_view list;
   if (const size_t at = place.FullName.find("|*"); at != std::string::npos)
     list = std::string_view(place.FullName).substr(at + 1);
   for (const auto& [type, patterns] : byType)
     if (list.empty() && place.Value.Type->GetClassName() == type) list = patterns;
-  std::vector<std::string> found;
-  while (!list.empty()) {
-    const size_t end = list.find_first_of(";|");
-    if (const std::string_view one = list.substr(0, end); !one.empty()) found.emplace_back(one);
-    list = end == std::string_view::npos ? std::string_view() : list.substr(end + 1);
-  }
-  return found;
+  return SplitPatterns(list);
 }
 
 /// A text that names a file, with the buttons for it.
@@ -153,8 +151,12 @@ class FileLine : public FieldLine {
     request.Patterns = patterns;
     // The panel may be built anew while the box is open.
     FileBrowser::Open(*manager, request, [this, value, alive = std::weak_ptr<int>(m_Alive)](const std::string& path) {
+      if (path.empty() || alive.expired()) return;
       std::string expected;
-      if (!path.empty() && !alive.expired() && value.SetText(path, expected)) Tell(WidgetEventKind::ChangeDone);
+      if (value.SetText(path, expected))
+        Tell(WidgetEventKind::ChangeDone);
+      else if (cWidgets* widgets = Manager())
+        MessageBoxWidget::Ask(*widgets, "OPEN_FILE", path + "\n" + ::GetText("EXPECTED") + " " + expected, {}, nullptr);
     });
   }
 
@@ -176,18 +178,15 @@ BaseWidget* MakeText(const RowPlace& place) {
   open->Action = [line, value = place.Value, patterns] { line->Choose(value, patterns); };
   auto* folder = line->AddChild(new Button("", "Folder"));
   folder->HintKey = "OPEN_CONTAINING_FOLDER";
-  folder->Enabled = bool(PanelWidget::ShowInFolder);
-  folder->Action = [value = place.Value] {
-    if (PanelWidget::ShowInFolder) PanelWidget::ShowInFolder(value.GetText());
-  };
+  folder->Action = [value = place.Value] { ShowFolderOf(value.GetText()); };
   return line;
 }
 
 // --- the rest ----------------------------------------------------------------------------------------------------------------
 
-/// A texture with the button that takes it away.
-class TextureLine : public FieldLine {
-  REFLECTED(TextureLine, FieldLine)
+/// A texture: a press chooses another picture, the right button and the one beside it take it away.
+class TextureLine : public FileLine {
+  REFLECTED(TextureLine, FileLine)
  public:
   TextureLine() = default;
   explicit TextureLine(const RowPlace& place) : m_Value(place.Value) {
@@ -196,71 +195,71 @@ class TextureLine : public FieldLine {
     m_Picture->Icon = "Material";
     m_Picture->Height = 48;
     m_Picture->Aspect = 1;
-    auto* clear = AddChild(new Button("", "Close"));
-    clear->HintKey = "CLEAR_TEXTURE";
-    clear->Enabled = !place.ReadOnly;
-    clear->Action = [this] {
-      int32_t& texture = *static_cast<int32_t*>(m_Value.Data);
-      if (texture == -1) return;
-      texture = -1;
-      Tell(WidgetEventKind::ChangeDone);
-    };
+    m_Picture->Enabled = !place.ReadOnly;
+    m_Picture->Callback = std::make_unique<wpcallback<TextureLine>>(this, &TextureLine::OnPicture);
+    m_Clear = AddChild(new Button("", "Close"));
+    m_Clear->HintKey = "CLEAR_TEXTURE";
+    m_Clear->Enabled = !place.ReadOnly;
+    m_Clear->Action = [this] { Clear(); };
   }
   void Arrange(const cRect& rect, Canvas& canvas) override {
-    FieldLine::Arrange(rect, canvas);
-    if (!m_Picture) return;
-    cRect clear = Children[1]->Rect;
-    clear.H = std::min(clear.H, RowHeight(canvas));
-    Children[1]->Arrange(clear, canvas);
+    FileLine::Arrange(rect, canvas);
+    if (m_Clear) m_Clear->Arrange({m_Clear->Rect.X, rect.Y, m_Clear->Rect.W, std::min(rect.H, RowHeight(canvas))}, canvas);
   }
   void Draw(Canvas&) override {
-    if (m_Picture) m_Picture->Texture = *static_cast<const int32_t*>(m_Value.Data);
+    if (m_Picture) m_Picture->Texture = Texture();
   }
 
  private:
+  int32_t& Texture() const { return *static_cast<int32_t*>(m_Value.Data); }
+  void Clear() {
+    if (std::exchange(Texture(), -1) != -1) Tell(WidgetEventKind::ChangeDone);
+  }
+  bool OnPicture(BaseWidget*, const WidgetEvent& event) {
+    if (event.Input && event.Input->Button == MouseButton::Right)
+      Clear();
+    else
+      Choose(m_Value, SplitPatterns(ImagePatterns));
+    return true;
+  }
   ValueBinding m_Value;
   DrawTexRect* m_Picture = nullptr;
+  Button* m_Clear = nullptr;
 };
 DECLARE_MEMBERS(TextureLine) {}
 
 BaseWidget* MakeTexture(const RowPlace& place) { return new TextureLine(place); }
 
-/// A font by its name; a press offers those that there are.
-class FontButton : public Button {
-  REFLECTED(FontButton, Button)
+/// A font by its name, in its own looks.
+class FontBox : public ComboBox {
+  REFLECTED(FontBox, ComboBox)
  public:
-  FontButton() = default;
-  explicit FontButton(const RowPlace& place) : m_Value(place.Value) {
-    Enabled = !place.ReadOnly && bool(PanelWidget::ListFonts);
-    Action = [this] { Offer(); };
-  }
-  std::string GetText() const override { return m_Value.GetText(); }
+  FontBox() = default;
+  explicit FontBox(const ValueBinding& value) : ComboBox(value, {GetFontNames().begin(), GetFontNames().end()}) {}
 
- private:
-  void Offer() {
-    cWidgets* manager = Manager();
-    if (!manager || !PanelWidget::ListFonts) return;
-    const auto fill = [this](TextMenu& menu) {
-      for (const std::string& name : PanelWidget::ListFonts())
-        menu.Add(name,
-                 [this, name] {
-                   std::string expected;
-                   if (m_Value.SetText(name, expected)) Tell(WidgetEventKind::ChangeDone);
-                 })
-            ->Literal = true;
-    };
-    TextMenu::Open(*manager, Rect, fill, this);
-  }
-  ValueBinding m_Value;
+ protected:
+  TextStyle StyleOf(const std::string& name) const override { return FindFont(name); }
 };
-DECLARE_MEMBERS(FontButton) {}
+DECLARE_MEMBERS(FontBox) {}
 
-BaseWidget* MakeFont(const RowPlace& place) { return new FontButton(place); }
+BaseWidget* MakeFont(const RowPlace& place) {
+  auto* box = new FontBox(place.Value);
+  box->ReadOnly = place.ReadOnly;
+  return box;
+}
 
 BaseWidget* MakeCurve(const RowPlace& place) {
   auto* window = new CurvesWindow(dynamic_cast<comms::One2DCurve*>(static_cast<BaseClass*>(place.Value.Data)));
   window->Enabled = !place.ReadOnly;
   return window;
+}
+
+BaseWidget* MakeFolderTree(const RowPlace& place) {
+  auto* root = dynamic_cast<FolderRoot*>(static_cast<BaseClass*>(place.Value.Data));
+  if (!root) return nullptr;
+  auto* tree = new FolderTree(*root);
+  tree->Enabled = !place.ReadOnly;
+  return tree;
 }
 
 // The member is a browser itself; the row shows the same tree.
@@ -303,6 +302,7 @@ const std::pair<std::string_view, Maker> Makers[] = {
     {"_cImageID", MakeTexture},
     {"_WinFont", MakeFont},
     {"One2DCurve", MakeCurve},
+    {"FolderRoot", MakeFolderTree},
     {"ObjBrowser", MakeBrowser},
     {"_str", MakeText},
     {"_str_ref", MakeText},

@@ -3,10 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "interface/CheckBox.h"
-#include "interface/CurvesWindow.h"
 #include "interface/Language.h"
-#include "interface/ObjBrowser.h"
 #include "interface/WidgetDraw.h"
 #include "interface/cWidgets.h"
 
@@ -17,105 +14,89 @@ PanelRow::PanelRow(const RowPlace& place, BaseWidget* control) : m_Place(place),
   m_Told = Told();
 }
 
-static PanelWidget* FindPanel(BaseWidget* widget) {
-  while (widget && !dynamic_cast<PanelWidget*>(widget)) widget = widget->Owner;
-  return static_cast<PanelWidget*>(widget);
-}
-
-const PanelWidget* PanelRow::Panel() const { return FindPanel(Owner); }
-
-bool PanelRow::HasLabel() const { return !m_Place.Signs.NoLabel && !m_Place.Signs.Name.empty(); }
-
 std::string PanelRow::GetText() const {
   if (!HasLabel()) return {};
   return m_Place.Member ? ::GetText(m_Place.Signs.Name) : m_Place.Signs.Name;
 }
 
-// Where the label is cut, the hint has all of it.
-std::string PanelRow::GetHintText(float, float) const {
-  std::string hint = GetRowHint(m_Place);
-  const cWidgets* manager = Manager();
-  if (!manager || !HasLabel() || IsBelow()) return hint;
-  Canvas& canvas = manager->GetCanvas();
-  const float width = LabelWidth(Rect.W, canvas);
-  if (LabelTextWidth(canvas) > width && LabelHeight(width, canvas) <= 0) hint = GetText() + (hint.empty() ? "" : "\n" + hint);
-  return hint;
-}
-
-// Curves and the like stand below their label, as wide as the panel.
-bool PanelRow::IsBelow() const {
-  return dynamic_cast<const CurvesWindow*>(m_Control) || dynamic_cast<const ObjBrowser*>(m_Control);
-}
+std::string PanelRow::GetHintText(float, float) const { return GetRowHint(m_Place); }
 
 std::string PanelRow::Told() const { return IsBelow() ? std::string() : m_Place.Value.GetText(); }
 
+// --- place -------------------------------------------------------------------------------------------------------------------
+
 float PanelRow::LabelTextWidth(Canvas& canvas) const {
-  if (!HasLabel() || IsBelow()) return 0;
-  return canvas.TextWidth(GetText(), m_Place.Signs.Bold ? TextStyle::Bold : TextStyle::Normal) + 1;
+  return HasLabel() && !IsBelow() ? canvas.TextWidth(GetText(), LabelStyle()) + 1 : 0;
 }
 
-float PanelRow::LabelWidth(float width, Canvas& canvas) const {
-  const PanelWidget* panel = Panel();
-  return panel ? panel->LabelWidthIn(width, canvas) : std::floor(width * 0.4f);
-}
-
-// A label that is wider than its column breaks into lines; one with a word that is too long for it is cut.
-float PanelRow::LabelHeight(float width, Canvas& canvas) const {
-  if (!HasLabel() || LabelTextWidth(canvas) <= width) return 0;
-  const TextStyle style = m_Place.Signs.Bold ? TextStyle::Bold : TextStyle::Normal;
-  const std::string label = GetText();
-  for (size_t from = 0; from < label.size();) {
-    const size_t end = std::min(label.find(' ', from), label.size());
-    if (canvas.TextWidth(std::string_view(label).substr(from, end - from), style) > width) return 0;
+static float FindWidestWord(std::string_view text, TextStyle style, Canvas& canvas) {
+  float widest = 0;
+  for (size_t from = 0; from < text.size();) {
+    const size_t end = std::min(text.find(' ', from), text.size());
+    widest = std::max(widest, canvas.TextWidth(text.substr(from, end - from), style));
     from = end + 1;
   }
-  return canvas.ParagraphHeight(width, label, style) + canvas.Px(2);
+  return widest;
 }
 
-float PanelRow::ControlHeight(float width, Canvas& canvas) const {
-  if (m_Place.Signs.Height > 0) return canvas.Px(m_Place.Signs.Height);
-  return std::round(m_Control->HeightFor(width, canvas) * m_Place.Signs.Scale);
+// The label stands above where one of its words or the control needs more than its part of the row; in either place it breaks
+// into lines. Curves and the like always stand below their label, as wide as the panel.
+PanelRow::Plan PanelRow::MakePlan(float width, Canvas& canvas) const {
+  Plan plan;
+  plan.ControlWidth = width;
+  if (HasLabel()) {
+    const std::string label = GetText();
+    const float column = m_Place.Panel->LabelWidthIn(width, canvas);
+    const float rest = std::max(0.0f, width - column - canvas.Px(Measures::Gap));
+    plan.Stacked = IsBelow() || FindWidestWord(label, LabelStyle(), canvas) > column || m_Control->NarrowestFor(canvas) > rest;
+    plan.LabelWidth = plan.Stacked ? width : column;
+    plan.LabelHeight = RowHeight(canvas);
+    if (canvas.TextWidth(label, LabelStyle()) > plan.LabelWidth)
+      plan.LabelHeight = std::max(plan.LabelHeight, canvas.ParagraphHeight(plan.LabelWidth, label, LabelStyle()) + canvas.Px(2));
+    if (!plan.Stacked) plan.ControlWidth = rest;
+  }
+  plan.ControlHeight = m_Place.Signs.Height > 0
+                           ? canvas.Px(m_Place.Signs.Height)
+                           : std::round(m_Control->HeightFor(plan.ControlWidth, canvas) * m_Place.Signs.Scale);
+  return plan;
 }
 
 float PanelRow::HeightFor(float width, Canvas& canvas) const {
-  if (!HasLabel()) return ControlHeight(width, canvas);
-  if (IsBelow()) return RowHeight(canvas) + ControlHeight(width, canvas);
-  const float label = LabelWidth(width, canvas);
-  return std::max(LabelHeight(label, canvas), ControlHeight(std::max(0.0f, width - label - canvas.Px(Measures::Gap)), canvas));
+  const Plan plan = MakePlan(width, canvas);
+  return plan.Stacked ? plan.LabelHeight + plan.ControlHeight : std::max(plan.LabelHeight, plan.ControlHeight);
 }
 
 void PanelRow::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
+  const Plan plan = MakePlan(rect.W, canvas);
+  m_Label = GetText();
+  m_Wraps = canvas.TextWidth(m_Label, LabelStyle()) > plan.LabelWidth;
+  m_LabelRect = {rect.X, rect.Y, plan.LabelWidth, plan.Stacked ? plan.LabelHeight : rect.H};
+  if (m_Wraps && !plan.Stacked) m_LabelRect.Y += std::floor((rect.H - plan.LabelHeight) / 2);
   cRect box = rect;
-  if (HasLabel() && IsBelow()) {
-    box.Y += RowHeight(canvas);
-    box.H = std::max(0.0f, box.H - RowHeight(canvas));
+  if (plan.Stacked) {
+    box.Y += plan.LabelHeight;
+    box.H = std::max(0.0f, rect.H - plan.LabelHeight);
   } else if (HasLabel()) {
-    const float label = LabelWidth(rect.W, canvas) + canvas.Px(Measures::Gap);
-    box.X += label;
-    box.W = std::max(0.0f, box.W - label);
-    box.H = std::min(box.H, ControlHeight(box.W, canvas));
+    const float own = m_Control->WidthFor(canvas);
+    box.X = rect.Right() - plan.ControlWidth;
+    box.W = own > 0 ? std::min(own, plan.ControlWidth) : plan.ControlWidth;
+    box.H = std::min(rect.H, plan.ControlHeight);
     box.Y += std::floor((rect.H - box.H) / 2);
-    if (dynamic_cast<const IconToggle*>(m_Control)) box.W = std::min(box.W, m_Control->WidthFor(canvas));
   }
   m_Control->Arrange(box, canvas);
 }
 
 void PanelRow::Draw(Canvas& canvas) {
-  if (!HasLabel()) return;
-  const Theme& theme = GetTheme();
-  const TextStyle style = m_Place.Signs.Bold ? TextStyle::Bold : TextStyle::Normal;
-  const uint32_t color = IsEnabled() ? theme.TextDim : theme.TextDisabled;
-  if (IsBelow()) {
-    canvas.Text({Rect.X, Rect.Y, Rect.W, RowHeight(canvas)}, GetText(), color, style);
-    return;
-  }
-  const float width = LabelWidth(Rect.W, canvas), height = LabelHeight(width, canvas);
-  if (height > 0)
-    canvas.Paragraph({Rect.X, Rect.Y + std::floor((Rect.H - height) / 2) + canvas.Px(1), width, height}, GetText(), color, style);
+  if (m_Label.empty()) return;
+  const uint32_t color = IsEnabled() ? GetTheme().TextDim : GetTheme().TextDisabled;
+  if (m_Wraps)
+    canvas.Paragraph({m_LabelRect.X, m_LabelRect.Y + canvas.Px(1), m_LabelRect.W, m_LabelRect.H}, m_Label, color, LabelStyle());
   else
-    canvas.Text({Rect.X, Rect.Y, width, Rect.H}, GetText(), color, style);
+    canvas.Text(m_LabelRect, m_Label, color, LabelStyle());
 }
+
+// --- input -------------------------------------------------------------------------------------------------------------------
 
 // A press on the label of a truth value is one on its box.
 bool PanelRow::OnMouse(const InputEvent& event) {
@@ -135,7 +116,7 @@ bool PanelRow::OnControl(BaseWidget*, const WidgetEvent& event) {
   const std::string value = Told();
   const bool changed = IsBelow() || value != m_Told;
   m_Told = value;
-  TellRowChange(*this, m_Place, event, changed);
+  TellRowChange(m_Place, event, changed);
   return true;
 }
 
@@ -146,15 +127,15 @@ std::string GetRowHint(const RowPlace& place) {
   return hint;
 }
 
-void TellRowChange(BaseWidget& at, const RowPlace& place, const WidgetEvent& event, bool changed) {
-  PanelWidget* panel = FindPanel(&at);
-  const std::string name = place.FullName;  // the row may go while it tells
+void TellRowChange(const RowPlace& place, const WidgetEvent& event, bool changed) {
+  PanelWidget* panel = place.Panel;  // the row may go while it tells
   if (changed) {
+    const std::string name = place.FullName;
     // Who holds a container hears of its items.
     BaseClass* owner = place.Owner;
     if (!place.Member && owner->GetParent()) owner = owner->GetParent();
     owner->OnParametersChanged(place.Value.Data, nullptr, nullptr, nullptr);
-    if (panel && panel->Changed) panel->Changed(name.c_str());
+    if (panel->Changed) panel->Changed(name.c_str());
   }
-  if (panel) panel->Tell(event.Kind, event.Input);
+  panel->Tell(event.Kind, event.Input);
 }

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::string_view MenuWord = "@MENU ", EndMenuWord = "@ENDMENU", NaviWord = "@NaviControl@", CommandsWord = "Commands";
 
-std::string_view TypeName(const RowPlace& place) { return place.Value.Type ? place.Value.Type->GetClassName() : ""; }
+std::string_view TypeName(const RowSource& row) { return row.Value.Type ? row.Value.Type->GetClassName() : ""; }
 
 bool IsCaption(const RowPlace& place) {
   const std::string_view type = TypeName(place);
@@ -49,17 +49,28 @@ class PanelCaption : public FrameWidget {
 };
 DECLARE_MEMBERS(PanelCaption) {}
 
-/// Compact rows side by side.
+/// Compact rows side by side, or below one another where the panel is too narrow for that.
 class CompactLine : public RowWidget {
   REFLECTED(CompactLine, RowWidget)
+ public:
+  void Arrange(const cRect& rect, Canvas& canvas) override {
+    if (Fits(rect.W, canvas)) return RowWidget::Arrange(rect, canvas);
+    Rect = rect;
+    ArrangeStack(*this, rect, canvas);
+  }
+  float HeightFor(float width, Canvas& canvas) const override {
+    return Fits(width, canvas) ? RowWidget::HeightFor(width, canvas) : StackHeight(*this, width, canvas);
+  }
+
+ private:
+  // All get the same part.
+  bool Fits(float width, Canvas& canvas) const {
+    float widest = 0;
+    for (const BaseWidget* child : Children) widest = std::max(widest, child->NarrowestFor(canvas));
+    return float(Children.Count) * (widest + canvas.Px(Measures::Gap)) <= width + canvas.Px(Measures::Gap);
+  }
 };
 DECLARE_MEMBERS(CompactLine) {}
-
-// The panel above a widget that was pressed; null where it has gone.
-PanelWidget* PanelOf(BaseWidget* widget) {
-  while (widget && !dynamic_cast<PanelWidget*>(widget)) widget = widget->Owner;
-  return static_cast<PanelWidget*>(widget);
-}
 
 BaseWidget* BuildCaption(BaseWidget& rows, const RowPlace& place) {
   const std::string& name = place.Signs.Name;
@@ -92,36 +103,34 @@ BaseWidget* BuildMethod(BaseWidget& rows, const RowPlace& place) {
   button->Action = [button, place] {
     place.Value.Type->Call(place.Owner, place.Value.Data);
     const WidgetEvent event{WidgetEventKind::Click, nullptr, nullptr};
-    if (button->Manager()) TellRowChange(*button, place, event, true);
+    if (button->Manager()) TellRowChange(place, event, true);
   };
   return button;
 }
 
 // --- containers --------------------------------------------------------------------------------------------------------------
 
-void Remove(BaseWidget* widget, const RowPlace& place) {
-  PanelWidget* panel = PanelOf(widget);
-  if (!place.Owner->RemoveElement(place.Element)) return;
-  // The rows hold addresses of what is gone.
-  if (panel) panel->Rebuild();
-  const WidgetEvent event{WidgetEventKind::ChangeDone, nullptr, nullptr};
-  if (panel) TellRowChange(*panel, place, event, true);
+// The rows hold addresses of what was there before.
+void TellOfItems(const RowPlace& place) {
+  const RowPlace changed = place;  // the row that asked goes
+  changed.Panel->Rebuild();
+  TellRowChange(changed, {WidgetEventKind::ChangeDone, nullptr, nullptr}, true);
 }
 
-void Add(BaseWidget* widget, const RowPlace& place, const std::string& className) {
-  PanelWidget* panel = PanelOf(widget);
-  if (place.Owner->ExpandWith(className.c_str(), place.Owner) < 0) return;
-  if (panel) panel->Rebuild();
-  const WidgetEvent event{WidgetEventKind::ChangeDone, nullptr, nullptr};
-  if (panel) TellRowChange(*panel, place, event, true);
+void Remove(const RowPlace& place) {
+  if (place.Owner->RemoveElement(place.Element)) TellOfItems(place);
 }
 
-void AddClassItems(TextMenu& menu, const AddableClasses& list, const char* category, BaseWidget* button, const RowPlace& place) {
+void Add(const RowPlace& place, const std::string& className) {
+  if (place.Owner->ExpandWith(className.c_str(), place.Owner) >= 0) TellOfItems(place);
+}
+
+void AddClassItems(TextMenu& menu, const AddableClasses& list, const char* category, const RowPlace& place) {
   for (const char* name : list.Names) {
     const OneClassDesc* desc = FindClassDesc(name);
     const bool inside = desc && desc->Category && category && std::string_view(desc->Category) == category;
     if (category ? inside : (!desc || !desc->Category || !list.Categories.Count))
-      menu.Add(name, [button, place, className = std::string(name)] { Add(button, place, className); });
+      menu.Add(name, [place, className = std::string(name)] { Add(place, className); });
   }
 }
 
@@ -131,19 +140,19 @@ void OfferClasses(BaseWidget* button, const RowPlace& place) {
   cWidgets* manager = button->Manager();
   if (!manager || !place.Owner->GetAddableClasses(list, place.Owner, nullptr)) return;
   if (list.Names.Count == 1) {
-    Add(button, place, list.Names[0]);
+    Add(place, list.Names[0]);
     return;
   }
   TextMenu::Open(
       *manager, button->Rect,
       [&](TextMenu& menu) {
         for (const char* category : list.Categories)
-          menu.AddSub(category, [button, place, category](TextMenu& sub) {
+          menu.AddSub(category, [place, category](TextMenu& sub) {
             AddableClasses again;
             place.Owner->GetAddableClasses(again, place.Owner, nullptr);
-            AddClassItems(sub, again, category, button, place);
+            AddClassItems(sub, again, category, place);
           });
-        AddClassItems(menu, list, nullptr, button, place);
+        AddClassItems(menu, list, nullptr, place);
       },
       button);
 }
@@ -160,7 +169,7 @@ void AppendDelete(BaseWidget& rows, const RowPlace& place) {
   auto* button = rows.AddChild(new Button("::DeleteElm", "Delete"));
   button->Flat = true;
   button->Align = TextAlign::Left;
-  button->Action = [button, place] { Remove(button, place); };
+  button->Action = [place] { Remove(place); };
 }
 
 // --- objects inside objects --------------------------------------------------------------------------------------------------
@@ -173,22 +182,22 @@ std::string ItemTitle(const RowPlace& place) {
   return place.Member ? type : type + " " + std::to_string(place.Element + 1);
 }
 
-BaseWidget* BuildCommandList(BaseWidget& rows, const RowPlace& place, const PanelWidget& panel) {
+BaseWidget* BuildCommandList(BaseWidget& rows, const RowPlace& place, int depth) {
   auto* caption = rows.AddChild(new PanelCaption);
   caption->Text = place.Signs.Name;
   auto* column = rows.AddChild(new ColumnWidget);
   column->PassesMouse = true;
-  BuildRows(*column, *static_cast<BaseClass*>(place.Value.Data), panel);
+  BuildRows(*column, *static_cast<BaseClass*>(place.Value.Data), *place.Panel, depth + 1);
   for (BaseWidget* child : column->Children)
     if (auto* button = dynamic_cast<Button*>(child)) button->Align = TextAlign::Left;
   return column;
 }
 
-BaseWidget* BuildGroup(BaseWidget& rows, const RowPlace& place, const PanelWidget& panel) {
+BaseWidget* BuildGroup(BaseWidget& rows, const RowPlace& place, int depth) {
   auto* object = static_cast<BaseClass*>(place.Value.Data);
   const ::RowRect rect;
   if (object->BuildCustomRow(&rows, &rect)) return rows.Children.Count ? rows.Children[rows.Children.Count - 1] : nullptr;
-  if (IsCommandList(place)) return BuildCommandList(rows, place, panel);
+  if (IsCommandList(place)) return BuildCommandList(rows, place, depth);
   BaseWidget* inside = &rows;
   if (!place.Signs.NoLabel || !place.Member) {
     auto* folder =
@@ -198,7 +207,7 @@ BaseWidget* BuildGroup(BaseWidget& rows, const RowPlace& place, const PanelWidge
   }
   const bool enabled = !place.ReadOnly;
   const int32_t first = inside->Children.Count;
-  BuildRows(*inside, *object, panel);
+  BuildRows(*inside, *object, *place.Panel, depth + 1);
   if (!place.Member && place.Owner->CanChangeElement(place.Element)) AppendDelete(*inside, place);
   for (int32_t i = first; i < inside->Children.Count; i++) inside->Children[i]->Enabled &= enabled;
   return inside == &rows ? (rows.Children.Count ? rows.Children[rows.Children.Count - 1] : nullptr) : inside;
@@ -219,38 +228,38 @@ BaseWidget* BuildCompact(BaseWidget& rows, const RowPlace& place, BaseWidget* co
 
 }  // namespace
 
-bool IsGroupRow(const RowPlace& place) {
-  if (!place.Value.Type || !place.Value.Data || place.Element < 0) return false;
-  const std::string_view type = TypeName(place);
-  if (type == "_str" || type == "_WinFont" || type == "One2DCurve" || type == "ClassArray.One2DCurve" || type == "ObjBrowser")
+bool IsGroupRow(const RowSource& source) {
+  if (!source.Value.Type || !source.Value.Data || source.Element < 0) return false;
+  const std::string_view type = TypeName(source);
+  if (type == "_str" || type == "_WinFont" || type == "One2DCurve" || type == "ClassArray.One2DCurve" || type == "ObjBrowser" ||
+      type == "FolderRoot")
     return false;
-  return place.Value.Type->IsReflected();
+  return source.Value.Type->IsReflected();
 }
 
-bool FindRowPlace(BaseClass& owner, int row, const PanelWidget& panel, RowPlace& place) {
+bool FindRow(BaseClass& owner, int row, const PanelWidget& panel, RowSource& source) {
   constexpr int options = PanelRowOptions;
-  place.Owner = &owner;
-  place.Row = row;
-  place.Element = owner.VisibleToRealIndex(row, &owner, options);
-  const char* name = owner.GetVisibleElementName(row, &owner, options);
-  if (!name) return false;
-  place.FullName = name;
-  if (place.Element < 0) return true;
+  source.Owner = &owner;
+  source.Element = owner.VisibleToRealIndex(row, &owner, options);
+  source.Name = owner.GetVisibleElementName(row, &owner, options);
+  if (!source.Name) return false;
+  if (source.Element < 0) return true;
   if (owner.IsElementHiddenInPanel(row, &owner, options)) return false;
-  place.Member = owner.FindElementMember(place.Element);
-  if (place.Member && !panel.Admits(owner, name)) return false;
-  place.Value.Type = owner.GetVisibleElementType(row, &owner, options);
-  place.Value.Data = owner.GetVisibleElementData(row, &owner, options);
-  place.Value.Extra = owner.GetVisibleElementExtra(row, &owner, options);
-  if (!place.Value.Type || (!place.Value.Data && place.Value.Type->IsReflected())) return false;
-  place.Signs = ReadRowSigns(place.FullName);
-  place.ReadOnly = place.Signs.ReadOnly || owner.IsElementReadOnly(row, &owner, options);
-  return true;
+  source.Member = owner.FindElementMember(source.Element);
+  if (source.Member && !panel.Admits(owner, source.Name)) return false;
+  source.Value.Type = owner.GetVisibleElementType(row, &owner, options);
+  source.Value.Data = owner.GetVisibleElementData(row, &owner, options);
+  source.Value.Extra = owner.GetVisibleElementExtra(row, &owner, options);
+  return source.Value.Type && (source.Value.Data || !source.Value.Type->IsReflected());
 }
 
-BaseWidget* BuildRow(BaseWidget& rows, BaseClass& owner, int row, const PanelWidget& panel) {
+BaseWidget* BuildRow(BaseWidget& rows, BaseClass& owner, int row, PanelWidget& panel, int depth) {
   RowPlace place;
-  if (!FindRowPlace(owner, row, panel, place)) return nullptr;
+  if (!FindRow(owner, row, panel, place)) return nullptr;
+  place.Panel = &panel;
+  place.FullName = place.Name;
+  if (place.Element >= 0) place.Signs = ReadRowSigns(place.FullName);
+  place.ReadOnly = place.Signs.ReadOnly || owner.IsElementReadOnly(row, &owner, PanelRowOptions);
   if (place.Element < 0) return BuildAdd(rows, place);
   if (IsCaption(place)) return BuildCaption(rows, place);
   BaseWidget* built = nullptr;
@@ -271,7 +280,7 @@ BaseWidget* BuildRow(BaseWidget& rows, BaseClass& owner, int row, const PanelWid
       built = rows.AddChild(new PanelRow(curve, new CurvesWindow(curves->Data[i])));
     }
   } else if (IsGroupRow(place)) {
-    return BuildGroup(rows, place, panel);
+    return BuildGroup(rows, place, depth);
   } else if (BaseWidget* control = MakeRowControl(place)) {
     if (place.Signs.Compact) return BuildCompact(rows, place, control);
     built = rows.AddChild(new PanelRow(place, control));
@@ -280,12 +289,13 @@ BaseWidget* BuildRow(BaseWidget& rows, BaseClass& owner, int row, const PanelWid
   return built;
 }
 
-void BuildRows(BaseWidget& rows, BaseClass& owner, const PanelWidget& panel) {
+void BuildRows(BaseWidget& rows, BaseClass& owner, PanelWidget& panel, int depth) {
+  if (depth > MaxPanelDepth) return;
   std::vector<BaseWidget*> open{&rows};
   const int32_t count = owner.GetVisibleElementCount(&owner, PanelRowOptions);
   for (int32_t row = 0; row < count; row++) {
     const char* name = owner.GetVisibleElementName(row, &owner, PanelRowOptions);
-    BaseWidget* built = BuildRow(*open.back(), owner, row, panel);
+    BaseWidget* built = BuildRow(*open.back(), owner, row, panel, depth);
     if (!name) continue;
     if (built && std::string_view(name).starts_with(MenuWord)) open.push_back(built);
     if (std::string_view(name).starts_with(EndMenuWord) && open.size() > 1) open.pop_back();

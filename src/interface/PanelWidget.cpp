@@ -14,11 +14,6 @@
 DECLARE_MEMBERS(PanelWidget) {}
 
 std::function<BaseWidget*()> PanelWidget::MakeNaviControl;
-std::function<void(const std::string&)> PanelWidget::ShowInFolder;
-std::function<std::vector<std::string>()> PanelWidget::ListFonts;
-
-/// Panels nested deeper show no rows; a person could not read them.
-static constexpr int MaxPanelDepth = 16;
 
 // --- signs -----------------------------------------------------------------------------------------------------------------
 
@@ -82,50 +77,46 @@ PanelWidget::PanelWidget() {
   m_Rows = &m_Area->Content();
 }
 
-PanelWidget::PanelWidget(BaseClass* object) : PanelWidget() { m_Object = object; }
+PanelWidget::PanelWidget(BaseClass* object) : PanelWidget() { SetObject(object); }
 
 void PanelWidget::SetObject(BaseClass* object) {
   if (object == m_Object) return;
   m_Object = object;
+  m_Tool = dynamic_cast<BasicTool*>(object);
   m_Rows->RemoveChildren();
-  m_Shape = 0;
+  m_IsBuilt = false;
   m_Area->Scroller().SetPosition(0);
 }
 
 BaseClass* PanelWidget::Shown() const {
-  auto* tool = dynamic_cast<BasicTool*>(m_Object);
-  BaseClass* panel = tool ? tool->GetPanelClass() : nullptr;
+  BaseClass* panel = m_Tool ? m_Tool->GetPanelClass() : nullptr;
   return panel ? panel : m_Object;
 }
 
-bool PanelWidget::Admits(BaseClass& owner, const char* name) const {
-  if (Filter) return Filter(name);
-  auto* tool = dynamic_cast<BasicTool*>(m_Object);
-  return !tool || (&owner != Shown()) || tool->FilterParam(name);
+bool PanelWidget::Admits(const BaseClass& owner, const char* name) const {
+  return !m_Tool || &owner != Shown() || m_Tool->FilterParam(name);
 }
 
-// What must be the same for the rows that were built to be still right: their names, types and addresses.
-static void HashRowsOf(BaseClass& owner, const PanelWidget& panel, int depth, bool withNames, size_t& hash) {
-  const auto mix = [&hash](size_t value) { hash ^= value + 0x9E3779B97F4A7C15u + (hash << 6) + (hash >> 2); };
+void PanelWidget::HashRowsOf(BaseClass& owner, const PanelWidget& panel, int depth, RowsHash& hash) {
+  const auto mix = [](size_t& sum, size_t value) { sum ^= value + 0x9E3779B97F4A7C15u + (sum << 6) + (sum >> 2); };
   const int32_t count = owner.GetVisibleElementCount(&owner, PanelRowOptions);
-  mix(size_t(count));
   for (int32_t row = 0; row < count; row++) {
-    RowPlace place;
-    if (!FindRowPlace(owner, row, panel, place)) continue;
-    mix(size_t(row));
-    mix(reinterpret_cast<size_t>(place.Value.Data));
-    if (withNames) {
-      mix(std::hash<std::string>()(place.FullName));
-      mix(reinterpret_cast<size_t>(place.Value.Type));
-    }
-    if (IsGroupRow(place) && depth < MaxPanelDepth)
-      HashRowsOf(*static_cast<BaseClass*>(place.Value.Data), panel, depth + 1, withNames, hash);
+    RowSource source;
+    if (!FindRow(owner, row, panel, source)) continue;
+    mix(hash.Addresses, size_t(row));
+    mix(hash.Addresses, reinterpret_cast<size_t>(source.Value.Data));
+    mix(hash.Shape, std::hash<std::string_view>()(source.Name));
+    mix(hash.Shape, reinterpret_cast<size_t>(source.Value.Type));
+    if (IsGroupRow(source) && depth < MaxPanelDepth)
+      HashRowsOf(*static_cast<BaseClass*>(source.Value.Data), panel, depth + 1, hash);
   }
+  mix(hash.Addresses, size_t(count));
+  mix(hash.Shape, hash.Addresses);
 }
 
-size_t PanelWidget::HashRows(bool withNames) {
-  size_t hash = 1;
-  if (BaseClass* shown = Shown()) HashRowsOf(*shown, *this, 0, withNames, hash);
+PanelWidget::RowsHash PanelWidget::HashRows() const {
+  RowsHash hash;
+  if (BaseClass* shown = Shown()) HashRowsOf(*shown, *this, 0, hash);
   return hash;
 }
 
@@ -133,8 +124,7 @@ void PanelWidget::Build() {
   BaseClass* shown = Shown();
   if (!shown) return;
   BuildRows(*m_Rows, *shown, *this);
-  if (auto* tool = dynamic_cast<BasicTool*>(m_Object)) tool->BuildExtraPanel(m_Rows);
-  if (BuildExtra) BuildExtra(m_Rows);
+  if (m_Tool) m_Tool->BuildExtraPanel(m_Rows);
 }
 
 /// What a person did to the rows, by their names from the outside in.
@@ -175,8 +165,8 @@ void PanelWidget::Rebuild() {
   });
   m_Rows->RemoveChildren();
   Build();
-  m_Shape = HashRows(true);
-  m_Addresses = HashRows(false);
+  m_Built = HashRows();
+  m_IsBuilt = true;
   RowState::ForEach(*m_Rows, "", [&](BaseWidget& widget, const std::string& path) {
     const auto open = state.Open.find(path);
     if (auto* folder = dynamic_cast<WidgetsFolder*>(&widget); folder && open != state.Open.end()) folder->SetOpen(open->second);
@@ -187,10 +177,12 @@ void PanelWidget::Rebuild() {
 
 // A drag goes on over rows that came or went, as long as no value has gone from its place.
 void PanelWidget::Process(double) {
-  if (!m_Object || HashRows(true) == m_Shape) return;
+  if (!m_Object) return;
+  const RowsHash hash = HashRows();
+  if (m_IsBuilt && hash.Shape == m_Built.Shape) return;
   const cWidgets* manager = Manager();
   const bool dragging = manager && manager->Captured() && Holds(manager->Captured());
-  if (dragging && HashRows(false) == m_Addresses) return;
+  if (m_IsBuilt && dragging && hash.Addresses == m_Built.Addresses) return;
   Rebuild();
 }
 
@@ -218,7 +210,7 @@ float PanelWidget::LabelWidthIn(float rowWidth, Canvas& canvas) const {
 
 void PanelWidget::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
-  if (m_Shape == 0 && m_Object) Rebuild();
+  if (!m_IsBuilt && m_Object) Rebuild();
   Measure(rect.W, canvas);
   m_Area->Arrange(rect, canvas);
 }

@@ -42,42 +42,43 @@ class PanelWidget : public BaseWidget {
   void Arrange(const cRect& rect, Canvas& canvas) override;
   float HeightFor(float width, Canvas& canvas) const override;
 
-  /// False hides a member; empty: BasicTool::FilterParam where the object is a tool.
-  std::function<bool(const char* name)> Filter;
   /// After a change by the person has been written and the object was told (OnParametersChanged).
   std::function<void(const char* name)> Changed;
-  /// Adds widgets behind the rows.
-  std::function<void(BaseWidget* rows)> BuildExtra;
 
   /// What "@NaviControl@" places; empty: nothing.
   static std::function<BaseWidget*()> MakeNaviControl;
-  /// Shows the folder of a file on the desktop; empty: the button for it is disabled.
-  static std::function<void(const std::string& path)> ShowInFolder;
-  /// Names of fonts to choose from.
-  static std::function<std::vector<std::string>()> ListFonts;
 
-  /// Whether a member has a row, by Filter.
-  bool Admits(BaseClass& owner, const char* name) const;
+  /// Whether a member has a row: where the object is a tool, what its FilterParam says.
+  bool Admits(const BaseClass& owner, const char* name) const;
   ScrollArea& Area() { return *m_Area; }
   /// Width of the labels of a row that is as wide; the same right edge for all rows, however deep.
   float LabelWidthIn(float rowWidth, Canvas& canvas) const;
 
  private:
   struct RowState;
+  /// What must be the same for the rows that were built to be still right.
+  struct RowsHash {
+    size_t Shape = 1;      // names, types and where the values are
+    size_t Addresses = 1;  // where the values are alone
+  };
+  static void HashRowsOf(BaseClass& owner, const PanelWidget& panel, int depth, RowsHash& hash);
   void Build();
   void Measure(float width, Canvas& canvas) const;
-  size_t HashRows(bool withNames);
+  RowsHash HashRows() const;
 
   BaseClass* m_Object = nullptr;
+  BasicTool* m_Tool = nullptr;  // the object as a tool, where it is one
   ScrollArea* m_Area = nullptr;
   BaseWidget* m_Rows = nullptr;
-  size_t m_Shape = 0;      // hash of the rows that were built: names, types and where the values are
-  size_t m_Addresses = 0;  // of where the values are alone
+  RowsHash m_Built;
+  bool m_IsBuilt = false;
   mutable float m_LabelWidth = 0, m_ContentWidth = 0;
 };
 
 /// Builds the widget of one row of `owner` and appends it to `rows`. `row` as GetVisibleElementCount counts with options 7.
 /// Null where the row is hidden.
-BaseWidget* BuildRow(BaseWidget& rows, BaseClass& owner, int row, const PanelWidget& panel);
-/// All rows of `owner`, with the fold-outs that "@MENU " and "@ENDMENU" enclose.
-void BuildRows(BaseWidget& rows, BaseClass& owner, const PanelWidget& panel);
+BaseWidget* BuildRow(BaseWidget& rows, BaseClass& owner, int row, PanelWidget& panel, int depth = 0);
+/// All rows of `owner`, with the fold-outs that "@MENU " and "@ENDMENU" enclose. `depth` counts the objects around it.
+void BuildRows(BaseWidget& rows, BaseClass& owner, PanelWidget& panel, int depth = 0);
+/// Objects nested deeper show no rows; a person could not read them.
+constexpr int MaxPanelDepth = 16;

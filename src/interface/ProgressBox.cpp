@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "comms/Str.h"
+#include "interface/Button.h"
 #include "interface/Language.h"
 #include "interface/WidgetDraw.h"
 #include "interface/cWidgets.h"
@@ -11,26 +12,40 @@
 
 DECLARE_MEMBERS(ProgressBox) {}
 
+// At scale 1.
+static constexpr float Inset = 18, BarHeight = 20, AboveBar = 12, AboveButton = 14, ButtonHeight = 26, ButtonWidth = 80;
+
+ProgressBox::ProgressBox() : m_Cancel(AddChild(new Button("CANCEL"))) {}
+
 std::string ProgressBox::GetText() const {
   const double part = Maximum > 0 ? std::clamp(Value / Maximum, 0.0, 1.0) : 0;
   return comms::Format("%d%%", int(part * 100));
 }
 
 cRect ProgressBox::PlaceIn(const cRect& screen, Canvas& canvas) {
-  const float inset = canvas.Px(18), width = std::min(canvas.Px(380), screen.W);
-  float height = 2 * inset + canvas.LineHeight(TextStyle::Bold) + canvas.Px(12 + 20);
-  if (CanCancel) height += canvas.Px(8) + canvas.LineHeight(TextStyle::Small);
+  const float width = std::min(canvas.Px(380), screen.W);
+  float height = canvas.Px(2 * Inset) + canvas.LineHeight(TextStyle::Bold) + canvas.Px(AboveBar + BarHeight);
+  if (CanCancel) height += canvas.Px(AboveButton + ButtonHeight);
   return {std::floor((screen.W - width) / 2), std::floor((screen.H - height) * 0.42f), width, std::ceil(height)};
+}
+
+void ProgressBox::Arrange(const cRect& rect, Canvas& canvas) {
+  Rect = rect;
+  m_Cancel->Visible = CanCancel;
+  m_Cancel->Enabled = !Cancelled;
+  const cRect inside = rect.Shrunk(canvas.Px(Inset));
+  const float width = std::max(canvas.Px(ButtonWidth), m_Cancel->WidthFor(canvas)), height = canvas.Px(ButtonHeight);
+  m_Cancel->Arrange({inside.Right() - width, inside.Bottom() - height, width, height}, canvas);
 }
 
 // The percentage stands over the bar, in two colours where the bar ends under it.
 void ProgressBox::Draw(Canvas& canvas) {
   const Theme& theme = GetTheme();
   DrawPopupGround(canvas, Rect, theme.Panel);
-  const cRect inside = Rect.Shrunk(canvas.Px(18));
+  const cRect inside = Rect.Shrunk(canvas.Px(Inset));
   const float line = canvas.LineHeight(TextStyle::Bold);
   canvas.Text({inside.X, inside.Y, inside.W, line}, ::GetText(Title), theme.TextTitle, TextStyle::Bold);
-  const cRect bar{inside.X, inside.Y + line + canvas.Px(12), inside.W, canvas.Px(20)};
+  const cRect bar{inside.X, inside.Y + line + canvas.Px(AboveBar), inside.W, canvas.Px(BarHeight)};
   const double part = Maximum > 0 ? std::clamp(Value / Maximum, 0.0, 1.0) : 0;
   DrawField(canvas, bar, false, false);
   canvas.Text(bar, GetText(), theme.Text, TextStyle::Number, TextAlign::Center);
@@ -41,12 +56,13 @@ void ProgressBox::Draw(Canvas& canvas) {
     canvas.PopClip();
   }
   if (!CanCancel) return;
-  const float small = canvas.LineHeight(TextStyle::Small);
-  canvas.Text({inside.X, inside.Bottom() - small, inside.W, small}, ::GetText(Cancelled ? "STOPPING" : "ESC_STOPS"),
-              theme.TextDim, TextStyle::Small);
+  const cRect& button = m_Cancel->Rect;
+  canvas.Text({inside.X, button.Y, button.X - inside.X, button.H}, ::GetText(Cancelled ? "STOPPING" : "ESC_STOPS"), theme.TextDim,
+              TextStyle::Small);
 }
 
-bool ProgressBox::OnKey(const InputEvent& event) {
-  if (event.Kind == InputKind::KeyDown && event.Key == KeyEsc && CanCancel) Cancelled = true;
-  return true;
+bool ProgressBox::IsCancel(const InputEvent& event) const {
+  if (!CanCancel) return false;
+  if (event.Kind == InputKind::KeyDown) return event.Key == KeyEsc;
+  return event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Left && m_Cancel->Rect.Contains(event.X, event.Y);
 }

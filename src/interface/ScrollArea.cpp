@@ -22,7 +22,7 @@ void VScroller::Draw(Canvas& canvas) {
   const cRect thumb = Thumb();
   if (thumb.H <= 0) return;
   const Theme& theme = GetTheme();
-  const float edge = std::floor(Rect.W / 8), alpha = IsCaptured() ? 0.55f : IsHot() ? 0.42f : 0.25f;
+  const float edge = std::floor(Rect.W / 8), alpha = IsCaptured() ? 0.7f : IsHot() ? 0.6f : 0.45f;
   const cRect bar = thumb.Shrunk(edge);
   canvas.FillRoundRect(bar, bar.W / 2, WithAlpha(theme.Text, alpha));
 }
@@ -40,6 +40,7 @@ bool VScroller::OnMouse(const InputEvent& event) {
   const cRect thumb = Thumb();
   if (event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Left) {
     m_Grab = event.Y - thumb.Y;
+    m_Before = m_Position;
     if (m_Grab < 0 || m_Grab >= thumb.H) {
       SetPosition(m_Position + (m_Grab < 0 ? -ViewHeight : ViewHeight) * 0.9f, &event);
       m_Grab = -1;
@@ -49,6 +50,11 @@ bool VScroller::OnMouse(const InputEvent& event) {
   if (event.Kind == InputKind::PointerMove && IsCaptured() && m_Grab >= 0 && Rect.H > thumb.H)
     SetPosition((event.Y - m_Grab - Rect.Y) / (Rect.H - thumb.H) * MaxPosition(), &event);
   return IsCaptured();
+}
+
+bool VScroller::UndoDrag() {
+  SetPosition(m_Before);
+  return true;
 }
 
 ScrollArea::ScrollArea() {

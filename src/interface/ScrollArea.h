@@ -7,6 +7,7 @@ class VScroller : public BaseWidget {
  public:
   void Draw(Canvas& canvas) override;
   bool OnMouse(const InputEvent& event) override;
+  bool UndoDrag() override;
   float WidthFor(Canvas& canvas) const override;
   /// Held to what the content allows; tells Change.
   void SetPosition(float position, const InputEvent* event = nullptr);
@@ -17,7 +18,7 @@ class VScroller : public BaseWidget {
 
  private:
   cRect Thumb() const;
-  float m_Position = 0, m_Grab = 0;
+  float m_Position = 0, m_Grab = 0, m_Before = 0;
 };
 
 /// Shows a part of its children, which are below one another, and scrolls by wheel and bar.

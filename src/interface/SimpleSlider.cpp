@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "ClassEngine/ValueText.h"
 #include "comms/Str.h"
@@ -14,21 +15,6 @@
 #include "shell/core/KeyTable.h"
 
 DECLARE_MEMBERS(SimpleSlider) {}
-
-double SliderScale::ToPart(double value) const {
-  if (!(MaxValue > MinValue)) return 0;
-  const double held = std::clamp(value, MinValue, MaxValue);
-  if (Logarithmic && MinValue > 0) return std::log(held / MinValue) / std::log(MaxValue / MinValue);
-  return (held - MinValue) / (MaxValue - MinValue);
-}
-
-double SliderScale::FromPart(double part) const {
-  part = std::clamp(part, 0.0, 1.0);
-  if (!(MaxValue > MinValue)) return MinValue;
-  if (part >= 1) return MaxValue;
-  if (Logarithmic && MinValue > 0) return MinValue * std::pow(MaxValue / MinValue, part);
-  return MinValue + (MaxValue - MinValue) * part;
-}
 
 // A hundredth or a thousandth of the range shows, and three digits of any number.
 std::string PrintSliderNumber(double value, double range, bool whole) {
@@ -58,29 +44,26 @@ SimpleSlider::SimpleSlider(std::string_view label, const ValueBinding& value) : 
   if (value.Extra) Range = *static_cast<const SliderRange*>(value.Extra);
 }
 
-SliderScale SimpleSlider::Scale() const { return {Range.MinValue, Range.MaxValue, Logarithmic}; }
-bool SimpleSlider::IsWhole() const { return !Get && Value.IsWhole(); }
-double SimpleSlider::Number() const { return Get ? Get() : Value.GetNumber(); }
-
-double SimpleSlider::StepOf() const {
-  if (Step > 0) return Step;
-  const double part = (double(Range.MaxValue) - Range.MinValue) / 20;
-  return IsWhole() ? std::max(1.0, std::round(part)) : part;
+double SimpleSlider::ToPart(double value) const {
+  const double least = Range.MinValue, most = Range.MaxValue;
+  return most > least ? (std::clamp(value, least, most) - least) / (most - least) : 0;
 }
 
-std::string SimpleSlider::GetText() const {
-  const double range = std::fabs((double(Range.MaxValue) - Range.MinValue) * Multiplier);
-  std::string text = PrintSliderNumber(Number() * Multiplier, range, IsWhole() && Multiplier == 1);
+double SimpleSlider::Step() const {
+  const double part = (double(Range.MaxValue) - Range.MinValue) / 20;
+  return Value.IsWhole() ? std::max(1.0, std::round(part)) : part;
+}
+
+std::string SimpleSlider::Print(double value) const {
+  std::string text = PrintSliderNumber(value, std::fabs(double(Range.MaxValue) - Range.MinValue), Value.IsWhole());
   if (!Unit.empty()) text += (Unit == "%" || Unit == "°" ? "" : " ") + Unit;
   return text;
 }
 
+std::string SimpleSlider::GetText() const { return Print(Value.GetNumber()); }
+
 bool SimpleSlider::Write(double value) {
-  value = std::clamp(value, double(Range.MinValue), double(Range.MaxValue));
-  if (!Set) return Value.SetNumber(value);
-  const double before = Number();
-  Set(value);
-  return Number() != before;
+  return Value.SetNumber(std::clamp(value, double(Range.MinValue), double(Range.MaxValue)));
 }
 
 void SimpleSlider::SetNumber(double value, const InputEvent* event) {
@@ -101,12 +84,12 @@ void SimpleSlider::Draw(Canvas& canvas) {
   const Theme& theme = GetTheme();
   const bool enabled = IsEnabled() && !ReadOnly, hot = enabled && IsHot();
   DrawField(canvas, Rect, hot, false, enabled);
-  const float border = canvas.Px(1), part = float(Scale().ToPart(Number()));
+  const float border = canvas.Px(1), part = float(ToPart(Value.GetNumber()));
   const cRect inside = Rect.Shrunk(border);
   const uint32_t fill =
       !enabled ? MixColor(theme.Field, theme.Panel, 0.9f) : MixColor(theme.Field, theme.Accent, hot ? 0.62f : 0.5f);
   // From zero where the range has it inside: what cuts and what builds up are told apart at a glance.
-  const float zero = Range.MinValue < 0 && Range.MaxValue > 0 ? float(Scale().ToPart(0)) : 0;
+  const float zero = Range.MinValue < 0 && Range.MaxValue > 0 ? float(ToPart(0)) : 0;
   if (part != zero && !ReadOnly) {
     const float from = std::floor(inside.W * std::min(zero, part)), to = std::ceil(inside.W * std::max(zero, part));
     canvas.PushClip({inside.X + from, inside.Y, to - from, inside.H});
@@ -119,14 +102,20 @@ void SimpleSlider::Draw(Canvas& canvas) {
   const float numberWidth = std::min(canvas.TextWidth(number, TextStyle::Number) + 1, std::max(0.0f, Rect.W - 2 * pad));
   canvas.Text({Rect.Right() - pad - numberWidth, Rect.Y, numberWidth, Rect.H}, number, text, TextStyle::Number, TextAlign::Right);
   const float left = Rect.W - 3 * pad - numberWidth;
-  const std::string label = Literal ? Label.ToString() : Label.Empty() ? std::string() : ::GetText(Label.View());
-  if (left > pad) canvas.Text({Rect.X + pad, Rect.Y, left, Rect.H}, label, text);
+  if (left > pad && !Label.Empty()) canvas.Text({Rect.X + pad, Rect.Y, left, Rect.H}, ::GetText(Label.View()), text);
   DrawFocusRing(canvas, *this);
 }
 
 void SimpleSlider::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
   if (m_Entry) m_Entry->Arrange(rect, canvas);
+}
+
+float SimpleSlider::NarrowestFor(Canvas& canvas) const {
+  float widest = canvas.TextWidth(GetText(), TextStyle::Number);
+  for (const float end : {Range.MinValue, Range.MaxValue})
+    widest = std::max(widest, canvas.TextWidth(Print(double(end)), TextStyle::Number));
+  return widest + 1 + 2 * canvas.Px(Measures::Gap);
 }
 
 MouseCursor SimpleSlider::GetCursor(float, float) const {
@@ -140,9 +129,9 @@ void SimpleSlider::DragTo(const InputEvent& event) {
   const double fine = event.Modifiers & ModShift ? 0.1 : 1;
   m_Part = std::clamp(m_Part + fine * (event.X - m_LastX) / std::max(1.0f, Rect.W), 0.0, 1.0);
   m_LastX = event.X;
-  double value = Scale().FromPart(m_Part);
+  double value = m_Part < 1 ? Range.MinValue + (double(Range.MaxValue) - Range.MinValue) * m_Part : Range.MaxValue;
   if (event.Modifiers & ModControl) {
-    const double step = StepOf();
+    const double step = Step();
     value = Range.MinValue + std::round((value - Range.MinValue) / step) * step;
   }
   if (Write(value)) Tell(WidgetEventKind::Change, &event);
@@ -153,8 +142,8 @@ bool SimpleSlider::OnMouse(const InputEvent& event) {
   if (event.Kind == InputKind::Wheel) {
     if (!(event.Modifiers & ModAlt)) return false;
     const double fine = event.Modifiers & ModShift ? 0.1 : 1;
-    const double step = IsWhole() ? std::max(1.0, StepOf() * fine) : StepOf() * fine;
-    SetNumber(Number() + double(event.WheelY) * step, &event);
+    const double step = Value.IsWhole() ? std::max(1.0, Step() * fine) : Step() * fine;
+    SetNumber(Value.GetNumber() + double(event.WheelY) * step, &event);
     return true;
   }
   if (event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Right && !m_Dragging) {
@@ -169,20 +158,26 @@ bool SimpleSlider::OnMouse(const InputEvent& event) {
     m_Dragging = true;
     m_Moved = false;
     m_PressX = m_LastX = event.X;
-    m_Before = Number();
-    m_Part = Scale().ToPart(m_Before);
+    m_Before = Value.GetNumber();
+    m_Part = ToPart(m_Before);
     return true;
   }
   if (event.Kind == InputKind::PointerMove && m_Dragging && IsCaptured()) DragTo(event);
   if (event.Kind == InputKind::ButtonUp && event.Button == MouseButton::Left && m_Dragging) {
     m_Dragging = false;
     if (m_Moved) {
-      if (Number() != m_Before) Tell(WidgetEventKind::ChangeDone, &event);
+      if (Value.GetNumber() != m_Before) Tell(WidgetEventKind::ChangeDone, &event);
     } else if (event.Modifiers & ModControl) {
       ResetToDefault(&event);
     }
   }
   return IsCaptured() || (event.Kind == InputKind::ButtonUp && m_Entry);
+}
+
+bool SimpleSlider::UndoDrag() {
+  if (!std::exchange(m_Dragging, false)) return false;
+  if (m_Moved) SetNumber(m_Before, nullptr);
+  return true;
 }
 
 bool SimpleSlider::OnKey(const InputEvent& event) {
@@ -193,15 +188,15 @@ bool SimpleSlider::OnKey(const InputEvent& event) {
     return true;
   }
   if (event.Kind != InputKind::KeyDown || (event.Modifiers & (ModControl | ModAlt | ModSuper))) return false;
-  const double fine = event.Modifiers & ModShift && !IsWhole() ? 0.1 : 1;
+  const double fine = event.Modifiers & ModShift && !Value.IsWhole() ? 0.1 : 1;
   switch (event.Key) {
     case KeyLeft:
     case KeyDown:
-      SetNumber(Number() - StepOf() * fine, &event);
+      SetNumber(Value.GetNumber() - Step() * fine, &event);
       return true;
     case KeyRight:
     case KeyUp:
-      SetNumber(Number() + StepOf() * fine, &event);
+      SetNumber(Value.GetNumber() + Step() * fine, &event);
       return true;
     case KeyEnter:
       OpenEntry();
@@ -226,16 +221,15 @@ void SimpleSlider::OpenEntry(std::string_view typed) {
   m_Entry->Commit = [this](const std::string& text, std::string& expected) {
     double value;
     if (!ReadSliderNumber(text, Unit, value)) {
-      expected = comms::Format("%s .. %s", PrintNumber(Range.MinValue * Multiplier).c_str(),
-                               PrintNumber(Range.MaxValue * Multiplier).c_str());
+      expected = PrintNumber(double(Range.MinValue)) + " .. " + PrintNumber(double(Range.MaxValue));
       return false;
     }
-    SetNumber(value / Multiplier, nullptr);
+    SetNumber(value, nullptr);
     return true;
   };
   m_Entry->Ended = [this] { CloseEntry(); };
-  const double shown = Number() * Multiplier;
-  const std::string text = IsWhole() && Multiplier == 1 ? PrintNumber(shown) : PrintShortest(float(shown));
+  const double shown = Value.GetNumber();
+  const std::string text = Value.IsWhole() ? PrintNumber(shown) : PrintShortest(float(shown));
   m_Entry->BeginEdit(typed.empty() ? std::string_view(text) : typed, typed.empty());
 }
 

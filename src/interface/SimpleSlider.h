@@ -1,20 +1,10 @@
 #pragma once
-#include <functional>
-
 #include "ClassEngine/Str.h"
 #include "interface/BaseWidget.h"
 #include "interface/ValueBinding.h"
 
 class TextEdit;
 
-/// How a slider's positions stand for numbers. A logarithmic scale needs MinValue above 0.
-struct SliderScale {
-  double MinValue = 0, MaxValue = 1;
-  bool Logarithmic = false;
-  /// Part of the bar, 0 .. 1.
-  double ToPart(double value) const;
-  double FromPart(double part) const;
-};
 /// The number as it is shown: as many decimals as the range calls for, no zeros behind.
 std::string PrintSliderNumber(double value, double range, bool whole);
 /// Reads a number with an optional unit behind it: "12", "1.5 mm", "50%". False where it is none.
@@ -31,8 +21,10 @@ class SimpleSlider : public BaseWidget {
   void Draw(Canvas& canvas) override;
   bool OnMouse(const InputEvent& event) override;
   bool OnKey(const InputEvent& event) override;
+  bool UndoDrag() override;
   bool TakesFocus() const override { return !ReadOnly; }
   void Arrange(const cRect& rect, Canvas& canvas) override;
+  float NarrowestFor(Canvas& canvas) const override;
   MouseCursor GetCursor(float x, float y) const override;
   std::string GetText() const override;
   /// Writes a number from outside the bar, held to the range.
@@ -44,21 +36,13 @@ class SimpleSlider : public BaseWidget {
   SliderRange Range;
   _str Label;        ///< language key
   std::string Unit;  ///< shown behind the number
-  double Step = 0;   ///< of Ctrl and the arrow keys; 0: a twentieth of the range, or 1
-  bool Logarithmic = false;
   bool ReadOnly = false;
-  bool Literal = false;   ///< Label is no key
-  double Multiplier = 1;  ///< shown = stored * Multiplier
-  /// In place of the value.
-  std::function<double()> Get;
-  std::function<void(double)> Set;
 
  private:
-  double Number() const;
   bool Write(double value);
-  SliderScale Scale() const;
-  bool IsWhole() const;
-  double StepOf() const;
+  double ToPart(double value) const;  // 0 .. 1 of the bar
+  std::string Print(double value) const;
+  double Step() const;  // of Ctrl and the arrow keys: a twentieth of the range
   void DragTo(const InputEvent& event);
   void CloseEntry();
   void OpenMenu(const InputEvent& event);

@@ -15,8 +15,10 @@ class TextEdit : public BaseWidget {
   void Draw(Canvas& canvas) override;
   bool OnMouse(const InputEvent& event) override;
   bool OnKey(const InputEvent& event) override;
-  bool TakesFocus() const override { return true; }
+  bool TakesFocus() const override { return !ReadOnly; }
   void OnFocus(bool gained) override;
+  /// Some letters; longer texts are scrolled.
+  float NarrowestFor(Canvas& canvas) const override { return canvas.Px(60); }
   MouseCursor GetCursor(float x, float y) const override;
   std::string GetText() const override;
   std::string GetHintText(float x, float y) const override;

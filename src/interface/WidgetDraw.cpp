@@ -13,7 +13,14 @@ void DrawField(Canvas& canvas, const cRect& rect, bool hot, bool focused, bool e
 void DrawFocusRing(Canvas& canvas, const BaseWidget& widget) {
   const cWidgets* manager = widget.Manager();
   if (!manager || manager->Focused() != &widget || !manager->ShowsFocus()) return;
-  canvas.FillRoundRect(widget.Rect, canvas.Px(Measures::Radius), 0, canvas.Px(1.5f), GetTheme().FieldFocus);
+  DrawFocusRing(canvas, widget.Rect);
+}
+
+// The inner ring parts it from what is filled with the accent itself.
+void DrawFocusRing(Canvas& canvas, const cRect& rect) {
+  const float width = canvas.Px(1.5f);
+  canvas.FillRoundRect(rect.Shrunk(width), canvas.Px(Measures::Radius) - width, 0, width, GetTheme().Field);
+  canvas.FillRoundRect(rect, canvas.Px(Measures::Radius), 0, width, GetTheme().FieldFocus);
 }
 
 uint32_t TextColor(const BaseWidget& widget) { return widget.IsEnabled() ? GetTheme().Text : GetTheme().TextDisabled; }

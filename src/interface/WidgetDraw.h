@@ -9,6 +9,7 @@ inline float RowHeight(const Canvas& canvas) { return canvas.Px(Measures::RowHei
 void DrawField(Canvas& canvas, const cRect& rect, bool hot, bool focused, bool enabled = true);
 /// Ring around the widget that has the focus by keyboard.
 void DrawFocusRing(Canvas& canvas, const BaseWidget& widget);
+void DrawFocusRing(Canvas& canvas, const cRect& rect);
 /// Text colour of a widget: dimmed where it is disabled.
 uint32_t TextColor(const BaseWidget& widget);
 /// The rectangle moved so that it lies on the screen as far as it fits.

@@ -1,7 +1,6 @@
 #include "interface/WidgetsFolder.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "interface/Layout.h"
 #include "interface/WidgetDraw.h"
@@ -18,16 +17,10 @@ void WidgetsFolder::Draw(Canvas& canvas) {
   const bool hot = IsEnabled() && IsHot();
   canvas.FillRoundRect(header, canvas.Px(Measures::Radius), hot ? theme.MenuHot : theme.PanelHeader);
   DrawArrow(canvas, {header.X + canvas.Px(10), header.Y + header.H / 2}, canvas.Px(8), IsOpen() ? 1 : 0, theme.TextDim);
-  float x = header.X + canvas.Px(20);
-  if (!Icon.empty()) {
-    const float size = canvas.Px(Measures::IconSize);
-    canvas.Icon(Icon, {x, header.Y + std::floor((header.H - size) / 2), size, size}, theme.TextDim);
-    x += size + canvas.Px(4);
-  }
+  const float x = header.X + canvas.Px(20);
   canvas.Text({x, header.Y, std::max(0.0f, header.Right() - x - canvas.Px(4)), header.H}, GetText(), TextColor(*this), Style);
   const cWidgets* manager = Manager();
-  if (IsFocused() && manager->ShowsFocus())
-    canvas.FillRoundRect(header, canvas.Px(Measures::Radius), 0, canvas.Px(1.5f), theme.FieldFocus);
+  if (IsFocused() && manager->ShowsFocus()) DrawFocusRing(canvas, header);
 }
 
 void WidgetsFolder::Arrange(const cRect& rect, Canvas& canvas) {
@@ -46,10 +39,7 @@ float WidgetsFolder::HeightFor(float width, Canvas& canvas) const {
 
 void WidgetsFolder::SetOpen(bool open, const InputEvent* event) {
   if (open == IsOpen()) return;
-  if (State.IsBound())
-    State.SetBool(open);
-  else
-    m_Open = open;
+  m_Open = open;
   if (cWidgets* manager = Manager()) manager->RequestArrange();
   Tell(WidgetEventKind::Change, event);
 }

@@ -1,6 +1,5 @@
 #pragma once
 #include "interface/TextWidget.h"
-#include "interface/ValueBinding.h"
 
 /// A group of rows that folds: a header, and below it the children, indented.
 class WidgetsFolder : public TextWidget {
@@ -16,12 +15,9 @@ class WidgetsFolder : public TextWidget {
   bool TakesFocus() const override { return true; }
   bool TakesFocusByMouse() const override { return false; }
   bool ShowsChildren() const override { return IsOpen(); }
-  bool IsOpen() const { return State.IsBound() ? State.GetBool() : m_Open; }
+  bool IsOpen() const { return m_Open; }
   void SetOpen(bool open, const InputEvent* event = nullptr);
   cRect Header(Canvas& canvas) const;
-
-  std::string Icon;
-  ValueBinding State;  ///< where the open state is kept, if not here
 
  private:
   bool m_Open = true;

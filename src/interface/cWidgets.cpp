@@ -101,7 +101,7 @@ void cWidgets::OpenModal(BaseWidget* box) {
   m_FocusBefore.emplace_back(box, m_Focused);
   Layer(LayerModal).AddChild(box);
   // What was being dragged below the box must not go on behind it.
-  m_Captured = nullptr;
+  if (BaseWidget* captured = std::exchange(m_Captured, nullptr)) captured->UndoDrag();
   m_OutsideHasMouse = false;
   CancelDrag();
   SetFocus(nullptr, false);
@@ -129,7 +129,6 @@ void cWidgets::BeginDrag(BaseClass* object, std::string label, BaseWidget* sourc
   m_DragLabel = std::move(label);
   m_DragSource = source;
   m_Captured = nullptr;
-  if (source) source->Tell(WidgetEventKind::DragStart);
 }
 
 void cWidgets::CancelDrag() {

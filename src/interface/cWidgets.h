@@ -30,6 +30,7 @@ class cWidgets {
   double HintDelay = 0.6;  ///< seconds for which the pointer rests before a hint appears
   /// Asks for a new arrangement before the next drawing.
   void RequestArrange() { m_ArrangeWanted = true; }
+  bool IsArrangeWanted() const { return m_ArrangeWanted; }
   void ArrangeIfWanted();
 
   // --- input -------------------------------------------------------------------------------------------------------------
@@ -40,9 +41,8 @@ class cWidgets {
   /// Lets every widget react to time.
   void Process(double timeSec);
 
-  /// The captured widget gets all pointer events until it lets go, or until the last button goes up.
-  /// Who handles a press has captured the mouse already, unless the press opened a popup. Null lets go.
-  void Capture(BaseWidget* widget) { m_Captured = widget; }
+  /// Who handles a press has captured the mouse, unless the press opened a popup: it gets all pointer events until the last
+  /// button goes up.
   BaseWidget* Captured() const { return m_Captured; }
   BaseWidget* Hot() const { return m_Hot; }
   BaseWidget* Focused() const { return m_Focused; }
@@ -118,7 +118,8 @@ class cWidgets {
   BaseWidget* m_KeyFallback = nullptr;
   uint32_t m_InputCount = 0;
   bool m_ShowsFocus = false, m_HintHidden = false;
-  bool m_PressSwallowed = false;   // the press closed a popup: nobody gets what follows until the release
+  bool m_PressSwallowed =
+      false;  // the press closed a popup, or its drag was called off: nobody gets what follows until the release
   bool m_OutsideHasMouse = false;  // a press that no widget wanted: all goes to Unhandled until the release
   BaseWidget *m_Captured = nullptr, *m_Hot = nullptr, *m_Focused = nullptr, *m_DragSource = nullptr;
   BaseClass* m_Dragged = nullptr;

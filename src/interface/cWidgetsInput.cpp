@@ -231,6 +231,12 @@ bool cWidgets::DispatchKey(const InputEvent& event) {
     CancelDrag();
     return true;
   }
+  if (m_Captured && down && event.Key == KeyEsc && m_Captured->UndoDrag()) {
+    m_Captured = nullptr;
+    m_PressSwallowed = true;
+    UpdateHot();
+    return true;
+  }
   BaseWidget* const scope = KeyScope();
   BaseWidget* target = m_Focused && (!scope || scope->Holds(m_Focused)) ? m_Focused : scope;
   for (; target && !target->Root; target = target->Owner) {

@@ -7,9 +7,10 @@
 #include "WidgetFixture.h"
 #include "interface/FileBrowser.h"
 #include "interface/FileList.h"
+#include "interface/FolderRoot.h"
 #include "interface/HotKeyWindow.h"
 #include "interface/MessageBoxWidget.h"
-#include "interface/TextEdit.h"
+#include "interface/TextMenu.h"
 
 namespace fs = std::filesystem;
 
@@ -102,6 +103,68 @@ TEST_F(FileBrowserTest, AsksBeforeAFileIsWrittenOver) {
   Key(KeyEnter);
   if (Answers.empty()) Key(KeyEnter);
   EXPECT_EQ(Answers, std::vector<std::string>{(Folder / "fresh" / "new.obj").string()});
+}
+
+TEST_F(FileBrowserTest, AFolderTreeChoosesAddsAndRemoves) {
+  FolderRoot root;
+  root.RegisterMembers();
+  root.Path = Folder.string();
+  root.Patterns = "*.obj";
+  auto* tree = Place(new FolderTree(root), {0, 0, 240, 300});
+  Notes notes;
+  notes.Listen(*tree);
+  const auto find = [&](const char* name) -> ObjTreeModel::Node {
+    const auto top = tree->Model()->GetChildren(nullptr).at(0);
+    for (const auto node : tree->Model()->GetChildren(top))
+      if (tree->Model()->GetName(node) == name) return node;
+    return *name ? nullptr : top;
+  };
+  // Opens the first folder, and the menu of a node, and chooses by its key.
+  const auto choose = [&](const char* name, const char* key) {
+    if (tree->RowRect(find("inner")).W <= 0) {
+      ClickOnRect(tree->RowRect(find("")));
+      Key(KeyRight);
+      DrawAll();
+    }
+    const cRect row = tree->RowRect(find(name));
+    Send(InputKind::ButtonDown, row.X + 60, row.Y + 5, MouseButton::Right);
+    Send(InputKind::ButtonUp, row.X + 60, row.Y + 5, MouseButton::Right);
+    auto* menu = dynamic_cast<TextMenu*>(Widgets.Layer(LayerMenus).Children[0]);
+    for (int i = 0; menu->Item(i); i++)
+      if (menu->Item(i)->Text == key) return ClickOn(*menu->Item(i));
+    FAIL() << key;
+  };
+  const auto answer = [&](int index) {
+    auto* box = dynamic_cast<MessageBoxWidget*>(Widgets.TopModal());
+    ASSERT_TRUE(box);
+    box->Answer(index);
+    DrawAll();
+  };
+  EXPECT_EQ(tree->RowRect(find("one.obj")).W, 0) << "folders are folded at first";
+  choose("one.obj", "REMOVE_FILE");
+  EXPECT_EQ(root.Chosen, (Folder / "one.obj").string());
+  answer(1);
+  EXPECT_TRUE(fs::exists(Folder / "one.obj"));
+  EXPECT_FALSE(find("note.txt")) << "fits no pattern";
+  choose("one.obj", "REMOVE_FILE");
+  answer(0);
+  EXPECT_FALSE(fs::exists(Folder / "one.obj"));
+  EXPECT_EQ(root.Chosen, "");
+  std::ofstream(Folder / "inner" / "kept.txt") << "kept";
+  choose("inner", "REMOVE_FOLDER");
+  answer(0);
+  answer(0);  // to what could not be done
+  EXPECT_TRUE(fs::exists(Folder / "inner" / "kept.txt"));
+  choose("inner", "ADD_NEW_FOLDER");
+  EXPECT_EQ(std::distance(fs::directory_iterator(Folder / "inner"), {}), 2);
+  choose("inner", "ADD_OBJECT");
+  dynamic_cast<FileBrowser*>(Widgets.TopModal())->Answer((Folder / "two.obj").string());
+  EXPECT_TRUE(fs::exists(Folder / "inner" / "two.obj"));
+  choose("two.obj", "ADD_EX_FILDER");
+  dynamic_cast<FileBrowser*>(Widgets.TopModal())->Answer((Folder / "inner").string());
+  EXPECT_EQ(tree->Model()->GetChildren(nullptr).size(), 2u);
+  EXPECT_EQ(notes.Done, 6) << "two choices and what was done four times";
+  DrawAll();
 }
 
 class HotKeyWindowTest : public WidgetTest {

@@ -229,11 +229,7 @@ TEST_F(DispatchTest, ScrollAreaKeepsItsRowsWithinReach) {
   auto* area = Place(new ScrollArea, {0, 0, 200, 100});
   for (int i = 0; i < 20; i++) area->Content().AddChild(new CheckBox("Row", Bind<_bool>(on)));
   Widgets.ArrangeIfWanted();
-  InputEvent wheel;
-  wheel.Kind = InputKind::Wheel;
-  wheel.X = wheel.Y = 50;
-  wheel.WheelY = -100;
-  Send(wheel);
+  Send(WheelEvent(50, 50, -100));
   BaseWidget* last = area->Content().Children[19];
   EXPECT_FLOAT_EQ(last->Rect.Bottom(), 100);
   EXPECT_EQ(area->Content().FindAt(10, last->Rect.Y + 200), nullptr);

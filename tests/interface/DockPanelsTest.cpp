@@ -142,6 +142,32 @@ TEST_F(DockPanelsTest, SplittersSizeWithinTheirNeighbours) {
   EXPECT_EQ(tree.Rect.H, Measures::HeaderHeight);
 }
 
+TEST_F(DockPanelsTest, EscTakesADragBack) {
+  const auto places = [this] {
+    std::vector<cRect> rects;
+    for (const char* key : {"Tools", "Params", "Tree"}) rects.push_back(Find(key)->Rect);
+    return rects;
+  };
+  Drag(*Find("Tree"), 600, 400);
+  Drag(*Find("Tree"), Find("Params")->Rect.X + 100, Find("Params")->Rect.Y + 400);
+  ASSERT_EQ(Find("Tree"), Find("Params"));
+  const std::vector<cRect> before = places();
+  const float edge = Docks.SceneRect().Right() + 2;
+  for (const auto& [x, y] :
+       {std::pair{Find("Tools")->Header->Rect.X + 40, 10.0f}, {Find("Tree")->Header->Rect.X + 20, 10.0f}, {edge, 300.0f}}) {
+    Press(x, y);
+    Move(x - 20, y + 30);
+    Move(600, 400);
+    Key(KeyEsc);
+    Release(600, 400);
+    Settle();
+    EXPECT_EQ(places(), before) << x;
+    EXPECT_EQ(Find("Tree"), Find("Params"));
+  }
+  EXPECT_EQ(Widgets.Layer(LayerFloating).Children.Count + Widgets.Layer(LayerMenus).Children.Count, 0) << "no mark is left";
+  EXPECT_EQ(Made, 3) << "no panel was made anew";
+}
+
 TEST_F(DockPanelsTest, TheSceneKeepsItsShareOfASmallWindow) {
   for (const auto& [width, height, scale] :
        {std::tuple{640.0f, 480.0f, 1.0f}, {640.0f, 480.0f, 2.0f}, {640.0f, 480.0f, 3.0f}, {200.0f, 150.0f, 1.0f}}) {

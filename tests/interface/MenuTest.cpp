@@ -23,13 +23,6 @@ class MenuTest : public WidgetTest {
     Widgets.ArrangeIfWanted();
     return menu;
   }
-  void Type(const char* text, double timeSec) {
-    InputEvent event;
-    event.Kind = InputKind::Text;
-    event.Text = text;
-    event.TimeSec = timeSec;
-    Send(event);
-  }
   std::string Chosen;
 };
 
@@ -78,14 +71,14 @@ TEST_F(MenuTest, NestedMenusOpenAndCloseByKey) {
 
 TEST_F(MenuTest, TypingFindsItems) {
   TextMenu* menu = Open();
-  Type("d", 1);
+  Send(TextEvent("d", 1));
   EXPECT_EQ(menu->MarkedIndex(), 4);
-  Type("i", 1.2);
+  Send(TextEvent("i", 1.2));
   EXPECT_EQ(menu->MarkedIndex(), 5);
-  Type("b", 5);
+  Send(TextEvent("b", 5));
   EXPECT_EQ(menu->MarkedIndex(), 5) << "a disabled item is not found";
-  Type("d", 9);
-  Type("d", 9.1);
+  Send(TextEvent("d", 9));
+  Send(TextEvent("d", 9.1));
   EXPECT_EQ(menu->MarkedIndex(), 5);
 }
 
@@ -189,7 +182,7 @@ TEST_F(MenuTest, ANestedMenuOpensByItselfUnderThePointerAlone) {
 }
 
 TEST_F(MenuTest, AComboBoxWritesTheValueOfTheEntry) {
-  Enumerator modes("MenuTestModes");
+  Enumerator modes;
   modes.Add("Low", 10);
   modes.Add("Middle", 20);
   modes.Add("High", 40);

@@ -41,22 +41,36 @@ class PageLayoutsTest : public WidgetTest {
 
 TEST_F(PageLayoutsTest, APageIsStoredRestoredAndReset) {
   Docks.Open("Params");
-  ASSERT_TRUE(StoreThisPageLayout(Docks, (Folder / "mine").string()));
+  ASSERT_TRUE(StoreThisPageLayout(Docks, "mine"));
   ResetThisPageToDefault();
   EXPECT_TRUE(Docks.IsOpen("Tools"));
   EXPECT_FALSE(Docks.IsOpen("Params"));
-  EXPECT_TRUE(RestoreThisPageLayout(Docks, (Folder / "mine.OnePageLayout").string()));
+  EXPECT_TRUE(RestoreThisPageLayout(Docks, "mine"));
   EXPECT_TRUE(Docks.IsOpen("Params"));
+
+  comms::LogRecorder log;
+  const auto list = [] { return ListPageLayouts(LayoutKind::OnePage); };
+  ASSERT_TRUE(StoreThisPageLayout(Docks, "alpha"));
+  EXPECT_EQ(list(), (std::vector<std::string>{"alpha", "mine"}));
+  EXPECT_FALSE(RenamePageLayout(LayoutKind::OnePage, "alpha", "mine")) << "another one has the name";
+  EXPECT_FALSE(RenamePageLayout(LayoutKind::OnePage, "alpha", "../alpha"));
+  EXPECT_TRUE(RenamePageLayout(LayoutKind::OnePage, "alpha", "zeta"));
+  EXPECT_TRUE(DeletePageLayout(LayoutKind::OnePage, "mine"));
+  EXPECT_FALSE(DeletePageLayout(LayoutKind::OnePage, "mine"));
+  EXPECT_FALSE(RestoreThisPageLayout(Docks, "mine"));
+  EXPECT_FALSE(StoreThisPageLayout(Docks, "../../mine"));
+  EXPECT_EQ(list(), std::vector<std::string>{"zeta"});
 }
 
 TEST_F(PageLayoutsTest, AllPagesAreStoredAsTheyAreNow) {
-  const std::string kept = (Folder / "kept").string();
+  const std::string kept = "kept";
+  const fs::path folder = Folder / "UserData/Layouts/kept";
   Docks.Open("Params");
   SwitchPage(1);
   Docks.CloseAll();
   ASSERT_TRUE(StoreAllPagesLayout(kept));
-  EXPECT_TRUE(fs::exists(Folder / "kept" / (GetPageNames()[0] + ".OnePageLayout")));
-  EXPECT_FALSE(fs::exists(Folder / "kept" / (GetPageNames()[2] + ".OnePageLayout"))) << "was never shown";
+  EXPECT_TRUE(fs::exists(folder / (GetPageNames()[0] + ".OnePageLayout")));
+  EXPECT_FALSE(fs::exists(folder / (GetPageNames()[2] + ".OnePageLayout"))) << "was never shown";
   ResetAllPagesToDefault();
   EXPECT_TRUE(Docks.IsOpen("Tools"));
   SwitchPage(0);
@@ -66,8 +80,11 @@ TEST_F(PageLayoutsTest, AllPagesAreStoredAsTheyAreNow) {
   SwitchPage(1);
   EXPECT_FALSE(Docks.IsOpen("Tools"));
   comms::LogRecorder log;
-  EXPECT_FALSE(RestoreAllPagesLayout((Folder / "nothing").string()));
+  EXPECT_FALSE(RestoreAllPagesLayout("nothing"));
   EXPECT_FALSE(log.Text().empty());
+  EXPECT_EQ(ListPageLayouts(LayoutKind::AllPages), std::vector<std::string>{"kept"});
+  EXPECT_TRUE(DeletePageLayout(LayoutKind::AllPages, "kept"));
+  EXPECT_FALSE(fs::exists(folder));
 }
 
 }  // namespace

@@ -5,14 +5,6 @@
 
 namespace {
 
-InputEvent KeyEvent(int key, uint8_t modifiers = 0) {
-  InputEvent event;
-  event.Kind = InputKind::KeyDown;
-  event.Key = key;
-  event.Modifiers = modifiers;
-  return event;
-}
-
 TEST(TextEditing, MovesByCharactersOfSeveralBytes) {
   TextEditing edit;
   edit.SetText("aä€😀b");

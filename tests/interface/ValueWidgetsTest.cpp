@@ -6,6 +6,7 @@
 #include "interface/CheckBox.h"
 #include "interface/ColorPicker.h"
 #include "interface/CurvesWindow.h"
+#include "interface/MessageBoxWidget.h"
 #include "interface/NumberField.h"
 #include "interface/SimpleSlider.h"
 #include "interface/TextEdit.h"
@@ -41,15 +42,9 @@ TEST_F(ValueWidgetsTest, SliderDragsFinelyInStepsAndWithinItsRange) {
   EXPECT_EQ(notes.Changes, 5);
   Click(150, 110, ModControl);
   EXPECT_EQ(value, 25);
-  InputEvent wheel;
-  wheel.Kind = InputKind::Wheel;
-  wheel.X = 150;
-  wheel.Y = 110;
-  wheel.WheelY = 1;
-  Send(wheel);
+  Send(WheelEvent(150, 110, 1));
   EXPECT_EQ(value, 25);
-  wheel.Modifiers = ModAlt;
-  Send(wheel);
+  Send(WheelEvent(150, 110, 1, ModAlt));
   EXPECT_EQ(value, 30);
 }
 
@@ -101,16 +96,6 @@ TEST_F(ValueWidgetsTest, SliderMenuGoesWithTheSlider) {
   Widgets.DeleteLater(slider);
   EXPECT_FALSE(Widgets.HasPopups());
   DrawAll();
-}
-
-TEST(SliderScale, PartsAndNumbersAgree) {
-  for (const SliderScale& scale : {SliderScale{0.1, 1000, true}, SliderScale{-5, 5, false}, SliderScale{0, 10, true}}) {
-    for (double part = 0; part <= 1; part += 0.125) EXPECT_NEAR(scale.ToPart(scale.FromPart(part)), part, 1e-12);
-    EXPECT_EQ(scale.FromPart(1), scale.MaxValue);
-    EXPECT_EQ(scale.FromPart(-3), scale.MinValue);
-  }
-  EXPECT_NEAR((SliderScale{0.1, 1000, true}.FromPart(0.5)), 10, 1e-9);
-  EXPECT_EQ((SliderScale{3, 3, false}.ToPart(3)), 0);
 }
 
 TEST(SliderNumber, PrintsWhatMattersAndReadsUnits) {
@@ -286,6 +271,41 @@ TEST_F(ValueWidgetsTest, CurveEditorAddsMovesAndRemovesPoints) {
   Click(157, 57, 0, 2);
   EXPECT_EQ(curve.GetPointCount(), 2);
   DrawAll();
+}
+
+TEST_F(ValueWidgetsTest, EscTakesADragBack) {
+  float size = 50, number = 1;
+  uint32_t color = 0x80336699;
+  comms::One2DCurve curve;
+  curve.SetLinear();
+  SliderRange range{0, 100, 25};
+  const auto drag = [&](BaseWidget* widget, float x, float y) {
+    Notes notes;
+    notes.Listen(*widget);
+    Press(x, y);
+    Move(x + 30, y - 30);
+    EXPECT_GT(notes.Changes, 0);
+    Key(KeyEsc);
+    EXPECT_EQ(Widgets.Captured(), nullptr);
+    Move(x + 60, y - 60);
+    Release(x + 60, y - 60);
+    EXPECT_EQ(notes.Done, 1) << "what was told of comes to an end";
+    widget->Callback.reset();
+  };
+  drag(Place(new SimpleSlider("Size", Bind<CtrlFSlider>(size, &range)), {0, 100, 200, 19}), 50, 110);
+  EXPECT_EQ(size, 50);
+  drag(Place(new NumberField(Bind<_float>(number)), {0, 150, 100, 19}), 95, 153);
+  EXPECT_EQ(number, 1);
+  drag(Place(new ColorPicker(Bind<_color>(color)), {300, 0, 320, 220}), 350, 100);
+  EXPECT_EQ(color, 0x80336699);
+  drag(Place(new CurvesWindow(&curve), {300, 300, 214, 114}), 400, 350);
+  EXPECT_EQ(curve.GetPointCount(), 2) << "the point that the press added is gone";
+  // A box that opens meanwhile takes a drag back too, and no move goes on behind it.
+  Press(50, 110);
+  Move(80, 110);
+  MessageBoxWidget::Ask(Widgets, "Title", "Text", {"OK"}, nullptr);
+  Move(120, 110);
+  EXPECT_EQ(size, 50);
 }
 
 TEST_F(ValueWidgetsTest, ACloneHasTheMembersAndNothingElse) {

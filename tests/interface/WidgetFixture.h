@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "ClassEngine/ValueTypes.h"
+#include "Events.h"
 #include "comms/cRenderNull.h"
 #include "interface/cWidgets.h"
 #include "shell/core/KeyTable.h"
@@ -15,14 +16,7 @@ class WidgetTest : public testing::Test {
   WidgetTest() : Screen(Render, MORVANE_DATA_DIR), Widgets(Screen) { Widgets.SetSize(800, 600, 1); }
 
   void Send(InputKind kind, float x, float y, MouseButton button, uint8_t modifiers = 0, uint8_t clicks = 1) {
-    InputEvent event;
-    event.Kind = kind;
-    event.X = x;
-    event.Y = y;
-    event.Button = button;
-    event.Modifiers = modifiers;
-    event.Clicks = clicks;
-    Send(event);
+    Send(PointerEvent(kind, x, y, button, modifiers, clicks));
   }
   void Send(const InputEvent& event) {
     Widgets.Queue(event);
@@ -37,27 +31,12 @@ class WidgetTest : public testing::Test {
     Press(x, y, modifiers, clicks);
     Release(x, y, modifiers);
   }
-  void ClickOn(const BaseWidget& widget) { Click(widget.Rect.X + widget.Rect.W / 2, widget.Rect.Y + widget.Rect.H / 2); }
-  void Key(int key, uint8_t modifiers = 0) {
-    InputEvent event;
-    event.Kind = InputKind::KeyDown;
-    event.Key = key;
-    event.Modifiers = modifiers;
-    Send(event);
-  }
-  void KeyReleased(int key) {
-    InputEvent event;
-    event.Kind = InputKind::KeyUp;
-    event.Key = key;
-    Send(event);
-  }
+  void ClickOnRect(const cRect& rect) { Click(rect.X + rect.W / 2, rect.Y + rect.H / 2); }
+  void ClickOn(const BaseWidget& widget) { ClickOnRect(widget.Rect); }
+  void Key(int key, uint8_t modifiers = 0) { Send(KeyEvent(key, modifiers)); }
+  void KeyReleased(int key) { Send(KeyEvent(key, 0, InputKind::KeyUp)); }
   void Type(std::string_view text) {
-    for (const char symbol : text) {
-      InputEvent event;
-      event.Kind = InputKind::Text;
-      event.Text = symbol;
-      Send(event);
-    }
+    for (const char symbol : text) Send(TextEvent({&symbol, 1}));
   }
   void DrawAll() {
     Screen.Begin(800, 600, 1);

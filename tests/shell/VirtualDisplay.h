@@ -32,19 +32,37 @@ class VirtualDisplay {
     close(ends[0]);
     if (text.empty()) return;
     m_Number = std::atoi(text.c_str());
-    setenv("DISPLAY", (":" + std::to_string(m_Number)).c_str(), 1);
-    setenv("SDL_VIDEODRIVER", "x11", 1);
+    SetVariable(m_Before[0], ":" + std::to_string(m_Number));
+    SetVariable(m_Before[1], "x11");
   }
   ~VirtualDisplay() {
     if (m_Process <= 0) return;
     kill(m_Process, SIGTERM);
     waitpid(m_Process, nullptr, 0);
+    // The next test may want no display.
+    if (m_Number < 0) return;
+    for (const Variable& variable : m_Before)
+      if (variable.WasSet)
+        setenv(variable.Name, variable.Value.c_str(), 1);
+      else
+        unsetenv(variable.Name);
   }
   VirtualDisplay(const VirtualDisplay&) = delete;
   VirtualDisplay& operator=(const VirtualDisplay&) = delete;
   bool IsThere() const { return m_Number >= 0; }
 
  private:
+  struct Variable {
+    const char* Name;
+    bool WasSet = false;
+    std::string Value{};
+  };
+  static void SetVariable(Variable& variable, const std::string& value) {
+    if (const char* before = std::getenv(variable.Name)) variable = {variable.Name, true, before};
+    setenv(variable.Name, value.c_str(), 1);
+  }
+
+  Variable m_Before[2] = {{"DISPLAY"}, {"SDL_VIDEODRIVER"}};
   pid_t m_Process = -1;
   int m_Number = -1;
 };

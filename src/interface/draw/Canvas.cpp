@@ -20,8 +20,7 @@ cRect cRect::Intersection(const cRect& other) const {
 
 struct Canvas::State {
   State(cRender& render, const cStr& dataFolder)
-      : Device(render),
-        IconDrawings(JoinPath(dataFolder, "Icons/Icons.txt")),
+      : IconDrawings(JoinPath(dataFolder, "Icons/Icons.txt")),
         Runs(FontFiles),
         Pixels(render, FontFiles, IconDrawings),
         Shapes(render) {}
@@ -33,13 +32,12 @@ struct Canvas::State {
   void BreakLines(std::string_view text, float width, TextStyle style);
   void BreakLine(std::string_view text, size_t from, size_t to, float width, TextStyle style);
 
-  cRender& Device;
   Fonts FontFiles;
   Icons IconDrawings;
   TextRuns Runs;
   Glyphs Pixels;
   Batch Shapes;
-  int Width = 1, Height = 1;
+  int Width = 1, Height = 1, TextsCut = 0;
   float Scale = 1;
   cList<cRect> Clips{{0, 0, 1, 1}};
   cStr Shortened;
@@ -62,6 +60,7 @@ void Canvas::Begin(int width, int height, float scale) {
     s.Runs.Clear();
     s.Pixels.Clear();
   }
+  s.TextsCut = 0;
   s.Pixels.Begin();
   s.Shapes.Begin(s.Width, s.Height);
   s.Clips.assign(1, Screen());
@@ -79,8 +78,8 @@ float Canvas::Px(float length) const {
 }
 int Canvas::Width() const { return m_State->Width; }
 int Canvas::Height() const { return m_State->Height; }
-cRender& Canvas::Render() { return m_State->Device; }
 int Canvas::DrawCalls() const { return m_State->Shapes.DrawCalls(); }
+int Canvas::TextsCut() const { return m_State->TextsCut; }
 
 // --- clip --------------------------------------------------------------------------------------------------------------------
 
@@ -200,10 +199,6 @@ void Canvas::Polyline(std::span<const cVec2> points, float width, uint32_t color
   AddPolyline(m_State->Shapes, Clip(), points, width, color, closed);
 }
 
-void Canvas::FillPolygon(std::span<const cVec2> points, uint32_t color) {
-  if (!IsInvisible(color)) AddConvexPolygon(m_State->Shapes, Clip(), points, color);
-}
-
 // --- icons -------------------------------------------------------------------------------------------------------------------
 
 // Bright strokes look thinner on dark ground than dark ones on bright ground, because colours are blended in sRGB: the brighter
@@ -244,8 +239,6 @@ void Canvas::Icon(std::string_view name, const cRect& rect, uint32_t color) {
   m_State->AddMask(m_State->Pixels.GetIcon(name, fitted), x, y, ToVertexColor(color), GetCoverageExponent(color));
 }
 
-bool Canvas::HasIcon(std::string_view name) const { return m_State->IconDrawings.Has(name); }
-
 // --- text --------------------------------------------------------------------------------------------------------------------
 
 void Canvas::State::DrawRun(const TextRun& run, float x, float baseLine, uint32_t color, TextStyle style) {
@@ -272,6 +265,7 @@ const TextRun& Canvas::State::Fit(std::string_view text, float width, TextStyle 
   const bool shown = text.size() <= MaxShown;
   const TextRun& whole = Runs.Get(text.substr(0, MaxShown), style);
   if (shown && whole.Width <= limit) return whole;
+  TextsCut++;
   const float dots = Runs.Get(Ellipsis, style).Width;
   if (dots > limit) return Runs.Get({}, style);
   size_t count = whole.Carets.size() - 1;
@@ -287,6 +281,11 @@ const TextRun& Canvas::State::Fit(std::string_view text, float width, TextStyle 
   }
 }
 
+// Pixels between the left edge of a box and a text in it.
+static float GetIndent(float spare, TextAlign align) {
+  return align == TextAlign::Left ? 0 : std::max(0.0f, align == TextAlign::Center ? spare / 2 : spare);
+}
+
 // Capitals stand in the middle of the box; a spare pixel goes below them.
 static float GetBaseLine(const cRect& rect, const StyleMetrics& metrics) {
   return std::round(rect.Y + (rect.H + metrics.CapHeight) / 2 - 0.01f);
@@ -295,8 +294,7 @@ static float GetBaseLine(const cRect& rect, const StyleMetrics& metrics) {
 float Canvas::Text(const cRect& rect, std::string_view text, uint32_t color, TextStyle style, TextAlign align) {
   State& s = *m_State;
   const TextRun& run = s.Fit(text, rect.W, style);
-  const float spare = std::max(0.0f, rect.W - run.Width);
-  const float x = std::round(rect.X + (align == TextAlign::Left ? 0 : align == TextAlign::Center ? spare / 2 : spare));
+  const float x = std::round(rect.X + GetIndent(rect.W - run.Width, align));
   const float baseLine = GetBaseLine(rect, s.FontFiles.Metrics(style));
   if (!IsInvisible(color)) s.DrawRun(run, x, baseLine, color, style);
   return std::ceil(run.Width);
@@ -320,7 +318,9 @@ void Canvas::State::BreakLine(std::string_view text, size_t from, size_t to, flo
   size_t begin = 0, blank = 0;  // carets: of the line's start, and behind its last blank
   for (size_t i = 1; i < run.Carets.size(); i++) {
     const char before = text[from + run.Carets[i - 1].Byte];
-    if (before != ' ' && run.Carets[i].X - run.Carets[begin].X > width + 0.5f && i - 1 > begin) {
+    // Right-to-left writing runs the other way.
+    const float reach = std::fabs(run.Carets[i].X - run.Carets[begin].X);
+    if (before != ' ' && reach > width + 0.5f && i - 1 > begin) {
       const size_t next = blank > begin ? blank : i - 1;
       Lines.push_back({from + run.Carets[begin].Byte, from + run.Carets[next].Byte});
       begin = next;
@@ -339,15 +339,17 @@ void Canvas::State::BreakLines(std::string_view text, float width, TextStyle sty
   }
 }
 
-float Canvas::Paragraph(const cRect& rect, std::string_view text, uint32_t color, TextStyle style) {
+float Canvas::Paragraph(const cRect& rect, std::string_view text, uint32_t color, TextStyle style, TextAlign align) {
   State& s = *m_State;
   s.BreakLines(text, rect.W, style);
   const float height = LineHeight(style);
   cRect line = {rect.X, rect.Y, rect.W, height};
   for (const auto& [from, to] : s.Lines) {
-    if (line.Y < Clip().Bottom() && line.Bottom() > Clip().Y)
-      s.DrawRun(s.Runs.Get(text.substr(from, to - from), style), std::round(line.X),
-                GetBaseLine(line, s.FontFiles.Metrics(style)), color, style);
+    if (line.Y < Clip().Bottom() && line.Bottom() > Clip().Y) {
+      const TextRun& run = s.Runs.Get(text.substr(from, to - from), style);
+      s.DrawRun(run, std::round(line.X + GetIndent(line.W - run.Width, align)), GetBaseLine(line, s.FontFiles.Metrics(style)),
+                color, style);
+    }
     line.Y += height;
   }
   return height * float(s.Lines.size());

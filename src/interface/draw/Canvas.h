@@ -22,9 +22,14 @@ struct cRect {
   friend bool operator==(const cRect&, const cRect&) = default;
 };
 
-/// Sizes of the one type scale; pixels at scale 1 are in Canvas.cpp.
+/// Sizes of the one type scale; pixels at scale 1 are in Fonts.cpp.
 enum class TextStyle : uint8_t { Small, Normal, Bold, Title, Number };
 enum class TextAlign : uint8_t { Left, Center, Right };
+
+/// The standard fonts by the names that files and panels know them by: each stands for a style of the interface's own font.
+std::span<const std::string_view> GetFontNames();
+/// The style that a font's name stands for. Normal for every other name, with one line in the log.
+TextStyle FindFont(std::string_view name);
 
 /// Draws with straight (not premultiplied) sRGB colours 0xAARRGGBB.
 class Canvas {
@@ -61,22 +66,20 @@ class Canvas {
   void Shadow(const cRect& rect, float radius, float blur, uint32_t color);
   void Line(comms::cVec2 from, comms::cVec2 to, float width, uint32_t color);
   void Polyline(std::span<const comms::cVec2> points, float width, uint32_t color, bool closed = false);
-  /// Convex, in either direction.
-  void FillPolygon(std::span<const comms::cVec2> points, uint32_t color);
   void Circle(comms::cVec2 center, float radius, uint32_t fill, float borderWidth = 0, uint32_t borderColor = 0);
   /// The whole texture, or the part `from` of it in 0 .. 1. `flip`: the texture's rows run from the bottom, as those of targets.
   void Image(const cRect& rect, int texture, uint32_t tint = 0xFFFFFFFF, const cRect& from = {0, 0, 1, 1}, bool flip = false);
   /// Vector icon by name ("Visible", "ArrowRight"), as large as the shorter side of `rect`, in its middle. A name without a
   /// drawing is said once in the log and draws a plain square outline.
   void Icon(std::string_view name, const cRect& rect, uint32_t color);
-  bool HasIcon(std::string_view name) const;
 
   /// One line of UTF-8, shaped, cut with "…" where it is wider than the box; middle of the box vertically. Returns the width
   /// drawn.
   float Text(const cRect& rect, std::string_view text, uint32_t color, TextStyle style = TextStyle::Normal,
              TextAlign align = TextAlign::Left);
   /// Breaks at blanks and line ends to the width of the box, from its top down. Returns the height that all lines need.
-  float Paragraph(const cRect& rect, std::string_view text, uint32_t color, TextStyle style = TextStyle::Normal);
+  float Paragraph(const cRect& rect, std::string_view text, uint32_t color, TextStyle style = TextStyle::Normal,
+                  TextAlign align = TextAlign::Left);
   float TextWidth(std::string_view text, TextStyle style = TextStyle::Normal);
   /// Height that Paragraph needs.
   float ParagraphHeight(float width, std::string_view text, TextStyle style = TextStyle::Normal);
@@ -86,9 +89,10 @@ class Canvas {
   /// The byte before which a caret at distance `x` stands; a boundary of a character.
   size_t CaretIndex(std::string_view text, float x, TextStyle style = TextStyle::Normal);
 
-  comms::cRender& Render();
   /// Draw calls since Begin.
   int DrawCalls() const;
+  /// Texts since Begin that Text had to cut.
+  int TextsCut() const;
 
  private:
   struct State;

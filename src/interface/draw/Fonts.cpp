@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
+#include <set>
 #include <unordered_map>
 #include FT_FREETYPE_H
 #include FT_OUTLINE_H
@@ -90,6 +92,11 @@ void Fonts::State::DropShapers() {
     }
 }
 
+// --- names -------------------------------------------------------------------------------------------------------------------
+
+static constexpr std::string_view FontNames[] = {"Calibri 11", "Calibri 16", "Tahoma 8", "Tahoma B8"};
+static constexpr TextStyle FontStyles[] = {TextStyle::Normal, TextStyle::Title, TextStyle::Small, TextStyle::Bold};
+
 // --- lookup ------------------------------------------------------------------------------------------------------------------
 
 static bool GetFlag(const FcPattern* pattern, const char* name) {
@@ -142,7 +149,7 @@ bool Fonts::State::Open(Face& face) {
   face.Opened = true;
   if (FT_New_Face(Library, face.File.c_str(), face.Index, &face.Outlines) != 0) {
     face.Outlines = nullptr;
-    LogWarning("Can't read the font \"%s\"; another one takes its place.", face.File.c_str());
+    LogWarning("Can't generate font: \"%s\" can't be read; another one takes its place.", face.File.c_str());
     return false;
   }
   hb_blob_t* blob = hb_blob_create_from_file(face.File.c_str());
@@ -211,7 +218,8 @@ Fonts::Fonts() : m_State(std::make_unique<State>()) {
   if (m_State->Config && m_State->Library)
     for (const Weight weight : {Weight::Regular, Weight::SemiBold}) m_State->FindFonts(weight);
   if (m_State->FirstFace(Weight::Regular) == StrokeFace)
-    LogWarning("No font on this machine can be read; text is drawn with the built-in strokes, which know ASCII alone.");
+    LogWarning(
+        "Can't generate font: none on this machine can be read; the built-in strokes, which know ASCII alone, take its place.");
   m_State->MeasureStyles();
 }
 Fonts::~Fonts() = default;
@@ -275,3 +283,15 @@ Mask Fonts::Rasterize(FaceIndex index, TextStyle style, uint32_t glyph, int step
 }
 
 }  // namespace draw
+
+std::span<const std::string_view> GetFontNames() { return draw::FontNames; }
+
+TextStyle FindFont(std::string_view name) {
+  for (size_t i = 0; i < std::size(draw::FontNames); i++)
+    if (draw::FontNames[i] == name) return draw::FontStyles[i];
+  static std::set<std::string, std::less<>> said;
+  if (!name.empty() && said.size() < 1000 && said.emplace(name).second)
+    comms::LogWarning("Can't generate font \"%s\": %s and %s are some that there are.", std::string(name).c_str(),
+                      draw::FontNames[0].data(), draw::FontNames[3].data());
+  return TextStyle::Normal;
+}

@@ -155,38 +155,4 @@ void AddPolyline(Batch& batch, const cRect& clip, std::span<const cVec2> points,
   PolylineMaker(batch, clip, std::move(kept), width, color, ring).Make();
 }
 
-// The polygon is drawn half a pixel smaller, with a seam of one pixel around it in which it fades out.
-void AddConvexPolygon(Batch& batch, const cRect& clip, std::span<const cVec2> points, uint32_t color) {
-  constexpr float Solid = 4;  // half a width that no place inside reaches
-  const cList<cVec2> kept = DropRepeats(points, true);
-  const size_t count = kept.size();
-  if (count < 3) return;
-  float area = 0;
-  for (size_t i = 0; i < count; i++) area += Cross(kept[i], kept[(i + 1) % count]);
-  const float outwards = area > 0 ? 1.0f : -1.0f;
-  Vertex form;
-  form.Kind = float(ShapeKind::Stroke);
-  form.Color = ToVertexColor(color);
-  form.ExtentX = Solid;
-  form.PlaceY = 1;
-  cList<Vertex> inner, outer;
-  for (size_t i = 0; i < count; i++) {
-    const cVec2 before = kept[i] - kept[(i + count - 1) % count], behind = kept[(i + 1) % count] - kept[i];
-    const cVec2 a = TurnLeft(before * (1 / Length(before))), b = TurnLeft(behind * (1 / Length(behind))), sum = a + b;
-    const cVec2 mitre = sum * (outwards * 0.5f * std::min(4.0f, 2 / std::max(Dot(sum, sum), 1e-3f) * 2) * 0.5f);
-    for (const float side : {-1.0f, 1.0f}) {
-      Vertex v = form;
-      v.X = kept[i].x + mitre.x * side;
-      v.Y = kept[i].y + mitre.y * side;
-      v.PlaceX = Solid + 0.5f * side;
-      (side < 0 ? inner : outer).push_back(v);
-    }
-  }
-  for (size_t i = 0; i < count; i++) {
-    const size_t next = (i + 1) % count;
-    batch.AddQuad({inner[i], inner[next], outer[next], outer[i]}, clip);
-  }
-  batch.AddPolygon(inner, clip);
-}
-
 }  // namespace draw

@@ -3,10 +3,10 @@
 #include <hb.h>
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 
 #include "interface/draw/StrokeFont.h"
-#include "interface/draw/Utf8Decode.h"
 
 namespace draw {
 
@@ -68,10 +68,14 @@ static bool IsFlagLetter(char32_t code) { return code >= 0x1F1E6 && code <= 0x1F
 // letter of a flag belong to the one before.
 void TextRuns::Decode(std::string_view text) {
   m_Chars.clear();
+  text = text.substr(0, INT_MAX / 2);
+  hb_buffer_clear_contents(m_Buffer);
+  hb_buffer_add_utf8(m_Buffer, text.data(), int(text.size()), 0, int(text.size()));
+  unsigned count = 0;
+  const hb_glyph_info_t* decoded = hb_buffer_get_glyph_infos(m_Buffer, &count);
   bool flagOpen = false;
-  for (size_t at = 0; at < text.size();) {
-    const DecodedChar decoded = DecodeUtf8(text.substr(at));
-    Char next{decoded.Code, at, true};
+  for (unsigned i = 0; i < count; i++) {
+    Char next{decoded[i].codepoint, decoded[i].cluster, true};
     if (next.Code == '\n' || next.Code == '\r' || next.Code == '\t') next.Code = ' ';
     if (next.Code < 0x20 || (next.Code >= 0x7F && next.Code < 0xA0)) next.Code = 0xFFFD;
     const bool closesFlag = flagOpen && IsFlagLetter(next.Code);
@@ -79,7 +83,6 @@ void TextRuns::Decode(std::string_view text) {
     if (!m_Chars.empty() && (next.Code >= 0x300 || m_Chars.back().Code == 0x200D))
       next.Starts = !(IsMark(next.Code) || closesFlag || m_Chars.back().Code == 0x200D);
     m_Chars.push_back(next);
-    at += decoded.Bytes;
   }
 }
 

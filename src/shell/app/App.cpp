@@ -9,13 +9,18 @@
 
 #include "MC/room/RoomCommands.h"
 #include "MC/room/VoxelScene.h"
+#include "comms/Log.h"
 #include "comms/Str.h"
 #include "comms/cMeshIO.h"
+#include "shell/app/CrashCommand.h"
 #include "shell/app/DataFolder.h"
 #include "shell/app/Options.h"
+#include "shell/app/QuestionWindow.h"
 #include "shell/app/WindowApp.h"
 #include "shell/core/BatchRunner.h"
+#include "shell/core/DataPath.h"
 #include "shell/core/GeneralCommands.h"
+#include "shell/platform/CrashHandler.h"
 #include "shell/platform/Machine.h"
 
 namespace {
@@ -33,6 +38,7 @@ class Program {
     SetEngineHost(&m_Messages);
     AddGeneralCommands(m_Table);
     AddRoomCommands(m_Table, m_Scene, m_Messages);
+    AddCrashCommand(m_Table);
     // Code is loaded from the program's own folder alone, never from where the run happens to be started.
     comms::cMeshIO::SetPluginFolder(comms::JoinPath(m_Scene.DataFolder(), "Plugins/MeshCodecs/"));
   }
@@ -80,12 +86,19 @@ int RunApp(const std::vector<std::string>& words, const BuildFacts& build) {
   const DataFolderPlaces places{options.DataFolder, GetProgramFile(), build.DataFolder};
   const std::string dataFolder = FindDataFolder(places, error);
   if (dataFolder.empty()) return Fail(3, error);
+  if (options.AskAfterCrash) return AskToSaveAfterCrash(dataFolder);
+
+  // The folder is made by the window, or by a crash: a run without a window makes none of the person's.
+  CrashOptions crash;
+  crash.Folder = LookUpDataPath(dataFolder);
+  crash.Version = "Morvane " + build.Version;
+  if (!InstallCrashHandler(crash, error)) comms::LogWarning("%s", error.c_str());
 
   std::unique_ptr<tbb::global_control> threads;
   if (options.Threads > 0)
     threads = std::make_unique<tbb::global_control>(tbb::global_control::max_allowed_parallelism, size_t(options.Threads));
   if (options.BatchFile.empty() && options.MeshJob.empty())
-    return RunWindow({build.Version, dataFolder, options.InputFile, options.Frames, options.Picture});
+    return RunWindow({build.Version, dataFolder, options.InputFile, options.Frames, options.Picture, options.OpenAutomate});
   Program program(dataFolder, {options.KeepGoing});
   return options.BatchFile.empty() ? program.RunMeshJob(options.MeshJob) : program.RunBatch(options.BatchFile);
 }

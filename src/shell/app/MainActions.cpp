@@ -1,26 +1,16 @@
 // What the interface can do: the actions behind menus, hot keys and buttons.
 #include <algorithm>
+#include <cmath>
 
 #include "MC/room/NewScene.h"
 #include "comms/Str.h"
 #include "interface/Button.h"
 #include "interface/FileBrowser.h"
 #include "interface/Language.h"
-#include "interface/TextMenu.h"
 #include "interface/draw/Theme.h"
 #include "shell/app/MainForm.h"
 #include "shell/core/Pages.h"
 #include "shell/platform/FileDialog.h"
-
-void MainForm::AddCommandAction(const char* name, const char* line, const char* icon, std::vector<std::string> keys) {
-  Action action;
-  action.Name = name;
-  action.TextKey = name;
-  action.Icon = icon;
-  action.DefaultKeys = std::move(keys);
-  action.Run = [this, line = std::string(line)] { RunCommand(line); };
-  m_Actions.Add(std::move(action));
-}
 
 static Action MakeAction(const char* name, const char* icon, std::vector<std::string> keys, std::function<void()> run,
                          std::function<bool()> isChecked = {}) {
@@ -41,12 +31,24 @@ void MainForm::AddActions() {
     MakeSphereVolume(m_Parts.Scene, "sphere", 1, 0.02f);
     FrameScene();
   }));
-  m_Actions.Add(MakeAction("QuitProgram", "Close", {"Ctrl+Q"}, [this] { m_Host.Close(); }));
-  AddCommandAction("Undo", "Undo", "Undo", {"Ctrl+Z"});
-  AddCommandAction("Redo", "Redo", "Redo", {"Ctrl+Y", "Ctrl+Shift+Z"});
+  m_Actions.Add(MakeAction("QuitProgram", "Close", {"Ctrl+Q"}, [this] { RequestClose(); }));
+  AddHistoryActions();
   AddViewActions();
   AddRoomActions();
   AddPanelActions();
+}
+
+void MainForm::AddHistoryActions() {
+  const auto add = [this](const char* name, const char* textWithStep, std::vector<std::string> keys,
+                          std::string (StrokeHistory::*stepName)() const) {
+    Action action = MakeAction(name, name, std::move(keys), [this, name] { RunCommand(name); });
+    const auto step = [this, stepName] { return (m_Parts.Scene.History().*stepName)(); };
+    action.IsEnabled = [step] { return !step().empty(); };
+    action.Text = [=] { return step().empty() ? GetText(name) : FillIn(GetText(textWithStep), GetText(step())); };
+    m_Actions.Add(std::move(action));
+  };
+  add("Undo", "UNDO_STEP", {"Ctrl+Z"}, &StrokeHistory::UndoName);
+  add("Redo", "REDO_STEP", {"Ctrl+Y", "Ctrl+Shift+Z"}, &StrokeHistory::RedoName);
 }
 
 void MainForm::AddViewActions() {
@@ -71,11 +73,7 @@ void MainForm::AddViewActions() {
   addSwitch("Wireframe", "Surface", "W", m_Parts.Settings.Wireframe);
   addSwitch("ShowStatistics", "Info", "F3", m_Parts.Settings.ShowStatistics);
   m_Actions.Add(MakeAction(
-      "FullScreen", "Window", {"F11"},
-      [this] {
-        m_Parts.Settings.FullScreen = !m_Parts.Settings.FullScreen;
-        m_Host.SetFullScreen(m_Parts.Settings.FullScreen);
-      },
+      "FullScreen", "Window", {"F11"}, [this] { m_Parts.Settings.FullScreen = !m_Parts.Settings.FullScreen; },
       [this] { return m_Parts.Settings.FullScreen; }));
   m_Actions.Add(MakeAction("StoreScreenshot", "Camera", {"F12"}, [this] { m_Host.StoreScreenshot(); }));
   const auto addTheme = [this](const char* name, const char* icon, ThemeChoice choice) {
@@ -94,17 +92,28 @@ void MainForm::AddViewActions() {
     m_Parts.Options.Theme = GetTheme().Kind == ThemeKind::Dark ? ThemeChoice::Light : ThemeChoice::Dark;
     m_Host.ApplyOptions();
   }));
-  const auto addScale = [this](const char* name, const char* key, float step) {
-    m_Actions.Add(MakeAction(name, "Zoom", {key}, [this, step] {
-      // What is wanted counts, before the frame that shows it: two presses are two steps.
-      const float now = m_Parts.Options.InterfaceScale > 0 ? m_Parts.Options.InterfaceScale : m_Parts.Widgets.Scale();
-      m_Parts.Options.InterfaceScale = step == 0 ? 0 : std::clamp(now + step, 0.75f, 3.0f);
+  const auto addScale = [this](const char* name, const char* key, int direction) {
+    m_Actions.Add(MakeAction(name, "Zoom", {key}, [this, direction] {
+      m_Parts.Options.InterfaceScale = direction == 0 ? 0 : NextScale(direction);
       m_Host.ApplyOptions();
     }));
   };
-  addScale("ScaleUp", "Ctrl+=", 0.25f);
-  addScale("ScaleDown", "Ctrl+-", -0.25f);
+  addScale("ScaleUp", "Ctrl+=", 1);
+  addScale("ScaleDown", "Ctrl+-", -1);
   addScale("ScaleAutomatic", "Ctrl+0", 0);
+}
+
+// What is wanted counts, before the frame that shows it: two presses are two steps.
+int MainForm::NextScale(int direction) const {
+  const int now =
+      m_Parts.Options.InterfaceScale > 0 ? m_Parts.Options.InterfaceScale : int(std::lround(m_Parts.Widgets.Scale() * 100));
+  const std::vector<int>& steps = AppOptions::GetScaleSteps();
+  if (direction > 0) {
+    const auto next = std::upper_bound(steps.begin(), steps.end(), now);
+    return next == steps.end() ? steps.back() : *next;
+  }
+  const auto next = std::lower_bound(steps.begin(), steps.end(), now);
+  return next == steps.begin() ? steps.front() : *(next - 1);
 }
 
 void MainForm::AddRoomActions() {
@@ -144,7 +153,8 @@ void MainForm::AddPanelActions() {
   };
   addPanel("Preferences", "Settings", "Ctrl+Shift+P", "PreferencesPanel");
   addPanel("AssignHotKeys", "Keyboard", "Ctrl+Shift+K", "HotKeysPanel");
-  addLayout("ResetThisPageToDefault", [this] { BuildDefaultLayout(CurrentPage); });
+  addLayout("ResetThisPageToDefault", ResetThisPageToDefault);
+  addLayout("ResetAllPagesToDefault", ResetAllPagesToDefault);
 }
 
 void MainForm::BuildRoomTabs() {
@@ -154,52 +164,8 @@ void MainForm::BuildRoomTabs() {
     tab->Flat = true;
     tab->IsChecked = action->IsChecked;
     tab->Action = action->Run;
-    tab->HintKey = action->TextKey + "_HINT";
+    tab->HintKey = action->TextKey;
   }
-}
-
-void MainForm::AddToMenu(TextMenu& menu, const char* name) {
-  const Action* action = m_Actions.Find(name);
-  TextItem* item = menu.Add(action->TextKey, action->Run, m_HotKeys.KeyText(action->Name), action->Icon);
-  item->Enabled = action->Enabled();
-  item->Checked = action->Checked();
-}
-
-void MainForm::BuildMenus() {
-  const auto addMenu = [this](const char* title, std::vector<const char*> actions) {
-    m_MenuBar->AddMenu(title, [this, actions = std::move(actions)](TextMenu& menu) {
-      for (const char* name : actions)
-        if (*name)
-          AddToMenu(menu, name);
-        else
-          menu.AddLine();
-    });
-  };
-  m_MenuBar->RemoveMenus();
-  addMenu("FILE", {"NewSphere", "OpenMesh", "ExportScene", "", "QuitProgram"});
-  addMenu("EDIT", {"Undo", "Redo", "", "SymmetryX", "SymmetryY", "SymmetryZ", "", "Preferences", "AssignHotKeys"});
-  if (GetPageNames()[size_t(CurrentPage)] == "Voxels")
-    addMenu("VOXMENU", {"BrushCarve", "BrushSphere", "BrushSegment", "BrushStamp"});
-  addMenu("VIEW", {"FrameScene", "", "ViewFront", "ViewBack", "ViewRight", "ViewLeft", "ViewTop", "ViewBottom", "",
-                   "ToggleOrthographic", "ShowGrid", "Wireframe", "ShowStatistics", "", "FullScreen", "StoreScreenshot"});
-  m_MenuBar->AddMenu("PAGES", [this](TextMenu& menu) {
-    for (const int page : ListAllowedPages()) AddToMenu(menu, ("Page" + GetPageNames()[size_t(page)]).c_str());
-  });
-  m_MenuBar->AddMenu("WINDOWS", [this](TextMenu& menu) {
-    for (const DockPanel& panel : m_Docks->All()) {
-      TextItem* item = menu.Add(
-          panel.Key, [this, key = panel.Key] { m_Docks->IsOpen(key) ? m_Docks->Close(key) : m_Docks->Open(key); }, {},
-          panel.Icon);
-      item->Checked = m_Docks->IsOpen(panel.Key);
-    }
-    menu.AddLine();
-    for (const char* name : {"ThemeSystem", "ThemeDark", "ThemeLight"}) AddToMenu(menu, name);
-    menu.AddLine();
-    for (const char* name : {"ScaleUp", "ScaleDown", "ScaleAutomatic"}) AddToMenu(menu, name);
-    menu.AddLine();
-    AddToMenu(menu, "ResetThisPageToDefault");
-  });
-  m_Parts.Widgets.RequestArrange();
 }
 
 // The desktop's dialog where there is one, else the interface's own browser.
@@ -238,12 +204,15 @@ void MainForm::OpenMeshDialog() {
   });
 }
 
-void MainForm::ExportDialog() {
+void MainForm::ExportDialog(std::function<void()> done) {
   const VolumeObject* volume = m_Parts.Scene.Current();
   ChooseFile(m_Parts.Widgets, true, "ExportScene", {"*.obj", "*.stl"}, volume ? volume->Name + ".obj" : "",
-             [this](const std::string& path) {
-               const char* command = path.ends_with(".stl") ? "ExportStl" : "ExportMesh";
-               if (RunCommand(std::string(command) + " File=" + QuoteBatchValue(path)))
-                 Say(comms::Format("%s: %s", GetText("EXPORTED").c_str(), path.c_str()));
+             [this, done = std::move(done)](const std::string& path) {
+               const bool isStl = path.size() > 4 && comms::EqualsNoCase(std::string_view(path).substr(path.size() - 4), ".stl");
+               const CommandResult result = Run({isStl ? "ExportStl" : "ExportMesh", {{"File", path}}});
+               if (!result.Ok()) return Say(result.Message, true);
+               KeepSceneState();
+               Say(comms::Format("%s: %s", GetText("EXPORTED").c_str(), path.c_str()));
+               if (done) done();
              });
 }

@@ -8,9 +8,11 @@
 #include "comms/Str.h"
 #include "interface/Language.h"
 #include "interface/Layout.h"
+#include "interface/MessageBoxWidget.h"
 #include "interface/draw/Theme.h"
 #include "shell/core/DataPath.h"
 #include "shell/core/Pages.h"
+#include "shell/core/PresetsManager.h"
 #include "shell/core/RunGuarded.h"
 
 using comms::Format;
@@ -46,21 +48,26 @@ MainForm::MainForm(const Parts& parts, FormHost host)
     if (hit) point = hit.Position;
     return bool(hit);
   };
-  m_Navi.Settings = m_Parts.Options.GetNaviSettings();
+  PresetsManager::Load(m_VoxelTool);
+  ApplyOptions();
+  m_KeptState = m_Parts.Scene.State();
 
+  InitRooms();
   AddActions();
   m_HotKeys.RegisterMembers();
   m_HotKeys.SetDefaults(m_Actions);
   m_HotKeys.Load(GetDataPath());
   m_KeyRunner = std::make_unique<HotKeyRunner>(m_HotKeys, m_Actions, &m_Parts.Commands);
-  m_KeyRunner->RunCommand = RunGuarded;
+  m_KeyRunner->RunCommand = [this](const Command& command, const CommandParameters& parameters) {
+    return Perform(command, parameters);
+  };
   m_KeyRunner->CommandDone = [this](const Command&, const CommandResult& result) {
     if (!result.Ok()) Say(result.Message, true);
   };
   m_KeyRunner->Complain = [this](const std::string& sentence) { Say(sentence, true); };
   m_ViewOptions.RegisterMembers();
+  m_ProgressBox.CanCancel = true;
   AddPanels();
-  InitRooms();
   BuildRoomTabs();
 }
 
@@ -68,10 +75,17 @@ MainForm::~MainForm() {
   m_VoxelTool.SetScene(nullptr);
   m_Parts.Widgets.SetKeyFallback(nullptr);
   m_Parts.Widgets.Unhandled = {};
+  // What they show and call is the form's.
+  m_Parts.Widgets.ClosePopups();
+  for (BaseWidget* widget : std::initializer_list<BaseWidget*>{m_SceneWidget, m_MenuBar, m_RoomTabs, m_Status})
+    m_Parts.Widgets.DeleteLater(widget);
+  m_Docks.reset();
+  m_Parts.Widgets.EmptyDeferredList();
 }
 
 void MainForm::Open() {
-  EnterPage(0);
+  const std::vector<int> pages = ListAllowedPages();
+  EnterPage(pages.empty() ? 0 : pages.front());
   BuildMenus();
   Arrange();
   const float azimuth = StartAzimuth * std::numbers::pi_v<float> / 180,
@@ -198,16 +212,14 @@ bool MainForm::OnAnywhere(const InputEvent& event) {
 }
 
 bool MainForm::OpenFile(const std::string& path, std::string& error) {
-  for (const auto& [name, words] : {std::pair{"ImportMesh", std::vector<BatchArgument>{{"File", path}}},
-                                    std::pair{"Voxelize", std::vector<BatchArgument>{{"Resolution", "256"}}}}) {
-    const Command* command = m_Parts.Commands.Find(name);
-    const auto parameters = m_Parts.Commands.ReadParameters(*command, words, error);
-    if (!parameters) return false;
-    const CommandResult result = RunGuarded(*command, *parameters);
-    if (!result.Ok()) {
-      error = result.Message;
-      return false;
-    }
+  const std::string nameBefore = m_Parts.Scene.MeshName();
+  std::unique_ptr<comms::cRawMesh> before = m_Parts.Scene.TakeMesh();
+  CommandResult result = Run({"ImportMesh", {{"File", path}}});
+  if (result.Ok()) result = Run({"Voxelize", {{"Resolution", "256"}}});
+  if (!result.Ok()) {
+    m_Parts.Scene.SetMesh(std::move(before), nameBefore);
+    error = result.Message;
+    return false;
   }
   FrameScene();
   return true;
@@ -216,20 +228,50 @@ bool MainForm::OpenFile(const std::string& path, std::string& error) {
 bool MainForm::RunCommand(const std::string& line) {
   BatchLine words;
   std::string error;
-  const Command* command = nullptr;
-  if (ParseBatchLine(line, words, error)) {
-    command = m_Parts.Commands.Find(words.Name);
-    if (!command) error = m_Parts.Commands.DescribeUnknown(words.Name);
-  }
-  if (command) {
-    if (const auto parameters = m_Parts.Commands.ReadParameters(*command, words.Arguments, error)) {
-      const CommandResult result = RunGuarded(*command, *parameters);
-      if (result.Ok()) return true;
-      error = result.Message;
-    }
-  }
-  Say(error, true);
-  return false;
+  const CommandResult result = ParseBatchLine(line, words, error) ? Run(words) : CommandResult::Refuse(error);
+  if (!result.Ok()) Say(result.Message, true);
+  return result.Ok();
+}
+
+CommandResult MainForm::Run(const BatchLine& line) {
+  const Command* command = m_Parts.Commands.Find(line.Name);
+  if (!command) return CommandResult::Refuse(m_Parts.Commands.DescribeUnknown(line.Name));
+  std::string error;
+  const auto parameters = m_Parts.Commands.ReadParameters(*command, line.Arguments, error);
+  return parameters ? Perform(*command, *parameters) : CommandResult::Refuse(error);
+}
+
+CommandResult MainForm::Perform(const Command& command, const CommandParameters& parameters) {
+  CommandResult result = RunGuarded(command, parameters);
+  if (m_Host.WorkEnded) m_Host.WorkEnded();
+  return result;
+}
+
+void MainForm::ApplyOptions() {
+  const AppOptions& options = m_Parts.Options;
+  m_Navi.Settings = options.GetNaviSettings();
+  m_Parts.Scene.History().StepBound = size_t(options.UndoDepth);
+  m_Parts.Scene.History().ByteBound = size_t(options.UndoMegabytes) << 20;
+}
+
+void MainForm::RequestClose() {
+  m_VoxelTool.FinishStroke();  // what is being drawn is work too
+  if (!m_Host.AsksBeforeClose || !IsSceneModified()) return m_Host.Close();
+  if (std::exchange(m_CloseAsked, true)) return;
+  MessageBoxWidget::Ask(m_Parts.Widgets, "SAVE_CHANGES_HDR", "SAVE_CHANGES", {"SAVE_AS", "DONT_SAVE", "CANCEL"},
+                        [this](int answer) {
+                          m_CloseAsked = false;
+                          if (answer == 0) ExportDialog(m_Host.Close);
+                          if (answer == 1) m_Host.Close();
+                        });
+}
+
+void MainForm::DrawProgress(Canvas& canvas, const ProgressFrame& progress) {
+  m_ProgressBox.Title = progress.TitleKey;
+  m_ProgressBox.Value = progress.Share;
+  m_ProgressBox.Cancelled = progress.Cancelling;
+  m_ProgressBox.Arrange(m_ProgressBox.PlaceIn(canvas.Screen(), canvas), canvas);
+  m_ProgressBox.DrawTree(canvas);
 }
 
 void MainForm::Say(const std::string& text, bool warning) {

@@ -1,15 +1,20 @@
 #pragma once
 // The window's interface: menu bar, status line, docks with the panels of the room, the work view in the middle, and the actions
 // behind menus and keys.
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "MC/room/SceneView.h"
 #include "MC/room/VoxelScene.h"
 #include "MC/room/VoxelSculptTool.h"
 #include "interface/DockPanels.h"
 #include "interface/MenuBar.h"
+#include "interface/PageLayouts.h"
+#include "interface/ProgressBox.h"
 #include "interface/StatusLine.h"
 #include "interface/cWidgets.h"
 #include "shell/app/SceneWidget.h"
@@ -17,15 +22,18 @@
 #include "shell/core/AppOptions.h"
 #include "shell/core/CommandTable.h"
 #include "shell/core/HotKeys.h"
-#include "shell/core/Messages.h"
 #include "shell/core/NaviSystem.h"
+#include "shell/core/Progress.h"
 #include "shell/core/ToolInput.h"
 #include "shell/platform/Tablet.h"
 
+class TextMenu;
+
 /// What the form asks of the window; a test gives its own.
 struct FormHost {
-  std::function<void()> Close;  ///< the person wants the program to end
-  std::function<void(bool on)> SetFullScreen;
+  std::function<void()> Close;            ///< the program is to end, and nothing stands against it
+  bool AsksBeforeClose = true;            ///< false: changes of the scene don't stand against it (runs without a person)
+  std::function<void()> WorkEnded;        ///< a command has ended that may have shown its progress
   std::function<void()> StoreScreenshot;  ///< the next picture of the window goes to a file
   std::function<PenState()> GetPenState;
   std::function<void()> ApplyOptions;        ///< theme, scale or language were changed
@@ -39,7 +47,6 @@ class MainForm {
     cWidgets& Widgets;
     CommandTable& Commands;
     VoxelScene& Scene;
-    Messages& Boxes;
     AppOptions& Options;
     cSettings& Settings;
   };
@@ -67,7 +74,7 @@ class MainForm {
   bool OnUnhandled(const InputEvent& event);
   /// The key of the screenshot, which works over menus and boxes too. True: taken, no widget is to hear of it.
   bool OnAnywhere(const InputEvent& event);
-  /// Opens a mesh file: imported and voxelised. False with one sentence in `error`.
+  /// Opens a mesh file: imported and voxelised. False with one sentence in `error` and the scene as it was.
   bool OpenFile(const std::string& path, std::string& error);
   /// Says something in the status line for some seconds.
   void Say(const std::string& text, bool warning = false);
@@ -75,6 +82,18 @@ class MainForm {
   void FrameScene();
   /// Goes on looking at the whole scene while it grows, without a transition, until the person has moved the view.
   void FollowScene();
+
+  /// Ends the program; asks first where the scene holds changes that no file has.
+  void RequestClose();
+  /// Whether the scene is another than at the last export or KeepSceneState.
+  bool IsSceneModified() const { return m_Parts.Scene.State() != m_KeptState; }
+  /// What the scene holds now is no work that could be lost.
+  void KeepSceneState() { m_KeptState = m_Parts.Scene.State(); }
+
+  /// The box of long work, over whatever is there.
+  void DrawProgress(Canvas& canvas, const ProgressFrame& progress);
+  /// Whether the person asks the work to stop: Esc, or a press on the button of the box that was drawn last.
+  bool CancelsProgress(const InputEvent& event) const { return m_ProgressBox.IsCancel(event); }
 
   /// Whether the next frame would differ from the last one.
   bool WantsFrame();
@@ -88,17 +107,31 @@ class MainForm {
   SceneView& View() { return m_View; }
   /// Runs a command with its parameters as on a batch line; what fails is said in the status line.
   bool RunCommand(const std::string& line);
+  /// The same for a line that is parsed, with the answer.
+  CommandResult Run(const BatchLine& line);
+  /// Applies the options that the form itself follows.
+  void ApplyOptions();
 
  private:
   // MainActions.cpp
   void AddActions();
-  void AddCommandAction(const char* name, const char* line, const char* icon, std::vector<std::string> keys);
+  void AddHistoryActions();
+  int NextScale(int direction) const;
   void AddViewActions();
   void AddRoomActions();
   void AddPanelActions();
-  void BuildMenus();
   void BuildRoomTabs();
-  void AddToMenu(class TextMenu& menu, const char* action);
+  // MainMenus.cpp
+  void BuildMenus();
+  void AddToMenu(TextMenu& menu, const std::string& action);
+  void FillLayouts(TextMenu& menu);
+  void FillPresets(TextMenu& menu);
+  void AskName(const char* title, const std::string& name, std::function<bool(const std::string&)> exists,
+               std::function<bool(const std::string&)> store);
+  void AskToDelete(const std::string& name, std::function<bool()> remove);
+  void SayWhetherDone(bool done);
+  void LoadPreset(const std::string& name);
+  void ResetTool();
   // MainPanels.cpp
   void AddPanels();
   BaseWidget* MakeToolsPanel();
@@ -108,6 +141,7 @@ class MainForm {
   BaseWidget* MakeTabletPanel();
   BaseWidget* MakePreferences();
   BaseWidget* MakeHotKeys();
+  BaseWidget* MakeCommands();
   BaseWidget* MakeRoomNote();
   void BuildDefaultLayout(int page);
   void InitRooms();
@@ -117,8 +151,10 @@ class MainForm {
   SceneBox GetSceneBox() const;
   void FitDepth();
   void UpdateStatus();
+  CommandResult Perform(const Command& command, const CommandParameters& parameters);
   void OpenMeshDialog();
-  void ExportDialog();
+  /// `done` is called after the file was written.
+  void ExportDialog(std::function<void()> done = {});
 
   Parts m_Parts;
   FormHost m_Host;
@@ -141,5 +177,7 @@ class MainForm {
   comms::cMat4 m_LastView;
   Camera m_Followed;  // as FollowScene left it
   int m_MenuHash = 0;
-  bool m_RebuildWanted = false;
+  bool m_RebuildWanted = false, m_CloseAsked = false;
+  std::pair<uint64_t, uint64_t> m_KeptState;  // of the scene
+  ProgressBox m_ProgressBox;
 };

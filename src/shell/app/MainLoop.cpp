@@ -45,7 +45,7 @@ bool MainLoop::cWinMain_OneIterationOfMessageLoop(WindowMessage& message, bool p
       TakeMessage(message, event);
       Trace("endmsg");
     } else {
-      if (Background && Background()) m_FrameWanted = true;
+      WorkInBackground();
       Trace("render1");
       RenderIfPossible();
       Trace("render2");
@@ -53,6 +53,16 @@ bool MainLoop::cWinMain_OneIterationOfMessageLoop(WindowMessage& message, bool p
   }
   Trace("endof : cWinMain_OneIterationOfMessageLoop");
   return !m_Quitting;
+}
+
+void MainLoop::WorkInBackground() {
+  if (Background && Background()) m_FrameWanted = true;
+  const double now = Window::Now();
+  if (now < m_NextSecond) return;
+  m_NextSecond = now + LongestSleep;
+  // Who edits a shader sees it at once.
+  if (m_Render.ReloadChangedShaders() > 0) m_FrameWanted = true;
+  if (EverySecond) EverySecond();
 }
 
 void MainLoop::TakeMessage(WindowMessage message, const InputEvent& event) {
@@ -95,6 +105,7 @@ void MainLoop::cMain_OnRender(const cRect& viewport) {
   Trace("ProcessInet");
   FrameCounter++;
   const double now = Window::Now();
+  if (StartSplash && StartSplash->IsOver(now)) StartSplash.reset();
   m_Widgets.Process(now);
   Trace("GlobalProcessWidgets");
   Trace("cTimer::Acquire()");
@@ -140,6 +151,10 @@ void MainLoop::cMain_OnRender(const cRect& viewport) {
 
   m_Widgets.ArrangeIfWanted();
   for (const int layer : {LayerDocks, LayerFloating, LayerMenus, LayerModal}) m_Widgets.DrawLayer(layer);
+  if (StartSplash) {
+    StartSplash->Draw(canvas);
+    m_Widgets.WantFrameIn(Splash::Seconds);
+  }
   canvas.End();
   m_Widgets.EmptyDeferredList();
   setSolidStates();
@@ -152,7 +167,6 @@ void MainLoop::cMain_OnRender(const cRect& viewport) {
   Trace("cRender::EndFrame()");
   FrameCounter--;
   FramesDrawn++;
-  m_InputConsumed = false;
 }
 
 bool MainLoop::TakePicture(comms::cImage& image) {
@@ -170,14 +184,11 @@ void MainLoop::DrawProgress(const ProgressFrame& progress) {
   m_Render.SetViewport(0, 0, m_Window.Width(), m_Window.Height());
   Canvas& canvas = m_Widgets.GetCanvas();
   canvas.Begin(m_Window.Width(), m_Window.Height(), m_Widgets.Scale());
-  canvas.FillRect(canvas.Screen(), GetTheme().Window);
-  ProgressBox box;
-  box.Title = progress.TitleKey;
-  box.Value = progress.Share;
-  box.CanCancel = true;
-  box.Cancelled = progress.Cancelling;
-  box.Arrange(box.PlaceIn(canvas.Screen(), canvas), canvas);
-  box.DrawTree(canvas);
+  const Theme& theme = GetTheme();
+  canvas.FillRect(canvas.Screen(), theme.Window);
+  canvas.FillRect(m_Form.ViewRect(), MixColor(theme.ViewTop, theme.ViewBottom, 0.5f));
+  m_Widgets.DrawLayer(LayerDocks);
+  m_Form.DrawProgress(canvas, progress);
   canvas.End();
   m_Window.Present();
   m_Render.EndFrame();
@@ -190,14 +201,18 @@ void MainLoop::UpdateCursor() {
   m_Cursor = cursor;
 }
 
-// The input method is on while a text field has the focus, and its list stands below that field.
+// Characters come while somebody may take them: who has the focus, or a menu or a list in a box, where letters find. The list of
+// an input method stands below who has the focus.
 void MainLoop::UpdateTextInput() {
-  const auto* edit = dynamic_cast<const TextEdit*>(m_Widgets.Focused());
-  const bool wanted = edit && !edit->ReadOnly;
-  if (wanted == m_TextInput) return;
+  const BaseWidget* focused = m_Widgets.Focused();
+  const auto* edit = dynamic_cast<const TextEdit*>(focused);
+  const bool wanted = edit ? !edit->ReadOnly : focused || m_Widgets.HasPopups() || m_Widgets.HasModal();
+  if (wanted == m_TextInput && focused == m_TextPlace) return;
   m_TextInput = wanted;
+  m_TextPlace = focused;
+  const cRect place = focused ? focused->Rect : cRect{};
   if (wanted)
-    m_Window.StartTextInput(int(edit->Rect.X), int(edit->Rect.Y), int(edit->Rect.W), int(edit->Rect.H));
+    m_Window.StartTextInput(int(place.X), int(place.Y), int(place.W), int(place.H));
   else
     m_Window.StopTextInput();
 }

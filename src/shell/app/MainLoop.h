@@ -2,11 +2,12 @@
 // The message loop and the frame. Messages go first: a frame is drawn only when the queue is empty, and only when something
 // has changed or wants to move; else the loop sleeps on the queue.
 #include <functional>
+#include <memory>
 #include <string>
 
-#include "interface/ProgressBox.h"
 #include "interface/cWidgets.h"
 #include "shell/app/MainForm.h"
+#include "shell/app/Splash.h"
 #include "shell/core/Progress.h"
 #include "shell/platform/Window.h"
 
@@ -24,7 +25,7 @@ class MainLoop {
   void RenderIfPossible();
   /// Draws one frame into a part of the window.
   void cMain_OnRender(const cRect& viewport);
-  /// A small frame of its own over the last picture.
+  /// A small frame of its own: the docks and the box. The scene, which may be in the middle of its change, is left out.
   void DrawProgress(const ProgressFrame& progress);
 
   /// Draws a frame and reads it back. False where nothing could be drawn or read.
@@ -38,10 +39,15 @@ class MainLoop {
   std::function<bool()> MayClose;
   /// Once a pass without messages, before the frame; true asks for a frame.
   std::function<bool()> Background;
+  /// About once a second, and before the first frame.
+  std::function<void()> EverySecond;
   /// The window moved or changed its size.
   std::function<void()> PlacementChanged;
   /// The display's density changed.
   std::function<void()> ScaleChanged;
+
+  /// Over the first frames; goes by itself.
+  std::unique_ptr<Splash> StartSplash;
 
   bool RenderRefused = false;  ///< RenderIfPossible returns at once
   bool BlockRender = false;    ///< nothing may be drawn now
@@ -52,6 +58,7 @@ class MainLoop {
 
  private:
   void TakeMessage(WindowMessage message, const InputEvent& event);
+  void WorkInBackground();
   double SecondsToSleep();
   void UpdateCursor();
   void UpdateTextInput();
@@ -64,6 +71,8 @@ class MainLoop {
   const AppOptions& m_Options;
   int m_DepthState3D = -1, m_BlendState3D = -1, m_FillState3D = -1, m_NoDepth = -1;
   comms::cImage* m_Picture = nullptr;  // where the frame that is drawn is to be stored
-  bool m_Quitting = false, m_FrameWanted = true, m_InputConsumed = false, m_TextInput = false;
+  bool m_Quitting = false, m_FrameWanted = true, m_TextInput = false;
+  double m_NextSecond = 0;
+  const BaseWidget* m_TextPlace = nullptr;  // compared only: it may be gone
   MouseCursor m_Cursor = MouseCursor::Arrow;
 };

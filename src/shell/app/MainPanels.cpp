@@ -1,28 +1,90 @@
 // The panels of the rooms.
+#include <algorithm>
+
 #include "interface/Button.h"
 #include "interface/HotKeyWindow.h"
 #include "interface/Layout.h"
 #include "interface/ObjBrowser.h"
 #include "interface/PanelWidget.h"
 #include "interface/ScrollArea.h"
+#include "interface/TextMenu.h"
 #include "interface/TextWidget.h"
+#include "interface/draw/Theme.h"
+#include "shell/app/CommandPanel.h"
 #include "shell/app/MainForm.h"
 #include "shell/app/TabletPanel.h"
 #include "shell/app/VoxTreeModel.h"
 #include "shell/core/Pages.h"
+
+namespace {
+
+/// A button that is enabled while its action is, and tells its key.
+class ActionButton : public Button {
+  REFLECTED(ActionButton, Button)
+ public:
+  ActionButton() = default;
+  ActionButton(const ::Action& action, const HotKeys& keys)
+      : Button(action.TextKey, action.Icon), m_Action(&action), m_Keys(&keys) {
+    IsChecked = action.IsChecked;
+    Action = action.Run;
+    HintKey = action.TextKey;
+    Flat = true;
+  }
+  void Process(double) override {
+    if (m_Action) Enabled = m_Action->Enabled();
+  }
+  std::string GetHintText(float x, float y) const override {
+    const std::string hint = Button::GetHintText(x, y), key = m_Keys ? m_Keys->KeyText(m_Action->Name) : std::string();
+    return key.empty() ? hint : hint.empty() ? key : hint + " (" + key + ")";
+  }
+
+ private:
+  const ::Action* m_Action = nullptr;
+  const HotKeys* m_Keys = nullptr;
+};
+DECLARE_MEMBERS(ActionButton) {}
+
+/// The parameters of a tool, and above them a button with its presets.
+class ToolPanel : public BaseWidget {
+  REFLECTED(ToolPanel, BaseWidget)
+ public:
+  ToolPanel() = default;
+  ToolPanel(BasicTool& tool, std::function<void(TextMenu&)> fillPresets)
+      : m_Presets(AddChild(new Button("PRESETS", "Menu"))), m_Parameters(AddChild(new PanelWidget(&tool))) {
+    m_Presets->Align = TextAlign::Left;
+    m_Presets->Action = [this, fill = std::move(fillPresets)] { TextMenu::Open(*Manager(), m_Presets->Rect, fill, m_Presets); };
+  }
+  void Arrange(const cRect& rect, Canvas& canvas) override {
+    Rect = rect;
+    const float pad = canvas.Px(Measures::Padding), row = canvas.Px(Measures::RowHeight + 4), head = row + pad;
+    m_Presets->Arrange({rect.X + pad, rect.Y + pad, std::max(0.0f, rect.W - 2 * pad), row}, canvas);
+    m_Parameters->Arrange({rect.X, rect.Y + head, rect.W, std::max(0.0f, rect.H - head)}, canvas);
+  }
+  float HeightFor(float width, Canvas& canvas) const override {
+    return canvas.Px(Measures::RowHeight + 4 + Measures::Padding) + m_Parameters->HeightFor(width, canvas);
+  }
+
+ private:
+  Button* m_Presets = nullptr;
+  PanelWidget* m_Parameters = nullptr;
+};
+DECLARE_MEMBERS(ToolPanel) {}
+
+}  // namespace
 
 void MainForm::AddPanels() {
   const auto add = [this](const char* key, const char* icon, BaseWidget* (MainForm::*make)(), DockSide side, float width,
                           float height) {
     m_Docks->Add({key, icon, [this, make] { return (this->*make)(); }, side, width, height});
   };
-  add("ToolsPanel", "Brush", &MainForm::MakeToolsPanel, DockSide::Left, 148, 500);
+  add("ToolsPanel", "Brush", &MainForm::MakeToolsPanel, DockSide::Left, 172, 500);
   add("ToolParamsPanel", "Settings", &MainForm::MakeToolParams, DockSide::Right, 264, 420);
   add("VoxTreePanel", "Layers", &MainForm::MakeVoxTree, DockSide::Right, 264, 180);
   add("ViewPanel", "Visible", &MainForm::MakeViewPanel, DockSide::Right, 264, 260);
   add("TabletPanel", "Tablet", &MainForm::MakeTabletPanel, DockSide::Right, 264, 220);
   add("PreferencesPanel", "Settings", &MainForm::MakePreferences, DockSide::Right, 320, 480);
   add("HotKeysPanel", "Keyboard", &MainForm::MakeHotKeys, DockSide::Right, 380, 480);
+  add("CommandsPanel", "Menu", &MainForm::MakeCommands, DockSide::Right, 320, 420);
   add("RoomNotePanel", "Info", &MainForm::MakeRoomNote, DockSide::Left, 220, 200);
 }
 
@@ -49,13 +111,7 @@ BaseWidget* MainForm::MakeToolsPanel() {
   auto* area = new ScrollArea;
   area->Padding = 6;
   const auto addButton = [&](const char* name) {
-    const Action* action = m_Actions.Find(name);
-    auto* button = area->Content().AddChild(new Button(action->TextKey, action->Icon));
-    button->Align = TextAlign::Left;
-    button->Flat = true;
-    button->IsChecked = action->IsChecked;
-    button->Action = action->Run;
-    button->HintKey = action->TextKey + "_HINT";
+    area->Content().AddChild(new ActionButton(*m_Actions.Find(name), m_HotKeys))->Align = TextAlign::Left;
   };
   const auto addTitle = [&](const char* key) {
     auto* title = area->Content().AddChild(new TextWidget(key));
@@ -72,9 +128,7 @@ BaseWidget* MainForm::MakeToolsPanel() {
 }
 
 BaseWidget* MainForm::MakeToolParams() {
-  auto* panel = new PanelWidget(&m_VoxelTool);
-  panel->Changed = [this](const char*) { m_VoxelTool.OnParametersChanged(nullptr, nullptr, nullptr, nullptr); };
-  return panel;
+  return new ToolPanel(m_VoxelTool, [this](TextMenu& menu) { FillPresets(menu); });
 }
 
 BaseWidget* MainForm::MakeViewPanel() { return new PanelWidget(&m_ViewOptions); }
@@ -86,13 +140,21 @@ BaseWidget* MainForm::MakeTabletPanel() { return new TabletPanel(m_Host.GetPenSt
 BaseWidget* MainForm::MakePreferences() {
   auto* panel = new PanelWidget(&m_Parts.Options);
   panel->Changed = [this](const char*) {
-    m_Navi.Settings = m_Parts.Options.GetNaviSettings();
+    ApplyOptions();
     m_Host.ApplyOptions();
   };
   return panel;
 }
 
 BaseWidget* MainForm::MakeHotKeys() { return new HotKeyWindow(m_HotKeys, m_Actions); }
+
+BaseWidget* MainForm::MakeCommands() {
+  return new CommandPanel(m_Parts.Commands, [this](const BatchLine& line) {
+    CommandResult result = Run(line);
+    if (result.EndsRun) RequestClose();
+    return result;
+  });
+}
 
 BaseWidget* MainForm::MakeRoomNote() {
   auto* column = new ScrollArea;

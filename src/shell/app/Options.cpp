@@ -6,7 +6,7 @@
 namespace {
 
 struct OptionRow {
-  const char *Name, *Value, *Help;  // Value: what follows, null for a switch
+  const char *Name, *Value, *Help;  // Value: what follows, null for a switch; Help: null for what is nobody's to give
   std::string Options::*Text = nullptr;
   bool Options::*Switch = nullptr;
   int Options::*Number = nullptr;
@@ -25,6 +25,8 @@ const OptionRow s_Rows[] = {
     {"--frames", "N", "end by itself after N frames of the window", nullptr, nullptr, &Options::Frames, 1000000},
     {"--picture", "FILE", "store the window's last picture as PNG when it closes", &Options::Picture, nullptr},
     {"--data", "DIR", "folder of the program's own files, in place of the one that it finds", &Options::DataFolder, nullptr},
+    {"-openautomate", "ARGS", "run as a benchmark client of the OpenAutomate interface", &Options::OpenAutomate},
+    {"--ask-after-crash", nullptr, nullptr, nullptr, &Options::AskAfterCrash},
     {"--help", nullptr, "this text and every command with its parameters", nullptr, &Options::ShowHelp},
     {"--version", nullptr, "name and version", nullptr, &Options::ShowVersion},
 };
@@ -49,6 +51,8 @@ class OptionReader {
     if (!m_Options.BatchFile.empty() && !m_Options.MeshJob.empty())
       return Fail("'--batch' and '--mesh-job' can't be run together");
     const std::string& job = m_Options.BatchFile.empty() ? m_Options.MeshJob : m_Options.BatchFile;
+    if (!job.empty() && (!m_Options.Picture.empty() || m_Options.Frames > 0 || !m_Options.OpenAutomate.empty()))
+      return Fail("'" + job + "' runs without a window; '--picture', '--frames' and '-openautomate' are the window's");
     if (!job.empty() && !m_Options.InputFile.empty())
       return Fail("'" + job + "' runs without a window and '" + m_Options.InputFile +
                   "' opens in one; import the mesh in the batch file");
@@ -76,6 +80,9 @@ class OptionReader {
     }
     if (value.empty()) return Fail("'" + name + "' needs " + row->Value);
     if (row->Number) return ReadNumber(*row, value);
+    // What starts benchmarks may hand the quotes of its own line over with the words.
+    if (row->Text == &Options::OpenAutomate && value.size() > 2 && value.starts_with('"') && value.ends_with('"'))
+      value = value.substr(1, value.size() - 2);
     m_Options.*row->Text = value;
     return true;
   }
@@ -120,6 +127,7 @@ bool ReadOptions(const std::vector<std::string>& words, Options& options, std::s
 std::string DescribeOptions() {
   std::string text;
   for (const OptionRow& row : s_Rows) {
+    if (!row.Help) continue;
     std::string line = std::string("  ") + row.Name + (row.Value ? std::string(" ") + row.Value : "");
     line.resize(std::max<size_t>(line.size(), 18), ' ');
     text += line + row.Help + "\n";

@@ -50,6 +50,6 @@ bool SceneScript::Step(std::string& error) {
     error = result.Message;
   }
   error = comms::Format("%s:%d: %s: %s", m_Path.c_str(), line.Number, command.Name.c_str(), error.c_str());
-  Stop();
+  m_Lines.clear();
   return false;
 }

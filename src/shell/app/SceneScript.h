@@ -14,9 +14,6 @@ class SceneScript {
   bool IsDone() const { return m_Next >= m_Lines.size(); }
   /// Runs one command. False with one sentence in `error` where it failed; the rest is dropped then.
   bool Step(std::string& error);
-  /// Parts that are done, 0 .. 1.
-  double Share() const { return m_Lines.empty() ? 1 : double(m_Next) / double(m_Lines.size()); }
-  void Stop() { m_Next = m_Lines.size(); }
 
  private:
   struct Line {

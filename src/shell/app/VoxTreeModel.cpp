@@ -36,6 +36,7 @@ bool VoxTreeModel::Rename(Node node, const std::string& name, std::string& expec
     return false;
   }
   volume->Name = name;
+  m_Scene.Touch();
   return true;
 }
 

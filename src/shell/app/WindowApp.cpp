@@ -4,24 +4,31 @@
 #include <sched.h>
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <thread>
 
+#include "ClassEngine/pool.h"
 #include "MC/room/RoomCommands.h"
 #include "comms/Image.h"
 #include "comms/Log.h"
+#include "comms/SafeFile.h"
 #include "comms/Str.h"
 #include "comms/cMeshIO.h"
 #include "comms/render/cRenderGL.h"
 #include "interface/Clipboard.h"
 #include "interface/Language.h"
 #include "interface/draw/Theme.h"
+#include "shell/app/CrashCommand.h"
+#include "shell/app/CrashSave.h"
 #include "shell/app/LogFile.h"
 #include "shell/app/MainForm.h"
 #include "shell/app/MainLoop.h"
 #include "shell/app/SceneScript.h"
+#include "shell/app/Splash.h"
 #include "shell/app/WindowMessages.h"
 #include "shell/core/DataPath.h"
 #include "shell/core/GeneralCommands.h"
@@ -53,7 +60,8 @@ class WindowClipboard : public Clipboard {
 };
 
 /// Keeps the main thread on the first processor, so that its clocks agree. Threads inherit the mask of whoever starts them, so
-/// the workers of parallel loops get the old one back as they begin to work; the driver's own threads are there already.
+/// the workers of parallel loops get the old one back as they begin to work, and a stack for the crash handler with it; the
+/// driver's own threads are there already.
 class MainThreadMask : public tbb::task_scheduler_observer {
  public:
   MainThreadMask() : m_Main(std::this_thread::get_id()) {
@@ -75,7 +83,9 @@ class MainThreadMask : public tbb::task_scheduler_observer {
   MainThreadMask(const MainThreadMask&) = delete;
   MainThreadMask& operator=(const MainThreadMask&) = delete;
   void on_scheduler_entry(bool) override {
-    if (std::this_thread::get_id() != m_Main) sched_setaffinity(0, sizeof m_Old, &m_Old);
+    if (std::this_thread::get_id() == m_Main) return;
+    sched_setaffinity(0, sizeof m_Old, &m_Old);
+    UseCrashStack();
   }
 
  private:
@@ -139,6 +149,11 @@ class WindowProgram {
   void ApplyOptions();
   void ApplyTheme();
   void StoreWindowRect();
+  void LoadArrow();
+  void FillCrashScene(CrashScene& scene);
+  void StartOpenAutomate();
+  bool OfferBackup();
+  bool LoadBackup(const std::string& path);
   bool WorkOnScript();
   void StoreScreenshot();
   void Stop();
@@ -160,6 +175,8 @@ class WindowProgram {
   std::unique_ptr<MainForm> m_Form;
   std::unique_ptr<MainLoop> m_Loop;
   std::unique_ptr<ScreenProgress> m_Progress;
+  std::unique_ptr<CrashSave> m_CrashSave;
+  const comms::cRawMesh* m_MeshSeen = nullptr;  // by the crash report's facts
   std::unique_ptr<MainThreadMask> m_Mask;
   SceneScript m_Script;
   std::string m_LanguageShown;
@@ -172,15 +189,16 @@ bool WindowProgram::StartFolders(std::string& error) {
   if (m_Lock.IsSecond()) SetDataPath(m_Lock.Folder() + "/", m_Job.ProgramData);
   m_Log = std::make_unique<LogFile>(GetFullPath("Log.txt"));
   comms::LogInfo("Morvane %s; data path %s", m_Job.Version.c_str(), GetDataPath().c_str());
-  if (m_Lock.IsSecond())
+  if (m_Lock.IsSecond()) {
     comms::LogWarning("the data path is in use by another instance; this one works in a temporary folder of its own");
-  CrashOptions crash;
-  crash.Folder = GetDataPath();
-  crash.Version = "Morvane " + m_Job.Version;
-  std::string crashError;
-  if (!InstallCrashHandler(crash, crashError)) comms::LogWarning("%s", crashError.c_str());
+    CrashOptions crash;
+    crash.Folder = GetDataPath();
+    crash.Version = "Morvane " + m_Job.Version;
+    if (!InstallCrashHandler(crash, error)) return false;
+  }
   m_Settings.RegisterMembers();
   m_Settings.Load();
+  AppOptions::SetLanguages(ListLanguages(m_Job.ProgramData));
   m_Options.RegisterMembers();
   m_Options.Load();
   if (m_Options.Theme == ThemeChoice::System) m_DesktopTheme.Ask();
@@ -192,6 +210,7 @@ bool WindowProgram::StartWindow(std::string& error) {
   WindowRect stored;
   if (LoadWindowRect(stored)) placement = {stored.Left, stored.Top, stored.Right, stored.Bottom, stored.Maximized};
   if (!m_Window.Create(Title, placement, error)) return false;
+  m_Window.SwitchOffAccessKeys();
   m_Render = std::make_unique<comms::cRenderGL>();
   if (!m_Render->Init({m_Job.ProgramData, GetDataPath()}, error)) return false;
   m_Window.SetVerticalSync(m_Settings.VerticalSync);
@@ -201,44 +220,91 @@ bool WindowProgram::StartWindow(std::string& error) {
     m_Window.SetIcon(icon);
   else
     comms::LogWarning("%s", iconError.c_str());
-  AddCrashInfo([this](CrashScene& scene) {
-    SetCrashText(scene.VideoName, m_Render->DeviceName());
-    SetCrashText(scene.Tool, GetCurrentTool().GetClassName());
-    if (const VolumeObject* volume = m_Scene.Current()) SetCrashText(scene.Object, volume->Name);
-  });
+  LoadArrow();
+  SetCrashText(GetCrashScene().AudioName, "none");
+  SetCrashText(GetCrashScene().VideoName, m_Render->DeviceName());
   return true;
+}
+
+// The person's own arrow, or the program's, in place of the system's.
+void WindowProgram::LoadArrow() {
+  const std::string path = FindDataFile("Cursors/Arrow.ani");
+  if (!comms::FileExists(path)) return;
+  comms::cList<uint8_t> bytes;
+  std::vector<CursorStep> steps;
+  std::string error;
+  if (!comms::ReadWholeFile(path, bytes, error))
+    comms::LogWarning("%s", error.c_str());
+  else if (!ReadAniCursor(bytes, steps, error) || !m_Window.SetArrow(steps, error))
+    comms::LogWarning("%s: %s", path.c_str(), error.c_str());
+}
+
+void WindowProgram::FillCrashScene(CrashScene& scene) {
+  SetCrashText(scene.UserInfo, comms::Format("Data path: %s\nLanguage: %s\nScale: %.2f", GetDataPath().c_str(),
+                                             m_LanguageShown.c_str(), double(m_Widgets->Scale())));
+  scene.Pointers = int(GetPool().GetLiveCount());
+  const VolumeObject* volume = m_Scene.Current();
+  SetCrashText(scene.Object, volume ? volume->Name : std::string());
+  scene.Vertices = scene.Polygons = 0;
+  if (volume)
+    volume->RenderGroups.ForEach([&](const auto&, const RenderGroup& group) {
+      scene.Vertices += group.Mesh->NumVertices;
+      scene.Polygons += group.Mesh->NumIndices / 3;
+    });
+  scene.TargetWidth = m_Window.Width();
+  scene.TargetHeight = m_Window.Height();
+  const StrokeHistory& history = m_Scene.History();
+  SetCrashText(scene.Undo, comms::Format("%zu of %zu steps", history.UndoSteps(), history.Steps()));
+  SetCrashText(scene.Tool, GetCurrentTool().GetClassName());
+  scene.VoxelTool = int(m_Form->VoxelTool().CurrentToolId);
+  if (!m_Scene.Mesh() || m_Scene.Mesh() == m_MeshSeen) return;
+  m_MeshSeen = m_Scene.Mesh();
+  SetCrashText(scene.ObjectFile, m_Scene.MeshName());
+  scene.NumMeshLoads++;
+  scene.MeshLoadTimeSec = Window::Now();
 }
 
 void WindowProgram::StartForm() {
   m_Canvas = std::make_unique<Canvas>(*m_Render, m_Job.ProgramData);
   m_Widgets = std::make_unique<cWidgets>(*m_Canvas);
   m_Messages = std::make_unique<WindowMessages>(*m_Widgets);
+  m_Messages->Render = m_Render.get();
   m_Clipboard = std::make_unique<WindowClipboard>(m_Window);
   SetEngineHost(m_Messages.get());
   AddGeneralCommands(m_Commands);
   AddRoomCommands(m_Commands, m_Scene, *m_Messages);
+  AddCrashCommand(m_Commands);
   comms::cMeshIO::SetPluginFolder(comms::JoinPath(m_Job.ProgramData, "Plugins/MeshCodecs/"));
 
   FormHost host;
   host.Close = [this] { m_Loop->Quit(); };
-  host.SetFullScreen = [this](bool on) { m_Window.SetFullScreen(on); };
+  host.AsksBeforeClose = m_Job.FramesToRun == 0;
+  host.WorkEnded = [this] { m_Progress->Finish(); };
   host.StoreScreenshot = [this] { m_ScreenshotWanted = true; };
   host.GetPenState = [this] { return m_Window.GetPenState(); };
   host.ApplyOptions = [this] { ApplyOptions(); };
   host.FrameMilliseconds = [this] { return m_Loop->FrameMilliseconds; };
   ApplyOptions();
-  m_Form = std::make_unique<MainForm>(MainForm::Parts{*m_Widgets, m_Commands, m_Scene, *m_Messages, m_Options, m_Settings}, host);
+  m_Form = std::make_unique<MainForm>(MainForm::Parts{*m_Widgets, m_Commands, m_Scene, m_Options, m_Settings}, host);
   m_Form->ViewOptions().Quality = SuggestQuality(m_Render->DeviceName());
   // A software driver takes and returns megabytes for every draw call.
   if (m_Form->ViewOptions().Quality == SceneQuality::Fast) KeepFreedMemory(size_t(128) << 20);
   m_Loop = std::make_unique<MainLoop>(m_Window, *m_Render, *m_Widgets, *m_Form, m_Settings, m_Options);
+  m_Loop->MayClose = [this] {
+    m_Form->RequestClose();
+    return m_Loop->IsQuitting();
+  };
   m_Loop->PlacementChanged = [this] { StoreWindowRect(); };
   m_Loop->ScaleChanged = [this] { ApplyOptions(); };
   m_Loop->Background = [this] {
     if (std::exchange(m_ScreenshotWanted, false)) StoreScreenshot();
     if (m_DesktopTheme.HasAnswer()) ApplyTheme();
+    m_CrashSave->Watch();
     return WorkOnScript();
   };
+  m_Loop->EverySecond = RefreshCrashScene;
+  // Who only measures or takes a picture wants the window as it is.
+  if (m_Job.FramesToRun == 0) m_Loop->StartSplash = std::make_unique<Splash>(Title, m_Job.Version, Window::Now());
   m_Messages->PumpOnce = [this] {
     WindowMessage message;
     return m_Loop->cWinMain_OneIterationOfMessageLoop(message, false);
@@ -249,16 +315,23 @@ void WindowProgram::StartForm() {
   m_Progress->Clock = [] { return Window::Now(); };
   m_Progress->PumpMessages = [this] {
     InputEvent event;
-    for (WindowMessage message; (message = m_Window.Poll(event)) != WindowMessage::None;)
-      if ((message == WindowMessage::Input && event.Kind == InputKind::KeyDown && event.Key == KeyEsc) ||
-          message == WindowMessage::Close)
-        m_Progress->Cancel();
+    for (WindowMessage message; (message = m_Window.Poll(event)) != WindowMessage::None;) {
+      const bool isInput = message == WindowMessage::Input;
+      if (message == WindowMessage::Close || (isInput && m_Form->CancelsProgress(event))) m_Progress->Cancel();
+      // The end of what was begun before the work; a stroke or a drag would go on without it.
+      if (isInput && (event.Kind == InputKind::ButtonUp || event.Kind == InputKind::KeyUp || event.Kind == InputKind::FocusLost))
+        m_Widgets->Queue(event);
+    }
   };
   // Sizes are needed before the first page is laid out.
   m_Widgets->SetSize(m_Window.Width(), m_Window.Height(), m_Options.GetScale(m_Window.Scale()));
   m_Canvas->Begin(m_Window.Width(), m_Window.Height(), m_Widgets->Scale());
   m_Form->Open();
   m_FormOpen = true;
+  AddCrashInfo([this](CrashScene& scene) { FillCrashScene(scene); });
+  RefreshCrashScene();
+  m_CrashSave = std::make_unique<CrashSave>(
+      CrashSave::Parts{m_Scene, m_Commands, m_Window, m_Job.ProgramData, [this] { return m_Form->IsSceneModified(); }});
 }
 
 void WindowProgram::ApplyTheme() {
@@ -278,7 +351,7 @@ void WindowProgram::ApplyOptions() {
   // The first question was asked before the window was made.
   if (m_Options.Theme == ThemeChoice::System && m_Loop) m_DesktopTheme.Ask();
   ApplyTheme();
-  const std::string language = m_Options.Language.Get();
+  const std::string language = m_Options.LanguageName();
   if (language != m_LanguageShown) {
     std::string error;
     if (!LoadLanguage(m_Job.ProgramData, language, error)) {
@@ -298,8 +371,9 @@ void WindowProgram::StoreWindowRect() {
 
 void WindowProgram::StartScene() {
   std::string error;
+  const bool hasBackup = OfferBackup();
   if (m_Job.InputFile.empty()) {
-    if (!m_Script.Load(m_Commands, comms::JoinPath(m_Job.ProgramData, "Samples/first-sculpture.batch"), error))
+    if (!hasBackup && !m_Script.Load(m_Commands, comms::JoinPath(m_Job.ProgramData, "Samples/first-sculpture.batch"), error))
       m_Form->Say(error, true);
   } else if (m_Form->OpenFile(m_Job.InputFile, error)) {
     comms::LogInfo("%s is open", m_Job.InputFile.c_str());
@@ -307,19 +381,55 @@ void WindowProgram::StartScene() {
     m_Form->Say(error, true);
   }
   if (m_Lock.IsSecond()) m_Form->Say(GetText("SECOND_INSTANCE"), true);
-  if (m_Progress) m_Progress->Finish();
+  // A backup is there only here now.
+  if (!hasBackup) m_Form->KeepSceneState();
+  m_CrashSave->Begin();
+}
+
+// What a crash left, at the person's choice. True where it is in the scene.
+bool WindowProgram::OfferBackup() {
+  const std::string path = GetCrashBackupPath();
+  // Runs that end by themselves have nobody who answers.
+  if (m_Job.FramesToRun > 0 || !comms::FileExists(path)) return false;
+  enum { Load, Delete, Skip };
+  switch (m_Messages->Ask("AutoBackup", "PrevBackupFound", {"LOAD", "DELETE", "SKIP"}, Skip)) {
+    case Load:
+      return LoadBackup(path);
+    case Delete:
+      std::remove(path.c_str());
+      std::remove((path.substr(0, path.rfind('.')) + ".mtl").c_str());
+      return false;
+    default:
+      return false;
+  }
+}
+
+bool WindowProgram::LoadBackup(const std::string& path) {
+  const float voxel = ReadBackupVoxelSize(path);
+  const std::string size = voxel > 0 ? comms::Format(" VoxelSize=%.9g", double(voxel)) : std::string();
+  if (!m_Form->RunCommand("ImportMesh File=" + QuoteBatchValue(path)) || !m_Form->RunCommand("Voxelize" + size)) return false;
+  m_Form->FrameScene();
+  // Kept until the next one: the scene is not stored anywhere else yet.
+  const std::string old = GetFullPath("UserData/AutoBackupOnCrash.loaded.obj");
+  if (std::rename(path.c_str(), old.c_str()) != 0)
+    comms::LogWarning("%s can't be renamed to %s: %s", path.c_str(), old.c_str(), std::strerror(errno));
+  comms::LogInfo("%s is loaded", path.c_str());
+  return true;
 }
 
 // The sample grows before the person's eyes, a few strokes a frame; it waits while the person draws a stroke of their own.
 bool WindowProgram::WorkOnScript() {
   if (m_Script.IsDone() || m_Form->VoxelTool().IsStroking()) return false;
   const auto started = std::chrono::steady_clock::now();
+  const bool isModified = m_Form->IsSceneModified();
   while (!m_Script.IsDone() && std::chrono::steady_clock::now() - started < ScriptBudget) {
     std::string error;
     if (!m_Script.Step(error)) m_Form->Say(error, true);
   }
-  if (m_Progress) m_Progress->Finish();
+  m_Progress->Finish();
+  if (!isModified) m_Form->KeepSceneState();
   m_Form->FollowScene();
+  m_CrashSave->Begin();
   if (m_Script.IsDone()) comms::LogInfo("the sample sculpture is done");
   return true;
 }
@@ -338,6 +448,13 @@ void WindowProgram::StoreScreenshot() {
     m_Form->Say(path);
 }
 
+// The program has no client library of its own to speak through, and nobody has named one.
+void WindowProgram::StartOpenAutomate() {
+  if (m_Job.OpenAutomate.empty()) return;
+  comms::LogInfo("oaInit args:%s", m_Job.OpenAutomate.c_str());
+  comms::LogWarning("oaInit failed");
+}
+
 int WindowProgram::Run() {
   std::string error;
   FillKeyTable();
@@ -349,6 +466,7 @@ int WindowProgram::Run() {
   m_Window.Show();
   m_Loop->RenderIfPossible();
   comms::LogInfo("first frame after %.2f s", SecondsSinceStart());
+  StartOpenAutomate();
   StartScene();
   WindowMessage message;
   while (m_Loop->cWinMain_OneIterationOfMessageLoop(message, m_Job.FramesToRun > 0)) {
@@ -364,6 +482,8 @@ int WindowProgram::Run() {
 
 void WindowProgram::Stop() {
   m_DesktopTheme.Wait();
+  m_CrashSave.reset();
+  ForgetCrashInfo();
   m_Window.CloseTablet();
   if (m_FormOpen) {
     StoreWindowRect();

@@ -10,9 +10,10 @@
 
 struct Action {
   std::string Name;     ///< CamelCase; what files of hot keys hold
-  std::string TextKey;  ///< language key of its text; its hint is under the key with "_HINT"
+  std::string TextKey;  ///< language key of its text, with tags as of IsShownOnPage; its hint is under the key with "_HINT"
   std::string Icon;     ///< name of the icon; empty for none
   std::function<void()> Run;
+  std::function<std::string()> Text;     ///< its text in menus now; empty: that of TextKey
   std::function<void()> Release;         ///< the end of a hold: a hot key was let go. Empty for actions that are done at once
   std::function<bool()> IsEnabled;       ///< empty: always
   std::function<bool()> IsChecked;       ///< empty: can't be checked

@@ -5,16 +5,31 @@
 
 #include "ClassEngine/Enumerator.h"
 #include "ClassEngine/ValueTypes.h"
+#include "comms/Str.h"
 #include "shell/core/DataPath.h"
 #include "shell/core/ObjectFile.h"
 
-static constexpr float MinScale = 0.75f, MaxScale = 3;
+static Enumerator& Languages() {
+  Enumerator& languages = EnumRegistry::FindOrCreate("Languages");
+  if (!languages.GetCount()) languages.Add("English", 0);
+  return languages;
+}
+
+static void FillScales() {
+  Enumerator& scales = EnumRegistry::FindOrCreate("InterfaceScales");
+  if (scales.GetCount()) return;
+  scales.Add("Automatic", 0);
+  for (const int percent : AppOptions::GetScaleSteps()) scales.Add(comms::Format("%d %%", percent).c_str(), percent);
+}
 
 DECLARE_MEMBERS(AppOptions) {
+  FillScales();
+  Languages();
+
   Separator("Look");
   Member<_index>("Theme", Theme, "InterfaceThemes").Entries({"System", "Dark", "Light"}).Hint("Colours of the interface");
-  Member<_float>("InterfaceScale", InterfaceScale).Range(0, MaxScale).Hint("Size of the interface; 0 follows the screen");
-  Member<_str>("Language", Language).Hint("Language of the interface");
+  Member<_index>("InterfaceScale", InterfaceScale, "InterfaceScales").Hint("Size of the interface");
+  Member<_index>("Language", Language, "Languages").Hint("Language of the interface");
   Member<_bool>("ShowHints", ShowHints).Hint("Explain what the pointer rests on");
   Member<CtrlFSlider>("HintDelay", HintDelay, {0.0f, 3.0f, 0.5f}).Unit("seconds").Hint("Time until a hint appears");
 
@@ -32,27 +47,30 @@ DECLARE_MEMBERS(AppOptions) {
   Member<_bool>("SmoothViews", SmoothViews).Hint("Move to standard views in a short time");
   Member<CtrlFSlider>("FieldOfView", FieldOfView, {10.0f, 120.0f, 40.0f}).Unit("degrees").Hint("Vertical angle of the view");
 
-  Separator("Pen");
-  Member<_index>("PenCursor", PenCursor, "PenCursors").Entries({"Circle", "Circle and dot", "Cross"}).Hint("Shape of the cursor");
-  Member<_color>("PenCursorColor", PenCursorColor).Hint("Colour of the cursor");
-  Member<_bool>("PenCursorOnSurface", PenCursorOnSurface).Hint("Lay the cursor on the surface");
-  Member<CtrlFSlider>("PressureCurve", PressureCurve, {0.25f, 4.0f, 1.0f}).Hint("Exponent of the pressure; below 1 is softer");
-
-  Separator("Symmetry");
-  Member<_bool>("ShowSymmetryPlane", ShowSymmetryPlane).Hint("Show the planes of symmetry");
-  Member<_color>("SymmetryColorX", SymmetryColorX).Hint("Colour of the plane across x");
-  Member<_color>("SymmetryColorY", SymmetryColorY).Hint("Colour of the plane across y");
-  Member<_color>("SymmetryColorZ", SymmetryColorZ).Hint("Colour of the plane across z");
-
   Separator("Safety");
   Member<CtrlISlider>("UndoDepth", UndoDepth, {1, 1000, 100}).Unit("steps").Hint("Steps that can be undone");
   Member<CtrlISlider>("UndoMegabytes", UndoMegabytes, {64, 65536, 2048}).Unit("MB").Hint("Memory for undo");
-  Member<CtrlISlider>("AutosaveMinutes", AutosaveMinutes, {0, 120, 10}).Unit("minutes").Hint("Time between two backups; 0: none");
 }
 
 float AppOptions::GetScale(float screenScale) const {
-  const float wanted = InterfaceScale >= MinScale ? InterfaceScale : screenScale;
-  return wanted > 0 ? std::clamp(wanted, MinScale, MaxScale) : 1;
+  const float wanted = InterfaceScale > 0 ? float(InterfaceScale) / 100 : screenScale;
+  return wanted > 0 ? std::clamp(wanted, float(GetScaleSteps().front()) / 100, float(GetScaleSteps().back()) / 100) : 1;
+}
+
+const std::vector<int>& AppOptions::GetScaleSteps() {
+  static const std::vector<int> steps{75, 100, 125, 150, 175, 200, 225, 250, 275, 300};
+  return steps;
+}
+
+void AppOptions::SetLanguages(const std::vector<std::string>& names) {
+  Enumerator& languages = Languages();
+  for (const std::string& name : names)
+    if (languages.FindIndex(name.c_str()) < 0) languages.Add(name.c_str(), languages.GetCount());
+}
+
+std::string AppOptions::LanguageName() const {
+  const char* name = Languages().EnumName(Languages().FindIndexOfValue(Language));
+  return name ? name : Languages().EnumName(0);
 }
 
 NaviSettings AppOptions::GetNaviSettings() const {
@@ -72,12 +90,9 @@ bool AppOptions::Store() {
 DECLARE_MEMBERS(cSettings) {
   Member<_bool>("FullScreen", FullScreen).Hint("The window covers the screen");
   Member<_bool>("ShowGrid", ShowGrid).Hint("Show the grid");
-  Member<_color>("GridColor", GridColor).Hint("Colour of the grid");
-  Member<_color>("GridAxisColor", GridAxisColor).Hint("Colour of the grid's middle lines");
   Member<_bool>("Wireframe", Wireframe).Hint("Draw edges in place of faces");
   Member<_bool>("ShowStatistics", ShowStatistics).Hint("Show the time of a frame");
   Member<_bool>("VerticalSync", VerticalSync).Hint("Wait for the screen before a frame is shown");
-  Member<_bool>("ShowAxes", ShowAxes).Hint("Show the axes in the corner of the view");
 }
 
 static constexpr const char* SettingsName = "Settings";

@@ -27,9 +27,6 @@ class BatchRunner {
   /// Runs all lines of `input`; `name` stands for it in messages.
   int RunStream(std::istream& input, const std::string& name);
 
-  /// The first failure so far.
-  Failure FirstFailure() const { return m_FirstFailure; }
-
  private:
   int FailToRead(const std::string& name, const char* reason);
   bool RunLine(const std::string& text, const std::string& place);
@@ -39,5 +36,5 @@ class BatchRunner {
   BatchMessages& m_Messages;
   std::ostream& m_Answers;
   BatchOptions m_Options;
-  Failure m_FirstFailure = Failure::None;
+  Failure m_FirstFailure = Failure::None;  // so far
 };

@@ -79,7 +79,7 @@ static std::string GetVariable(const char* name) {
   return value ? value : "";
 }
 
-bool InitDataPath(const std::string& programFolder, std::string& error) {
+std::string LookUpDataPath(const std::string& programFolder) {
   DataPathInputs inputs;
   inputs.Environment = GetVariable("MORVANE_FILES_PATH");
   inputs.PathFile = ReadText("morvane_data_path.txt");
@@ -88,7 +88,11 @@ bool InitDataPath(const std::string& programFolder, std::string& error) {
   std::string config = GetVariable("XDG_CONFIG_HOME");
   if (config.empty()) config = comms::JoinPath(home, ".config");
   inputs.Documents = FindDocumentsFolder(home, ReadText(comms::JoinPath(config, "user-dirs.dirs")).value_or(std::string()));
-  const std::string path = FindDataPath(inputs);
+  return FindDataPath(inputs);
+}
+
+bool InitDataPath(const std::string& programFolder, std::string& error) {
+  const std::string path = LookUpDataPath(programFolder);
   std::error_code fault;
   fs::create_directories(path, fault);
   if (!IsFolder(path)) {

@@ -18,8 +18,10 @@ std::string FindDataPath(const DataPathInputs& inputs);
 /// else "Documents".
 std::string FindDocumentsFolder(const std::string& home, std::string_view userDirs);
 
-/// Finds the data path from the environment and the files of the working directory and of `programFolder`, makes the folder, and
-/// remembers both. False with one sentence where the folder can't be made.
+/// The data path by the environment and the files of the working directory and of `programFolder`. The folder may not be there.
+std::string LookUpDataPath(const std::string& programFolder);
+/// Looks the data path up, makes the folder, and remembers it and `programFolder`. False with one sentence where the folder can't
+/// be made.
 bool InitDataPath(const std::string& programFolder, std::string& error);
 /// The same for folders that are known already (batch, tests).
 void SetDataPath(const std::string& dataPath, const std::string& programFolder);

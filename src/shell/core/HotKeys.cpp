@@ -251,7 +251,7 @@ bool HotKeyRunner::Begin(const HotKeyTarget& target, bool hold, const InputEvent
   if (const Action* action = m_Actions.Find(target.Command)) {
     if (!action->Enabled()) return false;
     if (event.IsRepeat && !action->Repeats) return true;
-    if (hold) m_Held.push_back({event.Key, action->Name, {}, false});
+    if (hold) m_Held.push_back({event.Key, action->Name, {}, {}});
     action->Run();
     return true;
   }
@@ -264,7 +264,7 @@ bool HotKeyRunner::BeginTool(const HotKeyTarget& target, bool hold, int code) {
     if (Complain) Complain("there is no tool '" + target.Tool + "'");
     return true;
   }
-  if (hold) m_Held.push_back({code, {}, GetCurrentTool().GetToolKey(), true});
+  if (hold) m_Held.push_back({code, {}, target.Tool, GetCurrentTool().GetToolKey()});
   RadioActivate(*tool);
   return true;
 }
@@ -288,12 +288,20 @@ bool HotKeyRunner::RunCommandOf(const HotKeyTarget& target) {
 }
 
 void HotKeyRunner::End(const HeldKey& held) {
-  if (!held.IsTool) {
-    const Action* action = m_Actions.Find(held.Action);
-    if (action && action->Release) action->Release();
-  } else if (BasicTool* before = FindTool(held.ToolBefore)) {
+  if (held.Action.empty()) return EndTool(held);
+  const Action* action = m_Actions.Find(held.Action);
+  if (action && action->Release) action->Release();
+}
+
+// A tool that was held over this one stays, and goes back to what was before both.
+void HotKeyRunner::EndTool(const HeldKey& held) {
+  for (HeldKey& over : m_Held)
+    if (over.Action.empty() && over.ToolBefore == held.Tool) {
+      over.ToolBefore = held.ToolBefore;
+      return;
+    }
+  if (BasicTool* before = FindTool(held.ToolBefore))
     RadioActivate(*before);
-  } else {
+  else
     DeactivateTools();
-  }
 }

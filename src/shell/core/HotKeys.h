@@ -112,14 +112,14 @@ class HotKeyRunner {
  private:
   struct HeldKey {
     int Key;
-    std::string Action;
-    std::string ToolBefore;  // of a held tool: the one to go back to
-    bool IsTool;
+    std::string Action;            // empty: a tool is held
+    std::string Tool, ToolBefore;  // the second is the one to go back to
   };
   bool Begin(const HotKeyTarget& target, bool hold, const InputEvent& event);
   bool BeginTool(const HotKeyTarget& target, bool hold, int code);
   bool RunCommandOf(const HotKeyTarget& target);
   void End(const HeldKey& held);
+  void EndTool(const HeldKey& held);
   HotKeys& m_Keys;
   const Actions& m_Actions;
   const CommandTable* m_Commands;

@@ -12,7 +12,6 @@ using comms::cVec3;
 namespace {
 
 constexpr double Pi = 3.14159265358979323846;
-constexpr float ClickPixels = 3;  // a press that moves less is a click
 constexpr double TransitionSec = 0.25;
 constexpr double MinDistance = 1e-7, MaxDistance = 1e9;
 constexpr float MinNearShare = 1e-5f;  // of Far: what a depth buffer of 24 bits can still tell apart
@@ -296,7 +295,7 @@ bool NaviSystem::FindPoint(float x, float y, cVec3& point) const {
 
 void NaviSystem::BeginDrag(NaviAction action, const InputEvent& press) {
   m_Transition.Running = false;
-  m_Drag = {action, press.Button, press.X, press.Y, View, {}, false, false};
+  m_Drag = {action, press.Button, press.X, press.Y, View, {}, false};
   m_Drag.Picked = FindPoint(press.X, press.Y, m_Drag.Point);
   if (action == NaviAction::Orbit && !(m_Drag.Picked && Settings.OrbitAroundPick))
     m_Drag.Point = View.Target, m_Drag.Picked = false;
@@ -307,7 +306,6 @@ void NaviSystem::BeginDrag(NaviAction action, const InputEvent& press) {
 bool NaviSystem::OnMove(const InputEvent& move) {
   if (m_Drag.Action == NaviAction::None) return false;
   const float dx = move.X - m_Drag.X, dy = move.Y - m_Drag.Y;
-  m_Drag.Moved = m_Drag.Moved || std::hypot(dx, dy) >= ClickPixels;
   switch (m_Drag.Action) {
     case NaviAction::Orbit:
       Orbit(dx, dy);
@@ -484,8 +482,7 @@ void NaviSystem::FitDepth(const SceneBox& box) {
   View.Near = float(near), View.Far = float(far);
 }
 
-// --- pixels and space
-// ------------------------------------------------------------------------------------------------------------
+// --- pixels and space ----------------------------------------------------------------------------------------------------------
 
 cVec3 NaviSystem::Unproject(const Camera& camera, float x, float y, float depth) const {
   const Axes axes = AxesOf(camera);

@@ -29,8 +29,8 @@ struct Camera {
   comms::cVec3 Target;       ///< pivot; the line of sight goes through it
   comms::cVec3 Up{0, 1, 0};  ///< length 1, at a right angle to the line of sight
   bool Orthographic = false;
-  float FovDegrees =
-      40;  ///< full vertical angle, 1 .. 150. An orthographic view shows at all depths what this one shows at Target
+  /// Full vertical angle, 1 .. 150. An orthographic view shows at all depths what this one shows at Target.
+  float FovDegrees = 40;
   float Near = 0.01f, Far = 100;  ///< along the line of sight; Near is below 0 where an orthographic view sees behind Position
 
   float Distance() const { return comms::Length(Target - Position); }
@@ -106,10 +106,6 @@ class NaviSystem {
   /// Ends the drag where it is, as when the window loses the keyboard.
   void EndDrag();
   NaviAction CurrentAction() const { return m_Drag.Action; }
-  /// Whether the drag, or the last one, went farther than a click does.
-  bool HasMoved() const { return m_Drag.Moved; }
-  /// The point that the drag turns around or holds.
-  const comms::cVec3& DragPoint() const { return m_Drag.Point; }
 
   // --- views -------------------------------------------------------------------------------------------------------------
   /// Looks along an axis at the same target from the same distance.
@@ -124,8 +120,8 @@ class NaviSystem {
   /// Sets Near and Far so that the box is seen whole and depth is finest in it. An empty box: by the distance of the target.
   void FitDepth(const SceneBox& box);
 
-  // --- pixels and space: pixels are those of the window, from its upper left corner
-  // ---------------------------------------------
+  // --- pixels and space --------------------------------------------------------------------------------------------------
+  // Pixels are those of the window, from its upper left corner.
   ViewRay GetRay(float x, float y) const;
   /// False where the point isn't in front of a perspective camera. `depth` is along the line of sight.
   bool Project(const comms::cVec3& point, float& x, float& y, float* depth = nullptr) const;
@@ -139,7 +135,7 @@ class NaviSystem {
     float X = 0, Y = 0;
     Camera Start;
     comms::cVec3 Point;
-    bool Picked = false, Moved = false;
+    bool Picked = false;
   };
   struct Transition {
     bool Running = false, Started = false;

@@ -1,54 +1,53 @@
 #include "shell/core/PresetsManager.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <system_error>
 
 #include "comms/Log.h"
-#include "comms/SafeFile.h"
-#include "comms/Str.h"
 #include "shell/core/DataPath.h"
+#include "shell/core/FileTitle.h"
 #include "shell/core/ObjectFile.h"
 
 namespace fs = std::filesystem;
 
 static constexpr const char *Custom = "ToolsPresets/Custom/", *Backup = "ToolsPresets/Backup/", *Extension = ".txt";
 
-std::string PresetsManager::FileOf(const char* folder, const std::string& className) {
-  return GetFullPath(folder + className + Extension);
+static std::string FileOf(const char* folder, const std::string& className, const std::string& name) {
+  return GetFullPath(folder + className + (name.empty() ? "" : "/" + name) + Extension);
+}
+
+static bool IsPresetName(const std::string& name) {
+  if (name.empty() || IsFileTitle(name)) return true;
+  comms::LogWarning("'%s' can't be the name of a preset", name.c_str());
+  return false;
 }
 
 // The copy is written last: until the first file is whole, the copy is what can be read.
-bool PresetsManager::Save(BaseClass& parameters) {
+bool PresetsManager::Save(BaseClass& parameters, const std::string& name) {
+  if (!IsPresetName(name)) return false;
   for (const char* folder : {Custom, Backup}) {
-    const std::string path = FileOf(folder, parameters.GetClassName());
+    const std::string path = FileOf(folder, parameters.GetClassName(), name);
     if (!MakeFolderOf(path)) return false;
     if (!parameters.WriteToFile(path.c_str())) return comms::LogWarning("%s: can't be written", path.c_str()), false;
   }
   return true;
 }
 
-bool PresetsManager::Load(BaseClass& parameters) {
-  const std::string name = parameters.GetClassName();
-  const ObjectFileState state = LoadObjectFile(parameters, FileOf(Custom, name));
+bool PresetsManager::Load(BaseClass& parameters, const std::string& name) {
+  if (!IsPresetName(name)) return false;
+  const std::string className = parameters.GetClassName();
+  const ObjectFileState state = LoadObjectFile(parameters, FileOf(Custom, className, name));
   if (state != ObjectFileState::Damaged) return state != ObjectFileState::Missing;
-  comms::LogWarning("the preset of %s is taken from its copy", name.c_str());
-  const ObjectFileState copy = LoadObjectFile(parameters, FileOf(Backup, name));
+  comms::LogWarning("the preset '%s' of %s is taken from its copy", name.c_str(), className.c_str());
+  const ObjectFileState copy = LoadObjectFile(parameters, FileOf(Backup, className, name));
   return copy == ObjectFileState::Loaded || copy == ObjectFileState::Repaired;
 }
 
-std::vector<std::string> PresetsManager::List() {
-  std::vector<std::string> names;
-  std::error_code fault;
-  for (fs::directory_iterator entry(GetFullPath(Custom), fault), end; !fault && entry != end; entry.increment(fault))
-    if (entry->path().extension() == Extension) names.push_back(entry->path().stem().string());
-  std::sort(names.begin(), names.end());
-  return names;
+std::vector<std::string> PresetsManager::List(const std::string& className) {
+  return ListFileTitles(GetFullPath(Custom + className), Extension);
 }
 
-bool PresetsManager::Has(const std::string& className) { return comms::FileExists(FileOf(Custom, className)); }
-
-bool PresetsManager::Delete(const std::string& className) {
+bool PresetsManager::Delete(const std::string& className, const std::string& name) {
   std::error_code fault;
-  return fs::remove(FileOf(Custom, className), fault);
+  return IsPresetName(name) && fs::remove(FileOf(Custom, className, name), fault);
 }

@@ -33,9 +33,6 @@ class ScreenProgress : public comms::ProgressSink {
 
   /// Asks the running work to stop; it answers when it next calls ShowProgress.
   void Cancel() { m_Cancelled = true; }
-  bool IsCancelled() const { return m_Cancelled; }
-  /// Whether work has reported since the last Finish.
-  bool IsRunning() const { return m_Running; }
   /// The work has ended: the next one begins uncancelled. Called by whoever started it.
   void Finish();
 

@@ -16,6 +16,7 @@
 
 #include "shell/core/Trace.h"
 #include "shell/platform/CrashDump.h"
+#include "shell/platform/CrashProcess.h"
 #include "shell/platform/CrashStack.h"
 #include "shell/platform/CrashText.h"
 #include "shell/platform/SystemInfo.h"
@@ -33,14 +34,16 @@ void (*g_Save)() = nullptr;
 
 /// All that the handler needs, prepared while things are well.
 struct Prepared {
-  char Log[LongestPath], Dump[LongestPath], Short[LongestPath], Nested[LongestPath], ReportFolder[LongestPath],
-      Report[LongestPath], Reporter[LongestPath], Version[256];
+  char Folder[LongestPath], Log[LongestPath], Dump[LongestPath], Short[LongestPath], Nested[LongestPath],
+      ReportFolder[LongestPath], Report[LongestPath], Reporter[LongestPath], Version[256];
   double NameSeconds = 0;
   MemoryStatus Before;
   double StartSec = 0;
 };
 Prepared g_Prepared;
-std::atomic<long> g_CrashedThread{0};
+std::atomic<long> g_CrashedThread{0};  ///< whose next fault is a nested one
+long g_MainThread = 0;
+std::atomic<bool> g_SaveDone{false};
 
 // Big work space of the handler, which runs once.
 char g_Text[65536];
@@ -216,11 +219,8 @@ void WriteReport() {
 
 void StartReporter() {
   if (!g_Prepared.Reporter[0] || access(g_Prepared.Reporter, X_OK) != 0) return;
-  if (_Fork() == 0) {
-    for (const int number : Signals) signal(number, SIG_DFL);
-    execl(g_Prepared.Reporter, g_Prepared.Reporter, g_Prepared.Log, static_cast<char*>(nullptr));
-    _exit(127);
-  }
+  const char* const words[] = {g_Prepared.Reporter, g_Prepared.Log, nullptr};
+  StartFromCrash(words);
 }
 
 [[noreturn]] void EndNested(int number, const siginfo_t& info, const ucontext_t& context) {
@@ -236,6 +236,32 @@ void StartReporter() {
   _exit(-1);
 }
 
+void RunSaveHere(int) {
+  g_Save();
+  g_SaveDone = true;
+}
+
+/// The save belongs to the main thread, which alone may touch the program's objects; wherever it is, it works no further.
+void RunSave(long thread) {
+  if (!g_Save) return;
+  if (thread == g_MainThread) {
+    g_Save();
+    return;
+  }
+  struct sigaction action {};
+  action.sa_handler = RunSaveHere;
+  action.sa_flags = SA_ONSTACK;
+  sigaction(SIGUSR2, &action, nullptr);
+  g_CrashedThread = g_MainThread;
+  if (syscall(SYS_tgkill, getpid(), g_MainThread, SIGUSR2) != 0) return;
+  while (!g_SaveDone) usleep(10000);
+}
+
+void EndLateSave(int) {
+  Show("The work could not be saved in time");
+  _exit(-1);
+}
+
 void HandleCrash(int number, siginfo_t* info, void* contextPointer) {
   const ucontext_t& context = *static_cast<const ucontext_t*>(contextPointer);
   const long thread = syscall(SYS_gettid);
@@ -247,6 +273,7 @@ void HandleCrash(int number, siginfo_t* info, void* contextPointer) {
   }
   MemoryStatus after;
   ReadMemoryStatus(after);
+  mkdir(g_Prepared.Folder, 0700);
   {
     CrashFile log(g_Prepared.Log);
     if (!log.IsOpen()) {
@@ -268,7 +295,7 @@ void HandleCrash(int number, siginfo_t* info, void* contextPointer) {
   WriteReport();
   Show(g_Prepared.Log);
   StartReporter();
-  if (g_Save) g_Save();
+  RunSave(thread);
   // The end that the fault would have had without us, so that whoever started the program sees it.
   signal(number, SIG_DFL);
   syscall(SYS_tgkill, getpid(), thread, number);
@@ -288,12 +315,17 @@ void AddCrashInfo(std::function<void(CrashScene&)> fill) { GetFillers().push_bac
 void RefreshCrashScene() {
   for (const auto& fill : GetFillers()) fill(g_Scene);
 }
+void ForgetCrashInfo() { GetFillers().clear(); }
 void SetMemoryCheck(bool (*isWhole)()) { g_IsMemoryWhole = isWhole; }
 void SetSaveAfterCrash(void (*save)()) { g_Save = save; }
+void LimitSaveAfterCrash(unsigned seconds) {
+  signal(SIGALRM, EndLateSave);
+  alarm(seconds);
+}
 
 bool InstallCrashHandler(const CrashOptions& options, std::string& error) {
   Prepared& prepared = g_Prepared;
-  if (!SetPath(prepared.Log, options.Folder, "!!crash!!.log", error) ||
+  if (!SetPath(prepared.Folder, options.Folder, "", error) || !SetPath(prepared.Log, options.Folder, "!!crash!!.log", error) ||
       !SetPath(prepared.Dump, options.Folder, "!!crash!!.dmp", error) ||
       !SetPath(prepared.Short, options.Folder, "crash.txt", error) ||
       !SetPath(prepared.Nested, options.Folder, "crash_in_crash.log", error) ||
@@ -304,6 +336,7 @@ bool InstallCrashHandler(const CrashOptions& options, std::string& error) {
   SetCrashText(prepared.Version, options.Version);
   prepared.NameSeconds = options.NameSeconds;
   prepared.StartSec = ReadClock();
+  g_MainThread = syscall(SYS_gettid);
   ReadMemoryStatus(prepared.Before);
 
   UseCrashStack();

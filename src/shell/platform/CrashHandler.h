@@ -40,15 +40,17 @@ void SetCrashText(char (&field)[N], std::string_view text) {
 /// changes.
 void AddCrashInfo(std::function<void(CrashScene&)> fill);
 void RefreshCrashScene();
+/// Before whoever registered goes.
+void ForgetCrashInfo();
 
 struct CrashOptions {
-  std::string Folder;       ///< where the files go; must exist
+  std::string Folder;       ///< where the files go; where it is missing, it alone is made, at the crash
   std::string Version;      ///< "Morvane 0.1.0"
   std::string Reporter;     ///< a program started with the log's path as its argument; empty or missing: none
   double NameSeconds = 10;  ///< how long the search for the names of the call stack may take
 };
-/// Installs the handler for SIGSEGV, SIGBUS, SIGFPE, SIGILL and SIGABRT, with a stack of its own for the calling thread. Takes
-/// down the memory status before the run. A second call replaces the options. False with one sentence in `error`.
+/// Installs the handler for SIGSEGV, SIGBUS, SIGFPE, SIGILL and SIGABRT, with a stack of its own for the calling thread, the main
+/// one. Takes down the memory status before the run. A second call replaces the options. False with one sentence in `error`.
 bool InstallCrashHandler(const CrashOptions& options, std::string& error);
 /// Gives the calling thread a stack for the handler, which a fault by stack overflow needs. For threads other than the installing
 /// one.
@@ -56,6 +58,9 @@ void UseCrashStack();
 /// Whether the allocator's guard words are whole, asked during the crash; it may only read. Without one the report does not judge
 /// them.
 void SetMemoryCheck(bool (*isWhole)());
-/// Runs after the files are written, on the handler's stack, with the process in a doubtful state: "save after a crash" of the
-/// shell. A fault inside it ends the process.
+/// Runs after the files are written, on the thread that installed the handler and on its handler's stack, with the process in a
+/// doubtful state: "save after a crash" of the shell. A fault inside it ends the process.
 void SetSaveAfterCrash(void (*save)());
+/// For that function: from here on it has so many seconds, and then the process ends. A crash may have happened with locks held
+/// that the save waits for.
+void LimitSaveAfterCrash(unsigned seconds);

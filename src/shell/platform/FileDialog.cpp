@@ -14,6 +14,7 @@ FileDialogResult ShowFileDialog(const FileDialogRequest&, const std::function<vo
 #include <memory>
 
 #include "comms/Log.h"
+#include "shell/platform/SessionBus.h"
 
 namespace {
 
@@ -29,14 +30,8 @@ constexpr int StepMicroseconds = 10000;
 
 /// Whether somebody serves file dialogs on the session's bus.
 bool HasPortal() {
-  const Owned<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
-  if (!bus) return false;
-  GVariant* answer = g_dbus_connection_call_sync(bus.get(), "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
-                                                 "org.freedesktop.DBus.Properties", "Get",
-                                                 g_variant_new("(ss)", "org.freedesktop.portal.FileChooser", "version"), nullptr,
-                                                 G_DBUS_CALL_FLAGS_NONE, AnswerMs, nullptr, nullptr);
-  if (answer) g_variant_unref(answer);
-  return answer != nullptr;
+  return CallPortal("org.freedesktop.DBus.Properties", "Get",
+                    g_variant_new("(ss)", "org.freedesktop.portal.FileChooser", "version"), AnswerMs) != nullptr;
 }
 
 /// a(sa(us)): a name and its patterns, kind 0 each.

@@ -14,6 +14,9 @@
 #include <thread>
 
 #include "comms/Str.h"
+#ifdef MORVANE_LIBPORTAL
+#include "shell/platform/SessionBus.h"
+#endif
 
 extern char** environ;
 
@@ -57,6 +60,30 @@ bool WaitForEnd(pid_t child, Clock::time_point end, int& status) {
   }
   return false;
 }
+
+#ifdef MORVANE_LIBPORTAL
+
+/// The portal's word: 1 dark, 2 light; false where it says nothing, or 0.
+bool ReadPortal(double limitSec, ThemePreference& preference) {
+  const OwnedVariant answer =
+      CallPortal("org.freedesktop.portal.Settings", "Read", g_variant_new("(ss)", "org.freedesktop.appearance", "color-scheme"),
+                 int(limitSec * 1000));
+  if (!answer || !g_variant_is_of_type(answer.get(), G_VARIANT_TYPE("(v)"))) return false;
+  OwnedVariant value(g_variant_get_child_value(answer.get(), 0));
+  // Portals differ in how often they wrap it.
+  while (g_variant_is_of_type(value.get(), G_VARIANT_TYPE_VARIANT)) value.reset(g_variant_get_variant(value.get()));
+  if (!g_variant_is_of_type(value.get(), G_VARIANT_TYPE_UINT32)) return false;
+  const uint32_t word = g_variant_get_uint32(value.get());
+  if (word != 1 && word != 2) return false;
+  preference = word == 1 ? ThemePreference::Dark : ThemePreference::Light;
+  return true;
+}
+
+#else
+
+bool ReadPortal(double, ThemePreference&) { return false; }
+
+#endif
 
 }  // namespace
 
@@ -103,6 +130,7 @@ bool JudgeThemeWords(const std::string& gtkTheme, const std::string& colorScheme
 ThemePreference ReadThemePreference(double limitSec) {
   const char* theme = std::getenv("GTK_THEME");
   ThemePreference preference = ThemePreference::Dark;
+  if (ReadPortal(limitSec, preference)) return preference;
   if (JudgeThemeWords(theme ? theme : "", "", preference)) return preference;
   static const char* const words[] = {"gsettings", "get", "org.gnome.desktop.interface", "color-scheme", nullptr};
   std::string scheme;

@@ -4,8 +4,8 @@
 
 enum class ThemePreference { Dark, Light };
 
-/// Asks the environment (GTK_THEME) and then the desktop's settings through its own command, for at most `limitSec` seconds. Dark
-/// where nobody tells.
+/// Asks the desktop's portal, then the environment (GTK_THEME), then the desktop's settings through its own command; portal and
+/// command have `limitSec` seconds each. Dark where nobody tells.
 ThemePreference ReadThemePreference(double limitSec = 0.5);
 /// The answer to the words of the two sources; false where they say nothing. `gtkTheme` is a theme's name such as "Adwaita:dark";
 /// `colorScheme` the desktop's word such as 'prefer-light', with its quotes.

@@ -1,8 +1,12 @@
 #include "shell/platform/Window.h"
 
+#include <sys/socket.h>
+
 #include <algorithm>
 #include <cstdlib>
 
+#include "comms/Log.h"
+#include "comms/render/GlDebug.h"
 #include "interface/BaseWidget.h"
 #include "shell/platform/DisplayScale.h"
 #include "shell/platform/WindowState.h"
@@ -33,9 +37,7 @@ void SetContextAttributes() {
   SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
   SDL_GL_SetAttribute(SDL_GL_CONTEXT_MINOR_VERSION, 3);
   int flags = SDL_GL_CONTEXT_FORWARD_COMPATIBLE_FLAG;
-#ifndef NDEBUG
-  flags |= SDL_GL_CONTEXT_DEBUG_FLAG;
-#endif
+  if (comms::IsGlDebugWanted()) flags |= SDL_GL_CONTEXT_DEBUG_FLAG;
   SDL_GL_SetAttribute(SDL_GL_CONTEXT_FLAGS, flags);
   SDL_GL_SetAttribute(SDL_GL_DOUBLEBUFFER, 1);
   SDL_GL_SetAttribute(SDL_GL_RED_SIZE, 8);
@@ -132,6 +134,8 @@ bool Window::Create(const std::string& title, const WindowPlacement& placement, 
     SDL_QuitSubSystem(SDL_INIT_VIDEO);
     return false;
   }
+  XHandles handles;
+  if (GetXHandles(state.Handle, handles)) state.Socket = GetXSocket(handles);
   SDL_SetWindowMinimumSize(state.Handle, LeastWidth, LeastHeight);
   SDL_GL_MakeCurrent(state.Handle, state.Context);
   SDL_GL_SetSwapInterval(1);
@@ -174,14 +178,20 @@ void Window::Destroy() {
   State& state = *m_State;
   if (!state.Handle) return;
   CloseTablet();
+  state.AccessKeys.Restore();
   for (SDL_Cursor* cursor : state.Cursors)
     if (cursor) SDL_FreeCursor(cursor);
-  if (state.Arrow) SDL_FreeCursor(state.Arrow);
+  state.FreeArrow();
   SDL_SetEventFilter(nullptr, nullptr);
   SDL_GL_DeleteContext(state.Context);
   SDL_DestroyWindow(state.Handle);
   SDL_QuitSubSystem(SDL_INIT_VIDEO);
   m_State = std::make_unique<State>();
+}
+
+void Window::Abandon() {
+  // The server clears up behind a client whose connection ends.
+  if (m_State->Socket >= 0) shutdown(m_State->Socket, SHUT_RDWR);
 }
 
 WindowMessage Window::Poll(InputEvent& event) { return Wait(event, 0); }
@@ -208,7 +218,6 @@ int Window::Width() const { return m_State->Width; }
 int Window::Height() const { return m_State->Height; }
 float Window::Scale() const { return m_State->Scale; }
 bool Window::IsAsleep() const { return m_State->Asleep; }
-bool Window::HasFocus() const { return m_State->Focus; }
 
 void Window::State::MeasureSize() {
   int units = 0, unitsHigh = 0;
@@ -254,7 +263,6 @@ WindowPlacement Window::GetPlacement() const {
 
 void Window::Present() { SDL_GL_SwapWindow(m_State->Handle); }
 void Window::SetVerticalSync(bool on) { SDL_GL_SetSwapInterval(on ? 1 : 0); }
-void Window::SetTitle(const std::string& title) { SDL_SetWindowTitle(m_State->Handle, title.c_str()); }
 
 void Window::SetIcon(const comms::cImage& icon) {
   if (icon.Empty()) return;
@@ -264,19 +272,39 @@ void Window::SetIcon(const comms::cImage& icon) {
   SDL_FreeSurface(surface);
 }
 
-void Window::SetArrow(const comms::cImage& picture, int hotX, int hotY) {
+bool Window::SetArrow(const std::vector<CursorStep>& steps, std::string& error) {
   State& state = *m_State;
-  SDL_Cursor* arrow = nullptr;
-  if (!picture.Empty())
-    if (SDL_Surface* surface = MakeSurface(picture)) {
-      arrow = SDL_CreateColorCursor(surface, hotX, hotY);
-      SDL_FreeSurface(surface);
+  std::vector<State::ArrowStep> arrow;
+  for (const CursorStep& step : steps) {
+    SDL_Surface* surface = MakeSurface(step.Picture);
+    SDL_Cursor* shape = surface ? SDL_CreateColorCursor(surface, step.HotX, step.HotY) : nullptr;
+    SDL_FreeSurface(surface);
+    if (!shape) {
+      error = std::string("the system takes no such cursor: ") + SDL_GetError();
+      for (const State::ArrowStep& made : arrow) SDL_FreeCursor(made.Shape);
+      return false;
     }
+    arrow.push_back({shape, step.Seconds});
+  }
   std::swap(state.Arrow, arrow);
+  state.ArrowAt = 0;
   const MouseCursor shown = state.Cursor;
   state.Cursor = MouseCursor::None;
   SetCursor(shown);
-  if (arrow) SDL_FreeCursor(arrow);
+  for (const State::ArrowStep& old : arrow) SDL_FreeCursor(old.Shape);
+  return true;
+}
+
+void Window::State::MoveArrow(double now) {
+  if (!IsArrowMoving() || now < ArrowNext) return;
+  ArrowAt = (ArrowAt + 1) % Arrow.size();
+  ArrowNext = now + Arrow[ArrowAt].Seconds;
+  SDL_SetCursor(Arrow[ArrowAt].Shape);
+}
+
+void Window::State::FreeArrow() {
+  for (const ArrowStep& step : Arrow) SDL_FreeCursor(step.Shape);
+  Arrow.clear();
 }
 
 void Window::SetCursor(MouseCursor cursor) {
@@ -289,15 +317,12 @@ void Window::SetCursor(MouseCursor cursor) {
   }
   SDL_Cursor*& system = state.Cursors[size_t(cursor)];
   if (!system) system = SDL_CreateSystemCursor(ToSystemCursor(cursor));
-  SDL_SetCursor(cursor == MouseCursor::Arrow && state.Arrow ? state.Arrow : system);
+  SDL_SetCursor(cursor == MouseCursor::Arrow && !state.Arrow.empty() ? state.Arrow[state.ArrowAt].Shape : system);
   SDL_ShowCursor(SDL_ENABLE);
 }
 
 void Window::SetFullScreen(bool on) { SDL_SetWindowFullscreen(m_State->Handle, on ? SDL_WINDOW_FULLSCREEN_DESKTOP : 0); }
 bool Window::IsFullScreen() const { return (SDL_GetWindowFlags(m_State->Handle) & SDL_WINDOW_FULLSCREEN) != 0; }
-void Window::Maximise() { SDL_MaximizeWindow(m_State->Handle); }
-void Window::Minimise() { SDL_MinimizeWindow(m_State->Handle); }
-void Window::Restore() { SDL_RestoreWindow(m_State->Handle); }
 bool Window::IsMaximised() const { return (SDL_GetWindowFlags(m_State->Handle) & SDL_WINDOW_MAXIMIZED) != 0; }
 
 void Window::StartTextInput(int x, int y, int width, int height) {
@@ -307,6 +332,14 @@ void Window::StartTextInput(int x, int y, int width, int height) {
   if (!SDL_IsTextInputActive()) SDL_StartTextInput();
 }
 void Window::StopTextInput() { SDL_StopTextInput(); }
+
+void Window::SwitchOffAccessKeys() {
+  XHandles handles;
+  if (GetXHandles(m_State->Handle, handles))
+    m_State->AccessKeys.SwitchOff(handles);
+  else
+    comms::LogInfo("the shortcuts of sticky keys can be switched off on X displays only");
+}
 
 std::string Window::GetClipboard() const {
   char* text = SDL_GetClipboardText();

@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "comms/Image.h"
 #include "shell/core/InputEvent.h"
+#include "shell/platform/AniCursor.h"
 #include "shell/platform/Tablet.h"
 
 enum class MouseCursor : uint8_t;  // of interface/BaseWidget.h
@@ -45,6 +47,9 @@ class Window {
   /// Applies the placement's maximised state and shows the window.
   void Show();
   void Destroy();
+  /// For a crash: the window goes at once, and with it all that it held of the display, such as the mouse in a drag. Nothing of
+  /// the window or of OpenGL may be used any more. Safe in a signal handler. No effect on displays other than X.
+  void Abandon();
 
   /// The next message, or None at once. `event` is filled for Input and untouched otherwise.
   WindowMessage Poll(InputEvent& event);
@@ -63,22 +68,18 @@ class Window {
   /// Display scale: 1 for 96 dots per inch, in steps of 0.25, 1 .. 3.
   float Scale() const;
   bool IsAsleep() const;
-  bool HasFocus() const;
 
   /// Ends the frame: shows what was drawn. Waits for the display unless SetVerticalSync(false) was called.
   void Present();
   void SetVerticalSync(bool on);
 
-  void SetTitle(const std::string& title);
   void SetIcon(const comms::cImage& icon);
   void SetCursor(MouseCursor cursor);
-  /// Replaces the arrow; `hotX`, `hotY` in pixels of the picture. An empty picture brings the system's back.
-  void SetArrow(const comms::cImage& picture, int hotX, int hotY);
+  /// Replaces the arrow; several steps move while messages are waited for. Without steps the system's comes back. False with one
+  /// sentence, and the arrow of before, where the system takes no such picture.
+  bool SetArrow(const std::vector<CursorStep>& steps, std::string& error);
   void SetFullScreen(bool on);
   bool IsFullScreen() const;
-  void Maximise();
-  void Minimise();
-  void Restore();
   bool IsMaximised() const;
   /// The placement to store: the rectangle is the one that the window has when it is not maximised.
   WindowPlacement GetPlacement() const;
@@ -87,6 +88,9 @@ class Window {
   /// list.
   void StartTextInput(int x, int y, int width, int height);
   void StopTextInput();
+
+  /// Sticky, slow and bounce keys lose their shortcuts until the window goes, see AccessKeys.h.
+  void SwitchOffAccessKeys();
 
   std::string GetClipboard() const;
   /// False where the system refuses it.

@@ -35,14 +35,16 @@ void Window::State::Pump() {
   SDL_Event event;
   while (SDL_PeepEvents(&event, 1, SDL_GETEVENT, SDL_FIRSTEVENT, SDL_LASTEVENT) > 0) TakeDrained(event);
   if (FramePending) PlaceClientArea();
+  MoveArrow(Now());
 }
 
 void Window::State::WaitFor(double seconds) {
   const double end = seconds < 0 ? 0 : Now() + seconds;
   Pump();
   while (Queue.empty()) {
-    const double left = seconds < 0 ? 1 : end - Now();
+    double left = seconds < 0 ? 1 : end - Now();
     if (left <= 0) return;
+    if (IsArrowMoving()) left = std::min(left, std::max(0.0, ArrowNext - Now()));
     SDL_Event event;
     if (SDL_WaitEventTimeout(&event, std::max(1, int(std::ceil(std::min(left, 1000.0) * 1000))))) TakeDrained(event);
     Pump();
@@ -211,11 +213,7 @@ bool Window::State::TakeWindowEvent(const SDL_WindowEvent& event) {
     case SDL_WINDOWEVENT_HIDDEN:
     case SDL_WINDOWEVENT_MINIMIZED:
       return TakeSleep(true, code);
-    case SDL_WINDOWEVENT_FOCUS_GAINED:
-      Focus = true;
-      return false;
     case SDL_WINDOWEVENT_FOCUS_LOST:
-      Focus = false;
       PushInput(MakePointerEvent(InputKind::FocusLost, 0, 0), code);
       return true;
     case SDL_WINDOWEVENT_LEAVE:

@@ -5,6 +5,8 @@
 #include <deque>
 #include <vector>
 
+#include "interface/BaseWidget.h"
+#include "shell/platform/AccessKeys.h"
 #include "shell/platform/Window.h"
 #include "shell/platform/XInputPen.h"
 
@@ -18,21 +20,29 @@ struct Window::State {
   SDL_Window* Handle = nullptr;
   SDL_GLContext Context = nullptr;
   SDL_threadID MainThread = 0;
+  int Socket = -1;  ///< of the X connection
   SDL_Cursor* Cursors[9] = {};
-  SDL_Cursor* Arrow = nullptr;  ///< own picture in place of the system's
+  struct ArrowStep {
+    SDL_Cursor* Shape;
+    double Seconds;
+  };
+  std::vector<ArrowStep> Arrow;  ///< own pictures in place of the system's
+  size_t ArrowAt = 0;
+  double ArrowNext = 0;  ///< when the next step is due
   MouseCursor Cursor{};
   WindowPlacement Normal, NormalBefore;  ///< the rectangle now and before its last change, neither taken while maximised
   double NormalTime = 0;
   WindowPlacement Wanted;  ///< the place that Show asked for
   bool StartMaximised = false;
   bool FramePending = false;  ///< shown, and the window manager's frame is not known yet
-  bool Shown = false, Asleep = false, Focus = false;
+  bool Shown = false, Asleep = false;
   int Width = 0, Height = 0;
   float Scale = 1, PixelsPerUnit = 1;
   unsigned LastCode = 0;
 
   std::deque<Message> Queue;
   XInputPen Pen;
+  AccessKeyShortcuts AccessKeys;
   std::vector<InputEvent> PenEvents;  ///< of the report at hand
   bool IsPenShadow = false;           ///< the X event at hand is a pen's second one
   double EventSec = -1;               ///< time of the X event at hand; below 0: none
@@ -46,6 +56,9 @@ struct Window::State {
   static int SDLCALL OnEvent(void* state, SDL_Event* event);
 
   // Window.cpp
+  bool IsArrowMoving() const { return Arrow.size() > 1 && Cursor == MouseCursor::Arrow; }
+  void MoveArrow(double now);
+  void FreeArrow();
   void MeasureSize();
   /// Whether the scale changed.
   bool MeasureScale();

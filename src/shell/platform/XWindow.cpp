@@ -12,6 +12,8 @@ bool GetXHandles(SDL_Window* window, XHandles& handles) {
   return true;
 }
 
+int GetXSocket(const XHandles& handles) { return ConnectionNumber(static_cast<Display*>(handles.Display)); }
+
 const char* GetXResource(const XHandles& handles, const char* program, const char* name) {
   return XGetDefault(static_cast<Display*>(handles.Display), program, name);
 }

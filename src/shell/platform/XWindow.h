@@ -11,6 +11,8 @@ struct XHandles {
 };
 /// False where the window is not on an X display.
 bool GetXHandles(SDL_Window* window, XHandles& handles);
+/// The socket of the connection.
+int GetXSocket(const XHandles& handles);
 /// A resource of the display, null where it is not set. Lives as long as the display.
 const char* GetXResource(const XHandles& handles, const char* program, const char* name);
 

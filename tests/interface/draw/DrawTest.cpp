@@ -147,8 +147,10 @@ TEST(Colours, TextIsReadableOnEveryGroundInBothThemes) {
       for (const uint32_t text : {t.Text, t.TextTitle, t.TextDim})
         EXPECT_GE(ContrastRatio(text, ground), 4.5f) << int(kind) << std::hex << " " << text << " " << ground;
     }
-    for (const uint32_t ground : {t.Window, t.Panel, t.PanelHeader, t.Field, t.Menu, t.Button})
-      EXPECT_GE(ContrastRatio(t.TextDisabled, ground), 3.0f) << int(kind) << std::hex << " " << ground;
+    // Nothing that is disabled lies under the pointer or on a whole button.
+    for (const uint32_t ground : {t.Window, t.Panel, t.PanelHeader, t.Field, t.Menu, MixColor(t.Button, t.Panel, 0.6f)})
+      EXPECT_GE(ContrastRatio(t.TextDisabled, ground), 4.5f) << int(kind) << std::hex << " " << ground;
+    EXPECT_GE(ContrastRatio(t.Text, MixColor(t.Field, t.Accent, 0.62f)), 4.5f) << "a slider's number over its bar";
     for (const uint32_t ground : {t.Window, t.Panel, t.PanelHeader, t.Field, t.FieldHot, t.Menu, t.Button})
       for (const uint32_t text : {t.Danger, t.Warning, t.Good})
         EXPECT_GE(ContrastRatio(text, ground), 4.5f) << int(kind) << std::hex << " " << text << " " << ground;
@@ -218,10 +220,7 @@ TEST(Shapes, OddNumbersDrawNothingAndHarmNothing) {
     EXPECT_EQ(canvas.Scale(), 4);
     const cVec2 points[] = {{0, 0}, {NAN, 3}, {5, 5}, {5, 5}, {INFINITY, 0}, {0, 0}};
     for (const size_t count : {0u, 1u, 2u, 6u})
-      for (const bool closed : {false, true}) {
-        canvas.Polyline(std::span(points, count), 3, 0xFFFFFFFF, closed);
-        canvas.FillPolygon(std::span(points, count), 0xFFFFFFFF);
-      }
+      for (const bool closed : {false, true}) canvas.Polyline(std::span(points, count), 3, 0xFFFFFFFF, closed);
     for (const cRect& rect :
          {cRect{0, 0, -5, 5}, cRect{NAN, 0, 5, 5}, cRect{0, 0, INFINITY, 1}, cRect{1e30f, 0, 5, 5}, cRect{0, 0, 1e30f, 1e30f}}) {
       canvas.FillRect(rect, 0xFFFFFFFF);

@@ -32,8 +32,7 @@ class Page {
 
   float Draw() {
     m_Canvas.FillRect(m_Canvas.Screen(), m_Theme.Window);
-    MenuBar();
-    Panel({m_Canvas.Px(10), m_Canvas.Px(38), m_Canvas.Px(250), m_Canvas.Px(420)});
+    Colours({m_Canvas.Px(10), m_Canvas.Px(38), m_Canvas.Px(250), m_Canvas.Px(420)});
     TextSamples({m_Canvas.Px(272), m_Canvas.Px(38), m_Canvas.Px(300), m_Canvas.Px(420)});
     Shapes({m_Canvas.Px(584), m_Canvas.Px(38), m_Canvas.Px(206), m_Canvas.Px(420)});
     return IconTable({m_Canvas.Px(10), m_Canvas.Px(470), m_Canvas.Px(780), m_Canvas.Px(200)});
@@ -41,19 +40,6 @@ class Page {
 
  private:
   float Px(float length) const { return m_Canvas.Px(length); }
-
-  void MenuBar() {
-    const cRect bar = {0, 0, float(m_Canvas.Width()), Px(Measures::MenuBarHeight)};
-    m_Canvas.FillRect(bar, m_Theme.Menu);
-    float x = Px(8);
-    for (const char* title : {"File", "Edit", "View", "Symmetry", "Geometry", "Help"}) {
-      const float width = m_Canvas.TextWidth(title) + Px(16);
-      if (std::string_view(title) == "View") m_Canvas.FillRoundRect({x, Px(3), width, bar.H - 2 * Px(3)}, Px(4), m_Theme.MenuHot);
-      m_Canvas.Text({x, 0, width, bar.H}, title, m_Theme.Text, TextStyle::Normal, TextAlign::Center);
-      x += width;
-    }
-    m_Canvas.FillRect({0, bar.H, bar.W, Px(1)}, m_Theme.PanelBorder);
-  }
 
   void Ground(const cRect& rect, std::string_view title, std::string_view icon) {
     m_Canvas.Shadow({rect.X, rect.Y + Px(3), rect.W, rect.H}, Px(6), Px(14), m_Theme.Shadow);
@@ -66,59 +52,24 @@ class Page {
     m_Canvas.Icon("Close", {header.Right() - Px(22), header.Y, Px(16), header.H}, m_Theme.TextDim);
   }
 
-  void Panel(const cRect& rect) {
-    Ground(rect, "Voxel tree", "Layers");
-    const float row = Px(Measures::RowHeight), gap = Px(Measures::RowGap);
-    cRect line = {rect.X + Px(8), rect.Y + Px(34), rect.W - Px(16), row};
-    const auto next = [&] { line.Y += row + gap; };
-    for (const char* name : {"Head", "Torso with a name that does not fit", "Left arm", "Right arm"}) {
-      const bool chosen = std::string_view(name) == "Left arm";
-      if (chosen) m_Canvas.FillRoundRect(line, Px(4), m_Theme.Accent);
-      const uint32_t color = chosen ? m_Theme.AccentText : m_Theme.Text;
-      m_Canvas.Icon(chosen ? "OpenState" : "ClosedState", {line.X + Px(2), line.Y, Px(16), row}, color);
-      m_Canvas.Icon("Visible", {line.X + Px(20), line.Y, Px(16), row}, color);
-      m_Canvas.Icon("VoxSurf", {line.X + Px(38), line.Y, Px(16), row}, color);
-      m_Canvas.Text({line.X + Px(60), line.Y, line.W - Px(140), row}, name, color);
-      m_Canvas.Text({line.Right() - Px(70), line.Y, Px(64), row}, "1 284 096", chosen ? color : m_Theme.TextDim,
-                    TextStyle::Number, TextAlign::Right);
-      next();
+  // Every ground with the texts that stand on it.
+  void Colours(const cRect& rect) {
+    Ground(rect, "Colours", "Color");
+    const std::pair<const char*, uint32_t> grounds[] = {
+        {"Panel", m_Theme.Panel},     {"Field", m_Theme.Field}, {"Button", m_Theme.Button},   {"Hot", m_Theme.ButtonHot},
+        {"Down", m_Theme.ButtonDown}, {"Menu", m_Theme.Menu},   {"Menu hot", m_Theme.MenuHot}};
+    const uint32_t texts[] = {m_Theme.Text,    m_Theme.TextDim, m_Theme.TextDisabled, m_Theme.Danger,
+                              m_Theme.Warning, m_Theme.Good,    m_Theme.FieldFocus};
+    const float width = std::floor((rect.W - Px(16)) / float(std::size(texts)));
+    float y = rect.Y + Px(34);
+    for (const auto& [name, ground] : grounds) {
+      m_Canvas.FillRoundRect({rect.X + Px(8), y, rect.W - Px(16), Px(24)}, Px(4), ground, Px(1), m_Theme.FieldBorder);
+      for (size_t i = 0; i < std::size(texts); i++)
+        m_Canvas.Text({rect.X + Px(12) + float(i) * width, y, width, Px(24)}, i ? "Aa9" : name, texts[i]);
+      y += Px(28);
     }
-    m_Canvas.FillRect({line.X, line.Y + Px(3), line.W, Px(1)}, m_Theme.Separator);
-    line.Y += Px(10);
-    const float values[] = {0.72f, 0.35f, 1.0f};
-    const char* labels[] = {"Radius", "Depth", "Smoothing"};
-    for (int i = 0; i < 3; i++) {
-      m_Canvas.Text({line.X, line.Y, Px(80), row}, labels[i], m_Theme.TextDim);
-      const cRect field = {line.X + Px(84), line.Y, line.W - Px(84), row};
-      m_Canvas.FillRoundRect(field, Px(4), m_Theme.Field, Px(1), i == 1 ? m_Theme.FieldFocus : m_Theme.FieldBorder);
-      m_Canvas.PushClip({field.X, field.Y, field.W * values[i], field.H});
-      m_Canvas.FillRoundRect(field.Shrunk(Px(1)), Px(3), m_Theme.Accent);
-      m_Canvas.PopClip();
-      const std::string number = std::to_string(int(values[i] * 100)) + ".00 %";
-      m_Canvas.Text(field.Shrunk(Px(6)), number, values[i] > 0.5f ? m_Theme.AccentText : m_Theme.Text, TextStyle::Number,
-                    values[i] > 0.5f ? TextAlign::Left : TextAlign::Right);
-      next();
-    }
-    line.Y += Px(4);
-    const uint32_t grounds[] = {m_Theme.Button, m_Theme.ButtonHot, m_Theme.ButtonDown, m_Theme.Accent};
-    const char* names[] = {"Button", "Hot", "Down", "Chosen"};
-    const float width = std::floor((line.W - 3 * Px(4)) / 4);
-    for (int i = 0; i < 4; i++) {
-      const cRect button = {line.X + float(i) * (width + Px(4)), line.Y, width, Px(22)};
-      m_Canvas.FillRoundRect(button, Px(4), grounds[i]);
-      m_Canvas.Text(button, names[i], i == 3 ? m_Theme.AccentText : m_Theme.Text, TextStyle::Normal, TextAlign::Center);
-    }
-    line.Y += Px(30);
-    m_Canvas.Icon("Warning", {line.X, line.Y, Px(16), row}, m_Theme.Warning);
-    m_Canvas.Text({line.X + Px(22), line.Y, line.W, row}, "Warning: not closed", m_Theme.Warning);
-    next();
-    m_Canvas.Icon("Close", {line.X, line.Y, Px(16), row}, m_Theme.Danger);
-    m_Canvas.Text({line.X + Px(22), line.Y, line.W, row}, "Danger: will be lost", m_Theme.Danger);
-    next();
-    m_Canvas.Icon("Check", {line.X, line.Y, Px(16), row}, m_Theme.Good);
-    m_Canvas.Text({line.X + Px(22), line.Y, line.W, row}, "Good: all is well", m_Theme.Good);
-    next();
-    m_Canvas.Text({line.X, line.Y, line.W, row}, "Disabled text", m_Theme.TextDisabled);
+    m_Canvas.FillRoundRect({rect.X + Px(8), y, rect.W - Px(16), Px(24)}, Px(4), m_Theme.Accent);
+    m_Canvas.Text({rect.X + Px(12), y, rect.W, Px(24)}, "Chosen", m_Theme.AccentText);
   }
 
   void TextSamples(const cRect& rect) {
@@ -161,7 +112,7 @@ class Page {
     m_Canvas.Circle({x + Px(72), y + Px(72)}, Px(20), 0, Px(2), m_Theme.Text);
     m_Canvas.Circle({x + Px(106), y + Px(72)}, Px(6), m_Theme.Good);
     const comms::cVec2 triangle[] = {{x + Px(126), y + Px(90)}, {x + Px(150), y + Px(52)}, {x + Px(180), y + Px(86)}};
-    m_Canvas.FillPolygon(triangle, m_Theme.Warning);
+    m_Canvas.Polyline(triangle, Px(2), m_Theme.Warning, true);
     comms::cList<comms::cVec2> curve;
     for (int i = 0; i <= 60; i++) curve.push_back({x + Px(186) * float(i) / 60, y + Px(125) - Px(22) * float(std::sin(i * 0.2))});
     m_Canvas.Polyline(curve, 1.5f * m_Canvas.Scale(), m_Theme.FieldFocus);

@@ -18,7 +18,6 @@
 #include "interface/draw/Glyphs.h"
 #include "interface/draw/StrokeFont.h"
 #include "interface/draw/TextRuns.h"
-#include "interface/draw/Utf8Decode.h"
 
 namespace fs = std::filesystem;
 using namespace comms;
@@ -99,17 +98,9 @@ TEST_F(TextTest, RightToLeftWritingRunsBackwardsAndItsFiguresForwards) {
 TEST_F(TextTest, AnyBytesAreSurvived) {
   EXPECT_EQ(Page.TextWidth("\xFF"), Page.TextWidth("\xEF\xBF\xBD"));
   EXPECT_EQ(Page.TextWidth("a\tb\nc"), Page.TextWidth("a b c"));
-  const struct {
-    const char* Bytes;
-    char32_t Code;
-    size_t Length;
-  } decoded[] = {{"\xC0\x80", 0xFFFD, 1}, {"\xED\xA0\x80", 0xFFFD, 1}, {"\xF4\x90\x80\x80", 0xFFFD, 1},
-                 {"\xE2\x82", 0xFFFD, 1}, {"\xE0\x9F\xBF", 0xFFFD, 1}, {"\xF4\x8F\xBF\xBF", 0x10FFFF, 4},
-                 {"\xC3\xA9", 0xE9, 2},   {"\xEF\xBF\xBF", 0xFFFF, 3}, {"\x80", 0xFFFD, 1}};
-  for (const auto& d : decoded) {
-    EXPECT_EQ(draw::DecodeUtf8(d.Bytes).Code, d.Code) << d.Bytes;
-    EXPECT_EQ(draw::DecodeUtf8(d.Bytes).Bytes, d.Length) << d.Bytes;
-  }
+  // Over-long forms, surrogates, what is past U+10FFFF or cut short: each byte is a character of its own.
+  for (const std::string_view bytes : {"\xC0\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE2\x82", "\xE0\x9F\xBF", "\x80"})
+    EXPECT_EQ(FindCarets(Page, bytes, TextStyle::Normal).size(), bytes.size() + 1) << bytes;
   std::mt19937 random(7);
   for (int round = 0; round < 400; round++) {
     std::string text(random() % 24, ' ');
@@ -181,11 +172,18 @@ TEST_F(TextTest, ParagraphsBreakAtBlanksAndLineEnds) {
   EXPECT_EQ(Page.ParagraphHeight(word + 1, "wwww wwww   wwww"), 3 * line);
   EXPECT_EQ(Page.ParagraphHeight(word / 2, "wwww"), 2 * line);
   EXPECT_EQ(Page.ParagraphHeight(0, "abc"), 3 * line) << "one character a line is the least";
-  const std::string text = "Words of several lengths, averyveryverylongonethatnolineholds, and \xC3\xA9\xCC\x81nd.";
-  for (float width = 20; width < 300; width += 7) {
-    EXPECT_EQ(Page.Paragraph({100, 0, width, 0}, text, 0xFFFFFFFF), Page.ParagraphHeight(width, text));
-    for (const draw::Vertex& v : TakeVertices()) ASSERT_LE(v.X, 100 + width + 2);
-  }
+  for (const char* text : {"Words of several lengths, averyveryverylongonethatnolineholds, and \xC3\xA9\xCC\x81nd.",
+                           "\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D \xD7\xA2\xD7\x95\xD7\x9C\xD7\x9D \xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D "
+                           "\xD7\xA2\xD7\x95\xD7\x9C\xD7\x9D"})
+    for (const TextAlign align : {TextAlign::Left, TextAlign::Center, TextAlign::Right})
+      for (float width = 30; width < 300; width += 7) {
+        EXPECT_EQ(Page.Paragraph({100, 0, width, 0}, text, 0xFFFFFFFF, TextStyle::Normal, align),
+                  Page.ParagraphHeight(width, text));
+        for (const draw::Vertex& v : TakeVertices()) {
+          ASSERT_GE(v.X, 98) << text << width;
+          ASSERT_LE(v.X, 100 + width + 2) << text << width;
+        }
+      }
 }
 
 TEST_F(TextTest, NumbersAlignAndSizesFollowTheScale) {
@@ -253,6 +251,19 @@ TEST_F(TextTest, AFrameLikeTheLastOneUploadsNothing) {
   EXPECT_THAT(Device.Calls, testing::Not(testing::Contains(HasSubstr("Create"))));
 }
 
+TEST(FontNames, StandForStylesAndOthersAreSaidOnce) {
+  LogRecorder log;
+  std::set<TextStyle> styles;
+  for (const std::string_view name : GetFontNames()) styles.insert(FindFont(name));
+  EXPECT_EQ(styles.size(), 4u) << "all look different";
+  EXPECT_EQ(FindFont("Tahoma B8"), TextStyle::Bold);
+  EXPECT_EQ(log.Text(), "");
+  for (int again = 0; again < 3; again++) EXPECT_EQ(FindFont("Fraktur 12"), TextStyle::Normal);
+  const std::string said = log.Text();
+  EXPECT_EQ(said.find("Can't generate font"), said.rfind("Can't generate font"));
+  EXPECT_THAT(said, HasSubstr("Can't generate font \"Fraktur 12\""));
+}
+
 // --- no fonts ------------------------------------------------------------------------------------------------------------------
 
 TEST(BuiltInLetters, DrawWhereTheMachineHasNoFont) {
@@ -264,7 +275,7 @@ TEST(BuiltInLetters, DrawWhereTheMachineHasNoFont) {
     cRenderNull device;
     Canvas canvas(device, MORVANE_DATA_DIR);
     canvas.Begin(800, 600, 1.5f);
-    EXPECT_THAT(log.Text(), HasSubstr("No font on this machine"));
+    EXPECT_THAT(log.Text(), HasSubstr("Can't generate font"));
     EXPECT_GT(canvas.TextWidth("Hello"), 10);
     EXPECT_EQ(canvas.CaretIndex("Hello", canvas.CaretX("Hello", 3)), 3u);
     EXPECT_EQ(canvas.CaretIndex("e\xCC\x81x", canvas.CaretX("e\xCC\x81x", 3)), 3u);

@@ -1,25 +1,22 @@
 // Draws panels docked around a view in both themes and several scales into PNG files, for people to look at:
 //   panel_gallery <data folder> <folder for the pictures>
 #include <array>
-#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
 
+#include "../Events.h"
 #include "ClassEngine/ValueTypes.h"
-#include "comms/Image.h"
+#include "GalleryMain.h"
 #include "comms/One2DCurve.h"
-#include "comms/render/EglContext.h"
-#include "comms/render/cRenderGL.h"
+#include "comms/Str.h"
 #include "interface/DockPanels.h"
 #include "interface/DockWidgets.h"
 #include "interface/FileBrowser.h"
 #include "interface/HotKeyWindow.h"
-#include "interface/Language.h"
 #include "interface/ObjBrowser.h"
 #include "interface/PanelWidget.h"
-#include "interface/draw/Theme.h"
 #include "shell/core/AppOptions.h"
 #include "shell/core/KeyTable.h"
 
@@ -95,17 +92,12 @@ class Volumes : public ObjTreeModel {
   std::string GetNote(Node node) const override { return node == &All[0] ? "1.2 M" : ""; }
 };
 
-struct Picture {
-  const char* Name;
-  ThemeKind Theme;
-  float Scale;
-  int Width, Height;
-  std::function<void(cWidgets&, DockPanels&)> Act;
-};
+using Act = std::function<void(cWidgets&, DockPanels&)>;
 
-bool Draw(comms::cRenderGL& render, const std::string& data, const std::string& folder, const Picture& picture) {
-  SetTheme(picture.Theme);
-  Canvas canvas(render, data);
+bool Draw(Gallery& gallery, const GalleryPicture& picture, const Act& act = {}) {
+  int width, height;
+  if (!gallery.Begin(picture, width, height)) return false;
+  Canvas canvas(gallery.Render, gallery.Data);
   cWidgets widgets(canvas);
   Sample sample;
   sample.RegisterMembers();
@@ -116,7 +108,7 @@ bool Draw(comms::cRenderGL& render, const std::string& data, const std::string& 
   AppOptions options;
   options.RegisterMembers();
   Actions actions;
-  for (const char* name : {"Undo", "Redo", "Sculpt", "Open", "Save"}) {
+  for (const char* name : {"Undo", "Redo", "BrushCarve", "Open", "Frame"}) {
     Action action;
     action.Name = action.TextKey = action.Icon = name;
     action.Run = [] {};
@@ -132,60 +124,28 @@ bool Draw(comms::cRenderGL& render, const std::string& data, const std::string& 
   docks.Add({"PreferencesPanel", "Settings", [&] { return new PanelWidget(&options); }, DockSide::Left, 240, 380});
   docks.Add({"HotKeysPanel", "Keyboard", [&] { return new HotKeyWindow(keys, actions); }, DockSide::Right, 264, 200});
   docks.SetDefault({"ToolParamsPanel", "VoxTreePanel", "PreferencesPanel", "HotKeysPanel"});
-  const int width = int(float(picture.Width) * picture.Scale), height = int(float(picture.Height) * picture.Scale);
   widgets.SetSize(width, height, picture.Scale);
   docks.Arrange({0, 0, float(width), float(height)}, canvas);
   widgets.Process(1);
-  if (picture.Act) picture.Act(widgets, docks);
-  widgets.HandleInputEvents();
-  widgets.Process(1.1);
-  widgets.Process(1.9);
-  comms::TargetDesc desc;
-  desc.Width = width;
-  desc.Height = height;
-  const int target = render.CreateTarget(desc);
-  render.SetTarget(target);
-  render.SetViewport(0, 0, width, height);
-  render.Clear({0, 0, 0, 1}, 1);
-  canvas.Begin(width, height, picture.Scale);
-  canvas.FillGradient(canvas.Screen(), 0, GetTheme().ViewTop, GetTheme().ViewBottom);
-  widgets.DrawLayer(-1);
-  canvas.End();
-  comms::cImage image;
-  comms::cStr error;
-  const bool drawn = render.ReadTarget(target, image);
-  render.SetTarget(-1);
-  render.DeleteTarget(target);
-  const std::string path = folder + "/" + picture.Name + ".png";
-  if (drawn && comms::SavePng(image, path, error)) return true;
-  std::fprintf(stderr, "%s was not drawn: %s\n", path.c_str(), error.c_str());
-  return false;
-}
-
-InputEvent At(InputKind kind, float x, float y) {
-  InputEvent event;
-  event.Kind = kind;
-  event.X = x;
-  event.Y = y;
-  if (kind != InputKind::PointerMove) event.Button = MouseButton::Left;
-  return event;
+  if (act) act(widgets, docks);
+  return gallery.Store(picture, widgets);
 }
 
 // The title bar of the first panel at the left is carried over the right ones.
 void DragOut(cWidgets& widgets, DockPanels&) {
   const float s = widgets.Scale();
-  widgets.Queue(At(InputKind::ButtonDown, 90 * s, 15 * s));
-  widgets.Queue(At(InputKind::PointerMove, 300 * s, 100 * s));
-  widgets.Queue(At(InputKind::PointerMove, 760 * s, 560 * s));
+  widgets.Queue(PointerEvent(InputKind::ButtonDown, 90 * s, 15 * s, MouseButton::Left));
+  widgets.Queue(PointerEvent(InputKind::PointerMove, 300 * s, 100 * s));
+  widgets.Queue(PointerEvent(InputKind::PointerMove, 760 * s, 560 * s));
 }
 
 // Dropped on the middle of a panel it becomes a tab; another one is left floating over the view.
 void MakeTabs(cWidgets& widgets, DockPanels&) {
   for (const auto& [fromX, fromY, toX, toY] : {std::array{90.0f, 15.0f, 960.0f, 250.0f}, {90.0f, 15.0f, 480.0f, 200.0f}}) {
-    widgets.Queue(At(InputKind::ButtonDown, fromX, fromY));
-    widgets.Queue(At(InputKind::PointerMove, fromX + 30, fromY + 30));
-    widgets.Queue(At(InputKind::PointerMove, toX, toY));
-    widgets.Queue(At(InputKind::ButtonUp, toX, toY));
+    widgets.Queue(PointerEvent(InputKind::ButtonDown, fromX, fromY, MouseButton::Left));
+    widgets.Queue(PointerEvent(InputKind::PointerMove, fromX + 30, fromY + 30));
+    widgets.Queue(PointerEvent(InputKind::PointerMove, toX, toY));
+    widgets.Queue(PointerEvent(InputKind::ButtonUp, toX, toY, MouseButton::Left));
     widgets.HandleInputEvents();
   }
 }
@@ -202,25 +162,18 @@ void BrowseFiles(cWidgets& widgets, DockPanels&) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3) {
-    std::fprintf(stderr, "usage: panel_gallery <data folder> <folder for the pictures>\n");
-    return 2;
-  }
-  comms::cStr error;
-  const auto context = comms::EglContext::Create(error);
-  comms::cRenderGL render;
-  if (!context || !render.Init({argv[1], {}}, error) || !LoadLanguage(argv[1], "English", error)) {
-    std::fprintf(stderr, "%s\n", error.c_str());
-    return 1;
-  }
   FillKeyTable();
-  const Picture pictures[] = {
-      {"panels-dark", ThemeKind::Dark, 1, 1100, 760, {}},       {"panels-light", ThemeKind::Light, 1, 1100, 760, {}},
-      {"panels-dark-15", ThemeKind::Dark, 1.5f, 1000, 700, {}}, {"panels-light-2", ThemeKind::Light, 2, 900, 640, {}},
-      {"panels-drag", ThemeKind::Dark, 1, 900, 640, DragOut},   {"panels-tabs", ThemeKind::Light, 1, 1100, 700, MakeTabs},
-      {"panels-narrow", ThemeKind::Light, 1, 640, 480, {}},     {"panels-files", ThemeKind::Dark, 1, 1000, 640, BrowseFiles},
-  };
-  for (const Picture& picture : pictures)
-    if (!Draw(render, argv[1], argv[2], picture)) return 1;
-  return 0;
+  return RunGallery(argc, argv, [](Gallery& gallery) {
+    constexpr auto dark = ThemeKind::Dark, light = ThemeKind::Light;
+    bool drawn = Draw(gallery, {"panels-drag", dark, 1, 900, 640}, DragOut) &&
+                 Draw(gallery, {"panels-tabs", light, 1, 1100, 700}, MakeTabs) &&
+                 Draw(gallery, {"panels-files", dark, 1, 1000, 640}, BrowseFiles);
+    for (const char* language : {"English", "German"})
+      for (const float scale : {1.0f, 1.5f, 2.0f, 3.0f}) {
+        const std::string end = comms::Format("-%s-%g", language, double(scale));
+        drawn = drawn && Draw(gallery, {"panels-dark" + end, dark, scale, 1100, 760, language}) &&
+                Draw(gallery, {"panels-light" + end, light, scale, 640, 480, language});
+      }
+    return drawn;
+  });
 }

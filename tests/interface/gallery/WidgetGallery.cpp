@@ -1,14 +1,12 @@
 // Draws a page of all widgets in both themes and several scales into PNG files, for people to look at:
 //   widget_gallery <data folder> <folder for the pictures>
-#include <cstdio>
 #include <functional>
 #include <string>
 
+#include "../Events.h"
 #include "ClassEngine/Enumerator.h"
 #include "ClassEngine/ValueTypes.h"
-#include "comms/Image.h"
-#include "comms/render/EglContext.h"
-#include "comms/render/cRenderGL.h"
+#include "GalleryMain.h"
 #include "interface/Button.h"
 #include "interface/CheckBox.h"
 #include "interface/ColorPicker.h"
@@ -16,7 +14,6 @@
 #include "interface/CurvesWindow.h"
 #include "interface/DrawTexRect.h"
 #include "interface/FrameWidget.h"
-#include "interface/Language.h"
 #include "interface/Layout.h"
 #include "interface/MenuBar.h"
 #include "interface/MessageBoxWidget.h"
@@ -29,7 +26,6 @@
 #include "interface/TextMenu.h"
 #include "interface/WidgetDraw.h"
 #include "interface/WidgetsFolder.h"
-#include "interface/cWidgets.h"
 #include "shell/core/KeyTable.h"
 
 namespace {
@@ -42,7 +38,7 @@ struct Values {
   _str Name{"Schädel – head 2"}, Path;
   comms::One2DCurve Curve;
   SliderRange StrengthRange{0, 1, 0.5f}, RadiusRange{0.1f, 1000, 10}, CountRange{1, 400, 100}, AngleRange{-180, 180, 0};
-  Enumerator Modes{"GalleryModes"};
+  Enumerator Modes;
 };
 
 class Ground : public BaseWidget {
@@ -100,12 +96,10 @@ void FillFirst(BaseWidget& column, Values& values) {
   auto* title = column.AddChild(new TextWidget("Brush settings"));
   title->Style = TextStyle::Title;
   AddSlider<CtrlFSlider>(column, "Strength", values.Strength, values.StrengthRange, "");
-  AddSlider<CtrlFSlider>(column, "Radius", values.Radius, values.RadiusRange, "mm")->Logarithmic = true;
+  AddSlider<CtrlFSlider>(column, "Radius", values.Radius, values.RadiusRange, "mm");
   AddSlider<CtrlISlider>(column, "Number of things", values.Count, values.CountRange, "voxels");
   AddSlider<CtrlFSlider>(column, "Angle", values.Angle, values.AngleRange, "°");
-  auto* percent =
-      AddSlider<CtrlFSlider>(column, "A label much too long to be shown whole", values.Strength, values.StrengthRange, "%");
-  percent->Multiplier = 100;
+  AddSlider<CtrlFSlider>(column, "A label much too long to be shown whole", values.Strength, values.StrengthRange, "");
   AddSlider<CtrlFSlider>(column, "Disabled", values.Strength, values.StrengthRange, "")->Enabled = false;
   column.AddChild(new FrameWidget("Choices"));
   column.AddChild(new ComboBox(Bind<_index>(values.Mode, &values.Modes)));
@@ -154,22 +148,16 @@ void FillSecond(BaseWidget& column, Values& values) {
   column.AddChild(new CurvesWindow(&values.Curve));
 }
 
-struct Gallery {
-  comms::cRenderGL& Render;
-  std::string Data, Folder;
-};
-
 /// `act` opens something before the picture is taken.
-bool Draw(const Gallery& gallery, const char* name, ThemeKind theme, float scale,
-          const std::function<void(cWidgets&, Ground&, Values&)>& act) {
+bool Draw(Gallery& gallery, const GalleryPicture& picture, const std::function<void(cWidgets&, Ground&, Values&)>& act) {
+  int width, height;
+  if (!gallery.Begin(picture, width, height)) return false;
   Values values;
   values.Curve.AddPoint(0, 0.05f);
   values.Curve.AddPoint(0.35f, 0.2f);
   values.Curve.AddPoint(0.6f, 0.85f);
   values.Curve.AddPoint(1, 1);
   for (const char* mode : {"Pressure", "Velocity of the pen", "None"}) values.Modes.Add(mode, values.Modes.GetCount());
-  SetTheme(theme);
-  const int width = int(1150 * scale), height = int(620 * scale);
   Canvas canvas(gallery.Render, gallery.Data);
   cWidgets widgets(canvas);
   auto* ground = widgets.Layer(LayerDocks).AddChild(new Ground);
@@ -183,80 +171,30 @@ bool Draw(const Gallery& gallery, const char* name, ThemeKind theme, float scale
   auto* area = ground->AddChild(new ScrollArea);
   for (int i = 1; i < 14; i++) area->Content().AddChild(new CheckBox("Row " + std::to_string(i), Bind<_bool>(values.On)));
   ground->AddChild(new ColorPicker(Bind<_color>(values.Tint)));
-  widgets.SetSize(width, height, scale);
+  widgets.SetSize(width, height, picture.Scale);
   widgets.Process(1);
   widgets.ArrangeIfWanted();
   act(widgets, *ground, values);
-  widgets.HandleInputEvents();
-  widgets.Process(1.1);
-  widgets.Process(1.9);
-
-  comms::TargetDesc desc;
-  desc.Width = width;
-  desc.Height = height;
-  const int target = gallery.Render.CreateTarget(desc);
-  gallery.Render.SetTarget(target);
-  gallery.Render.SetViewport(0, 0, width, height);
-  gallery.Render.Clear({0, 0, 0, 1}, 1);
-  canvas.Begin(width, height, scale);
-  widgets.DrawLayer(-1);
-  canvas.End();
-  comms::cImage image;
-  comms::cStr error;
-  const bool drawn = gallery.Render.ReadTarget(target, image);
-  gallery.Render.SetTarget(-1);
-  gallery.Render.DeleteTarget(target);
-  const std::string path = gallery.Folder + "/" + name + ".png";
-  if (drawn && comms::SavePng(image, path, error)) return true;
-  std::fprintf(stderr, "%s was not drawn: %s\n", path.c_str(), error.c_str());
-  return false;
-}
-
-InputEvent At(InputKind kind, float x, float y, uint8_t clicks = 1) {
-  InputEvent event;
-  event.Kind = kind;
-  event.X = x;
-  event.Y = y;
-  event.Clicks = clicks;
-  if (kind != InputKind::PointerMove) event.Button = MouseButton::Left;
-  return event;
+  return gallery.Store(picture, widgets);
 }
 
 void OpenFileMenu(cWidgets& widgets, Ground& ground, Values&) {
   auto* bar = static_cast<MenuBar*>(ground.Children[0]);
   bar->OpenMenu(0, true);
-  for (const int key : {KeyDown, KeyDown, KeyRight}) {
-    InputEvent event;
-    event.Kind = InputKind::KeyDown;
-    event.Key = key;
-    widgets.Queue(event);
-  }
+  for (const int key : {KeyDown, KeyDown, KeyRight}) widgets.Queue(KeyEvent(key));
 }
 
 void EditName(cWidgets& widgets, Ground& ground, Values&) {
   BaseWidget* edit = ground.Children[3]->Children[0]->Children[1];
   const float x = edit->Rect.X + edit->Rect.W * 0.3f, y = edit->Rect.Y + edit->Rect.H / 2;
-  widgets.Queue(At(InputKind::ButtonDown, x, y));
-  widgets.Queue(At(InputKind::ButtonUp, x, y));
-  widgets.Queue(At(InputKind::ButtonDown, x, y, 2));
-  widgets.Queue(At(InputKind::ButtonUp, x, y, 2));
+  for (const uint8_t clicks : {1, 2})
+    for (const InputKind kind : {InputKind::ButtonDown, InputKind::ButtonUp})
+      widgets.Queue(PointerEvent(kind, x, y, MouseButton::Left, 0, clicks));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3) {
-    std::fprintf(stderr, "usage: widget_gallery <data folder> <folder for the pictures>\n");
-    return 2;
-  }
-  comms::cStr error;
-  const auto context = comms::EglContext::Create(error);
-  comms::cRenderGL render;
-  if (!context || !render.Init({argv[1], {}}, error) || !LoadLanguage(argv[1], "English", error)) {
-    std::fprintf(stderr, "%s\n", error.c_str());
-    return 1;
-  }
-  const Gallery gallery{render, argv[1], argv[2]};
   const auto nothing = [](cWidgets&, Ground&, Values&) {};
   const auto box = [](cWidgets& widgets, Ground&, Values&) {
     MessageBoxWidget::Ask(widgets, "SAVE_WORK_CRASH_HDR", "SAVE_WORK_CRASH", {"SAVE", "DISCARD", "CANCEL"}, nullptr);
@@ -268,10 +206,12 @@ int main(int argc, char** argv) {
     shown->CanCancel = true;
     widgets.OpenModal(shown);
   };
-  bool drawn = Draw(gallery, "dark", ThemeKind::Dark, 1, nothing) && Draw(gallery, "light", ThemeKind::Light, 1, nothing);
-  drawn = drawn && Draw(gallery, "dark-2x-menu", ThemeKind::Dark, 2, OpenFileMenu);
-  drawn = drawn && Draw(gallery, "light-3x", ThemeKind::Light, 3, EditName);
-  drawn = drawn && Draw(gallery, "dark-box", ThemeKind::Dark, 1, box) &&
-          Draw(gallery, "light-progress", ThemeKind::Light, 1, progress);
-  return drawn ? 0 : 1;
+  return RunGallery(argc, argv, [&](Gallery& gallery) {
+    const auto draw = [&](const char* name, ThemeKind theme, float scale, const auto& act) {
+      return Draw(gallery, {name, theme, scale, 1150, 620}, act);
+    };
+    return draw("dark", ThemeKind::Dark, 1, nothing) && draw("light", ThemeKind::Light, 1, nothing) &&
+           draw("dark-2x-menu", ThemeKind::Dark, 2, OpenFileMenu) && draw("light-3x", ThemeKind::Light, 3, EditName) &&
+           draw("dark-box", ThemeKind::Dark, 1, box) && draw("light-progress", ThemeKind::Light, 1, progress);
+  });
 }

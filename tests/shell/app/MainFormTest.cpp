@@ -16,8 +16,12 @@
 #include "MC/room/RoomCommands.h"
 #include "comms/SafeFile.h"
 #include "comms/cRenderNull.h"
+#include "interface/Button.h"
+#include "interface/FileBrowser.h"
 #include "interface/Language.h"
+#include "interface/MessageBoxWidget.h"
 #include "interface/TextMenu.h"
+#include "shell/app/CommandPanel.h"
 #include "shell/app/WindowMessages.h"
 #include "shell/core/DataPath.h"
 #include "shell/core/GeneralCommands.h"
@@ -60,24 +64,30 @@ class MainFormTest : public testing::Test {
     AddRoomCommands(Commands, Scene, Boxes);
     Settings.RegisterMembers();
     Options.RegisterMembers();
+    OpenForm();
+  }
+  ~MainFormTest() override {
+    CloseForm();
+    SetEngineHost(nullptr);
+    fs::remove_all(m_Folder);
+  }
+  void OpenForm() {
     FormHost host;
     host.Close = [this] { Closed++; };
-    host.SetFullScreen = [](bool) {};
+    host.WorkEnded = [this] { Progress.Finish(); };
     host.StoreScreenshot = [this] { Screenshots++; };
     host.GetPenState = [] { return PenState(); };
     host.ApplyOptions = [this] { Applied++; };
     host.FrameMilliseconds = [] { return 1.0f; };
     Widgets.SetSize(Width, Height, 1);
-    Form = std::make_unique<MainForm>(MainForm::Parts{Widgets, Commands, Scene, Boxes, Options, Settings}, host);
+    Form = std::make_unique<MainForm>(MainForm::Parts{Widgets, Commands, Scene, Options, Settings}, host);
     Screen.Begin(Width, Height, 1);
     Form->Open();
     Frame();
   }
-  ~MainFormTest() override {
+  void CloseForm() {
     Form.reset();
     ReleaseTools();
-    SetEngineHost(nullptr);
-    fs::remove_all(m_Folder);
   }
 
   static void LoadTexts(const char* language) {
@@ -125,6 +135,53 @@ class MainFormTest : public testing::Test {
     }
     Frame();
   }
+  void Type(const std::string& text) {
+    InputEvent event;
+    event.Kind = InputKind::Text;
+    event.Text = text;
+    Widgets.Queue(event);
+    Frame();
+  }
+  template <class W>
+  static W* Find(BaseWidget& root) {
+    if (auto* found = dynamic_cast<W*>(&root)) return found;
+    for (BaseWidget* child : root.Children)
+      if (W* found = Find<W>(*child)) return found;
+    return nullptr;
+  }
+  /// The item of that text in the menu that was opened last; null where there is none.
+  TextItem* FindItem(const std::string& text) {
+    BaseWidget& layer = Widgets.Layer(LayerMenus);
+    if (!layer.Children.Count) return nullptr;
+    for (BaseWidget* item : layer.Children[layer.Children.Count - 1]->Children)
+      if (item->GetText() == text) return static_cast<TextItem*>(item);
+    return nullptr;
+  }
+  /// Opens the menu of the bar that has such an item; null, with no menu open, where none has.
+  TextItem* OpenMenuWith(const std::string& text) {
+    auto* bar = Find<MenuBar>(Widgets.Layer(LayerDocks));
+    for (int i = 0; i < 6; i++) {
+      bar->OpenMenu(i, false);
+      Frame();
+      if (TextItem* item = FindItem(text)) return item;
+      Widgets.ClosePopups();
+      Frame();
+    }
+    return nullptr;
+  }
+  /// Chooses an item of the bar's menus, or of a menu beside it. False where it is not there.
+  bool Choose(const std::vector<std::string>& path) {
+    TextItem* item = OpenMenuWith(path.front());
+    for (size_t i = 0; item; i++) {
+      Click(item->Rect.X + 40, item->Rect.Y + item->Rect.H / 2);
+      Frame();
+      if (i + 1 == path.size()) return true;
+      item = FindItem(path[i + 1]);
+    }
+    Widgets.ClosePopups();
+    Frame();
+    return false;
+  }
   /// Opens each menu of the bar with the keys; how many there were.
   int WalkMenus() {
     Click(20, 12);
@@ -147,6 +204,8 @@ class MainFormTest : public testing::Test {
     }
   }
 
+  const std::string& Folder() const { return m_Folder; }
+
   static constexpr int Width = 1280, Height = 800;
   comms::cRenderNull Render;
   Canvas Screen;
@@ -157,6 +216,7 @@ class MainFormTest : public testing::Test {
   AppOptions Options;
   cSettings Settings;
   std::unique_ptr<MainForm> Form;
+  ScreenProgress Progress;
   int Closed = 0, Screenshots = 0, Applied = 0;
 
  private:
@@ -179,6 +239,23 @@ TEST_F(MainFormTest, EveryRoomHasItsMenusAndPanels) {
   EXPECT_EQ(WalkMenus(), 6);
   OpenAllPanels();
   EXPECT_GE(Form->ViewRect().W, float(Width) * DockPanels::SceneShare - 1);
+
+  std::ofstream(Folder() + "Pages.txt") << "Render, Paint";
+  CloseForm();
+  OpenForm();
+  EXPECT_EQ(CurrentPage, FindPage("Paint")) << "the first one that is allowed";
+}
+
+TEST_F(MainFormTest, TheBoundsOfUndoFollowTheOptions) {
+  Options.UndoDepth = 2;
+  Form->ApplyOptions();
+  ASSERT_TRUE(Form->GetActions().Run("NewSphere"));
+  for (int i = 0; i < 3; i++) ASSERT_TRUE(Form->RunCommand("Dab Center=\"1 0 0\" Radius=0.2 Mode=" + std::to_string(i & 1)));
+  EXPECT_TRUE(Form->RunCommand("Undo") && Form->RunCommand("Undo"));
+  EXPECT_FALSE(Form->RunCommand("Undo"));
+  Options.UndoMegabytes = 64;
+  Form->ApplyOptions();
+  EXPECT_EQ(Scene.History().ByteBound, size_t(64) << 20);
 }
 
 std::set<std::string> ReadKeys(const std::string& language) {
@@ -213,8 +290,14 @@ TEST_F(MainFormTest, EverythingHasATextInBothLanguages) {
     SwitchPage(0);
     Frame();
     for (const Action& action : Form->GetActions().All()) GetText(action.TextKey);
-    for (const char* list : {"VoxelBrushes", "InterfaceThemes", "NavigationPresets", "PenCursors", "SceneMaterials", "ClayKinds",
-                             "MatcapKinds", "SceneQualities"}) {
+    Form->Docks().Open("CommandsPanel");
+    Frame();
+    for (const Command& command : Commands.All()) {
+      Find<CommandPanel>(Widgets.Layer(LayerDocks))->Choose(command);
+      Frame();
+    }
+    for (const char* list : {"VoxelBrushes", "InterfaceThemes", "InterfaceScales", "Languages", "NavigationPresets",
+                             "SceneMaterials", "ClayKinds", "MatcapKinds", "SceneQualities"}) {
       const Enumerator* entries = EnumRegistry::Find(list);
       ASSERT_TRUE(entries && entries->GetCount()) << list;
       for (int32_t i = 0; i < entries->GetCount(); i++) GetText(entries->EnumName(i));
@@ -247,9 +330,11 @@ TEST_F(MainFormTest, EveryActionRuns) {
       Frame();
       const bool isSwitch = action.Name.starts_with("Symmetry") || action.Name.starts_with("Show") || action.Name == "Wireframe";
       EXPECT_TRUE(!isSwitch || action.Checked() != checked);
+      EXPECT_EQ(Widgets.HasModal(), action.Name == "QuitProgram");
+      if (Widgets.HasModal()) Press(KeyEsc);
     }
   }
-  EXPECT_EQ(Closed, 2);
+  EXPECT_EQ(Closed, 0) << "asked, for there is a sphere";
   EXPECT_EQ(Screenshots, 2);
   EXPECT_GT(Applied, 0);
   EXPECT_EQ(Scene.Volumes().size(), 2u) << "a sphere each round";
@@ -272,6 +357,10 @@ TEST_F(MainFormTest, StrokeUndoAndHover) {
   };
   std::string before, during, after;
   Form->VoxelTool().GetStatusText(before);
+  EXPECT_EQ(OpenMenuWith("Undo Stroke"), nullptr);
+  ASSERT_TRUE(OpenMenuWith("Undo"));
+  EXPECT_FALSE(FindItem("Undo")->CanChoose() || FindItem("Redo")->CanChoose());
+  Widgets.ClosePopups();
   at(InputKind::PointerMove, 0.5f, 0.5f);
   EXPECT_TRUE(Form->VoxelTool().Hover());
   at(InputKind::ButtonDown, 0.5f, 0.5f);
@@ -281,7 +370,13 @@ TEST_F(MainFormTest, StrokeUndoAndHover) {
   EXPECT_FALSE(Form->VoxelTool().IsStroking());
   Form->VoxelTool().GetStatusText(during);
   EXPECT_NE(before, during);
+  ASSERT_TRUE(OpenMenuWith("Undo Stroke"));
+  EXPECT_TRUE(FindItem("Undo Stroke")->CanChoose());
+  Widgets.ClosePopups();
   Press('Z', ModControl);
+  ASSERT_TRUE(OpenMenuWith("Redo Stroke"));
+  EXPECT_TRUE(FindItem("Redo Stroke")->CanChoose());
+  Widgets.ClosePopups();
   Form->VoxelTool().GetStatusText(after);
   EXPECT_EQ(before, after);
   EXPECT_TRUE(Form->VoxelTool().Hover());
@@ -292,6 +387,220 @@ TEST_F(MainFormTest, StrokeUndoAndHover) {
   Widgets.Queue(away);
   Frame();
   EXPECT_FALSE(Form->VoxelTool().Hover()) << "the brush stays behind";
+}
+
+// Work that no file has is not lost by a key.
+TEST_F(MainFormTest, ClosingAsksForWhatChanged) {
+  Press('Q', ModControl);
+  EXPECT_EQ(Closed, 1) << "nothing to lose";
+  ASSERT_TRUE(Form->GetActions().Run("NewSphere"));
+  EXPECT_TRUE(Form->IsSceneModified());
+  Press('Q', ModControl);
+  ASSERT_TRUE(Widgets.HasModal());
+  Form->RequestClose();  // the window's button, meanwhile
+  Press(KeyEsc);
+  EXPECT_FALSE(Widgets.HasModal()) << "one question";
+  EXPECT_EQ(Closed, 1);
+
+  Form->KeepSceneState();
+  ASSERT_TRUE(Form->RunCommand("Dab Center=\"1 0 0\" Radius=0.2"));
+  EXPECT_TRUE(Form->IsSceneModified());
+  ASSERT_TRUE(Form->RunCommand("Undo"));
+  EXPECT_FALSE(Form->IsSceneModified()) << "undone is as it was";
+  ASSERT_TRUE(Form->RunCommand("Redo"));
+  EXPECT_TRUE(Form->IsSceneModified());
+  Press('Q', ModControl);
+  auto* box = dynamic_cast<MessageBoxWidget*>(Widgets.TopModal());
+  ASSERT_TRUE(box);
+  box->Answer(1);
+  EXPECT_EQ(Closed, 2);
+
+  // Save: the file is chosen first, and a cancel there keeps the program.
+  for (const bool cancels : {true, false}) {
+    Form->RequestClose();
+    box = dynamic_cast<MessageBoxWidget*>(Widgets.TopModal());
+    ASSERT_TRUE(box);
+    box->Answer(0);
+    Frame();
+    auto* browser = dynamic_cast<FileBrowser*>(Widgets.TopModal());
+    ASSERT_TRUE(browser);
+    EXPECT_EQ(Closed, 2);
+    if (cancels) {
+      browser->Cancel();
+    } else {
+      ASSERT_TRUE(browser->Enter(Folder()));
+      browser->Accept();
+    }
+    Frame();
+  }
+  EXPECT_EQ(Closed, 3);
+  EXPECT_TRUE(fs::exists(Folder() + "sphere.obj"));
+  EXPECT_FALSE(Form->IsSceneModified());
+}
+
+// A person stops an import while it runs; nothing of it is left, and the next work runs to its end.
+TEST_F(MainFormTest, StoppedWorkLeavesTheSceneAsItWas) {
+  ASSERT_TRUE(Form->GetActions().Run("NewSphere"));
+  const std::string path = Folder() + "ball.obj";
+  ASSERT_TRUE(Form->RunCommand("ExportMesh File=" + QuoteBatchValue(path)));
+  const auto state = Scene.State();
+
+  double seconds = 0;
+  int drawn = 0;
+  bool asleep = false, byButton = false;
+  Progress.Clock = [&] { return seconds += 1; };
+  Progress.IsAsleep = [&] { return asleep; };
+  Progress.Draw = [&](const ProgressFrame& frame) {
+    drawn++;
+    EXPECT_TRUE(HasText(frame.TitleKey)) << frame.TitleKey;
+    Screen.Begin(Width, Height, 1);
+    Form->DrawProgress(Screen, frame);
+    Screen.End();
+  };
+  int until = 2;  // pumps before the person has had enough
+  Progress.PumpMessages = [&] {
+    InputEvent event;
+    event.Kind = InputKind::KeyDown;
+    event.Key = 'A';
+    EXPECT_FALSE(Form->CancelsProgress(event));
+    if (until-- > 0) return;
+    event.Key = KeyEsc;
+    if (byButton) {
+      event.Kind = InputKind::ButtonDown;
+      event.Button = MouseButton::Left;
+      event.X = 5, event.Y = 5;
+      EXPECT_FALSE(Form->CancelsProgress(event));
+      for (event.Y = 0; event.Y < Height && !Form->CancelsProgress(event); event.Y += 4)
+        for (event.X = 0; event.X < Width && !Form->CancelsProgress(event);) event.X += 8;
+    }
+    EXPECT_TRUE(Form->CancelsProgress(event));
+    Progress.Cancel();
+  };
+  std::string error;
+  for (const int pumps : {0, 1, 2}) {
+    byButton = pumps == 2;
+    until = pumps;
+    drawn = 0;
+    EXPECT_FALSE(Form->OpenFile(path, error)) << pumps;
+    EXPECT_NE(error.find("cancel"), std::string::npos) << error;
+    EXPECT_GT(drawn, 0);
+    EXPECT_EQ(Scene.State(), state);
+    EXPECT_EQ(Scene.Mesh(), nullptr);
+  }
+  asleep = true;
+  drawn = 0;
+  until = 1000000;
+  EXPECT_TRUE(Form->OpenFile(path, error)) << error;
+  EXPECT_EQ(drawn, 0) << "nobody sees it";
+  EXPECT_NE(Scene.State(), state);
+}
+
+TEST_F(MainFormTest, LayoutsAndPresetsAreKeptUnderNames) {
+  Form->Docks().Open("TabletPanel");
+  ASSERT_TRUE(Choose({"Layouts", "Save layout as…"}));
+  Type("a/b");
+  Press(KeyEnter);
+  EXPECT_TRUE(Widgets.HasModal()) << "no name for a file";
+  Press('A', ModControl);
+  Type("Mine");
+  Press(KeyEnter);
+  EXPECT_FALSE(Widgets.HasModal());
+  ASSERT_TRUE(Choose({"Layouts", "Restore default layout"}));
+  EXPECT_FALSE(Form->Docks().IsOpen("TabletPanel"));
+  ASSERT_TRUE(Choose({"Layouts", "Mine"}));
+  EXPECT_TRUE(Form->Docks().IsOpen("TabletPanel"));
+  ASSERT_TRUE(Choose({"Layouts", "Rename", "Mine"}));
+  Type("Other");
+  Press(KeyEnter);
+  EXPECT_EQ(ListPageLayouts(LayoutKind::OnePage), std::vector<std::string>{"Other"});
+  ASSERT_TRUE(Choose({"Layouts", "Delete", "Other"}));
+  Press(KeyEnter);
+  EXPECT_TRUE(ListPageLayouts(LayoutKind::OnePage).empty());
+
+  Form->VoxelTool().Radius = 77;
+  ASSERT_TRUE(Choose({"Presets", "Save as preset…"}));
+  Type("Broad");
+  Press(KeyEnter);
+  Form->VoxelTool().Radius = 12;
+  ASSERT_TRUE(Choose({"Presets", "Save as preset…"}));
+  Type("Broad");
+  Press(KeyEnter);
+  ASSERT_TRUE(Widgets.HasModal()) << "there is one of that name";
+  Press(KeyEsc);
+  ASSERT_TRUE(Choose({"Presets", "Broad"}));
+  EXPECT_EQ(Form->VoxelTool().Radius, 77);
+
+  // Both outlive the program; the tool starts with what it was told to start with.
+  Form->VoxelTool().Radius = 31;
+  ASSERT_TRUE(Choose({"Presets", "Start with these settings"}));
+  CloseForm();
+  OpenForm();
+  EXPECT_EQ(Form->VoxelTool().Radius, 31);
+  EXPECT_TRUE(Form->VoxelTool().Active) << "no preset holds whether the tool is down";
+  ASSERT_TRUE(Choose({"Presets", "Broad"}));
+  EXPECT_EQ(Form->VoxelTool().Radius, 77);
+  ASSERT_TRUE(Choose({"Presets", "Delete", "Broad"}));
+  Press(KeyEnter);
+  EXPECT_FALSE(Choose({"Presets", "Broad"}));
+  ASSERT_TRUE(Choose({"Presets", "Reset to defaults"}));
+  EXPECT_EQ(Form->VoxelTool().Radius, 40);
+  EXPECT_TRUE(Form->VoxelTool().Active);
+}
+
+// Whatever the program can do is found without reading about it.
+TEST_F(MainFormTest, EveryActionAndCommandIsReached) {
+  std::set<std::string> items;
+  auto* bar = Find<MenuBar>(Widgets.Layer(LayerDocks));
+  const std::function<void(BaseWidget&)> collect = [&](BaseWidget& menu) {
+    for (BaseWidget* child : menu.Children) {
+      items.insert(child->GetText());
+      auto* item = static_cast<TextItem*>(child);
+      if (!item->Fill) continue;
+      TextMenu beside;
+      item->Fill(beside);
+      collect(beside);
+    }
+  };
+  for (int i = 0; i < 6; i++) {
+    bar->OpenMenu(i, false);
+    collect(*Widgets.Layer(LayerMenus).Children[0]);
+    Widgets.ClosePopups();
+    Frame();
+  }
+  for (const Action& action : Form->GetActions().All()) {
+    if (action.Name == "ToggleTheme") continue;  // the themes are there
+    EXPECT_TRUE(items.count(action.Text ? action.Text() : GetText(action.TextKey))) << action.Name;
+  }
+
+  const std::function<std::string(BaseWidget&)> hintOf = [&](BaseWidget& root) -> std::string {
+    if (auto* button = dynamic_cast<Button*>(&root); button && button->GetText() == "Sphere") return button->GetHintText(0, 0);
+    for (BaseWidget* child : root.Children)
+      if (std::string hint = hintOf(*child); !hint.empty()) return hint;
+    return {};
+  };
+  EXPECT_EQ(hintOf(Widgets.Layer(LayerDocks)), GetText("BrushSphere_HINT") + " (S)");
+
+  Form->Docks().Open("CommandsPanel");
+  Frame();
+  auto* panel = Find<CommandPanel>(Widgets.Layer(LayerDocks));
+  ASSERT_TRUE(panel);
+  std::string error;
+  for (const Command& command : Commands.All()) {
+    panel->Choose(command);
+    Frame();
+    EXPECT_EQ(panel->GetLine().Name, command.Name);
+    EXPECT_LE(panel->GetLine().Arguments.size(), command.Required.size()) << command.Name << " is not at its defaults";
+  }
+  panel->Choose(*Commands.Find("NewVolume"));
+  panel->Run();
+  EXPECT_NE(panel->Answer().find("needs Name="), std::string::npos) << panel->Answer();
+  ASSERT_TRUE(SetMemberFromText(*panel->Parameters(), "Name", "a \"b\"", error)) << error;
+  ASSERT_TRUE(SetMemberFromText(*panel->Parameters(), "VoxelSize", "0.5", error)) << error;
+  panel->Run();
+  EXPECT_TRUE(Scene.Find("a \"b\"")) << panel->Answer();
+  panel->Choose(*Commands.Find("Quit"));
+  panel->Run();
+  EXPECT_TRUE(Widgets.HasModal()) << "the volume is in no file";
 }
 
 // The camera of a scene that grows follows it only until a hand is on the view.

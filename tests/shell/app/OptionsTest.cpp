@@ -24,6 +24,16 @@ TEST(Options, OrderDoesNotMatter) {
   } while (std::next_permutation(groups.begin(), groups.end()));
 }
 
+TEST(Options, WordsForBenchmarksLoseTheirQuotes) {
+  for (const char* words : {"internal test", "\"internal test\""}) {
+    Options options;
+    std::string error;
+    ASSERT_TRUE(ReadOptions({"-openautomate", words, "post.obj"}, options, error)) << error;
+    EXPECT_EQ(options.OpenAutomate, "internal test");
+    EXPECT_EQ(options.InputFile, "post.obj");
+  }
+}
+
 TEST(Options, FilesMayLookLikeOptionsBehindTwoDashes) {
   Options options;
   std::string error;
@@ -51,6 +61,9 @@ TEST(Options, WhatIsNotUnderstoodIsNamed) {
       {{"a.obj", "b.obj"}, "one file at a time"},
       {{"a.obj", "--batch", "b"}, "'a.obj' opens in one"},
       {{"--mesh-job", "a.obj", "--batch", "b"}, "can't be run together"},
+      {{"--batch", "b", "--picture", "p.png"}, "without a window"},
+      {{"--mesh-job", "a.obj", "-openautomate", "x"}, "without a window"},
+      {{"-openautomate"}, "needs ARGS"},
       {{"--frames", "0"}, "1 to 1000000, found '0'"},
       {{""}, "empty"},
   };

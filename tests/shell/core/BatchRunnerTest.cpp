@@ -1,17 +1,15 @@
 #include "shell/core/BatchRunner.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "ClassEngine/ValueTypes.h"
 #include "comms/Log.h"
 #include "comms/Progress.h"
 #include "shell/JsonReader.h"
+#include "shell/TestFolder.h"
 #include "shell/core/GeneralCommands.h"
 #include "shell/core/InputFiles.h"
 
@@ -207,13 +205,9 @@ TEST_F(BatchRunnerTest, MistypedNamesAreRecognised) {
 
 class BatchFileTest : public BatchRunnerTest {
  protected:
-  BatchFileTest() : m_Folder(std::filesystem::path(testing::TempDir()) / ("BatchFileTest" + std::to_string(getpid()))) {
-    std::filesystem::remove_all(m_Folder);
-    std::filesystem::create_directories(m_Folder);
-  }
-  ~BatchFileTest() override { std::filesystem::remove_all(m_Folder); }
-  std::string Path(const char* name) const { return (m_Folder / name).string(); }
-  void WriteText(const char* name, const std::string& text) { std::ofstream(Path(name), std::ios::binary) << text; }
+  BatchFileTest() : m_Files("BatchFileTest") {}
+  std::string Path(const char* name) const { return m_Files.Path(name); }
+  void WriteText(const char* name, const std::string& text) { m_Files.Write(name, text); }
   int RunFile(const std::string& path) {
     comms::LogRecorder log;
     std::ostringstream answers;
@@ -223,14 +217,14 @@ class BatchFileTest : public BatchRunnerTest {
     EXPECT_TRUE(answers.str().empty() || JsonReader::Read(answers.str(), m_Answer)) << answers.str();
     return code;
   }
-  std::filesystem::path m_Folder;
+  TestFolder m_Files;
   JsonValue m_Answer;
 };
 
 TEST_F(BatchFileTest, MissingFileAndFolderAreInputsThatCantBeRead) {
   EXPECT_EQ(RunFile(Path("none.batch")), 3);
   EXPECT_NE(m_Log.find("none.batch"), std::string::npos);
-  EXPECT_EQ(RunFile(m_Folder.string()), 3);
+  EXPECT_EQ(RunFile(m_Files.Path()), 3);
   WriteText("empty.batch", "");
   EXPECT_EQ(RunFile(Path("empty.batch")), 0);
 }

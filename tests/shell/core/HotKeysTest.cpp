@@ -1,19 +1,13 @@
 #include "shell/core/HotKeys.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "ClassEngine/Enumerator.h"
 #include "ClassEngine/ValueTypes.h"
 #include "comms/Log.h"
 #include "comms/Str.h"
+#include "shell/TestFolder.h"
 #include "shell/core/BasicTool.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -80,9 +74,7 @@ DECLARE_MEMBERS(KeyTool) {}
 
 class HotKeysTest : public testing::Test {
  protected:
-  HotKeysTest() : Folder(fs::path(testing::TempDir()) / ("hotkeys" + std::to_string(getpid()))) {
-    fs::remove_all(Folder);
-    fs::create_directories(Folder);
+  HotKeysTest() : Files("hotkeys") {
     AddAction("Undo", {"Ctrl+Z"}, [](Action& action) { action.Repeats = true; });
     AddAction("Redo", {"Ctrl+Y", "Ctrl+Shift+Z"}, [](Action&) {});
     AddAction("Smooth", {"Shift"}, [this](Action& action) {
@@ -101,10 +93,7 @@ class HotKeysTest : public testing::Test {
     Keys.SetDefaults(List, {{{"Dab", "Radius=3", ""}, "D"}, {{"", "", "FILL_TOOL"}, "G"}});
     Runner.Complain = [this](const std::string& sentence) { Notes += "(" + sentence + ") "; };
   }
-  ~HotKeysTest() override {
-    ReleaseTools();
-    fs::remove_all(Folder);
-  }
+  ~HotKeysTest() override { ReleaseTools(); }
   void AddAction(const char* name, std::vector<std::string> keys, const std::function<void(Action&)>& more) {
     Action action;
     action.Name = name;
@@ -126,7 +115,7 @@ class HotKeysTest : public testing::Test {
     for (const KeyCombo& combo : Keys.KeysOf(target)) text += (text.empty() ? "" : " ") + PrintKeyCombo(combo);
     return text;
   }
-  fs::path Folder;
+  TestFolder Files;
   std::string Notes;
   bool BoxOpen = false;
   Actions List;
@@ -161,10 +150,9 @@ TEST_F(HotKeysTest, ATakenKeyTellsWhoHasIt) {
 TEST_F(HotKeysTest, OnlyChangesAreKept) {
   Keys.Assign(Dab, Combo("Ctrl+Alt+F5"));
   Keys.Assign(Redo, {});
-  ASSERT_TRUE(Keys.Store(Folder.string()));
-  std::stringstream file;
-  file << std::ifstream(Folder / "HotKeys.xml").rdbuf();
-  EXPECT_EQ(file.str().find("Undo"), std::string::npos) << file.str();
+  ASSERT_TRUE(Keys.Store(Files.Path()));
+  const std::string file = Files.Read("HotKeys.xml");
+  EXPECT_EQ(file.find("Undo"), std::string::npos) << file;
 
   HotKeys read;
   // A later version, with another key for Undo and a default on what the person has given to Dab.
@@ -180,7 +168,7 @@ TEST_F(HotKeysTest, OnlyChangesAreKept) {
   add("Redo", "Ctrl+Y");
   add("New", "Ctrl+Alt+F5");
   read.SetDefaults(later);
-  EXPECT_TRUE(read.Load(Folder.string()));
+  EXPECT_TRUE(read.Load(Files.Path()));
   EXPECT_EQ(read.KeyText("Undo"), "Ctrl+U");
   EXPECT_EQ(read.KeyText("Redo"), "") << "taken away, and it stays away";
   EXPECT_EQ(read.KeyText(Dab), "Ctrl+Alt+F5");
@@ -191,15 +179,16 @@ TEST_F(HotKeysTest, OnlyChangesAreKept) {
 
 TEST_F(HotKeysTest, ADamagedFileLeavesTheDefaults) {
   comms::LogRecorder log;
-  EXPECT_TRUE(Keys.Load(Folder.string())) << "no file";
-  std::ofstream(Folder / "HotKeys.xml") << "<HotKeys><Keys><OneHotKey><Code>A</Co";
-  EXPECT_FALSE(Keys.Load(Folder.string()));
+  EXPECT_TRUE(Keys.Load(Files.Path())) << "no file";
+  Files.Write("HotKeys.xml", "<HotKeys><Keys><OneHotKey><Code>A</Co");
+  EXPECT_FALSE(Keys.Load(Files.Path()));
   EXPECT_EQ(Text(Undo), "Ctrl+Z");
-  EXPECT_TRUE(fs::exists(Folder / "HotKeys.xml.bad"));
+  EXPECT_TRUE(Files.Has("HotKeys.xml.bad"));
   EXPECT_NE(log.Text().find("HotKeys.xml"), std::string::npos);
-  std::ofstream(Folder / "HotKeys.xml") << "<HotKeys><Keys><OneHotKey><Code>A</Code></OneHotKey>"
-                                           "<OneHotKey><Code>B</Code><Command>Undo</Command></OneHotKey></Keys></HotKeys>";
-  EXPECT_TRUE(Keys.Load(Folder.string()));
+  Files.Write("HotKeys.xml",
+              "<HotKeys><Keys><OneHotKey><Code>A</Code></OneHotKey>"
+              "<OneHotKey><Code>B</Code><Command>Undo</Command></OneHotKey></Keys></HotKeys>");
+  EXPECT_TRUE(Keys.Load(Files.Path()));
   EXPECT_EQ(Text(Undo), "B");
   EXPECT_EQ(Keys.Find(Combo("A")), nullptr);
 }
@@ -258,6 +247,19 @@ TEST_F(HotKeysTest, AToolCanBeHeld) {
   EXPECT_TRUE(fill.Active);
   Press("G", InputKind::KeyUp);
   EXPECT_TRUE(pen.Active && !fill.Active);
+
+  // A second one held over it, and the first let go before the second.
+  KeyTool& erase = CreateTool<KeyTool>();
+  erase.Key = "ERASER_TOOL";
+  Keys.Assign({"", "", "ERASER_TOOL"}, Combo("E"));
+  for (OneHotKey* key : Keys.Keys)
+    if (!key->Tool.Empty()) key->Hold = true;
+  Press("G");
+  Press("E");
+  Press("G", InputKind::KeyUp);
+  EXPECT_TRUE(erase.Active);
+  Press("E", InputKind::KeyUp);
+  EXPECT_TRUE(pen.Active && !erase.Active && !fill.Active);
 }
 
 }  // namespace

@@ -1,11 +1,11 @@
 #include "shell/core/Pages.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 
+#include "shell/TestFolder.h"
 #include "shell/core/BasicTool.h"
 #include "shell/core/DataPath.h"
 
@@ -27,10 +27,8 @@ DECLARE_MEMBERS(RoomTool) {}
 
 class PagesTest : public testing::Test {
  protected:
-  PagesTest() : Folder(fs::path(testing::TempDir()) / ("pages" + std::to_string(getpid()))) {
-    fs::remove_all(Folder);
-    fs::create_directories(Folder / "own");
-    SetDataPath((Folder / "own").string(), (Folder / "program").string());
+  PagesTest() : Files("pages") {
+    SetDataPath(Files.Path("own"), Files.Path("program"));
     PageHooks hooks;
     hooks.StoreLayout = [this](const std::string& path) {
       std::ofstream(path) << "layout";
@@ -51,13 +49,9 @@ class PagesTest : public testing::Test {
     InitPages({});
     ReleaseTools();
     SetDataPath("", "");
-    fs::remove_all(Folder);
   }
-  std::string Short(const std::string& path) const { return fs::relative(path, Folder).string(); }
-  void Write(const std::string& name, const std::string& text) const {
-    fs::create_directories((Folder / name).parent_path());
-    std::ofstream(Folder / name) << text;
-  }
+  std::string Short(const std::string& path) const { return fs::relative(path, Files.Path()).string(); }
+  void Write(const std::string& name, const std::string& text) const { Files.Write(name, text); }
   RoomTool& AddRoom(const char* room, bool roomTool, bool pen) {
     RoomTool& tool = CreateTool<RoomTool>();
     tool.Room = room;
@@ -65,7 +59,7 @@ class PagesTest : public testing::Test {
     tool.Pen = pen;
     return tool;
   }
-  fs::path Folder;
+  TestFolder Files;
   std::string Log;
 };
 
@@ -132,7 +126,5 @@ TEST_F(PagesTest, TagsOfItems) {
   EXPECT_FALSE(IsShownOnPage("[Page99999999999999999999]", 1));
   EXPECT_EQ(StripPageTags("[Page1][Page3]Layers [Page] x[Page2"), "Layers [Page] x");
 }
-
-TEST_F(PagesTest, TheMenuHashTellsStatesApart) { EXPECT_EQ(GetMenuStateHash(1600, 1000, 2), 1600 + 17 * 1000 + 993 * 2); }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <functional>
 #include <sstream>
+#include <thread>
 
 #include "shell/core/Trace.h"
 #include "shell/platform/CrashText.h"
@@ -195,9 +196,32 @@ TEST_F(CrashHandlerTest, SaveRunsAfterTheFilesAndItsCrashEndsIt) {
 TEST_F(CrashHandlerTest, FolderGone) {
   const int status = CrashInChild([this] {
     fs::remove_all(m_Folder);
+    std::ofstream(m_Folder) << "no folder";
     CrashTestOuter(Nowhere);
   });
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 255) << status;
+  fs::remove_all(m_Folder);
+  CrashInChild([] { CrashTestOuter(Nowhere); });
+  EXPECT_TRUE(fs::exists(m_Folder / "crash.txt")) << "a missing folder is made";
+}
+
+// Whichever thread crashes: the main one saves, and it is not left alone with that for ever.
+TEST_F(CrashHandlerTest, TheMainThreadSavesInTime) {
+  static std::string place;
+  static pid_t mainThread;
+  place = m_Folder / "saved";
+  const int status = CrashInChild([] {
+    mainThread = gettid();
+    SetSaveAfterCrash([] {
+      LimitSaveAfterCrash(1);
+      std::ofstream(place) << (gettid() == mainThread ? "main" : "another");
+      for (;;) pause();
+    });
+    std::thread([] { CrashTestOuter(Nowhere); }).detach();
+    for (;;) pause();
+  });
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 255) << status;
+  EXPECT_EQ(ReadWhole(place), "main");
 }
 
 // Against the library's own printf.

@@ -13,6 +13,7 @@
 
 #include "comms/Log.h"
 #include "shell/core/InputEvent.h"
+#include "shell/platform/AniCursor.h"
 #include "shell/platform/DisplayScale.h"
 #include "shell/platform/FileDialog.h"
 #include "shell/platform/InstanceLock.h"
@@ -157,6 +158,81 @@ TEST(ThemePreference, ChildrenHaveALimit) {
   EXPECT_FALSE(RunForText(sleeps, 0.05, output));
   const char* const closes[] = {"sh", "-c", "exec >&-; exec sleep 1000", nullptr};
   EXPECT_FALSE(RunForText(closes, 0.2, output));
+}
+
+void Append(std::string& out, std::initializer_list<uint32_t> numbers) {
+  for (const uint32_t number : numbers)
+    for (int i = 0; i < 4; ++i) out += char(number >> 8 * i);
+}
+std::string MakeChunk(const std::string& tag, const std::string& body) {
+  std::string chunk = tag;
+  Append(chunk, {uint32_t(body.size())});
+  return chunk + body + std::string(body.size() % 2, '\0');
+}
+/// A cursor of 2 x 2 pixels with its hot spot at 1, 0.
+std::string MakeIcon(uint32_t bits, const std::string& colorsAndMask) {
+  std::string icon{0, 0, 2, 0, 1, 0, 2, 2, 0, 0, 1, 0, 0, 0};
+  Append(icon, {uint32_t(40 + colorsAndMask.size()), 22, 40, 2, 4, 1 | bits << 16, 0, 0, 0, 0, 0, 0});
+  return MakeChunk("icon", icon + colorsAndMask);
+}
+std::string MakeAni() {
+  // Rows from below. Two colours, blue and red, with one pixel that is seen through; then colours with alpha.
+  const std::string one("\xff\0\0\0\0\0\xff\0\x80\0\0\0\x40\0\0\0\0\0\0\0\x80\0\0\0", 24);
+  const std::string two("\1\2\3\4\5\6\7\x8\x9\xa\xb\xc\xd\xe\xf\x10\0\0\0\0\0\0\0\0", 24);
+  std::string header, sequence, rate;
+  Append(header, {36, 2, 3, 0, 0, 0, 0, 6, 1});
+  Append(sequence, {1, 0, 1});
+  Append(rate, {30, 60, 90});
+  const std::string body = "ACON" + MakeChunk("anih", header) + MakeChunk("rate", rate) + MakeChunk("seq ", sequence) +
+                           MakeChunk("LIST", "fram" + MakeIcon(1, one) + MakeIcon(32, two));
+  return MakeChunk("RIFF", body);
+}
+
+TEST(AniCursor, StepsInTheirOrder) {
+  const std::string file = MakeAni();
+  std::vector<CursorStep> steps;
+  std::string error;
+  ASSERT_TRUE(ReadAniCursor({reinterpret_cast<const uint8_t*>(file.data()), file.size()}, steps, error)) << error;
+  ASSERT_EQ(steps.size(), 3u);
+  EXPECT_EQ(steps[0].Seconds, 0.5);
+  EXPECT_EQ(steps[2].Seconds, 1.5);
+  EXPECT_EQ(steps[0].HotX, 1);
+  const auto at = [](const CursorStep& step, int x, int y) {
+    const uint8_t* pixel = step.Picture.Pixel(x, y);
+    return std::vector<int>(pixel, pixel + 4);
+  };
+  EXPECT_EQ(at(steps[1], 0, 1), (std::vector<int>{255, 0, 0, 255}));
+  EXPECT_EQ(at(steps[1], 1, 1), (std::vector<int>{0, 0, 255, 255}));
+  EXPECT_EQ(at(steps[1], 0, 0)[3], 0) << "seen through";
+  EXPECT_EQ(at(steps[1], 1, 0), (std::vector<int>{255, 0, 0, 255}));
+  EXPECT_EQ(at(steps[0], 0, 1), (std::vector<int>{3, 2, 1, 4}));
+  EXPECT_EQ(at(steps[2], 1, 0), (std::vector<int>{15, 14, 13, 16}));
+}
+
+// No damage makes it read past the end or take memory for what is not there.
+TEST(AniCursor, DamageIsSaid) {
+  const std::string file = MakeAni();
+  std::vector<CursorStep> steps(7);
+  std::string error;
+  const auto read = [&](const std::string& bytes) {
+    // A copy of exactly that size, for the sanitizers.
+    const std::vector<uint8_t> copy(bytes.begin(), bytes.end());
+    return ReadAniCursor(copy, steps, error);
+  };
+  for (size_t size = 0; size < file.size(); ++size) {
+    error.clear();
+    EXPECT_FALSE(read(file.substr(0, size))) << size;
+    EXPECT_FALSE(error.empty());
+  }
+  EXPECT_EQ(steps.size(), 7u);
+  int refused = 0;
+  for (size_t at = 0; at < file.size(); ++at)
+    for (const char value : {'\0', '\x7f', '\xff'}) {
+      std::string damaged = file;
+      damaged[at] = value;
+      refused += !read(damaged);
+    }
+  EXPECT_GT(refused, 200);
 }
 
 TEST(InstanceLock, SecondGetsAFolderOfItsOwn) {

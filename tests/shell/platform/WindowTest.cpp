@@ -127,7 +127,6 @@ TEST_F(WindowTest, SleepsWhileHidden) {
   Do("search --name 'morvane window test' windowunmap");
   ASSERT_TRUE(RunUntil([&] { return HasSeen(WindowMessage::Asleep); }));
   EXPECT_TRUE(m_Window.IsAsleep());
-  m_Window.Restore();
   Do("search --name 'morvane window test' windowmap");
   ASSERT_TRUE(RunUntil([&] { return HasSeen(WindowMessage::Awake) && HasSeen(WindowMessage::Exposed); }));
   EXPECT_FALSE(m_Window.IsAsleep());

@@ -1,0 +1,112 @@
+#include "interface/NameBox.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "interface/Button.h"
+#include "interface/Language.h"
+#include "interface/TextEdit.h"
+#include "interface/WidgetDraw.h"
+#include "interface/cWidgets.h"
+#include "shell/core/KeyTable.h"
+
+DECLARE_MEMBERS(NameBox) {}
+
+namespace {
+
+// At scale 1.
+constexpr float Inset = 18, InsideWidth = 320, AboveField = 12, FieldHeight = 24, ButtonHeight = 26, ButtonWidth = 80,
+                ButtonGap = 8;
+
+/// A field whose Enter and Esc are the box's.
+class NameField : public TextEdit {
+  REFLECTED(NameField, TextEdit)
+ public:
+  NameField() = default;
+  explicit NameField(NameBox& box) : m_Box(&box) {}
+  bool OnKey(const InputEvent& event) override {
+    const bool isAnswer = event.Kind == InputKind::KeyDown && (event.Key == KeyEnter || event.Key == KeyEsc);
+    return isAnswer && m_Box ? m_Box->OnKey(event) : TextEdit::OnKey(event);
+  }
+
+ private:
+  NameBox* m_Box = nullptr;
+};
+DECLARE_MEMBERS(NameField) {}
+
+std::string Trim(const std::string& text) {
+  const size_t first = text.find_first_not_of(" \t");
+  return first == text.npos ? std::string() : text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+}  // namespace
+
+NameBox* NameBox::Ask(cWidgets& widgets, std::string_view title, std::string_view name,
+                      std::function<bool(const std::string&, std::string&)> taken) {
+  auto* box = new NameBox;
+  box->m_Title = ::GetText(title);
+  box->m_Taken = std::move(taken);
+  box->m_Name = box->AddChild(new NameField(*box));
+  box->m_Name->Content = name;
+  box->m_Name->LiveChange = true;
+  box->m_Accept = box->AddChild(new Button("OK"));
+  box->m_Accept->Default = true;
+  box->m_Accept->Action = [box] { box->Accept(); };
+  box->m_Cancel = box->AddChild(new Button("CANCEL"));
+  box->m_Cancel->Action = [box] { box->Close(); };
+  widgets.OpenModal(box);
+  box->m_Name->BeginEdit(name);
+  return box;
+}
+
+void NameBox::Accept() {
+  m_Expected.clear();
+  if (m_Taken(Trim(m_Name->GetText()), m_Expected)) return Close();
+  if (m_Expected.empty()) m_Expected = ::GetText("ANOTHER_TEXT");
+  if (cWidgets* manager = Manager()) manager->RequestArrange();
+}
+
+void NameBox::Close() {
+  if (cWidgets* manager = Manager()) manager->CloseModal(this);
+}
+
+cRect NameBox::PlaceIn(const cRect& screen, Canvas& canvas) {
+  const float inset = canvas.Px(Inset), inside = std::min(canvas.Px(InsideWidth), screen.W - 2 * inset);
+  float height =
+      2 * inset + canvas.LineHeight(TextStyle::Title) + canvas.Px(AboveField + FieldHeight + AboveField + ButtonHeight);
+  if (!m_Expected.empty()) height += canvas.Px(6) + canvas.ParagraphHeight(inside, m_Expected);
+  const float width = inside + 2 * inset;
+  return {std::floor((screen.W - width) / 2), std::floor((screen.H - height) * 0.42f), width, std::ceil(height)};
+}
+
+void NameBox::Arrange(const cRect& rect, Canvas& canvas) {
+  Rect = rect;
+  const cRect inside = rect.Shrunk(canvas.Px(Inset));
+  const float field = inside.Y + canvas.LineHeight(TextStyle::Title) + canvas.Px(AboveField);
+  m_Name->Arrange({inside.X, field, inside.W, canvas.Px(FieldHeight)}, canvas);
+  const float height = canvas.Px(ButtonHeight);
+  float x = inside.Right();
+  for (Button* button : {m_Cancel, m_Accept}) {
+    const float width = std::max(canvas.Px(ButtonWidth), button->WidthFor(canvas));
+    button->Arrange({x - width, inside.Bottom() - height, width, height}, canvas);
+    x -= width + canvas.Px(ButtonGap);
+  }
+}
+
+void NameBox::Draw(Canvas& canvas) {
+  const Theme& theme = GetTheme();
+  DrawPopupGround(canvas, Rect, theme.Panel);
+  const cRect inside = Rect.Shrunk(canvas.Px(Inset));
+  const float title = canvas.LineHeight(TextStyle::Title);
+  canvas.Text({inside.X, inside.Y, inside.W, title}, m_Title, theme.TextTitle, TextStyle::Title);
+  if (m_Expected.empty()) return;
+  const float y = m_Name->Rect.Bottom() + canvas.Px(6);
+  canvas.Paragraph({inside.X, y, inside.W, inside.Bottom() - y}, m_Expected, theme.Warning);
+}
+
+bool NameBox::OnKey(const InputEvent& event) {
+  if (event.Kind != InputKind::KeyDown || event.IsRepeat) return false;
+  if (event.Key != KeyEnter && event.Key != KeyEsc) return false;
+  event.Key == KeyEnter ? Accept() : Close();
+  return true;
+}

@@ -1,0 +1,48 @@
+#pragma once
+// Save after a crash: the handler asks, the sculpture goes to a file in the data path, and the next start offers it.
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "MC/room/VoxelScene.h"
+#include "shell/core/CommandTable.h"
+#include "shell/platform/Window.h"
+
+/// Where the work is saved: "UserData/AutoBackupOnCrash.obj" of the data path.
+std::string GetCrashBackupPath();
+/// Side of the voxels that a backup was made of, in world units; 0 where the file does not tell.
+float ReadBackupVoxelSize(const std::string& path);
+
+/// Belongs to the crash handler from its making to its end. One at a time, main thread.
+class CrashSave {
+ public:
+  struct Parts {
+    VoxelScene& Scene;
+    const CommandTable& Commands;
+    Window& MainWindow;
+    std::string ProgramData;
+    std::function<bool()> IsModified;  ///< whether the scene holds what is stored nowhere
+  };
+  explicit CrashSave(Parts parts);
+  ~CrashSave();
+  CrashSave(const CrashSave&) = delete;
+  CrashSave& operator=(const CrashSave&) = delete;
+
+  /// The changes so far were not the person's.
+  void Begin();
+  /// Looks whether the scene has changed since the last look. Cheap; once a frame.
+  void Watch();
+
+ private:
+  bool IsWorthSaving() const;
+  void Run();
+  bool Save(const std::string& path, std::string& error);
+
+  Parts m_Parts;
+  std::vector<std::string> m_Question;
+  std::vector<const char*> m_QuestionWords;  // made now: a crashed process takes no memory for them
+  std::pair<uint64_t, uint64_t> m_LastState;
+  int m_Changes = 0;
+};

@@ -1,0 +1,99 @@
+#include "shell/platform/AccessKeys.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <thread>
+
+#include "shell/VirtualDisplay.h"
+#include "shell/platform/XWindow.h"
+
+// Last: its headers define words like None.
+#include <X11/XKBlib.h>
+
+namespace {
+
+class AccessKeysTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!HasProgram("Xvfb")) GTEST_SKIP() << "needs Xvfb";
+    m_Server = std::make_unique<VirtualDisplay>();
+    if (!m_Server->IsThere()) GTEST_SKIP() << "Xvfb did not start";
+    m_Person = XOpenDisplay(nullptr);
+    m_Program = XOpenDisplay(nullptr);
+    ASSERT_TRUE(m_Person && m_Program);
+    Switch(XkbAccessXKeysMask, true);
+  }
+  void TearDown() override {
+    if (m_Program) XCloseDisplay(m_Program);
+    if (m_Person) XCloseDisplay(m_Person);
+  }
+  void Switch(unsigned control, bool on) {
+    XkbChangeEnabledControls(m_Person, XkbUseCoreKbd, control, on ? control : 0);
+    XSync(m_Person, 0);
+  }
+  /// As another program on the display sees it.
+  bool HasShortcuts() {
+    XkbDescPtr keyboard = XkbAllocKeyboard();
+    XkbGetControls(m_Person, XkbAllControlsMask, keyboard);
+    const bool on = keyboard->ctrls && (keyboard->ctrls->enabled_ctrls & XkbAccessXKeysMask);
+    XkbFreeKeyboard(keyboard, XkbAllControlsMask, True);
+    return on;
+  }
+  void SwitchOff(AccessKeyShortcuts& shortcuts) {
+    shortcuts.SwitchOff({m_Program, 0});
+    XSync(m_Program, 0);
+  }
+
+  std::unique_ptr<VirtualDisplay> m_Server;
+  Display *m_Person = nullptr, *m_Program = nullptr;
+};
+
+TEST_F(AccessKeysTest, OffWhileTheProgramRuns) {
+  AccessKeyShortcuts shortcuts;
+  ASSERT_TRUE(HasShortcuts());
+  SwitchOff(shortcuts);
+  EXPECT_FALSE(HasShortcuts());
+  shortcuts.Restore();
+  XSync(m_Program, 0);
+  EXPECT_TRUE(HasShortcuts());
+  // What was off stays off.
+  Switch(XkbAccessXKeysMask, false);
+  SwitchOff(shortcuts);
+  shortcuts.Restore();
+  XSync(m_Program, 0);
+  EXPECT_FALSE(HasShortcuts());
+}
+
+TEST_F(AccessKeysTest, WhoUsesStickyKeysKeepsTheShortcuts) {
+  Switch(XkbStickyKeysMask, true);
+  AccessKeyShortcuts shortcuts;
+  SwitchOff(shortcuts);
+  EXPECT_TRUE(HasShortcuts());
+}
+
+TEST_F(AccessKeysTest, AProgramThatDiesLeavesThemOn) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    static AccessKeyShortcuts shortcuts;
+    Display* display = XOpenDisplay(nullptr);
+    shortcuts.SwitchOff({display, 0});
+    XSync(display, 0);
+    if (write(ends[1], "", 1) == 1) pause();
+    _exit(1);
+  }
+  char ready;
+  ASSERT_EQ(read(ends[0], &ready, 1), 1);
+  EXPECT_FALSE(HasShortcuts());
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+  close(ends[0]);
+  close(ends[1]);
+  for (int i = 0; i < 500 && !HasShortcuts(); i++) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  EXPECT_TRUE(HasShortcuts());
+}
+
+}  // namespace
