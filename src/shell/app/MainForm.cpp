@@ -299,9 +299,7 @@ void MainForm::FollowScene() {
   m_Followed = m_Navi.View;
 }
 
-bool MainForm::WantsFrame() {
-  return m_VoxelTool.TakeRedraw() || m_View.NeedsAnotherFrame() || m_Navi.IsInTransition() || m_VoxelTool.IsStroking();
-}
+bool MainForm::WantsFrame() { return m_VoxelTool.TakeRedraw() || m_View.NeedsAnotherFrame() || m_Navi.IsInTransition(); }
 
 // The net of lines goes on in front of the scene and behind it; the eye's own scale of depth serves what is worked on first.
 void MainForm::FitDepth() {
