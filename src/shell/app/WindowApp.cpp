@@ -427,7 +427,10 @@ bool WindowProgram::WorkOnScript() {
     if (!m_Script.Step(error)) m_Form->Say(error, true);
   }
   m_Progress->Finish();
-  if (!isModified) m_Form->KeepSceneState();
+  if (!isModified) {
+    if (m_Script.IsDone()) m_Scene.History().Clear();  // the sample is where the person begins
+    m_Form->KeepSceneState();
+  }
   m_Form->FollowScene();
   m_CrashSave->Begin();
   if (m_Script.IsDone()) comms::LogInfo("the sample sculpture is done");

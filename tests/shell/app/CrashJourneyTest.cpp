@@ -2,89 +2,38 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <memory>
-#include <thread>
 
-#include "shell/VirtualDisplay.h"
 #include "shell/app/CrashSave.h"
+#include "shell/app/ProgramTest.h"
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
 namespace {
 
-class CrashJourneyTest : public testing::Test {
+class CrashJourneyTest : public ProgramTest {
  protected:
   void SetUp() override {
 #ifdef __SANITIZE_THREAD__
     GTEST_SKIP() << "the thread sanitizer takes signals over";
 #endif
-    for (const char* program : {"Xvfb", "xdotool"})
-      if (!HasProgram(program)) GTEST_SKIP() << "needs " << program;
-    m_Display = std::make_unique<VirtualDisplay>();
-    if (!m_Display->IsThere()) GTEST_SKIP() << "Xvfb did not start";
-    m_Folder = fs::path(testing::TempDir()) /
-               ("CrashJourney" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
-    fs::remove_all(m_Folder);
-    fs::create_directories(m_Folder);
-    m_Folder = fs::canonical(m_Folder);
+    ProgramTest::SetUp();
+    if (IsSkipped()) return;
     Write("Options.xml", "<AppOptions><Theme>Dark</Theme></AppOptions>");
     Write("window.txt", "100 80 1300 880 0");
-    // A post of 0.6 x 2 x 0.6.
-    Write("post.obj",
-          "v -0.3 -1 -0.3\nv 0.3 -1 -0.3\nv -0.3 1 -0.3\nv 0.3 1 -0.3\nv -0.3 -1 0.3\nv 0.3 -1 0.3\nv -0.3 1 0.3\nv 0.3 1 0.3\n"
-          "f 1 3 4 2\nf 5 6 8 7\nf 1 2 6 5\nf 3 7 8 4\nf 1 5 7 3\nf 2 4 8 6\n");
-  }
-  void TearDown() override {
-    if (m_Process > 0) {
-      kill(m_Process, SIGKILL);
-      waitpid(m_Process, nullptr, 0);
-    }
-    if (!m_Folder.empty()) fs::remove_all(m_Folder);
-  }
-
-  void Write(const std::string& name, const std::string& text) { std::ofstream(m_Folder / name) << text; }
-  std::string Read(const std::string& name) const {
-    std::ifstream file(m_Folder / name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-  static bool Within(const std::function<bool()>& isDone) {
-    for (int i = 0; i < 6000; i++) {
-      if (isDone()) return true;
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return false;
   }
   static bool Do(const std::string& words) { return std::system(("xdotool " + words + " >/dev/null 2>&1").c_str()) == 0; }
   static bool HasWindow(const std::string& title) { return Do("search --onlyvisible --name '^" + title + "$'"); }
-  bool IsInLog(const std::string& text) const { return Read("Log.txt").find(text) != std::string::npos; }
-
   void Launch(std::vector<std::string> words) {
     fs::remove(m_Folder / "Log.txt");
-    m_Process = fork();
-    if (m_Process != 0) return;
-    const rlimit noCore{0, 0};
-    setrlimit(RLIMIT_CORE, &noCore);
-    setenv("MORVANE_FILES_PATH", m_Folder.c_str(), 1);
-    setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
-    const int log = open((m_Folder / "stderr.txt").c_str(), O_CREAT | O_WRONLY | O_APPEND, 0644);
-    dup2(log, 1);
-    dup2(log, 2);
-    std::vector<char*> arguments{const_cast<char*>(MORVANE_BINARY)};
-    for (std::string& word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    execv(MORVANE_BINARY, arguments.data());
-    _exit(127);
+    m_Process = ProgramTest::Launch(std::move(words));
   }
   void StartWithPost() {
-    Launch({(m_Folder / "post.obj").string()});
+    Launch({WritePost()});
     ASSERT_TRUE(Within([&] { return IsInLog("post.obj is open"); })) << Read("stderr.txt");
     ASSERT_TRUE(Within([] { return HasWindow("Morvane"); }));
   }
@@ -95,13 +44,7 @@ class CrashJourneyTest : public testing::Test {
     for (int i = 0; i < 10; i++) words += " sleep 0.03 mousemove " + std::to_string(690 + 4 * i) + " 470";
     ASSERT_TRUE(Do(words + " sleep 2.5"));
   }
-  /// What waitpid tells of the program's end; -1 where it does not end.
-  int WaitForEnd() {
-    int status = -1;
-    if (!Within([&] { return waitpid(m_Process, &status, WNOHANG) == m_Process; })) return -1;
-    m_Process = -1;
-    return status;
-  }
+  int WaitForEnd() { return ProgramTest::WaitForEnd(m_Process); }
   void ExpectReport(const std::string& tool) {
     const std::string log = Read("!!crash!!.log"), crash = Read("crash.txt");
     size_t at = 0;
@@ -123,10 +66,6 @@ class CrashJourneyTest : public testing::Test {
     EXPECT_THAT(Read("Bugreport/index.html"), HasSubstr("tool: " + tool));
     EXPECT_FALSE(fs::exists(m_Folder / "crash_in_crash.log"));
   }
-
-  std::unique_ptr<VirtualDisplay> m_Display;
-  fs::path m_Folder;
-  pid_t m_Process = -1;
 };
 
 constexpr char Question[] = "The program has crashed";
@@ -222,7 +161,7 @@ class ShaderJourneyTest : public CrashJourneyTest {};
 // Who works on a shader looks at the window and not at a restart.
 TEST_F(ShaderJourneyTest, AnEditIsTakenOverWhileTheProgramRuns) {
   fs::copy(MORVANE_DATA_DIR, m_Folder / "data", fs::copy_options::recursive);
-  Launch({"--data", (m_Folder / "data").string(), (m_Folder / "post.obj").string()});
+  Launch({"--data", (m_Folder / "data").string(), WritePost()});
   ASSERT_TRUE(Within([&] { return IsInLog("post.obj is open"); })) << Read("stderr.txt");
   std::ofstream(m_Folder / "data/Shaders/Grid.glsl", std::ios::app) << "// an edit\n";
   EXPECT_TRUE(Within([&] { return IsInLog("Reloaded "); })) << Read("Log.txt");

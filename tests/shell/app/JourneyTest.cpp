@@ -1,39 +1,20 @@
 // A person at the real window: the program on a display of the tests' own, mouse and keys by xdotool, and the pictures that the
 // program stores of itself. Each picture is left in the test's folder, see MORVANE_JOURNEY_PICTURES.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <memory>
 #include <sstream>
-#include <thread>
 #include <vector>
 
 #include "comms/Image.h"
-#include "shell/VirtualDisplay.h"
+#include "shell/app/ProgramTest.h"
 
 namespace fs = std::filesystem;
 using comms::cImage;
 
 namespace {
-
-// Software OpenGL on a busy machine is slow; these are for what hangs.
-constexpr double PatienceSec = 120;
-
-bool Within(const std::function<bool()>& isDone, double seconds = PatienceSec) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
-  while (!isDone()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return true;
-}
 
 /// Mean of the three channels, 0 .. 255, over a part of a picture given in parts of its sides.
 double Brightness(const cImage& image, double left, double top, double right, double bottom) {
@@ -74,37 +55,17 @@ double Detail(const cImage& image, double left, double top, double right, double
 /// What a journey opens: the sample takes seconds to grow, so only one of them watches it.
 enum class Opens { Sample, Post };
 
-class JourneyTest : public testing::Test {
+class JourneyTest : public ProgramTest {
  protected:
+  JourneyTest() : ProgramTest("3840x2160x24") {}
   void SetUp() override {
-    for (const char* program : {"Xvfb", "xdotool"})
-      if (!HasProgram(program)) GTEST_SKIP() << "needs " << program;
-    m_Display = std::make_unique<VirtualDisplay>("3840x2160x24");
-    if (!m_Display->IsThere()) GTEST_SKIP() << "Xvfb did not start";
-    const char* pictures = std::getenv("MORVANE_JOURNEY_PICTURES");
-    m_Folder = fs::path(pictures ? pictures : testing::TempDir()) /
-               ("Journey" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
-    fs::remove_all(m_Folder);
-    fs::create_directories(m_Folder);
-    m_Folder = fs::canonical(m_Folder);
+    ProgramTest::SetUp();
     // Views that jump leave nothing to wait for, and no hint covers what is compared.
-    WriteFile("Options.xml",
-              "<AppOptions><Theme>Dark</Theme><SmoothViews>false</SmoothViews><ShowHints>false</ShowHints></AppOptions>");
-  }
-  void TearDown() override {
-    for (const pid_t process : {m_Process, m_Second}) {
-      if (process <= 0) continue;
-      kill(process, SIGKILL);
-      waitpid(process, nullptr, 0);
-    }
-    if (!m_Folder.empty() && !std::getenv("MORVANE_JOURNEY_PICTURES")) fs::remove_all(m_Folder);
+    if (!IsSkipped())
+      Write("Options.xml",
+            "<AppOptions><Theme>Dark</Theme><SmoothViews>false</SmoothViews><ShowHints>false</ShowHints></AppOptions>");
   }
 
-  fs::path WriteFile(const std::string& name, const std::string& text) {
-    fs::create_directories((m_Folder / name).parent_path());
-    std::ofstream(m_Folder / name) << text;
-    return m_Folder / name;
-  }
   /// The program's own files in the test's folder, to be spoilt there; returns that folder.
   fs::path CopyData() {
     fs::copy(MORVANE_DATA_DIR, m_Folder / "data", fs::copy_options::recursive);
@@ -112,30 +73,12 @@ class JourneyTest : public testing::Test {
   }
 
   pid_t Launch(Opens opens, std::vector<std::string> words) {
-    if (opens == Opens::Post) {
-      std::string post;
-      for (int i = 0; i < 8; i++)
-        post += "v " + std::string(i & 1 ? "0.3 " : "-0.3 ") + (i & 2 ? "1 " : "-1 ") + (i & 4 ? "0.3\n" : "-0.3\n");
-      post += "f 1 3 4 2\nf 5 6 8 7\nf 1 2 6 5\nf 3 7 8 4\nf 1 5 7 3\nf 2 4 8 6\n";
-      words.push_back(WriteFile("post.obj", post).string());
-    }
-    const pid_t process = fork();
-    if (process != 0) return process;
-    setenv("MORVANE_FILES_PATH", m_Folder.c_str(), 1);
-    // What the display's libraries keep to the end is theirs; our own leaks are the soak run's to find.
-    setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
-    const int log = open((m_Folder / "stderr.txt").c_str(), O_CREAT | O_WRONLY | O_APPEND, 0644);
-    dup2(log, 1);
-    dup2(log, 2);
-    std::vector<char*> arguments{const_cast<char*>(MORVANE_BINARY)};
-    for (std::string& word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    execv(MORVANE_BINARY, arguments.data());
-    _exit(127);
+    if (opens == Opens::Post) words.push_back(WritePost());
+    return ProgramTest::Launch(std::move(words));
   }
   /// Starts the program with the data path in the test's folder and waits for its window and for what it opens.
   void Start(Opens opens, const std::vector<std::string>& words = {}, const char* window = "100 80 1700 1080 0") {
-    if (!fs::exists(m_Folder / "window.txt")) WriteFile("window.txt", window);
+    if (!fs::exists(m_Folder / "window.txt")) Write("window.txt", window);
     fs::remove(m_Folder / "Log.txt");  // of the run before
     m_Process = Launch(opens, words);
     const char* done = opens == Opens::Sample ? "the sample sculpture is done" : "post.obj is open";
@@ -147,19 +90,9 @@ class JourneyTest : public testing::Test {
   /// Closes the window; the exit code, -1 where it doesn't end.
   int Leave() {
     Do("key ctrl+q");
-    return WaitForEnd(m_Process);
+    return ExitCode(WaitForEnd(m_Process));
   }
-  static int WaitForEnd(pid_t& process) {
-    int status = 0;
-    if (!Within([&] { return waitpid(process, &status, WNOHANG) == process; })) return -1;
-    process = -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  }
-  std::string Read(const std::string& name) const {
-    std::ifstream file(m_Folder / name);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-  std::string Log() const { return Read("Log.txt"); }
+  static int ExitCode(int status) { return status < 0 ? -1 : WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status); }
   /// Lines of the log that hold a text.
   int CountInLog(const std::string& text) const {
     std::istringstream log(Log());
@@ -218,10 +151,7 @@ class JourneyTest : public testing::Test {
     return image;
   }
 
-  std::unique_ptr<VirtualDisplay> m_Display;
-  fs::path m_Folder;
   std::string m_Window;
-  pid_t m_Process = -1, m_Second = -1;
 };
 
 // The middle of the view, where the sculpture stands.
@@ -386,16 +316,16 @@ TEST_F(JourneyTest, SecondInstanceSaysThatItKeepsNothing) {
 TEST_F(JourneyTest, BrokenFilesStartFine) {
   const fs::path data = CopyData();
   std::ofstream(data / "Languages" / "Broken.xml") << "<Language><Entry><Key>FILE</Key></Entry></Language>";
-  WriteFile("Options.xml", "<AppOptions><Theme>Dark</Theme><Language>Broken</Language></AppOptions>");
-  WriteFile("Temp/page_0.xml", "<DocksLayout><Left>");
-  WriteFile("HotKeys.xml", "no hot keys at all");
+  Write("Options.xml", "<AppOptions><Theme>Dark</Theme><Language>Broken</Language></AppOptions>");
+  Write("Temp/page_0.xml", "<DocksLayout><Left>");
+  Write("HotKeys.xml", "no hot keys at all");
   Start(Opens::Post, {"--data", data.string()});
   const cImage picture = Picture("broken-files");
   EXPECT_GT(Detail(picture, 0, 0, 0.3, 0.02), 1) << "no menu bar";
   for (const char* name : {"Broken.xml", "page_0.xml", "HotKeys.xml"}) EXPECT_EQ(CountInLog(name), 1) << name << "\n" << Log();
   EXPECT_EQ(Leave(), 0) << Log();
 
-  WriteFile("Options.xml", std::string(3000, '<'));
+  Write("Options.xml", std::string(3000, '<'));
   Start(Opens::Post, {"--data", data.string()});
   EXPECT_GT(Detail(Picture("broken-options"), 0, 0, 0.3, 0.02), 1) << "no menu bar";
   EXPECT_EQ(CountInLog("Options.xml"), 1) << Log();
