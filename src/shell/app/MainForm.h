@@ -126,8 +126,8 @@ class MainForm {
   void AddToMenu(TextMenu& menu, const std::string& action);
   void FillLayouts(TextMenu& menu);
   void FillPresets(TextMenu& menu);
-  void AskName(const char* title, const std::string& name, std::function<bool(const std::string&)> exists,
-               std::function<bool(const std::string&)> store);
+  void AskName(const char* title, const std::string& name, const std::function<bool(const std::string&)>& exists,
+               const std::function<bool(const std::string&)>& store);
   void AskToDelete(const std::string& name, std::function<bool()> remove);
   void SayWhetherDone(bool done);
   void LoadPreset(const std::string& name);

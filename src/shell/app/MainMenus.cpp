@@ -75,8 +75,8 @@ void MainForm::SayWhetherDone(bool done) {
   if (!done) Say(GetText("NOT_DONE_SEE_LOG"), true);
 }
 
-void MainForm::AskName(const char* title, const std::string& name, std::function<bool(const std::string&)> exists,
-                       std::function<bool(const std::string&)> store) {
+void MainForm::AskName(const char* title, const std::string& name, const std::function<bool(const std::string&)>& exists,
+                       const std::function<bool(const std::string&)>& store) {
   NameBox::Ask(m_Parts.Widgets, title, name, [=, this](const std::string& chosen, std::string& expected) {
     if (!IsFileTitle(chosen)) {
       expected = GetText("EXPECTED_TITLE");
@@ -115,7 +115,9 @@ void MainForm::FillLayouts(TextMenu& menu) {
     LayoutKind Kind;
     const char *Icon, *Save;
   } kinds[] = {{LayoutKind::OnePage, "Window", "StoreThisPageLayout"}, {LayoutKind::AllPages, "Layers", "StoreAllPagesLayout"}};
-  for (const auto& [kind, icon, save] : kinds)
+  for (const auto& one : kinds) {
+    const LayoutKind kind = one.Kind;
+    const char* const save = one.Save;
     menu.Add(
         save,
         [this, kind, save] {
@@ -126,6 +128,7 @@ void MainForm::FillLayouts(TextMenu& menu) {
               });
         },
         {}, "Save");
+  }
   menu.AddLine();
   const auto addAll = [kinds](TextMenu& to, const std::function<void(LayoutKind, const std::string&)>& run) {
     for (const auto& one : kinds)
