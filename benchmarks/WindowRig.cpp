@@ -59,12 +59,11 @@ WindowRig::WindowRig(comms::cRender& render, int width, int height)
   ApplyOptions();
   FormHost host;
   host.Close = [] {};
-  host.SetFullScreen = [](bool) {};
   host.StoreScreenshot = [] {};
   host.GetPenState = [] { return PenState{}; };
   host.ApplyOptions = [this] { ApplyOptions(); };
   host.FrameMilliseconds = [] { return 0.0f; };
-  Form = std::make_unique<MainForm>(MainForm::Parts{Widgets, Commands, Scene, Boxes, Options, Settings}, host);
+  Form = std::make_unique<MainForm>(MainForm::Parts{Widgets, Commands, Scene, Options, Settings}, host);
   Widgets.SetSize(m_Width, m_Height, Options.GetScale(1));
   DrawCanvas.Begin(m_Width, m_Height, Widgets.Scale());
   Form->Open();
