@@ -4,10 +4,12 @@
 #include <malloc.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <vector>
 
 #include "Claims.h"
 #include "WindowRig.h"
@@ -112,15 +114,20 @@ void RunSoak(comms::cRender& render, int width, int height, const std::string& s
   constexpr int leastWarmUp = 24;  // every brush with every room, twice
   int round = 0;
   double time = 0;
+  // Resident bytes, the least of the last rounds: a software driver holds some megabytes more or less from round to round, but
+  // what leaks stays in every one.
   const auto runUntil = [&](double end, int least) {
-    for (const int first = round; time < end || round - first < least; round++)
+    std::vector<double> resident;
+    for (const int first = round; time < end || round - first < least; round++) {
       time += bench::Seconds([&] { soak.Round(round); });
+      resident.push_back(ResidentBytes());
+    }
+    constexpr size_t last = 12;
+    return *std::min_element(resident.end() - std::ptrdiff_t(std::min(last, resident.size())), resident.end());
   };
-  runUntil(length / 4, leastWarmUp);
-  const double before = ResidentBytes();
+  const double before = runUntil(length / 4, leastWarmUp);
   const int warm = round;
-  runUntil(length, 3);
-  const double after = ResidentBytes();
+  const double after = runUntil(length, leastWarmUp);
   std::printf("%.0f %.0f %d %d ", before, after, round - warm, soak.Strokes() == round);
 }
 
