@@ -52,13 +52,13 @@ void BaseClass::RunDeltaPass(XmlNode* node) {
     const bool isPart = element >= 0 && !GetElementType(element)->GetExpansionRules();
     if (isPart) RewritePart(element, child, *same);
     const bool isLeaf = !child->GetChildCount() && same->GetValueView() == child->GetValueView();
-    if (isPart ? isLeaf || SameText(*child, *same) : isLeaf && !same->GetChildCount()) node->RemoveChild(i);
+    if (isLeaf && (isPart || !same->GetChildCount())) node->RemoveChild(i);
   }
   SaveOnlyChanges = true;
 }
 
 // The pass over a part left out what a fresh part says. Where the owner's constructor gave the part values of its own, `inFresh`,
-// a reader would get those instead: such a part is written whole.
+// a reader would get those instead: such a part is always written whole.
 void BaseClass::RewritePart(int32_t element, XmlNode* child, const XmlNode& inFresh) {
   BaseClass* type = GetElementType(element);
   const std::unique_ptr<BaseClass> part(type->New());
