@@ -20,7 +20,7 @@
 
 // --- elements ------------------------------------------------------------------------------------
 
-static constexpr uint32_t LiveStamp = ChunkTag("FOOD"), FreeStamp = ChunkTag("BAAD");
+static constexpr uint32_t LiveStamp = ChunkTag("FOOD"), FreeStamp = ChunkTag("BAAD"), EndStamp = ChunkTag("WALL");
 
 static void Stamp(void* element, uint32_t stamp) { std::memcpy(element, &stamp, sizeof stamp); }
 static bool HasStamp(const void* element, uint32_t stamp) { return std::memcmp(element, &stamp, sizeof stamp) == 0; }
@@ -38,7 +38,9 @@ static void Unpoison([[maybe_unused]] void* element, [[maybe_unused]] size_t siz
 }
 
 void PoolSizeClass::AddBlock() {
-  uint8_t* block = static_cast<uint8_t*>(GeneralAllocate(size_t(ElementSize) * ElementsPerBlock));
+  const size_t size = size_t(ElementSize) * ElementsPerBlock;
+  uint8_t* block = static_cast<uint8_t*>(GeneralAllocate(size + sizeof EndStamp));
+  Stamp(block + size, EndStamp);
   Blocks.Add(block);
   for (int i = ElementsPerBlock; i-- > 0;) {  // the first element is handed out first
     uint8_t* element = block + size_t(i) * ElementSize;
@@ -51,6 +53,14 @@ void PoolSizeClass::AddBlock() {
 void PoolSizeClass::FreeBlock(uint8_t* block) {
   Unpoison(block, size_t(ElementSize) * ElementsPerBlock);
   GeneralFree(block);
+}
+
+bool PoolSizeClass::IsWhole() const {
+  for (const uint8_t* element : FreeElements)
+    if (!HasStamp(element, FreeStamp)) return false;
+  for (const uint8_t* block : Blocks)
+    if (!HasStamp(block + size_t(ElementSize) * ElementsPerBlock, EndStamp)) return false;
+  return true;
 }
 
 // One bit for each element of each block that holds the stamp.
@@ -176,6 +186,11 @@ size_t PooledAllocator::GetLiveCount() const {
   for (const PoolSizeClass& sizeClass : m_Classes)
     count += size_t(sizeClass.Blocks.Count) * PoolSizeClass::ElementsPerBlock - size_t(sizeClass.FreeElements.Count);
   return count;
+}
+
+bool PooledAllocator::IsWhole() const {
+  return std::all_of(std::begin(m_Classes), std::end(m_Classes),
+                     [](const PoolSizeClass& sizeClass) { return sizeClass.IsWhole(); });
 }
 
 // Never destroyed: static objects free their strings when the program ends.

@@ -5,7 +5,7 @@
 
 #include "ClassEngine/dynarray.h"
 
-/// One size class: blocks of 256 elements, cut into equal elements.
+/// One size class: blocks of 256 elements, cut into equal elements, with a guard word behind the last.
 struct PoolSizeClass {
   static constexpr int ElementsPerBlock = 256;
   struct ElementMask {
@@ -18,6 +18,7 @@ struct PoolSizeClass {
   void AddBlock();
   void FreeBlock(uint8_t* block);
   void Compact();
+  bool IsWhole() const;
 
  private:
   void MarkStamped(uint32_t stamp, bool first, DynArray<ElementMask>& masks) const;
@@ -46,6 +47,9 @@ class PooledAllocator {
 
   size_t GetBlockCount() const;  ///< of all classes
   size_t GetLiveCount() const;   ///< elements handed out now
+  /// False where a free element was written to, or something wrote past the end of a block. Linear in the free elements. It only
+  /// reads, but follows the pool's own pointers: in doubt about those, ask from a process that may die of it.
+  bool IsWhole() const;
 
  private:
   class OwnerGuard;

@@ -14,6 +14,7 @@
 #include <cstring>
 #include <vector>
 
+#include "ClassEngine/pool.h"
 #include "shell/core/Trace.h"
 #include "shell/platform/CrashDump.h"
 #include "shell/platform/CrashProcess.h"
@@ -27,9 +28,9 @@ constexpr int Signals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 constexpr size_t StackSize = size_t(1) << 20;  ///< saving the work after a crash runs on it too
 constexpr size_t LongestPath = 4096;
 constexpr uint64_t Megabyte = uint64_t(1) << 20;
+constexpr unsigned LongestMemoryWalkSec = 5;
 
 CrashScene g_Scene;
-bool (*g_IsMemoryWhole)() = nullptr;
 void (*g_Save)() = nullptr;
 
 /// All that the handler needs, prepared while things are well.
@@ -160,9 +161,10 @@ void ComposeShort(const MemoryStatus& after) {
   const MemoryStatus& before = g_Prepared.Before;
   const double now = ReadClock();
   const int seconds = int(now - g_Prepared.StartSec);
-  const char* memory = !g_IsMemoryWhole ? "not checked" : g_IsMemoryWhole() ? "OK" : "integrity failure!";
+  // A walk that stumbles over what is broken says as much as one that finds it.
+  const bool isWhole = AskFromCrash([] { return GetPool().IsWhole(); }, LongestMemoryWalkSec);
   ShortText text;
-  text.Print("%s\nMemory status: %s\n", g_Prepared.Version, memory);
+  text.Print("%s\nMemory status: %s\n", g_Prepared.Version, isWhole ? "OK" : "integrity failure!");
   text.Print("pointers: %d\n\n", g_Scene.Pointers);
   text.Print("Work time: %d m %ds\n\n", seconds / 60, seconds % 60);
   text.Print("TotalPhys: %lu -> %lu Mb\n", megabytes(before.TotalPhys), megabytes(after.TotalPhys));
@@ -316,7 +318,6 @@ void RefreshCrashScene() {
   for (const auto& fill : GetFillers()) fill(g_Scene);
 }
 void ForgetCrashInfo() { GetFillers().clear(); }
-void SetMemoryCheck(bool (*isWhole)()) { g_IsMemoryWhole = isWhole; }
 void SetSaveAfterCrash(void (*save)()) { g_Save = save; }
 void LimitSaveAfterCrash(unsigned seconds) {
   signal(SIGALRM, EndLateSave);

@@ -55,9 +55,6 @@ bool InstallCrashHandler(const CrashOptions& options, std::string& error);
 /// Gives the calling thread a stack for the handler, which a fault by stack overflow needs. For threads other than the installing
 /// one.
 void UseCrashStack();
-/// Whether the allocator's guard words are whole, asked during the crash; it may only read. Without one the report does not judge
-/// them.
-void SetMemoryCheck(bool (*isWhole)());
 /// Runs after the files are written, on the thread that installed the handler and on its handler's stack, with the process in a
 /// doubtful state: "save after a crash" of the shell. A fault inside it ends the process.
 void SetSaveAfterCrash(void (*save)());

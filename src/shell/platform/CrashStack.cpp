@@ -14,8 +14,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <initializer_list>
 
+#include "shell/platform/CrashProcess.h"
 #include "shell/platform/CrashText.h"
 
 namespace {
@@ -30,8 +30,7 @@ double ReadClock() {
   return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
 }
 
-// --- the child: here memory may be taken again, as far as the crash left the heap usable
-// ---------------------------------------------
+// --- the child: here memory may be taken again, as far as the crash left the heap usable ------------------------------------
 
 struct Unwound {
   uint64_t Addresses[MaxFrames];
@@ -95,7 +94,7 @@ class Symbols {
 };
 
 [[noreturn]] void NameInChild(const ucontext_t& context, const uint64_t* frames, int frameCount, unsigned seconds, int file) {
-  for (const int number : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGALRM}) signal(number, SIG_DFL);
+  EndOnSignals();
   alarm(seconds);
   Unwound unwound;
   unwound.Fault = GetRegister(context, REG_RIP);
@@ -110,8 +109,7 @@ class Symbols {
   _exit(0);
 }
 
-// --- the handler's side
-// -----------------------------------------------------------------------------------------------------------------
+// --- the handler's side ------------------------------------------------------------------------------------------------------
 
 /// Distributes what comes from the child: two texts, each with its null.
 struct TextReceiver {
