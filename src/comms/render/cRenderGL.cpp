@@ -70,6 +70,8 @@ void cRenderGL::SetUpDevice() {
   m_MaxSamples = std::max(1, GetInteger(GL_MAX_SAMPLES));
   m_MaxAnisotropy = float(std::max(1, facts.MaxAnisotropy));
   m_HasDxt = facts.HasExtension("GL_EXT_texture_compression_s3tc");
+  m_HasKhrRobustness = facts.VersionNumber >= 45 || facts.HasExtension("GL_KHR_robustness");
+  m_HasArbRobustness = facts.HasExtension("GL_ARB_robustness");
   LogInfo("%s", MakeDeviceReport(facts).c_str());
 
   m_Loaded = true;
@@ -125,6 +127,12 @@ void cRenderGL::ReleaseObjects() {
 
 cRenderGL::~cRenderGL() {
   if (m_Loaded) ReleaseObjects();
+}
+
+bool cRenderGL::IsLost() const {
+  if (!m_Loaded) return false;
+  if (m_HasKhrRobustness) return glGetGraphicsResetStatus() != GL_NO_ERROR;
+  return m_HasArbRobustness && glGetGraphicsResetStatusARB() != GL_NO_ERROR;
 }
 
 void cRenderGL::Unload() {

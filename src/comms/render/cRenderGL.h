@@ -54,6 +54,7 @@ class cRenderGL : public cRender {
   cStr GetTextureName(int id) const override;
   void UpdateTexture(int id, int x, int y, int width, int height, const void* pixels) override;
   void DeleteTexture(int id) override;
+  bool IsLost() const override;
   void Unload() override;
   void Reload() override;
 
@@ -202,7 +203,7 @@ class cRenderGL : public cRender {
   cStr m_DeviceName;
   int m_MaxTargetSize = 0, m_MaxSamples = 1;
   float m_MaxAnisotropy = 1;
-  bool m_HasDxt = false;
+  bool m_HasDxt = false, m_HasKhrRobustness = false, m_HasArbRobustness = false;
   bool m_Loaded = false;  // objects are on the device
   mutable GlDebug m_Debug;
   cList<DepthState> m_DepthStates;

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <ctime>
+#include <utility>
 
+#include "comms/Log.h"
 #include "interface/TextEdit.h"
 #include "interface/draw/Theme.h"
 #include "shell/core/Trace.h"
@@ -24,12 +26,12 @@ MainLoop::MainLoop(Window& window, comms::cRender& render, cWidgets& widgets, Ma
 bool MainLoop::cWinMain_OneIterationOfMessageLoop(WindowMessage& message, bool poll) {
   Trace("cWinMain_OneIterationOfMessageLoop");
   InputEvent event;
-  if (m_Window.IsAsleep()) {
-    message = poll ? m_Window.Poll(event) : m_Window.Wait(event, -1);
+  if (SleepState()) {
+    message = poll ? m_Window.Poll(event) : m_Window.Wait(event, m_DeviceLost ? LongestSleep : -1);
     Trace("msg2: %08X", m_Window.LastMessageCode());
     TakeMessage(message, event);
     Trace("endmsg2");
-    if (m_FrameWanted && !m_Window.IsAsleep()) {
+    if ((m_FrameWanted || m_DeviceLost) && !m_Window.IsAsleep()) {
       Trace("render3");
       RenderIfPossible();
       Trace("render4");
@@ -91,8 +93,24 @@ double MainLoop::SecondsToSleep() {
   return std::min(m_Widgets.SecondsToNextFrame(), LongestSleep);
 }
 
+bool MainLoop::HasDevice() {
+  if (!m_DeviceLost && !m_Render.IsLost()) return true;
+  std::string error;
+  if (!m_DeviceLost) {
+    comms::LogWarning("The graphics device was reset. What was on it is made anew.");
+    m_Render.Unload();
+  }
+  const bool knew = std::exchange(m_DeviceLost, !m_Window.RenewContext(error));
+  if (m_DeviceLost) {
+    if (!knew) comms::LogError("%s", error.c_str());
+    return false;
+  }
+  m_Render.Reload();
+  return true;
+}
+
 void MainLoop::RenderIfPossible() {
-  if (RenderRefused) return;
+  if (RenderRefused || !HasDevice()) return;
   if (m_Settings.FullScreen != m_Window.IsFullScreen()) m_Window.SetFullScreen(m_Settings.FullScreen);
   if (m_Window.Width() >= 1 && m_Window.Height() >= 1) cMain_OnRender({0, 0, float(m_Window.Width()), float(m_Window.Height())});
 }
@@ -178,7 +196,7 @@ bool MainLoop::TakePicture(comms::cImage& image) {
 }
 
 void MainLoop::DrawProgress(const ProgressFrame& progress) {
-  if (BlockRender || m_Window.IsAsleep() || m_Window.Width() < 1 || m_Window.Height() < 1) return;
+  if (BlockRender || SleepState() || m_Window.Width() < 1 || m_Window.Height() < 1) return;
   m_Render.BeginFrame(Window::Now());
   m_Render.SetTarget(-1);
   m_Render.SetViewport(0, 0, m_Window.Width(), m_Window.Height());

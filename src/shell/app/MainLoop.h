@@ -57,6 +57,10 @@ class MainLoop {
   float FrameMilliseconds = 0;
 
  private:
+  /// Makes everything anew on a device that was reset. False while there is none.
+  bool HasDevice();
+  /// Nobody sees the window, or there is nothing to draw with.
+  bool SleepState() const { return m_DeviceLost || m_Window.IsAsleep(); }
   void TakeMessage(WindowMessage message, const InputEvent& event);
   void WorkInBackground();
   double SecondsToSleep();
@@ -71,6 +75,7 @@ class MainLoop {
   const AppOptions& m_Options;
   int m_DepthState3D = -1, m_BlendState3D = -1, m_FillState3D = -1, m_NoDepth = -1;
   comms::cImage* m_Picture = nullptr;  // where the frame that is drawn is to be stored
+  bool m_DeviceLost = false;
   bool m_Quitting = false, m_FrameWanted = true, m_TextInput = false;
   double m_NextSecond = 0;
   const BaseWidget* m_TextPlace = nullptr;  // compared only: it may be gone

@@ -46,6 +46,18 @@ void SetContextAttributes() {
   SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 24);
 }
 
+/// Asks for a context that tells when the driver resets it, and for a plain one where the driver can't.
+SDL_GLContext CreateContext(SDL_Window* window, int swapInterval) {
+  for (const SDL_GLContextResetNotification told : {SDL_GL_CONTEXT_RESET_LOSE_CONTEXT, SDL_GL_CONTEXT_RESET_NO_NOTIFICATION}) {
+    SDL_GL_SetAttribute(SDL_GL_CONTEXT_RESET_NOTIFICATION, told);
+    if (const SDL_GLContext context = SDL_GL_CreateContext(window)) {
+      SDL_GL_SetSwapInterval(swapInterval);
+      return context;
+    }
+  }
+  return nullptr;
+}
+
 bool IsVisible(const WindowPlacement& placement) {
   const SDL_Rect window{placement.Left, placement.Top, placement.Right - placement.Left, placement.Bottom - placement.Top};
   for (int i = 0; i < SDL_GetNumVideoDisplays(); ++i) {
@@ -126,7 +138,7 @@ bool Window::Create(const std::string& title, const WindowPlacement& placement, 
   const SDL_Rect rect = ChooseRect(placement);
   const uint32_t flags = SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI | SDL_WINDOW_HIDDEN;
   state.Handle = SDL_CreateWindow(title.c_str(), rect.x, rect.y, rect.w, rect.h, flags);
-  if (state.Handle) state.Context = SDL_GL_CreateContext(state.Handle);
+  if (state.Handle) state.Context = CreateContext(state.Handle, state.SwapInterval);
   if (!state.Context) {
     error = std::string("can't open a window with OpenGL 3.3: ") + SDL_GetError();
     if (state.Handle) SDL_DestroyWindow(state.Handle);
@@ -137,8 +149,6 @@ bool Window::Create(const std::string& title, const WindowPlacement& placement, 
   XHandles handles;
   if (GetXHandles(state.Handle, handles)) state.Socket = GetXSocket(handles);
   SDL_SetWindowMinimumSize(state.Handle, LeastWidth, LeastHeight);
-  SDL_GL_MakeCurrent(state.Handle, state.Context);
-  SDL_GL_SetSwapInterval(1);
   SDL_SetEventFilter(&State::OnEvent, &state);
 
   SDL_GetWindowPosition(state.Handle, &state.Normal.Left, &state.Normal.Top);
@@ -187,6 +197,14 @@ void Window::Destroy() {
   SDL_DestroyWindow(state.Handle);
   SDL_QuitSubSystem(SDL_INIT_VIDEO);
   m_State = std::make_unique<State>();
+}
+
+bool Window::RenewContext(std::string& error) {
+  State& state = *m_State;
+  SDL_GL_DeleteContext(state.Context);
+  state.Context = CreateContext(state.Handle, state.SwapInterval);
+  if (!state.Context) error = std::string("the graphics device gives no new context: ") + SDL_GetError();
+  return state.Context != nullptr;
 }
 
 void Window::Abandon() {
@@ -262,7 +280,10 @@ WindowPlacement Window::GetPlacement() const {
 }
 
 void Window::Present() { SDL_GL_SwapWindow(m_State->Handle); }
-void Window::SetVerticalSync(bool on) { SDL_GL_SetSwapInterval(on ? 1 : 0); }
+void Window::SetVerticalSync(bool on) {
+  m_State->SwapInterval = on ? 1 : 0;
+  SDL_GL_SetSwapInterval(m_State->SwapInterval);
+}
 
 void Window::SetIcon(const comms::cImage& icon) {
   if (icon.Empty()) return;

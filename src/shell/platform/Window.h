@@ -47,6 +47,9 @@ class Window {
   /// Applies the placement's maximised state and shows the window.
   void Show();
   void Destroy();
+  /// A new context in place of one that was lost, current from here on. False with one sentence where the system has none now; it
+  /// may be asked again.
+  bool RenewContext(std::string& error);
   /// For a crash: the window goes at once, and with it all that it held of the display, such as the mouse in a drag. Nothing of
   /// the window or of OpenGL may be used any more. Safe in a signal handler. No effect on displays other than X.
   void Abandon();

@@ -19,6 +19,7 @@ struct Window::State {
 
   SDL_Window* Handle = nullptr;
   SDL_GLContext Context = nullptr;
+  int SwapInterval = 1;  ///< frames of the display that a picture of ours stays
   SDL_threadID MainThread = 0;
   int Socket = -1;  ///< of the X connection
   SDL_Cursor* Cursors[9] = {};
