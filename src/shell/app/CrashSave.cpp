@@ -2,18 +2,23 @@
 
 #include <charconv>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 
 #include "MC/room/RoomHelpers.h"
 #include "comms/Log.h"
 #include "comms/Progress.h"
+#include "comms/SafeFile.h"
 #include "comms/Str.h"
 #include "shell/app/QuestionWindow.h"
 #include "shell/core/DataPath.h"
+#include "shell/core/FileTitle.h"
 #include "shell/core/RunGuarded.h"
 #include "shell/platform/CrashHandler.h"
 #include "shell/platform/CrashProcess.h"
 #include "shell/platform/Machine.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -24,12 +29,34 @@ constexpr unsigned SaveSeconds = 300;
 /// Begins the last line of a backup; a comment for readers of OBJ.
 constexpr char VoxelSizeLine[] = "# VoxelSize ";
 constexpr int64_t LongestLine = 64;
+constexpr char BackupName[] = "AutoBackupOnCrash";
+constexpr int MostBackups = 99;  ///< the last one is written over
 
 CrashSave* s_Current = nullptr;
 
 }  // namespace
 
-std::string GetCrashBackupPath() { return GetFullPath("UserData/AutoBackupOnCrash.obj"); }
+std::string ChooseCrashBackup(const std::string& folder) {
+  std::string path = comms::JoinPath(folder, std::string(BackupName) + ".obj");
+  for (int number = 2; comms::FileExists(path) && number <= MostBackups; ++number)
+    path = comms::JoinPath(folder, comms::Format("%s %d.obj", BackupName, number));
+  return path;
+}
+
+std::string FindCrashBackup(const std::string& folder) {
+  std::string newest;
+  fs::file_time_type newestTime;
+  for (const std::string& title : ListFileTitles(folder, ".obj")) {
+    if (title != BackupName && !title.starts_with(std::string(BackupName) + " ")) continue;
+    const std::string path = comms::JoinPath(folder, title + ".obj");
+    std::error_code fault;
+    const fs::file_time_type time = fs::last_write_time(path, fault);
+    if (fault || (!newest.empty() && time <= newestTime)) continue;
+    newest = path;
+    newestTime = time;
+  }
+  return newest;
+}
 
 float ReadBackupVoxelSize(const std::string& path) {
   std::ifstream file(path, std::ios::binary | std::ios::ate);
@@ -81,7 +108,7 @@ void CrashSave::Run() {
   LimitSaveAfterCrash(SaveSeconds);
   comms::SetProgressSink(nullptr);  // it would draw
   comms::LogInfo("Crash occured. Trying to save object...");
-  const std::string path = GetCrashBackupPath();
+  const std::string path = ChooseCrashBackup(m_Parts.Folder);
   std::string error;
   if (Save(path, error))
     comms::LogInfo("%s is saved", path.c_str());

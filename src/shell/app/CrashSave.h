@@ -10,8 +10,10 @@
 #include "shell/core/CommandTable.h"
 #include "shell/platform/Window.h"
 
-/// Where the work is saved: "UserData/AutoBackupOnCrash.obj" of the data path.
-std::string GetCrashBackupPath();
+/// Where the work is saved: "AutoBackupOnCrash.obj" of the folder, or with a number behind it where an earlier one lies there.
+std::string ChooseCrashBackup(const std::string& folder);
+/// The newest of them; empty where there is none.
+std::string FindCrashBackup(const std::string& folder);
 /// Side of the voxels that a backup was made of, in world units; 0 where the file does not tell.
 float ReadBackupVoxelSize(const std::string& path);
 
@@ -23,6 +25,7 @@ class CrashSave {
     const CommandTable& Commands;
     Window& MainWindow;
     std::string ProgramData;
+    std::string Folder;  ///< for the backup: where the next start looks for it, also where this is a second instance
     std::function<bool()> IsModified;  ///< whether the scene holds what is stored nowhere
   };
   explicit CrashSave(Parts parts);

@@ -160,6 +160,7 @@ class WindowProgram {
 
   WindowJob m_Job;
   InstanceLock m_Lock;
+  std::string m_UserData;  // that of the first instance
   std::unique_ptr<LogFile> m_Log;
   cSettings m_Settings;
   AppOptions m_Options;
@@ -186,6 +187,7 @@ class WindowProgram {
 bool WindowProgram::StartFolders(std::string& error) {
   if (!InitDataPath(m_Job.ProgramData, error)) return false;
   if (!m_Lock.Acquire(GetDataPath(), error)) return false;
+  m_UserData = GetFullPath("UserData");
   if (m_Lock.IsSecond()) SetDataPath(m_Lock.Folder() + "/", m_Job.ProgramData);
   m_Log = std::make_unique<LogFile>(GetFullPath("Log.txt"));
   comms::LogInfo("Morvane %s; data path %s", m_Job.Version.c_str(), GetDataPath().c_str());
@@ -330,8 +332,8 @@ void WindowProgram::StartForm() {
   m_FormOpen = true;
   AddCrashInfo([this](CrashScene& scene) { FillCrashScene(scene); });
   RefreshCrashScene();
-  m_CrashSave = std::make_unique<CrashSave>(
-      CrashSave::Parts{m_Scene, m_Commands, m_Window, m_Job.ProgramData, [this] { return m_Form->IsSceneModified(); }});
+  m_CrashSave = std::make_unique<CrashSave>(CrashSave::Parts{m_Scene, m_Commands, m_Window, m_Job.ProgramData, m_UserData,
+                                                             [this] { return m_Form->IsSceneModified(); }});
 }
 
 void WindowProgram::ApplyTheme() {
@@ -388,9 +390,10 @@ void WindowProgram::StartScene() {
 
 // What a crash left, at the person's choice. True where it is in the scene.
 bool WindowProgram::OfferBackup() {
-  const std::string path = GetCrashBackupPath();
-  // Runs that end by themselves have nobody who answers.
-  if (m_Job.FramesToRun > 0 || !comms::FileExists(path)) return false;
+  // Runs that end by themselves have nobody who answers, and what the first instance left waits for its next start.
+  if (m_Job.FramesToRun > 0 || m_Lock.IsSecond()) return false;
+  const std::string path = FindCrashBackup(m_UserData);
+  if (path.empty()) return false;
   enum { Load, Delete, Skip };
   switch (m_Messages->Ask("AutoBackup", "PrevBackupFound", {"LOAD", "DELETE", "SKIP"}, Skip)) {
     case Load:
@@ -410,7 +413,7 @@ bool WindowProgram::LoadBackup(const std::string& path) {
   if (!m_Form->RunCommand("ImportMesh File=" + QuoteBatchValue(path)) || !m_Form->RunCommand("Voxelize" + size)) return false;
   m_Form->FrameScene();
   // Kept until the next one: the scene is not stored anywhere else yet.
-  const std::string old = GetFullPath("UserData/AutoBackupOnCrash.loaded.obj");
+  const std::string old = comms::JoinPath(m_UserData, "AutoBackupOnCrash.loaded.obj");
   if (std::rename(path.c_str(), old.c_str()) != 0)
     comms::LogWarning("%s can't be renamed to %s: %s", path.c_str(), old.c_str(), std::strerror(errno));
   comms::LogInfo("%s is loaded", path.c_str());
