@@ -67,7 +67,7 @@ bool CheckBox::OnKey(const InputEvent& event) {
 
 void IconToggle::Draw(Canvas& canvas) {
   const Theme& theme = GetTheme();
-  const bool on = Value.GetBool(), enabled = IsEnabled(), hot = enabled && IsHot();
+  const bool on = Value.GetBool(), enabled = IsEnabled() && !ReadOnly, hot = enabled && IsHot();
   const float size = canvas.Px(Measures::IconSize);
   if (hot || (on && IconOff.empty()))
     canvas.FillRoundRect(Rect, canvas.Px(Measures::Radius), hot ? theme.ButtonHot : theme.Button);
@@ -78,19 +78,3 @@ void IconToggle::Draw(Canvas& canvas) {
 }
 
 float IconToggle::WidthFor(Canvas& canvas) const { return canvas.Px(Measures::RowHeight); }
-
-void IconToggle::Flip(const InputEvent& event) {
-  if (Value.SetBool(!Value.GetBool())) Tell(WidgetEventKind::ChangeDone, &event);
-}
-
-bool IconToggle::OnMouse(const InputEvent& event) {
-  if (!TakesPress(*this, event)) return false;
-  if (IsChosen(*this, event)) Flip(event);
-  return true;
-}
-
-bool IconToggle::OnKey(const InputEvent& event) {
-  if (event.Kind != InputKind::KeyDown || !IsChosen(*this, event)) return false;
-  Flip(event);
-  return true;
-}

@@ -23,22 +23,14 @@ class CheckBox : public TextWidget {
 };
 
 /// A truth value as an icon, as in the rows of trees: "Visible", "Ghost", "Locked".
-class IconToggle : public BaseWidget {
-  REFLECTED(IconToggle, BaseWidget)
+class IconToggle : public CheckBox {
+  REFLECTED(IconToggle, CheckBox)
  public:
   IconToggle() = default;
   IconToggle(std::string_view icon, std::string_view iconOff, const ValueBinding& value)
-      : Icon(icon), IconOff(iconOff), Value(value) {}
+      : CheckBox({}, value), Icon(icon), IconOff(iconOff) {}
   void Draw(Canvas& canvas) override;
-  bool OnMouse(const InputEvent& event) override;
-  bool OnKey(const InputEvent& event) override;
-  bool TakesFocus() const override { return true; }
-  bool TakesFocusByMouse() const override { return false; }
   float WidthFor(Canvas& canvas) const override;
 
   std::string Icon, IconOff;  ///< IconOff empty: Icon, with a ground while it is on
-  ValueBinding Value;
-
- private:
-  void Flip(const InputEvent& event);
 };

@@ -120,8 +120,7 @@ bool ColorPicker::OnField(BaseWidget* widget, const WidgetEvent& event) {
   return true;
 }
 
-// --- place
-// -----------------------------------------------------------------------------------------------------------------------
+// --- place -------------------------------------------------------------------------------------------------------------------
 
 cRect ColorPicker::Square(Canvas& canvas) const {
   const float pad = canvas.Px(Space), least = canvas.Px(60);

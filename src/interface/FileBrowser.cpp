@@ -77,8 +77,7 @@ void FileBrowser::Build() {
   FillPlaces();
 }
 
-// --- where it is
-// -----------------------------------------------------------------------------------------------------------------
+// --- where it is -------------------------------------------------------------------------------------------------------------
 
 bool FileBrowser::Enter(const std::string& folder) {
   std::vector<FileEntry> entries;
@@ -141,8 +140,7 @@ void FileBrowser::FillPlaces() {
   add("PLACE_COMPUTER", "/");
 }
 
-// --- answers
-// -----------------------------------------------------------------------------------------------------------------------
+// --- answers -----------------------------------------------------------------------------------------------------------------
 
 void FileBrowser::Complain(const std::string& sentence) { m_Error = sentence; }
 
@@ -219,12 +217,7 @@ void FileBrowser::MakeFolder(const std::string& name) {
 
 // A new folder gets the first free name and is entered.
 void FileBrowser::MakeNewFolder() {
-  fs::path path = fs::path(m_Folder) / ::GetText("ADD_NEW_FOLDER");
-  std::error_code fault;
-  const std::string base = path.filename().string();
-  for (int number = 2; fs::exists(path, fault) && number < 1000; number++)
-    path.replace_filename(base + " " + std::to_string(number));
-  MakeFolder(path.filename().string());
+  MakeFolder(fs::path(FirstFreePath(m_Folder, ::GetText("ADD_NEW_FOLDER"))).filename().string());
 }
 
 bool FileBrowser::OnName(BaseWidget* widget, const WidgetEvent& event) {
@@ -256,8 +249,7 @@ bool FileBrowser::OnKey(const InputEvent& event) {
   return false;
 }
 
-// --- looks
-// -------------------------------------------------------------------------------------------------------------------------
+// --- looks -------------------------------------------------------------------------------------------------------------------
 
 cRect FileBrowser::PlaceIn(const cRect& screen, Canvas& canvas) {
   const float margin = canvas.Px(12);

@@ -38,6 +38,9 @@ void SortEntries(std::vector<FileEntry>& entries, FileOrder order, bool descendi
 /// Whether a file name fits "*.obj" and the like, whatever the case of letters: '*' is any text, '?' any character.
 bool FitsPattern(std::string_view name, std::string_view pattern);
 
+/// A path in the folder that nothing has yet: the name as it is, or with a number behind it.
+std::string FirstFreePath(const std::string& folder, const std::string& name);
+
 /// The patterns of a list as "*.png;*.jpg".
 std::vector<std::string> SplitPatterns(std::string_view list);
 

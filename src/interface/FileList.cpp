@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <ctime>
 #include <filesystem>
@@ -21,13 +20,12 @@ DECLARE_MEMBERS(FileList) {}
 
 // --- folders -----------------------------------------------------------------------------------------------------------------
 
-static char Lower(char symbol) { return char(std::tolower(static_cast<unsigned char>(symbol))); }
-
 // The usual matching with one place to go back to: the last '*'.
 bool FitsPattern(std::string_view name, std::string_view pattern) {
   size_t n = 0, p = 0, star = std::string_view::npos, mark = 0;
   while (n < name.size()) {
-    if (p < pattern.size() && (pattern[p] == '?' || (pattern[p] != '*' && Lower(pattern[p]) == Lower(name[n])))) {
+    if (p < pattern.size() &&
+        (pattern[p] == '?' || (pattern[p] != '*' && comms::ToLowerAscii(pattern[p]) == comms::ToLowerAscii(name[n])))) {
       n++;
       p++;
     } else if (p < pattern.size() && pattern[p] == '*') {
@@ -79,6 +77,14 @@ bool ListFolder(const std::string& folder, const std::vector<std::string>& patte
   return true;
 }
 
+std::string FirstFreePath(const std::string& folder, const std::string& name) {
+  std::error_code fault;
+  fs::path path = fs::path(folder) / name;
+  for (int number = 2; fs::exists(path, fault) && number < 1000; number++)
+    path.replace_filename(name + " " + std::to_string(number));
+  return path.string();
+}
+
 // "head 2" before "head 10": runs of digits compare by their value, without leading zeros.
 static int CompareNames(std::string_view a, std::string_view b) {
   const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
@@ -96,7 +102,8 @@ static int CompareNames(std::string_view a, std::string_view b) {
       j = endB;
       continue;
     }
-    const auto left = static_cast<unsigned char>(Lower(a[i++])), right = static_cast<unsigned char>(Lower(b[j++]));
+    const auto left = static_cast<unsigned char>(comms::ToLowerAscii(a[i++])),
+               right = static_cast<unsigned char>(comms::ToLowerAscii(b[j++]));
     if (left != right) return left < right ? -1 : 1;
   }
   const size_t restA = a.size() - i, restB = b.size() - j;
@@ -252,9 +259,7 @@ void FileList::Choose(int index) {
 
 bool FileList::Find(const std::string& start) {
   for (size_t i = 0; i < m_Entries.size(); i++) {
-    const std::string& name = m_Entries[i].Name;
-    if (name.size() < start.size()) continue;
-    if (!std::equal(start.begin(), start.end(), name.begin(), [](char a, char b) { return Lower(a) == Lower(b); })) continue;
+    if (!comms::StartsWithNoCase(m_Entries[i].Name, start)) continue;
     Choose(int(i));
     return true;
   }

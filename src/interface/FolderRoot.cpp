@@ -157,12 +157,9 @@ void FolderTree::Finish(const char* key, const std::string& path, const std::err
 // It gets the first free name; a double click gives it another one.
 void FolderTree::AddFolder(const std::string& folder) {
   std::error_code fault;
-  fs::path path = fs::path(folder) / ::GetText("ADD_NEW_FOLDER");
-  const std::string base = path.filename().string();
-  for (int number = 2; fs::exists(path, fault) && number < 1000; number++)
-    path.replace_filename(base + " " + std::to_string(number));
+  const std::string path = FirstFreePath(folder, ::GetText("ADD_NEW_FOLDER"));
   fs::create_directory(path, fault);
-  Finish("ADD_NEW_FOLDER", path.string(), fault);
+  Finish("ADD_NEW_FOLDER", path, fault);
 }
 
 void FolderTree::AddFile(const std::string& folder) {

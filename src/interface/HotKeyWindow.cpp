@@ -4,6 +4,7 @@
 #include <cmath>
 #include <sstream>
 
+#include "comms/Str.h"
 #include "interface/Button.h"
 #include "interface/Language.h"
 #include "interface/MessageBoxWidget.h"
@@ -122,8 +123,7 @@ HotKeyWindow::HotKeyWindow(HotKeys& keys, const Actions& actions) : m_Keys(&keys
 
 static std::string Lowered(std::string_view text) {
   std::string lower(text);
-  for (char& symbol : lower)
-    if (symbol >= 'A' && symbol <= 'Z') symbol = char(symbol + 32);
+  std::transform(lower.begin(), lower.end(), lower.begin(), comms::ToLowerAscii);
   return lower;
 }
 

@@ -144,8 +144,7 @@ void ObjBrowser::ShowRow(int index) {
   if (row.Bottom() > Rect.Bottom()) m_Scroller->SetPosition(m_Scroller->Position() + row.Bottom() - Rect.Bottom());
 }
 
-// --- drawing
-// ---------------------------------------------------------------------------------------------------------------------
+// --- drawing -----------------------------------------------------------------------------------------------------------------
 
 void ObjBrowser::Draw(Canvas& canvas) {
   const Theme& theme = GetTheme();
@@ -357,8 +356,7 @@ void ObjBrowser::EndRename() {
     }
 }
 
-// --- drag and drop
-// ---------------------------------------------------------------------------------------------------------------
+// --- drag and drop -----------------------------------------------------------------------------------------------------------
 
 bool ObjBrowser::AcceptsDrag(const BaseClass* object, const BaseWidget* source) const {
   return source == this && object == &m_Dragged;

@@ -94,7 +94,7 @@ BaseWidget* MakeBool(const RowPlace& place) {
   for (const auto& [on, off] : IconNames)
     if (name == on) {
       auto* icon = new IconToggle(on, off, place.Value);
-      icon->Enabled = !place.ReadOnly;
+      icon->ReadOnly = place.ReadOnly;
       return icon;
     }
   auto* box = new CheckBox(place.Signs.Compact && !place.Signs.NoLabel ? place.Signs.Name : "", place.Value);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "comms/Str.h"
 #include "interface/Language.h"
 #include "interface/WidgetDraw.h"
 #include "interface/cWidgets.h"
@@ -16,15 +17,6 @@ namespace {
 // Columns of a menu at scale 1: mark or icon, text, hot key, arrow.
 constexpr float MarkColumn = 26, KeyGap = 28, ArrowColumn = 20, MenuPadding = 5, ItemHeight = Measures::RowHeight + 4;
 constexpr double SubDelaySec = 0.15, TypingSec = 1;
-
-char Lower(char symbol) { return symbol >= 'A' && symbol <= 'Z' ? char(symbol + 32) : symbol; }
-
-bool StartsWith(std::string_view text, std::string_view start) {
-  if (text.size() < start.size()) return false;
-  for (size_t i = 0; i < start.size(); i++)
-    if (Lower(text[i]) != Lower(start[i])) return false;
-  return true;
-}
 
 }  // namespace
 
@@ -158,8 +150,7 @@ void TextMenu::Arrange(const cRect& rect, Canvas& canvas) {
 
 void TextMenu::Draw(Canvas& canvas) { DrawPopupGround(canvas, Rect, GetTheme().Menu); }
 
-// --- choosing
-// --------------------------------------------------------------------------------------------------------------------
+// --- choosing ----------------------------------------------------------------------------------------------------------------
 
 void TextMenu::Mark(int index) {
   if (index == m_Marked) return;
@@ -284,7 +275,7 @@ bool TextMenu::FindByText(const std::string& typed, double timeSec) {
   const int count = Children.Count, from = m_Marked + (again || m_Typed.size() == 1 ? 1 : 0);
   for (int i = 0; i < count; i++) {
     const int index = (std::max(0, from) + i) % count;
-    if (!Item(index)->CanChoose() || !StartsWith(Item(index)->GetText(), start)) continue;
+    if (!Item(index)->CanChoose() || !comms::StartsWithNoCase(Item(index)->GetText(), start)) continue;
     Mark(index);
     return true;
   }
