@@ -65,19 +65,23 @@ void CellMerge::CollectWork(const std::vector<CellContent>& contents) {
   });
 }
 
-void CellMerge::Prepare(const std::vector<CellContent>& contents) {
+bool CellMerge::Prepare(const std::vector<CellContent>& contents, comms::StageProgress& progress) {
   m_Volume.ForEachCell([&](const CellKey&, const VoxelCell& cell) { m_AnyFrozen |= (cell.Flags & FrozenCell) != 0; });
   CollectWork(contents);
   m_Changes.resize(m_Work.size());
+  progress.Begin(m_Work.size());
   oneapi::tbb::enumerable_thread_specific<BlockCache> blocks([this] { return BlockCache(m_Volume); });
   oneapi::tbb::parallel_for(oneapi::tbb::blocked_range<size_t>(0, m_Work.size(), 32),
                             [&](const oneapi::tbb::blocked_range<size_t>& range) {
+                              if (progress.IsCancelled()) return;
                               CellSampler sampler(m_Tables, m_Volume.RampWidth);
                               BlockCache& cache = blocks.local();
                               for (size_t i = range.begin(); i != range.end(); i++)
                                 m_Changes[i] = MergeCell(m_Work[i], sampler, cache);
+                              progress.Advance(range.size());
                             });
   for (BlockCache& cache : blocks) cache.GiveBack();
+  return !progress.IsCancelled();
 }
 
 bool CellMerge::HasFrozenNeighbour(const CellKey& key) const {

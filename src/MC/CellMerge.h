@@ -6,6 +6,7 @@
 #include "MC/DepthCells.h"
 #include "MC/MergeRules.h"
 #include "MC/VolumeObject.h"
+#include "comms/Progress.h"
 
 /// What becomes of one cell. Prepared on workers, carried out on the calling thread.
 struct CellChange {
@@ -25,8 +26,8 @@ class CellMerge {
   CellMerge(const CellMerge&) = delete;
   CellMerge& operator=(const CellMerge&) = delete;
 
-  /// Samples and merges on all threads of the current arena.
-  void Prepare(const std::vector<CellContent>& contents);
+  /// Samples and merges on all threads of the current arena. False when the person cancelled: there is nothing to commit then.
+  bool Prepare(const std::vector<CellContent>& contents, comms::StageProgress& progress);
   /// Writes the changes into the volume and returns how many cells changed.
   int64_t Commit(bool backup);
 

@@ -23,9 +23,11 @@ using oneapi::tbb::parallel_for;
 
 namespace {
 
-constexpr double Stages = 4;
+enum Stage { StageRasterise, StageTables, StageSamples, StageCount };
 
-bool ShowStage(int stage) { return comms::ShowProgress(stage, Stages, "Voxelize"); }
+struct VoxelizeProgress : comms::StageProgress {
+  explicit VoxelizeProgress(Stage stage) : StageProgress(stage, StageCount, "Voxelize") {}
+};
 
 bool CheckRange(const MeshBounds& bounds, std::string& error) {
   for (int k = 0; k < 3; k++)
@@ -52,7 +54,8 @@ bool CheckMemory(const MeshBounds& bounds, const RasterFrame& frame, const Voxel
   return false;
 }
 
-void BuildTables(const std::vector<const VolRastr*>& rasterisers, DepthTables& tables, VoxelizeReport& report) {
+// False when the person cancelled.
+bool BuildTables(const std::vector<const VolRastr*>& rasterisers, DepthTables& tables, VoxelizeReport& report) {
   const RasterFrame& frame = tables.Frame;
   int32_t bands[4] = {0};
   for (int axis = 0; axis < 3; axis++) {
@@ -60,17 +63,22 @@ void BuildTables(const std::vector<const VolRastr*>& rasterisers, DepthTables& t
     bands[axis + 1] = bands[axis] + frame.Bands(axis);
   }
   oneapi::tbb::combinable<RayCount> counts;
+  VoxelizeProgress progress(StageTables);
+  progress.Begin(size_t(bands[3]));
   parallel_for(blocked_range<int32_t>(0, bands[3], 1), [&](const blocked_range<int32_t>& range) {
     for (int32_t i = range.begin(); i != range.end(); i++) {
+      if (progress.IsCancelled()) return;
       const int axis = i < bands[1] ? 0 : i < bands[2] ? 1 : 2;
       const int32_t band = i - bands[axis];
       BuildBand(frame, axis, band, rasterisers, tables.Bands[axis][size_t(band)], counts.local());
+      progress.Advance(1);
     }
   });
   counts.combine_each([&](const RayCount& count) {
     report.Rays += count.Hit;
     report.SkippedRays += count.Skipped;
   });
+  return !progress.IsCancelled();
 }
 
 }  // namespace
@@ -120,31 +128,34 @@ bool MeshVoxelizer::RunStages(VolumeObject& target, int32_t mode, bool backup) {
   DepthTables tables;
   tables.Frame = FrameOf(bounds);
   if (!CheckMemory(bounds, tables.Frame, m_Limits, Error)) return false;
-  const auto stop = [&](int stage) { return Report.Cancelled = !ShowStage(stage); };
-  if (stop(0)) return false;
 
+  // Until the last step the volume is untouched.
+  Report.Cancelled = true;
   {
     oneapi::tbb::enumerable_thread_specific<VolRastr> rasterisers(tables.Frame);
+    VoxelizeProgress progress(StageRasterise);
+    progress.Begin(size_t(Report.Triangles));
     for (const Source& source : sources)
       parallel_for(blocked_range<size_t>(0, source.Mesh.TriangleCount, 4096), [&](const blocked_range<size_t>& range) {
+        if (progress.IsCancelled()) return;
         VolRastr& rasteriser = rasterisers.local();
         const int32_t* corners = source.Mesh.Corners + range.begin() * 3;
         for (size_t i = range.begin(); i != range.end(); i++, corners += 3)
           rasteriser.AddTriangle(SnapVertex(source.Mesh.Positions[corners[0]], source.Mapping),
                                  SnapVertex(source.Mesh.Positions[corners[1]], source.Mapping),
                                  SnapVertex(source.Mesh.Positions[corners[2]], source.Mapping), source.Material);
+        progress.Advance(range.size());
       });
-    if (stop(1)) return false;
+    if (progress.IsCancelled()) return false;
     std::vector<const VolRastr*> parts;
     for (const VolRastr& rasteriser : rasterisers) parts.push_back(&rasteriser);
-    BuildTables(parts, tables, Report);
+    if (!BuildTables(parts, tables, Report)) return false;
   }
-  if (stop(2)) return false;
 
   CellMerge merge(target, tables, mode);
-  merge.Prepare(ClassifyCells(tables, target.RampWidth));
-  if (stop(3)) return false;
+  VoxelizeProgress progress(StageSamples);
+  if (!merge.Prepare(ClassifyCells(tables, target.RampWidth), progress)) return false;
+  Report.Cancelled = false;
   Report.ChangedCells = merge.Commit(backup);
-  ShowStage(4);
   return true;
 }
