@@ -142,7 +142,7 @@ bool FileWriteStreamBase::Flush() {
 bool FileWriteStreamBase::Write(const void* data, int64_t size) {
   MORVANE_ASSERT(size >= 0);
   m_Pos += size;
-  m_Size = std::max(m_Size, m_Pos);
+  if (size) m_Size = std::max(m_Size, m_Pos);
   if (!m_File || m_Failed || m_File->Failed) return !m_Failed && !(m_File && m_File->Failed);
   if (!size) return true;
   if (int64_t(m_Buffer.size()) + size >= m_BufferBytes && !Flush()) return false;

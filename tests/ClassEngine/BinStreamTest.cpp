@@ -2,8 +2,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cstring>
-#include <functional>
 #include <memory>
 #include <random>
 
@@ -28,27 +26,58 @@ class BinStreamTest : public fixture::FolderTest {
 
 std::string MakeBytes(size_t size, uint32_t seed) {
   std::string bytes(size, 0);
-  std::mt19937 random(seed);
-  for (size_t i = 0; i + 4 <= size; i += 4) {
-    const uint32_t word = random();
-    std::memcpy(&bytes[i], &word, 4);
-  }
+  for (size_t i = 0; i < size; i++) bytes[i] = char((i + seed) * 0x9E3779B97F4A7C15u >> 56);
   return bytes;
 }
 
-/// The process may write no file longer than `bytes` while this lives.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) {
-    getrlimit(RLIMIT_FSIZE, &m_Old);
-    const rlimit tight{bytes, m_Old.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &tight);
-  }
-  ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_Old); }
+void PutAt(std::string& content, int64_t at, const std::string& piece) {
+  if (!piece.empty() && size_t(at) > content.size()) content.resize(size_t(at));
+  content.replace(std::min(size_t(at), content.size()), piece.size(), piece);
+}
 
- private:
-  rlimit m_Old;
-};
+// Now and then about as long as a buffer, if there is one.
+size_t PickSize(std::mt19937& random, int64_t buffer) {
+  if (buffer && random() % 2) return size_t(buffer) - 1 + random() % 3;
+  return random() % (random() % 2 ? 40 : 3000);
+}
+
+// What the stream has to hold afterwards.
+std::string WriteAtRandom(BinStream& stream, std::mt19937& random, int pieces, int64_t buffer) {
+  const std::string bytes = MakeBytes(size_t(buffer) + 4096, random());
+  std::string content;
+  while (pieces-- > 0) {
+    if (random() % 3 == 0) stream.SetWritePos(int64_t(random() % (content.size() + 50)));
+    const int64_t at = stream.GetWritePos();
+    const std::string piece = bytes.substr(random() % 1000, PickSize(random, buffer));
+    EXPECT_TRUE(stream.Write(piece.data(), int64_t(piece.size())));
+    PutAt(content, at, piece);
+    EXPECT_EQ(stream.GetWritePos(), at + int64_t(piece.size()));
+    EXPECT_EQ(stream.Size(), int64_t(content.size()));
+  }
+  return content;
+}
+
+void ReadAtRandom(BinStream& stream, const std::string& content, std::mt19937& random, int64_t buffer) {
+  const int64_t total = int64_t(content.size());
+  ASSERT_EQ(stream.Size(), total);
+  for (int i = 0; i < 20; i++) {
+    const int64_t far = int64_t(random() % uint64_t(total + 1000)), step = i % 2 ? far : far % 5000;
+    int64_t at = stream.GetReadPos();
+    if (random() % 3 == 0) {
+      at = std::min(far, total);
+      stream.SetReadPos(far);
+    } else if (random() % 2) {
+      ASSERT_EQ(stream.Skip(step), std::min(step, total - at));
+      at = std::min(at + step, total);
+    }
+    ASSERT_EQ(stream.GetReadPos(), at);
+    std::string got(PickSize(random, buffer), 0);
+    const std::string expected = content.substr(size_t(at), got.size());
+    got.resize(size_t(stream.Read(got.data(), int64_t(got.size()))));
+    ASSERT_TRUE(got == expected);
+    ASSERT_EQ(stream.GetReadPos(), at + int64_t(got.size()));
+  }
+}
 
 bool TakeAll(uint32_t, uint32_t) { return true; }
 
@@ -72,169 +101,67 @@ TEST_F(BinStreamTest, TagsAndScalarsHaveTheirBytes) {
   EXPECT_FALSE(HasItems(stream, 0x4000000000000001, 4)) << "the product wraps to 4";
 }
 
-// Random operations against a plain byte array.
-TEST_F(BinStreamTest, MemoryStreamBehavesLikeAnArray) {
+// Random pieces at random places into every writer and out of every reader, small ones and such about the size of the buffers.
+TEST_F(BinStreamTest, EveryStreamBehavesLikeAnArray) {
   const size_t live = GetPool().GetLiveCount();
   std::mt19937 random(23);
   for (int round = 0; round < 200; round++) {
     MemoryBinStream stream;
-    std::string reference;
-    size_t writePos = 0, readPos = 0;
-    for (int i = 0; i < 60; i++) {
-      const size_t size = random() % (round % 2 ? 40 : 3000);
-      switch (random() % 4) {
-        case 0:
-        case 1: {
-          const std::string bytes = MakeBytes(size, random());
-          stream.Write(bytes.data(), int64_t(size));
-          if (size && writePos > reference.size()) reference.resize(writePos);
-          reference.replace(std::min(writePos, reference.size()), size, bytes);
-          writePos += size;
-          break;
-        }
-        case 2: {
-          std::string got(size, 0);
-          got.resize(size_t(stream.Read(got.data(), int64_t(size))));
-          ASSERT_EQ(got, reference.substr(readPos, size));
-          readPos += got.size();
-          break;
-        }
-        default:
-          writePos = random() % (reference.size() + 50);
-          stream.SetWritePos(int64_t(writePos));
-          readPos = random() % (reference.size() + 1);
-          stream.SetReadPos(int64_t(readPos));
-      }
-      ASSERT_EQ(stream.Size(), int64_t(reference.size()));
-      ASSERT_EQ(stream.GetWritePos(), int64_t(writePos));
-      ASSERT_EQ(stream.GetReadPos(), int64_t(readPos));
-    }
-    const std::string own = reference;
+    std::string content = WriteAtRandom(stream, random, 40, 0);
+    const int64_t at = stream.GetWritePos();
     stream.Write(stream.GetData(), stream.Size());
-    if (!own.empty()) reference.resize(std::max(own.size(), writePos));
-    reference.replace(std::min(writePos, reference.size()), own.size(), own);
-    ASSERT_EQ(std::string(reinterpret_cast<const char*>(stream.GetData()), size_t(stream.Size())), reference);
-    char none;
-    stream.SetReadPos(stream.Size());
-    EXPECT_EQ(stream.Read(&none, 1) + stream.Read(&none, 0), 0);
-    EXPECT_EQ(stream.GetReadPos(), stream.Size());
+    PutAt(content, at, std::string(content));
+    ReadAtRandom(stream, content, random, 0);
   }
   EXPECT_EQ(GetPool().GetLiveCount(), live);
-}
 
-// Every writer with every reader, around the size of the buffers, with pieces below and above it.
-TEST_F(BinStreamTest, FilesComeBackThroughEveryWriterAndReader) {
   const int64_t buffer = FILE_WriteBinStream::BufferBytes;
-  const std::string bytes = MakeBytes(size_t(buffer) * 3 + 77, 1);
-  const std::vector<std::vector<int64_t>> plans = {
-      {}, {1}, {buffer - 1, 1, 1}, {5, buffer, 7}, {3, buffer + 1, 9}, {buffer, buffer, 3}, {10, 2 * buffer + 5, 100, 1}};
-  const std::vector<std::function<std::unique_ptr<BinStream>(const char*)>> writers = {
-      [](const char* path) { return std::make_unique<FileWriteBinStream>(path); },
-      [](const char* path) { return std::make_unique<FILE_WriteBinStream>(path); },
-      [](const char* path) { return std::make_unique<FILE_WriteBinStream>(path, true); }};
-  for (const auto& plan : plans) {
-    int64_t total = 0;
-    for (const int64_t size : plan) total += size;
-    for (size_t w = 0; w < writers.size(); w++) {
-      const std::string path = Path("plan.dat");
-      std::unique_ptr<BinStream> writer = writers[w](path.c_str());
-      for (int64_t at = 0; const int64_t size : plan) {
-        ASSERT_TRUE(writer->Write(bytes.data() + at, size));
-        at += size;
-        ASSERT_EQ(writer->GetWritePos(), at);
-      }
-      writer.reset();
+  const std::string path = Path("array.dat");
+  for (int pieces = 0; pieces < 5; pieces++)
+    for (const int kind : {0, 1, 2}) {
+      SCOPED_TRACE(kind);
+      const auto write = [&](auto&& writer) { return WriteAtRandom(writer, random, pieces, buffer); };
+      const std::string content =
+          kind ? write(FILE_WriteBinStream(path.c_str(), kind == 2)) : write(FileWriteBinStream(path.c_str()));
       // A reader opened now waits for a delayed writer.
       FileReadBinStream direct(path.c_str());
       FILE_ReadBinStream buffered(path.c_str());
       MemoryBinStream memory;
       ASSERT_TRUE(memory.ReadFromFile(path.c_str()));
-      for (BinStream* reader : std::initializer_list<BinStream*>{&direct, &buffered, &memory}) {
-        ASSERT_EQ(reader->Size(), total) << "writer " << w;
-        std::string got(size_t(total) + 10, 0);
-        int64_t at = 0;
-        for (size_t i = plan.size(); i-- > 0;) {  // the same pieces in another order
-          ASSERT_EQ(reader->Read(got.data() + at, plan[i]), plan[i]);
-          at += plan[i];
-        }
-        EXPECT_EQ(reader->Read(got.data() + at, 10), 0);
-        got.resize(size_t(total));
-        EXPECT_TRUE(got == bytes.substr(0, size_t(total))) << "writer " << w;
-      }
+      for (BinStream* reader : std::initializer_list<BinStream*>{&direct, &buffered, &memory})
+        ReadAtRandom(*reader, content, random, buffer);
     }
-  }
   EXPECT_EQ(LastStreamError, StreamOk);
   EXPECT_EQ(CountFiles(), 1u);
 }
 
-TEST_F(BinStreamTest, BufferedReaderSkipsAndSeeks) {
-  const int64_t buffer = FILE_ReadBinStream::BufferBytes;
-  const std::string bytes = MakeBytes(size_t(buffer) * 3 + 1234, 5);
-  FILE_ReadBinStream stream(MakeFile("seek.dat", bytes).c_str());
-  std::mt19937 random(9);
-  const int64_t total = int64_t(bytes.size());
-  for (int i = 0; i < 400; i++) {
-    const int64_t far = int64_t(random() % uint64_t(total + 1000));
-    if (i % 3 == 0) {
-      stream.SetReadPos(far);
-      ASSERT_EQ(stream.GetReadPos(), std::min(far, total));
-    } else if (i % 3 == 1) {
-      const int64_t before = stream.GetReadPos(), step = i % 2 ? far : far % 5000;
-      ASSERT_EQ(stream.Skip(step), std::min(step, total - before));
-      ASSERT_EQ(stream.GetReadPos(), std::min(before + step, total));
-    }
-    char got[64];
-    const int64_t at = stream.GetReadPos(), count = stream.Read(got, sizeof got);
-    ASSERT_EQ(count, std::min<int64_t>(64, total - at));
-    ASSERT_EQ(std::memcmp(got, bytes.data() + at, size_t(count)), 0);
-  }
-}
-
-TEST_F(BinStreamTest, SizesCanBeFilledInLater) {
-  const std::string path = Path("patched.dat"), payload = MakeBytes(9000000, 2);
-  for (const bool delayed : {false, true})
-    for (const int64_t end : {int64_t(9000004), (int64_t(5) << 30) + 3}) {  // past 32 bits too
-      FILE_WriteBinStream stream(path.c_str(), delayed);
-      WriteDWORD(stream, 0);
-      stream.Write(payload.data(), int64_t(payload.size()));
-      stream.SetWritePos(0);
-      WriteDWORD(stream, uint32_t(payload.size()));
-      EXPECT_EQ(stream.Size(), 9000004);
-      stream.SetWritePos(end);
-      WriteDWORD(stream, 0xCAFE);
-      EXPECT_TRUE(stream.Close());
-      FILE_ReadBinStream buffered(path.c_str());
-      FileReadBinStream direct(path.c_str());
-      for (BinStream* reader : std::initializer_list<BinStream*>{&buffered, &direct}) {
-        EXPECT_EQ(ReadDWORD(*reader), payload.size());
-        EXPECT_EQ(reader->Skip(end - 4), end - 4);
-        EXPECT_EQ(ReadDWORD(*reader), 0xCAFEu);
-        EXPECT_EQ(reader->GetReadPos(), reader->Size());
-        EXPECT_EQ(reader->Size(), end + 4);
-      }
-    }
+TEST_F(BinStreamTest, PositionsPastThirtyTwoBits) {
+  const int64_t end = (int64_t(5) << 30) + 3;
+  FILE_WriteBinStream stream(Path("sparse.dat").c_str());
+  stream.SetWritePos(end);
+  WriteDWORD(stream, 0xCAFE);
+  EXPECT_TRUE(stream.Close());
+  FILE_ReadBinStream reader(Path("sparse.dat").c_str());
+  EXPECT_EQ(reader.Skip(end), end);
+  EXPECT_EQ(ReadDWORD(reader), 0xCAFEu);
+  EXPECT_EQ(reader.Size(), end + 4);
 }
 
 TEST_F(BinStreamTest, SizingPassesStoreNothing) {
   BinStreamCounter counter;
   FILE_WriteBinStream none("none");
   for (BinStream* stream : std::initializer_list<BinStream*>{&counter, &none}) {
-    WriteDWORD(*stream, 1);
     stream->Write(nullptr, int64_t(1) << 40);
+    WriteDWORD(*stream, 1);
     EXPECT_EQ(stream->Size(), (int64_t(1) << 40) + 4);
-    EXPECT_EQ(stream->GetWritePos(), stream->Size());
-    stream->Clear();
-    EXPECT_EQ(stream->Size(), 0);
   }
   EXPECT_FALSE(fs::exists("none"));
-  EXPECT_EQ(CountFiles(), 0u);
 }
 
 // --- the temporary file and the way to the final name --------------------------------------------
 
 TEST_F(BinStreamTest, TheOldFileStandsUntilTheNewOneIsComplete) {
   const std::string path = MakeFile("project.dat", "old");
-  fs::permissions(path, fs::perms(0640));
   fs::create_symlink("project.dat", Path("link.dat"));
   {
     FILE_WriteBinStream stream(Path("link.dat").c_str());
@@ -242,7 +169,6 @@ TEST_F(BinStreamTest, TheOldFileStandsUntilTheNewOneIsComplete) {
     EXPECT_EQ(ReadBack(path), "old");
   }
   EXPECT_EQ(ReadBack(path), "new content");
-  EXPECT_EQ(fs::status(path).permissions(), fs::perms(0640));
   EXPECT_TRUE(fs::is_symlink(Path("link.dat")));
   {
     FILE_WriteBinStream stream(path.c_str());
@@ -282,20 +208,15 @@ TEST_F(BinStreamTest, FilelessStreamsAreRenamedIntoFoldersOfTheirOwn) {
 TEST_F(BinStreamTest, FilelessStreamsReachOtherDisks) {
   const fs::path other = fs::path("/dev/shm") / ("streams" + std::to_string(getpid()));
   struct stat here, there;
-  std::error_code failed;
-  fs::create_directories(other, failed);
-  const bool isOther = !stat(m_Folder.c_str(), &here) && !stat(other.c_str(), &there) && here.st_dev != there.st_dev;
-  if (isOther) {
-    FILE_WriteBinStream stream(nullptr);
-    const std::string bytes = MakeBytes(3000000, 4);
-    stream.Write(bytes.data(), int64_t(bytes.size()));
-    EXPECT_TRUE(stream.WriteToFile((other / "copy.dat").c_str()));
-    EXPECT_TRUE(ReadBack(other / "copy.dat") == bytes);
-    EXPECT_EQ(std::distance(fs::directory_iterator(other), {}), 1);
-    EXPECT_EQ(CountFiles(), 0u);
-  }
-  fs::remove_all(other, failed);
-  if (!isOther) GTEST_SKIP() << "there is no second file system";
+  if (stat(m_Folder.c_str(), &here) != 0 || stat("/dev/shm", &there) != 0 || here.st_dev == there.st_dev)
+    GTEST_SKIP() << "there is no second file system";
+  FILE_WriteBinStream stream(nullptr);
+  const std::string bytes = MakeBytes(3000000, 4);
+  stream.Write(bytes.data(), int64_t(bytes.size()));
+  EXPECT_TRUE(stream.WriteToFile((other / "copy.dat").c_str()));
+  EXPECT_TRUE(ReadBack(other / "copy.dat") == bytes);
+  EXPECT_EQ(fs::remove_all(other), 2u) << "the folder and the file";
+  EXPECT_EQ(CountFiles(), 0u);
 }
 
 TEST_F(BinStreamTest, DelayedWritesKeepTheirOrder) {
@@ -306,7 +227,6 @@ TEST_F(BinStreamTest, DelayedWritesKeepTheirOrder) {
   }
   FILE_ReadBinStream reader(Path("autosave.dat").c_str());
   EXPECT_EQ(ReadDWORD(reader), 50u);
-  EXPECT_FALSE(IsWriterBusy());
   ForbidDelayedWriting = true;
   FILE_WriteBinStream stream(Path("autosave.dat").c_str(), true);
   WriteDWORD(stream, 77);
@@ -318,46 +238,34 @@ TEST_F(BinStreamTest, DelayedWritesKeepTheirOrder) {
 // --- failures ------------------------------------------------------------------------------------
 
 TEST_F(BinStreamTest, AFullDiskLeavesTheOldFileWhole) {
-  const std::string path = MakeFile("kept.dat", "old content");
-  const std::string bytes = MakeBytes(200000, 3);
+  const std::string path = MakeFile("kept.dat", "old content"), bytes = MakeBytes(200000, 3);
   for (const bool delayed : {false, true}) {
     ClearStreamError();
-    {
-      const FileSizeLimit limit(100000);
-      FILE_WriteBinStream stream(path.c_str(), delayed);
-      stream.Write(bytes.data(), int64_t(bytes.size()));
-      EXPECT_EQ(stream.Close(), delayed) << "a delayed stream can't know yet";
-      WaitForWriter();
-    }
+    rlimit before;
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small{100000, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    FILE_WriteBinStream stream(path.c_str(), delayed);
+    stream.Write(bytes.data(), int64_t(bytes.size()));
+    EXPECT_EQ(stream.Close(), delayed) << "a delayed stream can't know yet";
+    WaitForWriter();
+    setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_EQ(LastStreamError, StreamShortWrite);
     EXPECT_EQ(LastStreamFile(), fs::canonical(path).string());
     EXPECT_EQ(ReadBack(path), "old content");
     EXPECT_EQ(CountFiles(), 1u);
   }
-  ClearStreamError();
-  FileWriteBinStream full("/dev/full");
-  EXPECT_FALSE(full.Write("x", 1));
-  EXPECT_FALSE(full.Write("x", 1));
-  EXPECT_FALSE(full.Close());
-  EXPECT_EQ(LastStreamError, StreamShortWrite);
-  EXPECT_EQ(LastStreamFile(), "/dev/full");
 }
 
 TEST_F(BinStreamTest, FilesThatCanNotBeOpened) {
-  const std::string blocked = MakeFile("file", "a file is no folder");
-  for (const std::string& path : {Path("absent/x.dat"), m_Folder.string(), blocked + "/x.dat", std::string()}) {
-    ClearStreamError();
-    FILE_WriteBinStream stream(path.c_str());
-    EXPECT_EQ(LastStreamError, StreamNoFile) << path;
-    EXPECT_FALSE(WriteBYTE(stream, 1));
-    EXPECT_FALSE(stream.Close());
-  }
-  ClearStreamError();
-  FILE_WriteBinStream fileless(nullptr);
-  WriteBYTE(fileless, 1);
-  EXPECT_FALSE(fileless.WriteToFile((blocked + "/x.dat").c_str()));
+  FILE_WriteBinStream homeless(Path("absent/x.dat").c_str()), fileless(nullptr);
   EXPECT_EQ(LastStreamError, StreamNoFile);
-  EXPECT_EQ(ReadBack(blocked), "a file is no folder");
+  EXPECT_FALSE(WriteBYTE(homeless, 1));
+  EXPECT_FALSE(homeless.Close());
+  ClearStreamError();
+  WriteBYTE(fileless, 1);
+  EXPECT_FALSE(fileless.WriteToFile((MakeFile("file", "a file is no folder") + "/x.dat").c_str()));
+  EXPECT_EQ(LastStreamError, StreamNoFile);
   EXPECT_EQ(CountFiles(), 1u);
   // What can't be read is empty.
   FILE_ReadBinStream buffered(Path("absent").c_str());
@@ -384,14 +292,13 @@ TEST_F(BinStreamTest, ChunksAreTakenSkippedAndNested) {
 
   std::string seen;
   const ChunkWalk walk = ReadChunks(stream, stream.Size(), [&](uint32_t tag, uint32_t size) {
-    seen.append(GetTagText(tag)).append(std::to_string(size)).append(" ");
+    seen += GetTagText(tag) + std::to_string(size) + " ";
     if (tag != ChunkTag("LIST")) return tag == ChunkTag("TAIL");
-    const ChunkWalk nested = ReadChunks(stream, stream.GetReadPos() + size, [&](uint32_t innerTag, uint32_t innerSize) {
-      seen.append("(").append(GetTagText(innerTag)).append(std::to_string(innerSize)).append(")");
+    ReadChunks(stream, stream.GetReadPos() + size, [&](uint32_t innerTag, uint32_t innerSize) {
+      seen += "(" + GetTagText(innerTag) + std::to_string(innerSize) + ")";
       ReadBYTE(stream);  // stops early
       return true;
     });
-    EXPECT_FALSE(nested.Damaged);
     ReadDWORD(stream);  // runs over
     return true;
   });
@@ -414,7 +321,6 @@ TEST_F(BinStreamTest, CutChunksEndTheWalk) {
     const bool sound = ends[complete] == cut;
     ASSERT_EQ(walk.Known, complete) << cut;
     ASSERT_EQ(walk.Damaged, !sound) << cut;
-    ASSERT_EQ(walk.Message.empty(), sound) << cut;
   }
   MemoryBinStream stream;
   WriteDWORD(stream, ChunkTag("HUGE"));

@@ -1,16 +1,11 @@
 #include <cstring>
 #include <random>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "ClassEngine/TestHost.h"
 #include "ClassEngine/pool.h"
-
-static uint32_t FirstWord(const void* element) {
-  uint32_t word;
-  std::memcpy(&word, element, 4);
-  return word;
-}
 
 // The next smaller size shares no block with it, the size itself is the last of its class.
 TEST(Pool, SizeClassesBeginAndEndWhereTheyShould) {
@@ -25,7 +20,7 @@ TEST(Pool, SizeClassesBeginAndEndWhereTheyShould) {
     EXPECT_EQ(pool.GetBlockCount(), blocks) << limit;
     EXPECT_EQ(static_cast<char*>(first) - static_cast<char*>(last), std::ptrdiff_t(limit))
         << "elements of one block are neighbours";
-    EXPECT_EQ(FirstWord(last), ChunkTag("FOOD"));
+    EXPECT_EQ(std::memcmp(last, "DOOF", 4), 0) << "the stamp of a live element";
     pool.Free(last, limit);
     pool.Free(first, limit / 2 + 1);
   }
@@ -37,8 +32,10 @@ TEST(Pool, SizeClassesBeginAndEndWhereTheyShould) {
 }
 
 TEST(Pool, ReallocateKeepsTheBytesAndWhereItCanThePlace) {
+  const fixture::RecordingHost host;
   PooledAllocator pool;
-  char* text = static_cast<char*>(pool.Allocate(20));
+  char* text = static_cast<char*>(pool.Reallocate(nullptr, 20, 20));
+  EXPECT_EQ(host.Boxes, std::vector<std::string>{"Class engine error|NULL pointer in pool!"});
   std::memcpy(text, "nineteen characters", 20);
   EXPECT_EQ(pool.Reallocate(text, 20, 30), text);
   size_t size = 30;
@@ -51,52 +48,50 @@ TEST(Pool, ReallocateKeepsTheBytesAndWhereItCanThePlace) {
   EXPECT_EQ(pool.GetLiveCount(), 0u);
 }
 
-TEST(Pool, NullWhereAnElementMustBeIsReported) {
-  const fixture::RecordingHost host;
-  PooledAllocator pool;
-  void* fresh = pool.Reallocate(nullptr, 16, 32);
-  EXPECT_EQ(host.Boxes, std::vector<std::string>{"Class engine error|NULL pointer in pool!"});
-  ASSERT_NE(fresh, nullptr);
-  pool.Free(fresh, 32);
-}
-
 // Live elements that begin with the words that mark free ones are the trap.
 TEST(Pool, CompactGivesBackEmptyBlocksAndNothingElse) {
   PooledAllocator pool;
   std::mt19937 random(3);
-  struct Piece {
-    char* Data;
-    size_t Size;
-    std::string Content;
-  };
-  std::vector<Piece> pieces, kept;
+  std::vector<std::pair<char*, std::string>> kept, gone;
   const uint32_t words[] = {ChunkTag("BOOK"), ChunkTag("GLUK"), ChunkTag("BAAD"), ChunkTag("FOOD")};
   for (int i = 0; i < 20000; i++) {
-    const size_t size = 4 + random() % 125;
-    std::string content(size, char('a' + i % 26));
+    std::string content(4 + random() % 125, char('a' + i % 26));
     std::memcpy(content.data(), &words[random() % 4], 4);
-    pieces.push_back({static_cast<char*>(std::memcpy(pool.Allocate(size), content.data(), size)), size, content});
+    char* data = static_cast<char*>(pool.Allocate(content.size()));
+    std::memcpy(data, content.data(), content.size());
+    // The early ones go nearly all, so that most of their blocks are empty.
+    (i < 15000 && i % 5000 != 0 ? gone : kept).emplace_back(data, content);
   }
   const size_t full = pool.GetBlockCount();
-  // The early ones go nearly all, so that most of their blocks are empty.
-  for (size_t i = 0; i < pieces.size(); i++) {
-    if (i < 15000 && i % 5000 != 0)
-      pool.Free(pieces[i].Data, pieces[i].Size);
-    else
-      kept.push_back(pieces[i]);
-  }
+  for (const auto& [data, content] : gone) pool.Free(data, content.size());
   pool.Compact();
   EXPECT_LT(pool.GetBlockCount(), full * 2 / 5);
   EXPECT_EQ(pool.GetLiveCount(), kept.size());
   // Whatever is handed out now must not lie in a live element.
-  std::vector<char*> fresh;
-  for (int i = 0; i < 5000; i++) fresh.push_back(static_cast<char*>(std::memset(pool.Allocate(64), 0xEE, 64)));
-  for (const Piece& piece : kept) EXPECT_EQ(std::string(piece.Data, piece.Size), piece.Content);
-  for (char* data : fresh) pool.Free(data, 64);
-  for (const Piece& piece : kept) pool.Free(piece.Data, piece.Size);
+  std::vector<void*> fresh;
+  for (int i = 0; i < 5000; i++) fresh.push_back(std::memset(pool.Allocate(64), 0xEE, 64));
+  for (const auto& [data, content] : kept) EXPECT_EQ(std::string(data, content.size()), content);
+  for (void* data : fresh) pool.Free(data, 64);
+  for (const auto& [data, content] : kept) pool.Free(data, content.size());
   pool.Compact();
   EXPECT_EQ(pool.GetBlockCount(), 0u);
   EXPECT_NE(pool.Allocate(8), nullptr) << "an emptied pool serves on";
+}
+
+TEST(Pool, GuardWordsTellOfStrayWrites) {
+  PooledAllocator pool;
+  char* first = static_cast<char*>(pool.Allocate(16));
+  char* freed = static_cast<char*>(pool.Allocate(16));
+  pool.Free(freed, 16);
+  EXPECT_TRUE(pool.IsWhole());
+  for (char* stray : {freed, first + 16 * PoolSizeClass::ElementsPerBlock}) {
+    *stray ^= 1;
+    EXPECT_FALSE(pool.IsWhole());
+    *stray ^= 1;
+  }
+  pool.Compact();
+  EXPECT_TRUE(pool.IsWhole());
+  pool.Free(first, 16);
 }
 
 TEST(PoolDeathTest, AnotherThreadIsStoppedAtPooledSizesOnly) {

@@ -2,6 +2,8 @@
 
 #include "ClassEngine/ClassHelp.h"
 
+using namespace std::literals;
+
 namespace fixture {
 
 DECLARE_MEMBERS(Values) {
@@ -29,30 +31,14 @@ DECLARE_MEMBERS(LibraryValues) {
   Member<_cInt>("Number", Number).Range(-20000000, 20000000);
   Caption<_cLabel>("Sliders");
   Member<_cSliderI>("Slide", Slide, {0, 100, 3});
-  Member<_cEditSliderI>("Typed", Typed, {0, 100, 4});
   Member<_cSliderRangedI>("Kept", Kept, {-100, 100, 5});
-  Member<_cImageID>("Image", Image);
   Member<_cFloat>("Size", Size);
   Member<_cSliderF>("SlideF", SlideF, {0, 1, 0.25f});
-  Member<_cEditSliderF>("TypedF", TypedF, {0, 1, 0.5f});
   Member<_cSliderRangedF>("KeptF", KeptF, {0.1f, 1, 0.75f});
-  Caption<_cSeparator>("Numbers");
   Member<_cFloat2>("Corner", Corner);
-  Member<_cFloat3>("Center", Center);
   Member<_cFloat4>("Plane", Plane);
   Member<_cVec2i>("Cell", Cell);
-  Member<_cVec3i>("Block", Block);
-  Member<_cIndex>("Kind", Kind, "FixtureShapes").Entries({"Ball", "Box", "Cone"});
-  Member<_cColor>("Tint", Tint);
-  Member<_cStr>("Text", Text);
-  Member<_cBind>("Bound", Bound);
   Member<_cImageFile>("Picture", Picture);
-  Member<_cSoundFile>("Sound", Sound);
-  Member<_cModelFile>("Model", Model);
-  Member<_cAnimFile>("Motion", Motion);
-  Member<_cCameraFile>("Camera", Camera);
-  Member<_cBspFile>("Level", Level);
-  Member<_cXmlFile>("Settings", Settings);
   Member<cClassList<Values>>("Items", Items);
 }
 DECLARE_MEMBERS(Branch) {
@@ -62,53 +48,44 @@ DECLARE_MEMBERS(Branch) {
   Member<ClassPtr<Values>>("Single", Single);
 }
 DECLARE_MEMBERS(Leaf) { Member<_int>("Veins", Veins); }
-DECLARE_MEMBERS(Unmentioned) { Member<_int>("Depth", Depth); }
 
 REGISTER_CLASS(Values, "Plain");
 REGISTER_CLASS(LibraryValues, "Plain");
-REGISTER_CLASS(Branch, nullptr);
+REGISTER_CLASS(Branch, "Plain");
 REGISTER_CLASS(Leaf, "Plants");
-REGISTER_CLASS(Unmentioned, "Plain");
 
 // The first of these texts that the member takes, and that changes it. Six decimals print the numbers exactly.
 static bool FillValue(BaseClass& object, const char* name, int n) {
   const std::string number = std::to_string(n), three = number + ".1 -2.7 1e-9";
   std::string before, after, error;
   GetMemberText(object, name, before);
-  for (const std::string& text :
-       {"<text & " + number + "> of it", "FE" + std::to_string(1000 + n), std::string("true"), std::string("false"),
-        std::string("Box"), std::string("Cone"), three.substr(0, three.size() - 5), three, three + " 4", number + " -2147483648",
-        number + " -2 2147483647", number + ".125", "0." + std::to_string(2 + n % 7) + "25", std::to_string(20 + n % 70)})
+  for (const std::string& text : {"<text & " + number + "> of it", "FE" + std::to_string(1000 + n), "true"s, "false"s, "Box"s,
+                                  "Cone"s, three.substr(0, three.size() - 5), three, three + " 4", number + " -2147483648",
+                                  number + ".125", "0." + std::to_string(2 + n % 7) + "25", std::to_string(20 + n % 70)})
     if (SetMemberFromText(object, name, text, error) && GetMemberText(object, name, after) && after != before) return true;
   return false;
 }
 
 std::string FillNonDefault(BaseClass& object, int& seed, int depth) {
+  std::string missing;
   object.RegisterMembers();
   for (const OneClassMember* member : object.GetClassDesc()->Members) {
     BaseClass* type = member->Type;
-    void* data = member->GetData(&object);
     if (dynamic_cast<const WithoutStorage*>(type) || dynamic_cast<const _str_ref*>(type)) continue;
-    if (type->IsReflected() && !dynamic_cast<const _str*>(type)) {
-      auto* part = static_cast<BaseClass*>(data);
-      std::string missing;
-      if (!part->GetExpansionRules()) {
-        missing = FillNonDefault(*part, seed, depth);
-      } else if (depth) {
-        AddableClasses classes;
-        part->GetAddableClasses(classes, part, nullptr);
-        for (const char* name : classes.Names) {
-          const int32_t i = part->ExpandWith(name);
-          if (i < 0) return std::string(name) + " in " + member->Name;
-          missing += FillNonDefault(*static_cast<BaseClass*>(part->GetElementData(i, part)), seed, depth - 1);
-        }
-      }
-      if (!missing.empty()) return missing;
-    } else if (!FillValue(object, member->Name, ++seed)) {
-      return std::string(object.GetClassName()) + "::" + member->Name;
+    if (!type->IsReflected() || dynamic_cast<const _str*>(type)) {
+      if (!FillValue(object, member->Name, ++seed)) missing += std::string(object.GetClassName()) + "::" + member->Name + " ";
+      continue;
+    }
+    auto* part = static_cast<BaseClass*>(member->GetData(&object));
+    if (!part->GetExpansionRules()) missing += FillNonDefault(*part, seed, depth);
+    AddableClasses classes;
+    if (depth) part->GetAddableClasses(classes, part, nullptr);
+    for (const char* name : classes.Names) {
+      auto* item = static_cast<BaseClass*>(part->GetElementData(part->ExpandWith(name), part));
+      missing += item ? FillNonDefault(*item, seed, depth - 1) : std::string(name) + " in " + member->Name + " ";
     }
   }
-  return {};
+  return missing;
 }
 
 }  // namespace fixture

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "ClassEngine/ClassArray.h"
+#include "ClassEngine/ClassHelp.h"
 #include "ClassEngine/ClassPtr.h"
 #include "ClassEngine/CommsClasses.h"
 #include "ClassEngine/Enumerator.h"
@@ -19,7 +20,7 @@ struct Point {
 };
 enum class Shape : int32_t { Ball, Box, Cone };
 
-/// One member of every value type.
+/// One member of every form of value.
 class Values : public BaseClass {
   REFLECTED(Values, BaseClass)
   bool Flag = false;
@@ -45,19 +46,15 @@ struct Int2 {
   int32_t x = 0, y = 0;
 };
 
-/// The same for the engine library's types.
+/// The same for those types of the engine library that have forms of their own.
 class LibraryValues : public cClass {
   REFLECTED(LibraryValues, cClass)
   bool Flag = false;
-  int Number = 7, Slide = 3, Typed = 4, Kept = 5, Image = -1;
-  float Size = 0.5f, SlideF = 0.25f, TypedF = 0.5f, KeptF = 0.75f;
+  int Number = 7, Slide = 3, Kept = 5;
+  float Size = 0.5f, SlideF = 0.25f, KeptF = 0.75f;
   float Corner[2] = {1, 2}, Plane[4] = {};
-  Point Center;
   Int2 Cell;
-  int32_t Block[3] = {};
-  Shape Kind = Shape::Box;
-  uint32_t Tint = 0xFF102030u;
-  std::string Text, Bound, Picture = "none.png", Sound, Model, Motion, Camera, Level, Settings;
+  std::string Picture = "none.png";
   cClassList<Values> Items;
 };
 
@@ -75,15 +72,11 @@ class Leaf : public Values {
   int Veins = 0;
 };
 
-/// Known by name to files only.
-class Unmentioned : public Values {
-  REFLECTED(Unmentioned, Values)
-  int Depth = 0;
-};
-
-inline std::string SaveText(BaseClass& object) {
+inline std::string SaveText(BaseClass& object, bool onlyChanges = false) {
   XmlNode node;
+  SaveOnlyChanges = onlyChanges;
   object.Save(&node);
+  SaveOnlyChanges = false;
   StrBuffer text;
   node.Print(text, 0);
   return std::string(text.View());
@@ -91,6 +84,18 @@ inline std::string SaveText(BaseClass& object) {
 inline bool LoadText(BaseClass& object, std::string_view text, XmlErrorLog* errors = nullptr) {
   XmlNode node;
   return node.Parse(text) > 0 && object.Load(&node, nullptr, errors);
+}
+/// What a loading that succeeds reports.
+inline std::string LoadAndReport(BaseClass& object, std::string_view text) {
+  XmlErrorLog errors;
+  EXPECT_TRUE(LoadText(object, text, &errors));
+  return std::string(errors.Messages.View());
+}
+/// The texts of members, with a blank behind each.
+inline std::string GetTexts(BaseClass& object, std::initializer_list<const char*> members) {
+  std::string all, text;
+  for (const char* member : members) all += (GetMemberText(object, member, text) ? text : "no such member") + " ";
+  return all;
 }
 inline std::string SaveBytes(BaseClass& object) {
   MemoryBinStream stream;
@@ -103,8 +108,16 @@ inline bool LoadBytes(BaseClass& object, std::string_view bytes) {
   return object.LoadBin(nullptr, nullptr, stream);
 }
 
-/// Puts values that differ from the default into every member, `depth` containers deep. The name of a member that takes none is
-/// the answer; empty when all were filled.
+/// The names of the rows that RowOptions admit.
+inline std::vector<std::string> GetRows(BaseClass& object, int options) {
+  std::vector<std::string> rows;
+  const int32_t count = object.GetVisibleElementCount(&object, options);
+  for (int32_t i = 0; i < count; i++) rows.emplace_back(object.GetVisibleElementName(i, &object, options));
+  return rows;
+}
+
+/// Puts values that differ from the default into every member, `depth` containers deep. The answer names the members that took
+/// none; empty when all were filled.
 std::string FillNonDefault(BaseClass& object, int& seed, int depth = 2);
 
 }  // namespace fixture

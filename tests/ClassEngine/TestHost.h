@@ -38,6 +38,12 @@ class RecordingHost : public EngineHost {
   EngineHost* m_Outer;
 };
 
+inline std::string Repeat(const std::string& text, int count) {
+  std::string all;
+  while (count-- > 0) all += text;
+  return all;
+}
+
 /// A test with a host and an empty folder, where the temporary file lies too.
 class FolderTest : public testing::Test, public RecordingHost {
  protected:

@@ -1,4 +1,5 @@
 #include <random>
+#include <tuple>
 
 #include "ClassEngine/TestHost.h"
 #include "ClassEngine/Xml.h"
@@ -11,9 +12,9 @@ class XmlTest : public fixture::FolderTest {
   XmlTest() { RenewXmlErrorBox(); }
 };
 
-std::string PrintToString(const XmlNode& node, int indent = 0) {
+std::string PrintToString(const XmlNode& node) {
   StrBuffer text;
-  EXPECT_TRUE(node.Print(text, indent));
+  EXPECT_TRUE(node.Print(text, 0));
   return std::string(text.View());
 }
 
@@ -22,6 +23,7 @@ std::string PrintToString(const XmlNode& node, int indent = 0) {
 struct SlowNode {
   std::string Name, Value;
   std::vector<SlowNode> Children;
+  bool operator==(const SlowNode&) const = default;
 };
 
 void ReplaceAll(std::string& text, const std::string& from, const std::string& to) {
@@ -30,7 +32,6 @@ void ReplaceAll(std::string& text, const std::string& from, const std::string& t
 }
 
 int64_t SlowParse(SlowNode& node, const std::string& text, bool& reported) {
-  if (text.empty()) return 0;
   size_t at = text.find('<');
   if (at == std::string::npos || text.compare(at, 2, "</") == 0) return -1;
   size_t behind = text.find('>', at);
@@ -63,74 +64,39 @@ int64_t SlowParse(SlowNode& node, const std::string& text, bool& reported) {
   return int64_t(end + 1);
 }
 
-std::string SlowPrint(const SlowNode& node, int indent) {
-  std::string value = node.Value;
-  ReplaceAll(value, "<", "&lt");
-  ReplaceAll(value, ">", "&gt");
-  std::string text = std::string(size_t(indent), ' ') + "<" + node.Name + ">";
-  if (node.Children.empty()) return text + value + "</" + node.Name + ">\n";
-  text += "\n";
-  if (!value.empty()) text += std::string(size_t(indent) + 1, ' ') + value + "\n";
-  for (const SlowNode& child : node.Children) text += SlowPrint(child, indent + 1);
-  return text + std::string(size_t(indent), ' ') + "</" + node.Name + ">\n";
+SlowNode ToSlow(const XmlNode& node) {
+  SlowNode slow{std::string(node.GetNameView()), std::string(node.GetValueView()), {}};
+  for (int i = 0; i < node.GetChildCount(); i++) slow.Children.push_back(ToSlow(*node.GetChild(i)));
+  return slow;
 }
 
-bool SameTree(const XmlNode& fast, const SlowNode& slow) {
-  if (fast.GetName() != slow.Name || fast.GetValue() != slow.Value || size_t(fast.GetChildCount()) != slow.Children.size())
-    return false;
-  for (int i = 0; i < fast.GetChildCount(); i++)
-    if (!SameTree(*fast.GetChild(i), slow.Children[size_t(i)])) return false;
-  return true;
-}
-
-// Grammar-shaped text with faults: pieces that matter to the parser, mostly nested as they should be.
-std::string MakeRandomText(std::mt19937& random) {
-  static const char* const names[] = {"A",  "Ab", "Abc", "", "B", "long name with blanks and more than thirty-two bytes",
-                                      "?x", "a<b"};
-  static const char* const texts[] = {"",
-                                      "\n ",
-                                      "value",
-                                      " two words \t",
-                                      "&lt",
-                                      "a&gtb&",
-                                      "&&ltlt&l&gtt",
-                                      "\r\n",
-                                      "&l",
-                                      "a text that goes on past thirty-two bytes before the next tag comes"};
+// A few of the pieces in a row; now and then more than the 32 bytes that the parser looks at in one step.
+std::string Join(std::mt19937& random, const std::vector<const char*>& pieces) {
   std::string text;
-  std::vector<std::string> open;
-  const int steps = int(random() % 12) + 1;
-  for (int i = 0; i < steps; i++) {
-    if (random() % 3 == 0) text += texts[random() % 10];
-    if (!open.empty() && random() % 2) {
-      text += "</" + open.back() + (random() % 8 ? "" : "tail") + ">";
-      open.pop_back();
-    } else {
-      open.push_back(names[random() % 8]);
-      text += "<" + open.back() + ">";
-    }
-  }
-  while (!open.empty()) {
-    text += std::string(texts[random() % 10]) + "</" + open.back() + ">";
-    open.pop_back();
-  }
-  if (random() % 3 == 0) {
-    const size_t at = random() % text.size();
-    if (random() % 2)
-      text.erase(at, 1 + random() % 3);
-    else
-      text.insert(at, 1, "<>/& A"[random() % 6]);
-  }
+  for (unsigned count = random() % 8 ? random() % 4 : random() % 40; count > 0; count--) text += pieces[random() % pieces.size()];
   return text;
+}
+
+// A node of pieces that matter to the parser, with wrong closing tags here and there.
+std::string MakeRandomText(std::mt19937& random, int depth) {
+  const std::string name = Join(random, {"A", "b", "?", "<", " "});
+  const std::vector<const char*> texts{"a", "&", "lt", "&gt", " ", "\n", "\t", "\r"};
+  std::string text = "<" + name + ">";
+  for (unsigned children = depth ? random() % 4 : 0; children > 0; children--)
+    text += Join(random, texts) + MakeRandomText(random, depth - 1);
+  return text + Join(random, texts) + "</" + name + (random() % 16 ? "" : "tail") + ">";
 }
 
 }  // namespace
 
 TEST_F(XmlTest, AgreesWithTheRecursiveRules) {
   std::mt19937 random(17);
-  int whole = 0, damaged = 0;
+  int whole = 0;
   for (int i = 0; i < 60000; i++) {
-    const std::string text = MakeRandomText(random);
+    std::string text = MakeRandomText(random, i % 4);
+    const size_t at = random() % text.size();
+    if (i % 5 == 0) text.erase(at, 1 + random() % 3);
+    if (i % 7 == 0) text.insert(at, 1, "<>/& A"[random() % 6]);
     SlowNode slow;
     bool reported = false;
     const int64_t expected = SlowParse(slow, text, reported);
@@ -140,41 +106,32 @@ TEST_F(XmlTest, AgreesWithTheRecursiveRules) {
     ASSERT_EQ(fast.Parse(text), expected) << text;
     ASSERT_EQ(!Boxes.empty(), reported) << text;
     if (expected < 0) {
-      damaged++;
       ASSERT_EQ(fast.GetChildCount(), 0) << text;
       continue;
     }
     whole++;
-    ASSERT_TRUE(SameTree(fast, slow)) << text;
-    const int indent = int(random() % 3);
-    ASSERT_EQ(PrintToString(fast, indent), SlowPrint(slow, indent)) << text;
+    ASSERT_TRUE(ToSlow(fast) == slow) << text;
+    XmlNode again;
+    ASSERT_GT(again.Parse(PrintToString(fast)), 0) << text;
+    ASSERT_TRUE(ToSlow(again) == slow) << text;
   }
   EXPECT_GT(whole, 10000);
-  EXPECT_GT(damaged, 5000);
+  EXPECT_LT(whole, 50000);
 }
 
 TEST_F(XmlTest, KnownTexts) {
-  const struct {
-    const char* Text;
-    int64_t Used;
-    const char* Printed;
-  } cases[] = {
-      {"<A></A>", 7, "<A></A>\n"},
-      {"<A>  \t\r\n </A>", 13, "<A></A>\n"},
+  const std::tuple<const char*, int64_t, const char*> cases[] = {
       {"junk <A>x</A> tail", 13, "<A>x</A>\n"},
       {"<A>one<B></B>two</A>", 20, "<A>\n two\n <B></B>\n</A>\n"},
-      {"<Ab>x</Abc>", 11, "<Ab>x</Ab>\n"},
-      {"<A>&lt</A>", 10, "<A>&lt</A>\n"},
       {"<A>&lt; a&gtb & 1</A>", 21, "<A>&lt; a&gtb & 1</A>\n"},
+      {"<?xml version=\"1.0\"?><A></A>", -1, "<></>\n"},
       {"", 0, "<></>\n"},
   };
-  for (const auto& item : cases) {
+  for (const auto& [text, used, printed] : cases) {
     XmlNode node;
-    EXPECT_EQ(node.Parse(item.Text), item.Used) << item.Text;
-    EXPECT_EQ(PrintToString(node), item.Printed) << item.Text;
+    EXPECT_EQ(node.Parse(text), used) << text;
+    EXPECT_EQ(PrintToString(node), printed) << text;
   }
-  for (const char* damaged : {"<A><B></A>", "<?xml version=\"1.0\"?><A></A>", "</A>", "no tag", "<A>", "<A></A", "<A"})
-    EXPECT_EQ(XmlNode().Parse(damaged), -1) << damaged;
 }
 
 TEST_F(XmlTest, TreesCanBeChangedAfterParsing) {
@@ -190,14 +147,11 @@ TEST_F(XmlTest, TreesCanBeChangedAfterParsing) {
     EXPECT_FALSE(root.RemoveChild(2));
     root.SetName(root.GetNameView().substr(0, 1));
     root.GetChild(0)->SetValue(-42);
-    root.GetChild(0)->FindChild("C")->SetName("a name that needs a buffer of its own");
+    root.GetChild(0)->FindChild("C")->SetName("Own");
     for (int i = 0; i < 100; i++) root.AddChild(new XmlNode("N"))->SetValue(i);
     // A second text joins the tree; the first one's names stay valid.
     ASSERT_GT(root.Parse("<S><New>&gt</New></S>"), 0);
-    const std::string printed = PrintToString(root);
-    EXPECT_EQ(printed.substr(0, printed.find("<N>")),
-              "<S>\n v\n <B>\n  -42\n  <a name that needs a buffer of its own>3</a name that needs a buffer of its own>\n </B>\n"
-              " <A>4</A>\n ");
+    EXPECT_TRUE(PrintToString(root).starts_with("<S>\n v\n <B>\n  -42\n  <Own>3</Own>\n </B>\n <A>4</A>\n <N>0</N>\n"));
     EXPECT_EQ(root.GetChildCount(), 103);
     EXPECT_STREQ(root.FindChild("New")->GetValue(), ">");
     root.Clear();
@@ -254,32 +208,18 @@ TEST_F(XmlTest, FilesThatCanNotBeRead) {
   EXPECT_FALSE(node.ReadFile(path.c_str()));
   EXPECT_FALSE(std::filesystem::exists(path));
   EXPECT_STREQ(node.GetName(), "Kept");
+  EXPECT_FALSE(node.WriteFile(Path("absent/file.xml").c_str()));
   CurrentXmlFile = "unknown";
-}
-
-TEST_F(XmlTest, FilesComeBack) {
-  XmlNode written("Root");
-  for (int i = 0; i < 1000; i++) written.AddChild(new XmlNode("Item", "value <" + std::to_string(i) + ">"));
-  const std::string path = MakeFile("file.xml", "old");
-  EXPECT_TRUE(written.WriteFile(path.c_str()));
-  XmlNode read;
-  EXPECT_TRUE(read.ReadFile(path.c_str()));
-  EXPECT_EQ(CurrentXmlFile, "unknown");
-  EXPECT_EQ(PrintToString(read), PrintToString(written));
-  EXPECT_FALSE(written.WriteFile(Path("absent/file.xml").c_str()));
-  EXPECT_EQ(CountFiles(), 1u) << "no temporary file stays behind";
 }
 
 // --- hostile sizes -------------------------------------------------------------------------------
 
 TEST_F(XmlTest, DepthCostsNoStack) {
   constexpr int Depth = 400000;
-  std::string text;
-  for (int i = 0; i < Depth; i++) text += "<a>";
+  const std::string open = fixture::Repeat("<a>", Depth), text = open + fixture::Repeat("</a>", Depth);
   XmlNode node;
-  EXPECT_EQ(node.Parse(text), -1);
+  EXPECT_EQ(node.Parse(open), -1);
   EXPECT_EQ(Boxes.size(), 1u);
-  for (int i = 0; i < Depth; i++) text += "</a>";
   ASSERT_EQ(node.Parse(text), int64_t(text.size()));
   const XmlNode* deepest = &node;
   int depth = 1;
@@ -291,11 +231,7 @@ TEST_F(XmlTest, DepthCostsNoStack) {
 }
 
 TEST_F(XmlTest, TreesOutOfProportionAreRefused) {
-  std::string text = "<r>";
-  while (text.size() < 60000000) text += "<></>";
-  text += "</r>";
-  XmlNode node;
-  EXPECT_EQ(node.Parse(text), -1);
+  EXPECT_EQ(XmlNode().Parse("<r>" + fixture::Repeat("<></>", 12000000) + "</r>"), -1);
   EXPECT_NE(LogText.find("is refused: its 12000001 tags in 60000007 bytes"), std::string::npos) << LogText;
   EXPECT_TRUE(Boxes.empty());
 }

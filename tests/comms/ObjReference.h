@@ -1,8 +1,10 @@
 #pragma once
 // A second OBJ reader for the tests: one character after the other, one line after the other, nothing clever. Material libraries
 // are left out.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -72,21 +74,14 @@ class ObjReference {
         break;
     }
     if (m_Line.empty()) return false;
-    if (m_Line.compare(0, 11, "# matrix4x4") != 0 && m_Line.compare(0, 5, "#MRGB") != 0 && m_Line.compare(0, 6, "#pivot") != 0 &&
-        m_Line.find('#') != std::string::npos)
-      m_Line.resize(m_Line.find('#'));
-    std::string token;
-    for (const char c : m_Line + " ") {
-      if (c != ' ' && c != '\t') {
-        token += c;
-      } else if (!token.empty()) {
-        m_Tokens.push_back(token.substr(0, 126));
-        token.clear();
-        if (m_Tokens.size() == 256) {
-          m_Tokens.resize(5);
-          break;
-        }
-      }
+    if (!m_Line.starts_with("# matrix4x4") && !m_Line.starts_with("#MRGB") && !m_Line.starts_with("#pivot"))
+      m_Line = m_Line.substr(0, m_Line.find('#'));
+    for (size_t at = 0, end; (at = m_Line.find_first_not_of(" \t", at)) != std::string::npos; at = end) {
+      end = std::min(m_Line.find_first_of(" \t", at), m_Line.size());
+      m_Tokens.push_back(m_Line.substr(at, std::min<size_t>(end - at, 126)));
+      if (m_Tokens.size() < 256) continue;
+      m_Tokens.resize(5);
+      break;
     }
     return true;
   }
@@ -96,10 +91,7 @@ class ObjReference {
   }
 
   void AddColors(comms::cRawMesh& mesh) const {
-    size_t at = m_Line.find(' ');
-    if (at == std::string::npos) return;
-    while (at < m_Line.size() && m_Line[at] == ' ') at++;
-    for (; at + 8 <= m_Line.size(); at += 8) {
+    for (size_t at = m_Line.find_first_not_of(' ', m_Line.find(' ')); at < m_Line.size() && at + 8 <= m_Line.size(); at += 8) {
       unsigned color = 0xFF808080u;
       std::sscanf(m_Line.substr(at, 8).c_str(), "%X", &color);
       mesh.VertexColors.push_back(color);
@@ -112,29 +104,21 @@ class ObjReference {
     return name;
   }
 
-  template <class List>
-  static int FindOrAdd(List& list, const std::string& name) {
-    for (size_t i = 0; i < list.size(); i++)
-      if (list[i].Name == name) return int(i);
-    list.emplace_back().Name = name;
-    return int(list.size()) - 1;
+  static int FindOrAdd(auto& list, const std::string& name) {
+    const auto found = std::find_if(list.begin(), list.end(), [&](const auto& element) { return element.Name == name; });
+    const int index = int(found - list.begin());
+    if (found == list.end()) list.emplace_back().Name = name;
+    return index;
   }
 
   bool ReadPolygon(comms::cRawMesh& mesh, int material, int object) const {
     mesh.Polygons.push_back({{int(m_Tokens.size()) - 1, material, object}});
     for (size_t i = 1; i < m_Tokens.size(); i++) {
       long index[3] = {-1, -1, -1};
-      std::string field;
+      std::istringstream fields(m_Tokens[i]);
       size_t number = 0;
-      for (const char c : m_Tokens[i] + "/") {
-        if (c != '/') {
-          field += c;
-          continue;
-        }
+      for (std::string field; std::getline(fields, field, '/'); number++)
         if (!field.empty()) index[std::min<size_t>(number, 2)] = std::clamp(std::atol(field.c_str()), -2147483647L, 2147483647L);
-        field.clear();
-        number++;
-      }
       if (index[0] == 0) return false;
       const size_t counts[3] = {mesh.Positions.size(), mesh.TexCoords.size(), mesh.Normals.size()};
       comms::cRawPolyRec corner;

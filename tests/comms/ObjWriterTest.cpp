@@ -1,6 +1,6 @@
 #include "comms/ObjWriter.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <tbb/global_control.h>
 
 #include <memory>
@@ -11,6 +11,8 @@
 #include "comms/cMeshIO.h"
 
 using namespace comms;
+using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -44,16 +46,11 @@ TEST(ObjWriter, WritesTheTextToTheByte) {
   mesh.Name = "in.lwo";
   mesh.Positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, NAN}, {9, 9, 9}};
   mesh.TexCoords = {{0.25f, 0.75f}};
-  mesh.Objects.resize(3);
-  mesh.Objects[0].Name = "first";
-  mesh.Objects[1].Name = "empty";
-  mesh.Objects[2].Name = "last";
+  for (const char* name : {"first", "empty", "last"}) mesh.Objects.emplace_back().Name = name;
   mesh.Objects[2].HasPivot = true;
   mesh.Objects[2].Pivot = {1, 2, 3};
-  mesh.Materials.resize(2);
-  mesh.Materials[0].Name = "dark skin";
+  for (const char* name : {"dark skin", "red"}) mesh.Materials.emplace_back().Name = name;
   mesh.Materials[0].Textures[cRawMaterial::NormalBump].FileName = "n.png";
-  mesh.Materials[1].Name = "red";
   AddPolygon(mesh, 1, 2, {{{3, 0, -1}}, {{2, 0, -1}}, {{1, -1, -1}}});
   AddPolygon(mesh, 0, 0, {{{0, -1, -1}}, {{1, -1, -1}}, {{2, -1, -1}}});
   AddPolygon(mesh, 1, 2, {{{3, 0, -1}}, {{1, 0, -1}}, {{2, 0, -1}}});
@@ -75,10 +72,8 @@ TEST(ObjWriter, ColourBlockEndsOnlyWhereALineIsLeftOpen) {
   const TestFolder folder;
   for (const int count : {16, 17}) {
     const std::string text = Save(folder, *MakeTriangles(count, true));
-    EXPECT_NE(text.find("# The following MRGB block contains Vertex Color written by Morvane\r\n"), text.npos);
-    EXPECT_NE(text.find("ff00000e"
-                        "ff00000f\r\n"),
-              text.npos);
+    EXPECT_THAT(text, HasSubstr("# The following MRGB block contains Vertex Color written by Morvane\r\n"));
+    EXPECT_THAT(text, HasSubstr("ff00000eff00000f\r\n"));
     EXPECT_EQ(text.find("\r\n# End of MRGB block\r\n") != text.npos, count == 17);
     const std::unique_ptr<cRawMesh> mesh(cMeshIO::LoadMesh(folder.Path("out.obj").c_str()));
     ASSERT_EQ(mesh->VertexColors.size(), size_t(count));
@@ -87,52 +82,55 @@ TEST(ObjWriter, ColourBlockEndsOnlyWhereALineIsLeftOpen) {
 }
 
 TEST(ObjWriter, SmoothingGroupsJoinPolygonsThatShareAnEdge) {
-  cRawMesh mesh;
-  const auto add = [&](int a, int b, int c) { AddPolygon(mesh, 0, 0, {{{0, -1, a}}, {{1, -1, b}}, {{2, -1, c}}}); };
+  const TestFolder folder;
+  auto mesh = MakeTriangles(3, false);
+  mesh->Polygons.clear();
+  mesh->Normals.assign(24, {0, 0, 1});
+  const auto add = [&](int a, int b, int c) { AddPolygon(*mesh, 0, 0, {{{0, -1, a}}, {{1, -1, b}}, {{2, -1, c}}}); };
   add(0, 1, 2);     // with the third
   add(10, 11, 12);  // alone
   add(2, 1, 3);
   add(20, 21, 22);  // with the fifth
   add(22, 21, 23);
   add(0, 1, 9);  // the same direction as the first: not a neighbour of it, alone
-  const cList<int> groups = SortBySmoothingGroup(mesh);
+  std::string text = Save(folder, *mesh);
+  text = text.substr(text.find("\r\nusemtl"));
   // Seeds take 1 (first), 2 (second), 3 (fourth), 4 (sixth); the two that stay alone get what comes next.
-  EXPECT_EQ(groups, (cList<int>{1, 1, 3, 3, 5, 5}));
-  const int firstNormals[] = {0, 2, 20, 22, 10, 0};
-  for (size_t i = 0; i < 6; i++) EXPECT_EQ(mesh.Polygons[i * 4 + 1].Normal(), firstNormals[i]);
+  EXPECT_EQ(text,
+            "\r\nusemtl m\r\ns 1\r\nf 1//1 2//2 3//3\r\nf 1//3 2//2 3//4\r\ns 3\r\nf 1//9 2//10 3//11\r\nf 1//11 2//10 3//12\r\n"
+            "s 5\r\nf 1//6 2//7 3//8\r\nf 1//1 2//2 3//5\r\n\r\n# 6 faces\r\n");
 }
 
 TEST(ObjWriter, CornersAndNormalsTakeTheirForms) {
   const TestFolder folder;
   auto mesh = MakeTriangles(3, false);
-  mesh->Polygons.clear();
   mesh->Normals = {{0, 0, 0}, {2, 0, 0}, {0, INFINITY, 0}};
-  AddPolygon(*mesh, 0, 0, {{{0, -1, 0}}, {{1, -1, 1}}, {{2, -1, 2}}});
-  std::string text = Save(folder, *mesh);
-  EXPECT_NE(text.find("\r\nvn 0.000000 0.000000 1.000000\r\nvn 2.000000 0.000000 0.000000\r\nvn 0.000000 0.000000 1.000000"),
-            text.npos);
-  EXPECT_NE(text.find("f 1//1 2//2 3//3\r\n"), text.npos);
+  for (int i = 0; i < 3; i++) mesh->Polygons[size_t(i) + 1].Words[2] = i;
+  const std::string text = Save(folder, *mesh), z = "\r\nvn 0.000000 0.000000 1.000000";
+  EXPECT_THAT(text, HasSubstr(z + "\r\nvn 2.000000 0.000000 0.000000" + z));
+  EXPECT_THAT(text, HasSubstr("f 1//1 2//2 3//3\r\n"));
   mesh->TexCoords = {{1, 1}};
   mesh->Polygons[2].Words[1] = 0;
-  EXPECT_NE(Save(folder, *mesh).find("f 1/0/1 2/1/2 3/0/3\r\n"), text.npos);
+  EXPECT_THAT(Save(folder, *mesh), HasSubstr("f 1/0/1 2/1/2 3/0/3\r\n"));
   mesh->Polygons[3].Words[2] = -1;  // one corner without: none has any
-  text = Save(folder, *mesh);
-  EXPECT_NE(text.find("f 1 2/1 3\r\n"), text.npos);
-  EXPECT_EQ(text.find("\r\nvn"), text.npos);
+  EXPECT_THAT(Save(folder, *mesh), testing::AllOf(HasSubstr("f 1 2/1 3\r\n"), Not(HasSubstr("\r\nvn"))));
 }
 
 // Every polygon with its material and the values that its corners lead to, by object.
 static cList<float> Flatten(const cRawMesh& mesh) {
   cList<float> values;
+  const auto add = [&](const auto&... numbers) { (values.push_back(float(numbers)), ...); };
   for (int object = 0; object < int(mesh.Objects.size()); object++)
-    for (size_t i = 0; i < mesh.Polygons.size(); i += size_t(mesh.Polygons[i].Corners()) + 1) {
-      const cRawPolyRec* const polygon = &mesh.Polygons[i];
-      if (polygon->Object() != object) continue;
-      values.insert(values.end(), {float(object), float(mesh.Materials[size_t(polygon->Material())].Name.back())});
-      for (int k = 1; k <= polygon->Corners(); k++) {
-        const cVec3 position = mesh.Positions[size_t(polygon[k].Position())], normal = mesh.Normals[size_t(polygon[k].Normal())];
-        const cVec2 uv = mesh.TexCoords[size_t(polygon[k].TexCoord())];
-        values.insert(values.end(), {position.x, position.y, position.z, uv.x, uv.y, normal.x, normal.y, normal.z});
+    for (size_t i = 0, end; i < mesh.Polygons.size(); i = end) {
+      const cRawPolyRec& polygon = mesh.Polygons[i];
+      end = i + 1 + size_t(polygon.Corners());
+      if (polygon.Object() != object) continue;
+      add(object, mesh.Materials[size_t(polygon.Material())].Name.back());
+      for (size_t k = i + 1; k < end; k++) {
+        const cVec3 position = mesh.Positions[size_t(mesh.Polygons[k].Position())];
+        const cVec3 normal = mesh.Normals[size_t(mesh.Polygons[k].Normal())];
+        const cVec2 uv = mesh.TexCoords[size_t(mesh.Polygons[k].TexCoord())];
+        add(position.x, position.y, position.z, uv.x, uv.y, normal.x, normal.y, normal.z);
       }
     }
   return values;
@@ -173,18 +171,16 @@ TEST(ObjWriter, MorphsBecomeFilesAndGo) {
   const TestFolder folder;
   auto mesh = MakeTriangles(3, false);
   mesh->Normals = {{0, 0, 1}, {0, 0, 1}};
-  for (cRawPolyRec& record : mesh->Polygons)
-    if (&record != &mesh->Polygons[0]) record.Words[2] = 0;
-  auto morph = std::make_unique<cRawMorph>();
-  morph->Name = "smile";
-  morph->Deltas = {{8, 0, 0}, {8, 0, 0}, {8, 0, 0}};
-  mesh->Morphs.push_back(std::move(morph));
+  for (size_t i = 1; i < mesh->Polygons.size(); i++) mesh->Polygons[i].Words[2] = 0;
+  mesh->Morphs.push_back(std::make_unique<cRawMorph>());
+  mesh->Morphs[0]->Name = "smile";
+  mesh->Morphs[0]->Deltas.assign(3, {8, 0, 0});
   Save(folder, *mesh);
   EXPECT_TRUE(mesh->Morphs.empty());
   EXPECT_EQ(mesh->Positions[0].x, 0);
   // As many elements move as there are normals.
-  EXPECT_NE(folder.Read("out_smile.obj").find("\r\nv 8.000000 0.500000 -1.000000\r\nv 9.000000 0.500000 -1.000000\r\nv 2.000000"),
-            std::string::npos);
+  EXPECT_THAT(folder.Read("out_smile.obj"),
+              HasSubstr("v 8.000000 0.500000 -1.000000\r\nv 9.000000 0.500000 -1.000000\r\nv 2.000000"));
 }
 
 TEST(ObjWriter, FailedWritesLeaveTheOldPair) {
@@ -196,14 +192,14 @@ TEST(ObjWriter, FailedWritesLeaveTheOldPair) {
   const auto good = MakeTriangles(3, false), bad = MakeTriangles(3, false), large = MakeTriangles(30000, true);
   bad->Polygons[1].Words[0] = 3;
   EXPECT_FALSE(save(*bad, "out.obj"));
-  EXPECT_NE(log.Text().find("indices out of range"), std::string::npos);
+  EXPECT_THAT(log.Text(), HasSubstr("indices out of range"));
   EXPECT_FALSE(save(*good, "missing/out.obj"));
-  EXPECT_NE(log.Text().find("missing/out.obj"), std::string::npos);
+  EXPECT_THAT(log.Text(), HasSubstr("missing/out.obj"));
   // Every write to this device fails: the disk is full. First the mesh meets it, then the library.
   std::filesystem::create_symlink("/dev/full", folder.Path("full.obj"));
   folder.Write("full.mtl", "old");
   EXPECT_FALSE(save(*large, "full.obj"));
-  EXPECT_NE(log.Text().find("full.obj"), std::string::npos);
+  EXPECT_THAT(log.Text(), HasSubstr("full.obj"));
   std::filesystem::rename(folder.Path("full.obj"), folder.Path("other.mtl"));
   folder.Write("other.obj", "old");
   EXPECT_FALSE(save(*good, "other.obj"));

@@ -11,8 +11,6 @@ class PluginCodec : public comms::cMeshCodec {
   comms::cRawMesh* Decode(comms::cFile& file) override {
     auto* const mesh = new comms::cRawMesh;
     mesh->Name = "plugin read " + std::to_string(file.Size()) + " bytes";
-    mesh->Positions.resize(1);
-    mesh->Positions[0] = {1, 2, 3};
     return mesh;
   }
   void Encode(comms::cRawMesh*, comms::cFile*) override {}

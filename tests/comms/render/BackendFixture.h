@@ -1,14 +1,10 @@
 #pragma once
-// A back end with a target of its own and a folder for shaders that tests write. Skipped where the machine can't draw.
+// A back end with a target of its own and a folder of shaders: those that are shipped, and those that tests write. Skipped where
+// the machine can't draw.
 #include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
 #include "comms/BaseMesh.h"
 #include "comms/Log.h"
+#include "comms/MeshFiles.h"
 #include "comms/render/EglContext.h"
 #include "comms/render/cRenderGL.h"
 
@@ -18,12 +14,12 @@ class Backend : public testing::Test {
     comms::cStr error;
     m_Context = comms::EglContext::Create(error);
     if (!m_Context) GTEST_SKIP() << error;
-    m_Folder = std::filesystem::temp_directory_path() / ("morvane-render-" + std::to_string(::getpid()));
-    std::filesystem::remove_all(m_Folder);
-    std::filesystem::create_directories(m_Folder / "Shaders" / "PC");
+    std::filesystem::create_directories(m_Folder.Path("Shaders/PC"));
+    for (const auto& entry : std::filesystem::directory_iterator(MORVANE_DATA_DIR "/Shaders"))
+      if (entry.is_regular_file()) std::filesystem::copy(entry.path(), m_Folder.Path("Shaders"));
     WriteShader("Fill", "");
     PrepareFolder();
-    ASSERT_TRUE(m_Render.Init({m_Folder.string(), m_Folder.string()}, error)) << error;
+    ASSERT_TRUE(m_Render.Init({m_Folder.Path(), m_Folder.Path()}, error)) << error;
     m_Target = m_Render.CreateTarget(
         {Size, Size, comms::TextureFormat::Rgba8, comms::TextureFormat::Depth24, comms::TextureFilter::Nearest, 1});
     m_Render.SetTarget(m_Target);
@@ -35,10 +31,9 @@ class Backend : public testing::Test {
     if (!m_Context) return;
     m_Render.EndFrame();
     EXPECT_EQ(m_Render.GlErrorCount(), m_WantedErrors) << m_Log.Text();
-    std::filesystem::remove_all(m_Folder);
   }
 
-  void WriteFile(const comms::cStr& name, const comms::cStr& text) const { std::ofstream(m_Folder / "Shaders" / name) << text; }
+  void WriteFile(const comms::cStr& name, const comms::cStr& text) const { m_Folder.Write("Shaders/" + name, text); }
   // Line 9 of the file is `line`; it may change `color`.
   void WriteShader(const comms::cStr& name, const comms::cStr& line) const {
     WriteFile(name + ".glsl",
@@ -81,11 +76,7 @@ class Backend : public testing::Test {
     const uint8_t* pixel = image.Empty() ? nullptr : image.Pixel(x, y);
     return pixel ? unsigned(pixel[0] << 16 | pixel[1] << 8 | pixel[2]) : ~0u;
   }
-  comms::cStr UnknownShaders() const {
-    std::stringstream text;
-    text << std::ifstream(m_Folder / "UnknownShaders.txt").rdbuf();
-    return text.str();
-  }
+  comms::cStr UnknownShaders() const { return m_Folder.Read("UnknownShaders.txt"); }
   // The device goes and another comes, as when a window moves to another screen.
   void ChangeDevice() {
     m_Render.Unload();
@@ -99,7 +90,7 @@ class Backend : public testing::Test {
   }
   static constexpr int Size = 32;
   comms::LogRecorder m_Log;
-  std::filesystem::path m_Folder;
+  const TestFolder m_Folder;
   std::unique_ptr<comms::EglContext> m_Context;
   comms::cRenderGL m_Render;
   int m_Target = -1, m_WantedErrors = 0;

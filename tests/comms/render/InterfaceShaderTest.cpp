@@ -14,11 +14,6 @@ unsigned OverBlue(float red, float green, float blue, float alpha) {
   const auto byte = [&](float value, float ground) { return unsigned((value * alpha + ground * (1 - alpha)) * 255 + 0.5f); };
   return byte(red, 0) << 16 | byte(green, 0) << 8 | byte(blue, 1);
 }
-bool IsNear(unsigned a, unsigned b) {
-  for (const int shift : {0, 8, 16})
-    if (std::abs(int(a >> shift & 255) - int(b >> shift & 255)) > 2) return false;
-  return true;
-}
 
 class InterfaceShaders : public Backend {
  protected:
@@ -26,10 +21,6 @@ class InterfaceShaders : public Backend {
     int X, Y;
     unsigned Wanted;
   };
-  void PrepareFolder() override {
-    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::path(MORVANE_DATA_DIR) / "Shaders"))
-      if (entry.is_regular_file()) std::filesystem::copy(entry.path(), m_Folder / "Shaders");
-  }
   // A square between the middles of the outermost pixels, with texture coordinates from -4 to 4 and 3/4 in depth; as lines its
   // upper and lower edge and a diagonal, as points its corners.
   void Check(const cStr& name, const cStr& defines, const std::function<void()>& prepare, const cList<Look>& looks,
@@ -38,17 +29,15 @@ class InterfaceShaders : public Backend {
       cVec2 Place;
       std::array<uint8_t, 4> Color;
       cVec3 At;
-    } corners[6];
+    };
     const VertexLayout layout{sizeof(Corner),
                               {{VertexUsage::Position, VertexFormat::Float2, offsetof(Corner, Place)},
                                {VertexUsage::Color, VertexFormat::Color8, offsetof(Corner, Color)},
                                {VertexUsage::TexCoord0, VertexFormat::Float3, offsetof(Corner, At)}}};
-    const cVec2 parts[6] = {{0, 0}, {1, 0}, {0, 1}, {1, 0}, {1, 1}, {0, 1}};
-    for (size_t i = 0; i < 6; i++)
-      corners[i] = {{parts[i].x * (Size - 1) + 0.5f, parts[i].y * (Size - 1) + 0.5f},
-                    color,
-                    {parts[i].x * 8 - 4, parts[i].y * 8 - 4, 0.75f}};
-    const int buffer = m_Render.CreateBuffer(BufferKind::Vertex, sizeof(Corner), 6, corners);
+    cList<Corner> corners;
+    for (const auto& [x, y] : cList<std::pair<float, float>>{{0, 0}, {1, 0}, {0, 1}, {1, 0}, {1, 1}, {0, 1}})
+      corners.push_back({{x * (Size - 1) + 0.5f, y * (Size - 1) + 0.5f}, color, {x * 8 - 4, y * 8 - 4, 0.75f}});
+    const int buffer = m_Render.CreateBuffer(BufferKind::Vertex, sizeof(Corner), corners.size(), corners.data());
     m_Render.Clear({0, 0, 1, 1}, 1);
     m_Render.SetDepthState(m_Render.CreateDepthState({.Test = false, .Write = false}));
     m_Render.SetBlendState(m_Render.CreateBlendState({BlendMode::PremultipliedAlpha}));
@@ -59,11 +48,11 @@ class InterfaceShaders : public Backend {
     m_Render.SetVertexBuffer(buffer, layout);
     m_Render.Draw(mode, 0, 6);
     m_Render.ReleaseBuffer(buffer);
-    for (const Look& look : looks) {
-      const unsigned pixel = PixelAt(look.X, look.Y);
-      EXPECT_TRUE(IsNear(pixel, look.Wanted))
-          << name << " " << defines << Format(" at %d, %d: %06x, not %06x", look.X, look.Y, pixel, look.Wanted);
-    }
+    for (const Look& look : looks)
+      for (const int shift : {0, 8, 16})
+        EXPECT_NEAR(PixelAt(look.X, look.Y) >> shift & 255, look.Wanted >> shift & 255, 2)
+            << name << " " << defines
+            << Format(" at %d, %d: %06x, not %06x", look.X, look.Y, PixelAt(look.X, look.Y), look.Wanted);
   }
   void Set(std::initializer_list<std::pair<const char*, float>> constants) {
     for (const auto& [name, value] : constants) m_Render.SetConstant(name, value);
@@ -100,31 +89,28 @@ TEST_F(InterfaceShaders, DrawFlatShapesAndIcons) {
 }
 
 TEST_F(InterfaceShaders, DrawGradientsAroundALine) {
-  const auto gradient = [&](std::initializer_list<std::pair<const char*, float>> stretches) {
-    return [this, list = cList<std::pair<const char*, float>>(stretches)] {
+  using Constants = std::initializer_list<std::pair<const char*, float>>;
+  const auto check = [&](const cStr& defines, Constants stretches, const cList<Look>& looks) {
+    const auto prepare = [&] {
       m_Render.SetConstant("c_SegFrom", cVec2{8.5f, 16.5f});
       m_Render.SetConstant("c_SegTo", cVec2{24.5f, 16.5f});
       m_Render.SetConstant("c_CenterColor", cVec4{1, 0, 0, 1});
       m_Render.SetConstant("c_BoundColor", cVec4{0, 1, 0, 0.5f});
       Set({{"c_SegRadius", 6.0f}, {"c_GradRadius", 8.0f}, {"c_Power", 2.0f}});
-      for (const auto& [name, value] : list) m_Render.SetConstant(name, value);
+      Set(stretches);
     };
+    Check("RadialGradientUI", defines, prepare, looks);
   };
   // `away` pixels from the line, or with that tone.
   const auto tone = [](float t) { return OverBlue(1 - t, t, 0, 1 - 0.5f * t); };
   const auto at = [&](float away) { return tone(away * away / 64); };
-  Check("RadialGradientUI", "", gradient({}),
+  check("", {},
         {{16, 16, at(0)}, {16, 12, at(4)}, {4, 16, at(4)}, {28, 16, at(4)}, {16, 8, Blue}, {0, 16, Blue}, {5, 13, at(4.243f)}});
-  Check("RadialGradientUI", "", gradient({{"c_CaveFrom", 15}, {"c_CaveTo", 18}}),
-        {{16, 16, Blue}, {9, 16, Blue}, {16, 12, at(4)}, {16, 20, at(4)}});
-  Check("RadialGradientUI", "#define HORIZONTAL",
-        gradient({{"c_CaveFrom", 15},
-                  {"c_CaveTo", 18},
-                  {"c_FlatFrom", 20},
-                  {"c_FlatTo", 24},
-                  {"c_HalfFrom", 8},
-                  {"c_HalfTo", 12},
-                  {"c_HalfFlat", 1}}),
+  const auto cave = {std::pair("c_CaveFrom", 15.0f), {"c_CaveTo", 18.0f}};
+  check("", cave, {{16, 16, Blue}, {9, 16, Blue}, {16, 12, at(4)}, {16, 20, at(4)}});
+  const auto all = {std::pair("c_CaveFrom", 15.0f), {"c_CaveTo", 18.0f}, {"c_FlatFrom", 20.0f}, {"c_FlatTo", 24.0f},
+                    {"c_HalfFrom", 8.0f},           {"c_HalfTo", 12.0f}, {"c_HalfFlat", 1.0f}};
+  check("#define HORIZONTAL", all,
         {{16, 16, Blue}, {16, 12, Blue}, {22, 12, tone(0)}, {10, 12, tone(0.5f * (0.25f + 1))}, {13, 12, at(4)}});
 }
 
@@ -148,27 +134,24 @@ TEST_F(InterfaceShaders, ShowTexturesOfEveryKindOnAnyDevice) {
     ASSERT_GE(textures.back(), 0) << m_Log.Errors();
   }
   m_Render.UpdateTexture(textures[0], 1, 0, 1, 1, texels[3]);
-  for (const bool changed : {false, true}) {
-    if (changed) ChangeDevice();
-    for (size_t i = 0; i < textures.size(); i++)
-      for (int variant = 0; variant < 4; variant++) {
-        const bool isGrey = variant & 1, isOverridden = variant & 2;
-        const cStr defines = cStr(kinds[i].Define) + (isGrey ? "\n#define ALPHA_CHANNEL_AS_COLOR" : "") +
-                             (isOverridden ? "\n#define OVERRIDE_ALPHA" : "");
-        const auto seen = [&](size_t texel) {
-          const uint8_t* const t = texels[texel];
-          const float alpha = isOverridden ? 0.25f : isGrey ? 1 : float(t[3]) / 255;
-          const auto channel = [&](int k) { return float(t[isGrey ? 3 : k]) / 255; };
-          return OverBlue(channel(0), channel(1), channel(2), alpha);
-        };
-        const auto& kind = kinds[i];
-        Check("TexturedUI", defines,
-              [&] {
-                m_Render.SetTexture(m_Render.GetTextureParam("s_Src"), textures[i], -1);
-                m_Render.SetConstant("c_Alpha", 0.25f);
-              },
-              {{2, 16, seen(kind.Left)}, {29, 16, seen(kind.Right)}, {16, 2, seen(kind.Top)}, {16, 29, seen(kind.Bottom)}});
-      }
+  for (size_t i = 0; i < 2 * textures.size(); i++) {
+    if (i == textures.size()) ChangeDevice();
+    const auto& kind = kinds[i % textures.size()];
+    for (int variant = 0; variant < 4; variant++) {
+      const bool isGrey = variant & 1, isOverridden = variant & 2;
+      const cStr defines = cStr(kind.Define) + (isGrey ? "\n#define ALPHA_CHANNEL_AS_COLOR" : "") +
+                           (isOverridden ? "\n#define OVERRIDE_ALPHA" : "");
+      const auto seen = [&](size_t texel) {
+        const auto channel = [&](int k) { return float(texels[texel][isGrey ? 3 : k]) / 255; };
+        return OverBlue(channel(0), channel(1), channel(2), isOverridden ? 0.25f : isGrey ? 1 : channel(3));
+      };
+      const auto prepare = [&] {
+        m_Render.SetTexture(m_Render.GetTextureParam("s_Src"), textures[i % textures.size()], -1);
+        m_Render.SetConstant("c_Alpha", 0.25f);
+      };
+      Check("TexturedUI", defines, prepare,
+            {{2, 16, seen(kind.Left)}, {29, 16, seen(kind.Right)}, {16, 2, seen(kind.Top)}, {16, 29, seen(kind.Bottom)}});
+    }
   }
   m_Render.UpdateTexture(textures[3], 0, 0, 1, 1, texels);
   EXPECT_NE(m_Log.Errors().find("Can't update 1 x 1 pixels"), cStr::npos);

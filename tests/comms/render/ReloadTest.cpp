@@ -2,11 +2,13 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
+#include <random>
 
 #include "comms/render/BackendFixture.h"
 
 using namespace comms;
-using testing::HasSubstr;
+using testing::ContainsRegex;
 
 namespace {
 
@@ -19,10 +21,6 @@ const VertexLayout CornerLayout{
 
 class Devices : public Backend {
  protected:
-  void PrepareFolder() override {
-    for (const char* name : {"Colored.glsl", "Grid.glsl"})
-      std::filesystem::copy_file(std::filesystem::path(MORVANE_DATA_DIR) / "Shaders" / name, m_Folder / "Shaders" / name);
-  }
   // A triangle over the half of the target on the left (-1) or on the right (1).
   static void StageHalf(BaseMesh& mesh, float side, uint8_t red, uint8_t green, uint8_t blue) {
     Corner corners[3] = {{{side * 3, -3, 0}, {}}, {{side * 3, 3, 0}, {}}, {{0, 0, 0}, {}}};
@@ -50,22 +48,33 @@ class Devices : public Backend {
 
 }  // namespace
 
-TEST_F(Devices, SamePictureOnTheNextOne) {
-  BaseMesh left, right;
-  StageHalves(left, right);
+// Where the device is gone before anybody could save what was on it, the owners of the buffers hear of it.
+TEST_F(Devices, SamePictureOnTheNextOneOrWhatWasKept) {
+  BaseMesh kept, other;
+  kept.KeepStaged = true;
+  StageHalves(kept, other);
   const uint8_t pixel[4] = {1, 2, 3, 4};
   m_Render.CreateTexture({TextureFormat::Rgba8, 1, 1}, pixel);
+  const uint16_t numbers[3] = {0, 1, 2};
+  const int buffer = m_Render.CreateBuffer(BufferKind::Index, 2, 3, numbers);
   m_Render.SetScissor(0, Bottom, Size, Size);
-  const cList<uint8_t> before = Picture({&left, &right});
-  EXPECT_EQ(PixelAt(m_Left, m_Middle), 0xFF0000u);
-  EXPECT_EQ(PixelAt(m_Right, m_Middle), 0x0000FFu);
-  EXPECT_FALSE(left.StagedVertices) << "the device alone has it";
-  ChangeDevice();
-  EXPECT_EQ(m_Render.Generation(), 1);
-  EXPECT_EQ(Picture({&left, &right}), before) << "viewport and scissor included";
-  EXPECT_THAT(m_Log.Text(), HasSubstr("Unloaded 1 Textures."));
-  EXPECT_THAT(m_Log.Text(), HasSubstr("Reloaded 1 textures."));
-  EXPECT_THAT(m_Log.Text(), HasSubstr("Reloaded 1 Shaders."));
+  for (const bool isLost : {false, true}) {
+    const cList<uint8_t> before = Picture({&kept, &other});
+    EXPECT_FALSE(other.StagedVertices) << "the device alone has it";
+    cStr error;
+    if (isLost) m_Context = EglContext::Create(error);
+    ChangeDevice();
+    EXPECT_EQ(m_Render.Generation(), 1 + int(isLost));
+    EXPECT_EQ(m_Render.HasBuffer(buffer), !isLost);
+    EXPECT_EQ(Picture({&kept, &other}) == before, !isLost) << "viewport included";
+    EXPECT_NE(PixelAt(0, Size - 2), 0xFF0000u) << "and the scissor";
+    EXPECT_EQ(PixelAt(m_Left, m_Middle), 0xFF0000u);
+    EXPECT_EQ(PixelAt(m_Right, m_Middle), isLost ? 0u : 0x0000FFu);
+    EXPECT_EQ(other.HasBuffers(), !isLost);
+  }
+  m_Render.UpdateBuffer(buffer, 3, numbers);
+  EXPECT_TRUE(m_Render.HasBuffer(buffer)) << "filled again under its handle";
+  EXPECT_THAT(m_Log.Text(), ContainsRegex("Unloaded 1 Textures(.|\n)*Reloaded 1 textures(.|\n)*Reloaded 1 Shaders."));
 }
 
 TEST_F(Devices, WorkGoesOnBetweenThem) {
@@ -115,77 +124,55 @@ TEST_F(Devices, WorkGoesOnBetweenThem) {
   EXPECT_EQ(Show(texture, sampler), 0x090807u);
 }
 
-// The device is gone before anybody could save what was on it.
-TEST_F(Devices, OwnersHearOfLostBuffers) {
-  BaseMesh kept, lost;
-  kept.KeepStaged = true;
-  StageHalves(kept, lost);
-  Picture({&kept, &lost});
-  const uint16_t numbers[3] = {0, 1, 2};
-  const int buffer = m_Render.CreateBuffer(BufferKind::Index, 2, 3, numbers);
-  cStr error;
-  m_Context = EglContext::Create(error);
-  m_Render.Unload();
-  m_Render.Reload();
-  EXPECT_FALSE(m_Render.HasBuffer(buffer));
-  m_Render.UpdateBuffer(buffer, 3, numbers);
-  EXPECT_TRUE(m_Render.HasBuffer(buffer)) << "filled again under its handle";
-  Picture({&kept, &lost});
-  EXPECT_EQ(PixelAt(m_Left, m_Middle), 0xFF0000u);
-  EXPECT_EQ(PixelAt(m_Right, m_Middle), 0x000000u);
-  EXPECT_FALSE(lost.HasBuffers());
-}
-
 // --- nothing is set twice, and nothing is missed ----------------------------------------------------------------------------
 
+// Steps by chance; what each side of the target shows is known.
 TEST_F(Devices, ChangesBetweenDrawsAllArrive) {
-  BaseMesh left, right;
-  StageHalves(left, right);
-  const int colored = m_Render.GetShaderID("Colored", ""), fill = m_Render.GetShaderID("Fill", "");
-  const auto sides = [&] { return std::pair(PixelAt(m_Left, m_Middle), PixelAt(m_Right, m_Middle)); };
-  Picture({&left, &left, &right});
-  EXPECT_EQ(sides(), (std::pair(0xFF0000u, 0x0000FFu)));
-  // The world turns by half; another shader is used in between.
-  m_Render.State.World = cMat4{{{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
-  Fill(fill, {0, 1, 0, 1});
-  m_Render.SetShader(colored);
-  left.Draw(&m_Render);
-  EXPECT_EQ(sides(), (std::pair(0x00FF00u, 0xFF0000u)));
-  m_Render.State.World = {};
-  left.Draw(&m_Render);
-  EXPECT_EQ(sides(), (std::pair(0xFF0000u, 0xFF0000u)));
-  Fill(fill, {0, 1, 0, 1});
-  Fill(fill, {0, 1, 1, 1});
-  EXPECT_EQ(sides(), (std::pair(0x00FFFFu, 0x00FFFFu)));
-  // New buffers under the handles of old ones, of another content and layout.
-  left.ReleaseBuffers();
-  m_Render.BeginFrame(1);
+  BaseMesh halves[2];
+  StageHalves(halves[0], halves[1]);
+  const unsigned colors[2] = {0xFF0000, 0x0000FF};
   const struct {
     float Space;
     cVec3 Position;
-  } plain[3] = {{0, {-3, -3, 0}}, {0, {-3, 3, 0}}, {0, {3, 0, 0}}};
-  const VertexLayout plainLayout{16, {{VertexUsage::Position, VertexFormat::Float3, 4}}};
-  const int handle = m_Render.CreateBuffer(BufferKind::Vertex, 16, 3, plain);
-  m_Render.SetShader(colored);
-  m_Render.SetVertexBuffer(handle, plainLayout);
+  } whole[3] = {{0, {-3, -3, 0}}, {0, {-3, 3, 0}}, {0, {3, 0, 0}}};
+  const VertexLayout wholeLayout{16, {{VertexUsage::Position, VertexFormat::Float3, 4}}};
+  const uint16_t all[3] = {0, 1, 2}, none[3] = {};
+  int vertices = -1;
+  const int indices[2] = {m_Render.CreateBuffer(BufferKind::Index, 2, 3, all),
+                          m_Render.CreateBuffer(BufferKind::Index, 2, 3, none)};
+  const int colored = m_Render.GetShaderID("Colored", ""), fill = m_Render.GetShaderID("Fill", "");
+  std::array<unsigned, 2> wanted = {0, 0};
+  std::mt19937 random(1);
+  for (int step = 0; step < 300; step++) {
+    const unsigned kind = random() % 5, which = random() % 2, turned = random() % 2;
+    m_Render.State.World = turned ? cMat4{{{-1, 0, 0, 0}, {0, -1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}} : cMat4();
+    m_Render.SetShader(colored);
+    if (kind == 0) {  // new buffers under the handles of old ones, of another content and layout
+      m_Render.ReleaseBuffer(vertices);
+      halves[which].ReleaseBuffers();
+      StageHalves(halves[0], halves[1]);
+      m_Render.BeginFrame(step);
+      vertices = m_Render.CreateBuffer(BufferKind::Vertex, 16, 3, whole);
+    } else if (kind == 1) {
+      Fill(fill, {0, 1, float(which), 1});
+      wanted.fill(which ? 0x00FFFF : 0x00FF00);
+    } else if (kind == 2) {
+      halves[which].Draw(&m_Render);
+      wanted[which ^ turned] = colors[which];
+    } else {
+      m_Render.SetVertexBuffer(vertices, wholeLayout);
+      m_Render.SetIndexBuffer(indices[which]);
+      kind == 3 ? m_Render.Draw(BaseMesh::TriangleList, 0, 3) : m_Render.DrawIndexed(BaseMesh::TriangleList, 0, 3);
+      if (vertices >= 0 && (kind == 3 || which == 0)) wanted.fill(0xFFFFFF);  // vertices without colour are white
+    }
+    ASSERT_EQ((std::array{PixelAt(m_Left, m_Middle), PixelAt(m_Right, m_Middle)}), wanted) << step << " " << kind;
+  }
+  m_Render.SetVertexBuffer(vertices, wholeLayout);
+  m_Render.ReleaseBuffer(vertices);
+  m_Render.BeginFrame(1000);
+  m_Render.Clear({}, 1);
   m_Render.Draw(BaseMesh::TriangleList, 0, 3);
-  EXPECT_EQ(sides().first, 0xFFFFFFu) << "vertices without colour are white";
-  // The same indices with another vertex buffer; then other indices with the same one.
-  right.Draw(&m_Render);
-  EXPECT_EQ(sides().second, 0x0000FFu);
-  m_Render.SetVertexBuffer(handle, plainLayout);
-  m_Render.DrawIndexed(BaseMesh::TriangleList, 0, 3);
-  EXPECT_EQ(sides().second, 0xFFFFFFu);
-  const uint16_t none[3] = {0, 0, 0};
-  const int points = m_Render.CreateBuffer(BufferKind::Index, 2, 3, none);
-  m_Render.Clear({0, 0, 0, 1}, 1);
-  m_Render.SetIndexBuffer(points);
-  m_Render.DrawIndexed(BaseMesh::TriangleList, 0, 3);
-  EXPECT_EQ(sides(), (std::pair(0u, 0u)));
-  m_Render.ReleaseBuffer(handle);
-  m_Render.BeginFrame(2);
-  m_Render.Draw(BaseMesh::TriangleList, 0, 3);
-  EXPECT_EQ(sides(), (std::pair(0u, 0u))) << "a buffer that is gone draws nothing";
+  EXPECT_EQ(PixelAt(m_Left, m_Middle), 0u) << "a buffer that is gone draws nothing";
 }
 
 TEST_F(Devices, TexturesThatAreSetStaySet) {
@@ -208,11 +195,10 @@ TEST_F(Devices, TexturesThatAreSetStaySet) {
 TEST_F(Devices, LinesRunBetweenTheirPoints) {
   m_Render.Clear({0, 0, 0, 1}, 1);
   const float y = 1.0f / Size;  // the middle of a row of pixels
-  const ColoredPoint across[2] = {{{-1, y, 0}, {0xFFFF8000}}, {{0, y, 0}, {0xFFFF8000}}};
-  const ColoredPoint pair[4] = {
-      {{y, -1, 0}, {0xFF0000FF}}, {{y, 0, 0}, {0xFF0000FF}}, {{0, 0.5f + y, 0}, {~0u}}, {{1, 0.5f + y, 0}, {~0u}}};
-  m_Render.DrawLines(across, 2);
-  m_Render.DrawLines(pair, 4);
+  const ColoredPoint points[6] = {{{-1, y, 0}, {0xFFFF8000}}, {{0, y, 0}, {0xFFFF8000}}, {{y, -1, 0}, {0xFF0000FF}},
+                                  {{y, 0, 0}, {0xFF0000FF}},  {{0, 0.5f + y, 0}, {~0u}}, {{1, 0.5f + y, 0}, {~0u}}};
+  m_Render.DrawLines(points, 2);
+  m_Render.DrawLines(points + 2, 4);
   m_Render.DrawLines(nullptr, 0);
   EXPECT_EQ(PixelAt(4, Size / 2 - 1), 0xFF8000u);
   EXPECT_EQ(PixelAt(Size / 2, Size - 4), 0x0000FFu);

@@ -60,57 +60,43 @@ double MeanBrightness(const cImage& image, int x0, int y0, int x1, int y1) {
   return sum / ((x1 - x0) * (y1 - y0));
 }
 
-PictureOptions MakeOptions(int width, int height) {
-  PictureOptions options;
-  options.Width = width;
-  options.Height = height;
-  options.Camera = PictureCamera{{0, 0, 4}, {0, 0, 0}, {0, 1, 0}, 40};
-  return options;
+PictureOptions MakeOptions(int width, int height, const PictureCamera& camera = {{0, 0, 4}, {0, 0, 0}, {0, 1, 0}, 40}) {
+  return {.Width = width, .Height = height, .Camera = camera};
 }
 
 class Picture : public testing::Test {
  protected:
-  static void SetUpTestSuite() {
-    LogRecorder quiet;
-    s_Picture = std::make_unique<OffscreenPicture>();
-    cStr contextError;
-    s_HasDevice = EglContext::Create(contextError) != nullptr;
-    if (!s_HasDevice || !s_Picture->Init(MORVANE_DATA_DIR, "", s_Error)) s_Error += contextError + quiet.Text();
-  }
-  static void TearDownTestSuite() { s_Picture.reset(); }
   void SetUp() override {
-    if (!s_HasDevice) GTEST_SKIP() << s_Error;
-    ASSERT_EQ(s_Error, "");
+    cStr error;
+    if (!EglContext::Create(error)) GTEST_SKIP() << error;
+    ASSERT_TRUE(m_Picture.Init(MORVANE_DATA_DIR, "", error)) << error << m_Log.Text();
+    StageSphere(m_Sphere);
   }
-  static cImage Draw(const cList<PictureItem>& items, const PictureOptions& options) {
+  PictureItem Sphere(const cVec3& place = {}) { return {&m_Sphere, cMat4::Translation(place)}; }
+  cImage Draw(const cList<PictureItem>& items, const PictureOptions& options) {
     cImage image;
     cStr error;
-    EXPECT_TRUE(s_Picture->Render(items, options, image, error)) << error;
+    EXPECT_TRUE(m_Picture.Render(items, options, image, error)) << error;
     return image;
   }
-  static std::unique_ptr<OffscreenPicture> s_Picture;
-  static cStr s_Error;
-  static bool s_HasDevice;
+  // The background alone: the sphere is behind the viewer.
+  cImage DrawNothing(const PictureOptions& options) { return Draw({Sphere({0, 0, 50})}, options); }
+  LogRecorder m_Log;
+  OffscreenPicture m_Picture;
+  BaseMesh m_Sphere;
 };
-std::unique_ptr<OffscreenPicture> Picture::s_Picture;
-cStr Picture::s_Error;
-bool Picture::s_HasDevice = false;
 
 }  // namespace
 
 // --- pictures ----------------------------------------------------------------------------------------------------------------
 
 TEST_F(Picture, OutlineOfASphereIsTheDiscThatGeometrySays) {
-  BaseMesh sphere;
-  StageSphere(sphere);
   PictureOptions options = MakeOptions(400, 300);
   options.AmbientOcclusion = false;
   for (const cVec3& place : {cVec3{0, 0, 0}, cVec3{0, 0, -2}}) {
-    cMat4 away = cMat4::Translation({0, 0, 50});  // behind the viewer: the background alone
-    const cImage empty = Draw({{&sphere, away}}, options);
-    const cImage image = Draw({{&sphere, cMat4::Translation(place)}}, options);
     double area = 0, sumX = 0, sumY = 0;
-    ForEachChange(image, empty, [&](int x, int y) { area++, sumX += x + 0.5, sumY += y + 0.5; });
+    ForEachChange(Draw({Sphere(place)}, options), DrawNothing(options),
+                  [&](int x, int y) { area++, sumX += x + 0.5, sumY += y + 0.5; });
     const double radius = std::tan(std::asin(1 / (4.0 - place.z))) / std::tan(20 * M_PI / 180) * 150;
     // Half a pixel along the edge, where pixels are part disc, and what the chords of the rings cut off.
     const double edge = 2 * M_PI * radius * 0.5, chords = M_PI * radius * radius * std::pow(M_PI / (2 * Rings), 2);
@@ -121,14 +107,12 @@ TEST_F(Picture, OutlineOfASphereIsTheDiscThatGeometrySays) {
 }
 
 TEST_F(Picture, WithoutACameraTheMeshesFillNineTenths) {
-  BaseMesh sphere;
-  StageSphere(sphere);
   for (const auto& [width, height] : {std::pair(100, 300), std::pair(200, 200), std::pair(300, 100)}) {
     PictureOptions options = MakeOptions(width, height);
     options.AmbientOcclusion = false;
-    const cImage empty = Draw({{&sphere, cMat4::Translation({0, 0, 50})}}, options);
+    const cImage empty = DrawNothing(options);
     options.Camera.reset();
-    const cImage image = Draw({{&sphere, cMat4::Translation({40, 5, -3})}, {&sphere, cMat4::Translation({41, 7, -3})}}, options);
+    const cImage image = Draw({Sphere({40, 5, -3}), Sphere({41, 7, -3})}, options);
     double outermost = 0;
     ForEachChange(image, empty, [&, w = width, h = height](int x, int y) {
       outermost = std::max({outermost, std::fabs(2 * x + 1.0 - w) / w, std::fabs(2 * y + 1.0 - h) / h});
@@ -138,21 +122,17 @@ TEST_F(Picture, WithoutACameraTheMeshesFillNineTenths) {
 }
 
 TEST_F(Picture, LightComesFromTheUpperLeftOntoOutsides) {
-  BaseMesh sphere;
-  StageSphere(sphere);
   PictureOptions options = MakeOptions(200, 200);
-  const cImage image = Draw({{&sphere, {}}}, options);
+  const cImage image = Draw({Sphere()}, options);
   EXPECT_GT(MeanBrightness(image, 50, 50, 90, 90), 1.3 * MeanBrightness(image, 110, 110, 150, 150));
   options.OutwardNormals = true;  // wrong for this mesh: it is lit as if from within
-  const cImage inside = Draw({{&sphere, {}}}, options);
+  const cImage inside = Draw({Sphere()}, options);
   EXPECT_LT(MeanBrightness(inside, 50, 50, 90, 90), MeanBrightness(inside, 110, 110, 150, 150));
 }
 
 TEST_F(Picture, OcclusionDarkensCreasesAndNothingElse) {
-  BaseMesh sphere;
-  StageSphere(sphere);
   PictureOptions options = MakeOptions(300, 200);
-  const cList<PictureItem> pair = {{&sphere, cMat4::Translation({-0.8f, 0, -1})}, {&sphere, cMat4::Translation({0.8f, 0, -1})}};
+  const cList<PictureItem> pair = {Sphere({-0.8f, 0, -1}), Sphere({0.8f, 0, -1})};
   options.AmbientOcclusion = false;
   const cImage plain = Draw(pair, options);
   options.AmbientOcclusion = true;
@@ -167,53 +147,45 @@ TEST_F(Picture, OcclusionDarkensCreasesAndNothingElse) {
 }
 
 TEST_F(Picture, DrawingLeavesMeshesAsTheyWereAndRepeats) {
-  BaseMesh sphere;
-  StageSphere(sphere);
-  PictureOptions options;
-  options.Width = 161;
-  options.Height = 97;
-  const cImage first = Draw({{&sphere, {}}}, options);
-  EXPECT_TRUE(sphere.StagedVertices && sphere.StagedIndices32);
-  EXPECT_FALSE(sphere.HasBuffers());
-  EXPECT_FALSE(sphere.KeepStaged);
-  EXPECT_EQ(Draw({{&sphere, {}}}, options).Pixels(), first.Pixels());
-  EXPECT_EQ(first.Width(), 161);
-  EXPECT_EQ(first.Height(), 97);
+  PictureOptions options = MakeOptions(161, 97);
+  const cImage first = Draw({Sphere()}, options);
+  EXPECT_TRUE(m_Sphere.StagedVertices && m_Sphere.StagedIndices32);
+  EXPECT_FALSE(m_Sphere.HasBuffers());
+  EXPECT_FALSE(m_Sphere.KeepStaged);
+  EXPECT_EQ(Draw({Sphere()}, options).Pixels(), first.Pixels());
+  EXPECT_EQ(std::pair(first.Width(), first.Height()), std::pair(161, 97));
   options.Supersampling = 1;
-  EXPECT_NEAR(MeanBrightness(Draw({{&sphere, {}}}, options), 0, 0, 161, 97), MeanBrightness(first, 0, 0, 161, 97), 3)
+  EXPECT_NEAR(MeanBrightness(Draw({Sphere()}, options), 0, 0, 161, 97), MeanBrightness(first, 0, 0, 161, 97), 3)
       << "finer sampling is the same picture";
 }
 
 TEST_F(Picture, RefusesWithASentence) {
-  BaseMesh sphere, empty(0, 0, Layout), broken;
-  StageSphere(sphere);
+  BaseMesh empty(0, 0, Layout), broken;
   const Vertex vertices[3] = {{{0, 0, 0}, {}}, {{INFINITY, 0, 0}, {}}, {{0, 1, 0}, {}}};
   broken.StageVertices(vertices, 3, Layout);
-  const auto refusal = [&](const cList<PictureItem>& items, const PictureOptions& options) {
-    cImage image;
-    cStr error;
-    EXPECT_FALSE(s_Picture->Render(items, options, image, error));
-    EXPECT_TRUE(image.Empty());
-    return error;
-  };
   const PictureOptions good = MakeOptions(64, 64);
-  EXPECT_THAT(refusal({}, good), HasSubstr("no mesh has vertices"));
-  EXPECT_THAT(refusal({{&empty, {}}, {nullptr, {}}}, good), HasSubstr("no mesh has vertices"));
-  EXPECT_THAT(refusal({{&broken, {}}}, good), HasSubstr("not finite"));
-  for (const auto& [width, height] : {std::pair(0, 64), std::pair(64, -5), std::pair(1 << 30, 64)})
-    EXPECT_THAT(refusal({{&sphere, {}}}, MakeOptions(width, height)), HasSubstr(Format("%d x %d pixels", width, height)));
-  for (const auto& [camera, reason] : {std::pair(PictureCamera{{0, 0, 4}, {0, 0, 4}}, "stands on its target"),
-                                       std::pair(PictureCamera{{0, 0, 4}, {}, {0, 0, 2}}, "up direction"),
-                                       std::pair(PictureCamera{{0, 0, 4}, {}, {0, 1, 0}, 180}, "180 degrees")}) {
-    PictureOptions options = good;
-    options.Camera = camera;
-    EXPECT_THAT(refusal({{&sphere, {}}}, options), HasSubstr(reason));
-  }
-  LogRecorder quiet;
-  OffscreenPicture none;
-  cStr error;
+  const struct {
+    cList<PictureItem> Items;
+    PictureOptions Options;
+    const char* Reason;
+  } cases[] = {{{}, good, "no mesh has vertices"},
+               {{{&empty, {}}, {nullptr, {}}}, good, "no mesh has vertices"},
+               {{{&broken, {}}}, good, "not finite"},
+               {{Sphere()}, MakeOptions(0, 64), "0 x 64 pixels"},
+               {{Sphere()}, MakeOptions(64, -5), "64 x -5 pixels"},
+               {{Sphere()}, MakeOptions(1 << 30, 64), "1073741824 x 64 pixels"},
+               {{Sphere()}, MakeOptions(64, 64, {{0, 0, 4}, {0, 0, 4}}), "stands on its target"},
+               {{Sphere()}, MakeOptions(64, 64, {{0, 0, 4}, {}, {0, 0, 2}}), "up direction"},
+               {{Sphere()}, MakeOptions(64, 64, {{0, 0, 4}, {}, {0, 1, 0}, 180}), "180 degrees"}};
   cImage image;
-  EXPECT_FALSE(none.Render({{&sphere, {}}}, good, image, error));
+  cStr error;
+  for (const auto& c : cases) {
+    EXPECT_FALSE(m_Picture.Render(c.Items, c.Options, image, error));
+    EXPECT_TRUE(image.Empty());
+    EXPECT_THAT(error, HasSubstr(c.Reason));
+  }
+  OffscreenPicture none;
+  EXPECT_FALSE(none.Render({Sphere()}, good, image, error));
   EXPECT_FALSE(none.Init("/none", "", error));
   EXPECT_THAT(error, HasSubstr("/none/Shaders"));
 }
