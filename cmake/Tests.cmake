@@ -1,5 +1,6 @@
 # One test program per folder of tests/, named after the folder of src/ that it mirrors and linked to it.
 find_package(GTest REQUIRED)
+find_package(nlohmann_json REQUIRED)
 include(GoogleTest)
 
 add_test(NAME Layers.IncludesFollowTheTable
@@ -22,7 +23,7 @@ foreach(folder IN LISTS LAYER_FOLDERS)
   file(GLOB testSources CONFIGURE_DEPENDS tests/${folder}/*.cpp)
   if(testSources)
     add_executable(${target}_tests ${testSources})
-    target_link_libraries(${target}_tests PRIVATE ${target} GTest::gtest GTest::gmock GTest::gtest_main)
+    target_link_libraries(${target}_tests PRIVATE ${target} GTest::gtest GTest::gmock GTest::gtest_main nlohmann_json::nlohmann_json)
     target_include_directories(${target}_tests PRIVATE ${CMAKE_SOURCE_DIR}/tests)
     target_compile_definitions(${target}_tests PRIVATE
       MORVANE_DATA_DIR="${CMAKE_SOURCE_DIR}/data" MORVANE_SHARED_DIR="${CMAKE_SOURCE_DIR}/../shared")
@@ -35,6 +36,10 @@ endforeach()
 if(TARGET shell_app_tests)
   add_dependencies(shell_app_tests morvane)
   target_compile_definitions(shell_app_tests PRIVATE MORVANE_BINARY="$<TARGET_FILE:morvane>")
+  add_library(lose_device MODULE tests/shell/app/preload/LoseDevice.cpp)
+  target_link_libraries(lose_device PRIVATE morvane_flags)
+  target_compile_definitions(shell_app_tests PRIVATE LOSE_DEVICE_MODULE="$<TARGET_FILE:lose_device>")
+  add_dependencies(shell_app_tests lose_device)
 endif()
 
 # What is drawn is looked at, too, where the machine can draw.
@@ -48,12 +53,4 @@ if(TARGET comms_tests)
   target_link_libraries(mesh_plugin PRIVATE morvane_flags)
   target_compile_definitions(comms_tests PRIVATE MESH_PLUGIN="$<TARGET_FILE:mesh_plugin>")
   add_dependencies(comms_tests mesh_plugin)
-endif()
-
-# Draw all widgets, and panels around a view, into pictures, for people to look at.
-if(TARGET interface AND TARGET comms_render)
-  add_executable(widget_gallery EXCLUDE_FROM_ALL tests/interface/gallery/WidgetGallery.cpp)
-  add_executable(panel_gallery EXCLUDE_FROM_ALL tests/interface/gallery/PanelGallery.cpp)
-  target_link_libraries(widget_gallery PRIVATE interface comms_render)
-  target_link_libraries(panel_gallery PRIVATE interface comms_render)
 endif()

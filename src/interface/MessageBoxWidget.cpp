@@ -1,22 +1,18 @@
 #include "interface/MessageBoxWidget.h"
 
 #include <algorithm>
-#include <cmath>
 
+#include "interface/BoxParts.h"
 #include "interface/Button.h"
 #include "interface/Language.h"
-#include "interface/WidgetDraw.h"
 #include "interface/cWidgets.h"
+#include "interface/draw/Theme.h"
 #include "shell/core/KeyTable.h"
 
 DECLARE_MEMBERS(MessageBoxWidget) {}
 
-namespace {
-
 // At scale 1.
-constexpr float Inset = 18, TextWidth = 360, ButtonHeight = 26, ButtonWidth = 80, AboveText = 10, AboveButtons = 18;
-
-}  // namespace
+static constexpr float TextWidth = 360, AboveText = 10, AboveButtons = 18;
 
 MessageBoxWidget* MessageBoxWidget::Ask(cWidgets& widgets, std::string_view title, std::string_view text,
                                         std::vector<std::string> answers, std::function<void(int)> answered) {
@@ -45,41 +41,23 @@ void MessageBoxWidget::Answer(int index) {
 }
 
 cRect MessageBoxWidget::PlaceIn(const cRect& screen, Canvas& canvas) {
-  const float inset = canvas.Px(Inset);
-  float buttons = 0;
-  for (const Button* button : m_Buttons) buttons += std::max(canvas.Px(ButtonWidth), button->WidthFor(canvas)) + canvas.Px(8);
-  const float inside =
-      std::min(std::max({canvas.Px(TextWidth), buttons, canvas.TextWidth(Title, TextStyle::Title) + 1}), screen.W - 2 * inset);
-  const float width = inside + 2 * inset;
-  float height = 2 * inset + canvas.LineHeight(TextStyle::Title) + canvas.Px(AboveButtons) + canvas.Px(ButtonHeight);
+  const float wanted =
+      std::max({canvas.Px(TextWidth), BoxButtonsWidth(m_Buttons, canvas), canvas.TextWidth(Title, TextStyle::Title) + 1});
+  const float inside = std::min(wanted, screen.W - 2 * canvas.Px(BoxInset));
+  float height = canvas.LineHeight(TextStyle::Title) + canvas.Px(AboveButtons + BoxButtonHeight);
   if (!Text.empty()) height += canvas.Px(AboveText) + canvas.ParagraphHeight(inside, Text);
-  height = std::ceil(height);
-  return KeepInside({std::floor((screen.W - width) / 2), std::floor((screen.H - height) * 0.42f), width, height}, screen);
+  return PlaceBox(screen, inside, height, canvas);
 }
 
-// The answers at the right, the first one leftmost.
 void MessageBoxWidget::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
-  const float inset = canvas.Px(Inset), height = canvas.Px(ButtonHeight), y = rect.Bottom() - inset - height;
-  float x = rect.Right() - inset;
-  for (size_t i = m_Buttons.size(); i-- > 0;) {
-    const float width = std::max(canvas.Px(ButtonWidth), m_Buttons[i]->WidthFor(canvas));
-    x -= width;
-    m_Buttons[i]->Arrange({x, y, width, height}, canvas);
-    x -= canvas.Px(8);
-  }
+  ArrangeBoxButtons(m_Buttons, rect, canvas);
 }
 
 void MessageBoxWidget::Draw(Canvas& canvas) {
-  const Theme& theme = GetTheme();
-  DrawPopupGround(canvas, Rect, theme.Panel);
-  const cRect inside = Rect.Shrunk(canvas.Px(Inset));
-  const float title = canvas.LineHeight(TextStyle::Title);
-  canvas.Text({inside.X, inside.Y, inside.W, title}, Title, theme.TextTitle, TextStyle::Title);
-  if (!Text.empty()) {
-    const float y = inside.Y + title + canvas.Px(AboveText);
-    canvas.Paragraph({inside.X, y, inside.W, inside.Bottom() - y}, Text, theme.Text);
-  }
+  const cRect inside = DrawBoxGround(canvas, Rect, Title);
+  const float y = inside.Y + canvas.Px(AboveText);
+  if (!Text.empty()) canvas.Paragraph({inside.X, y, inside.W, inside.Bottom() - y}, Text, GetTheme().Text);
 }
 
 bool MessageBoxWidget::OnMouse(const InputEvent&) { return true; }

@@ -1,13 +1,14 @@
 #include "interface/NameBox.h"
 
 #include <algorithm>
-#include <cmath>
+#include <array>
 
+#include "interface/BoxParts.h"
 #include "interface/Button.h"
 #include "interface/Language.h"
 #include "interface/TextEdit.h"
-#include "interface/WidgetDraw.h"
 #include "interface/cWidgets.h"
+#include "interface/draw/Theme.h"
 #include "shell/core/KeyTable.h"
 
 DECLARE_MEMBERS(NameBox) {}
@@ -15,8 +16,7 @@ DECLARE_MEMBERS(NameBox) {}
 namespace {
 
 // At scale 1.
-constexpr float Inset = 18, InsideWidth = 320, AboveField = 12, FieldHeight = 24, ButtonHeight = 26, ButtonWidth = 80,
-                ButtonGap = 8;
+constexpr float InsideWidth = 320, AboveField = 12, FieldHeight = 24;
 
 /// A field whose Enter and Esc are the box's.
 class NameField : public TextEdit {
@@ -71,37 +71,25 @@ void NameBox::Close() {
 }
 
 cRect NameBox::PlaceIn(const cRect& screen, Canvas& canvas) {
-  const float inset = canvas.Px(Inset), inside = std::min(canvas.Px(InsideWidth), screen.W - 2 * inset);
-  float height =
-      2 * inset + canvas.LineHeight(TextStyle::Title) + canvas.Px(AboveField + FieldHeight + AboveField + ButtonHeight);
+  const float inside = std::min(canvas.Px(InsideWidth), screen.W - 2 * canvas.Px(BoxInset));
+  float height = canvas.LineHeight(TextStyle::Title) + canvas.Px(AboveField + FieldHeight + AboveField + BoxButtonHeight);
   if (!m_Expected.empty()) height += canvas.Px(6) + canvas.ParagraphHeight(inside, m_Expected);
-  const float width = inside + 2 * inset;
-  return {std::floor((screen.W - width) / 2), std::floor((screen.H - height) * 0.42f), width, std::ceil(height)};
+  return PlaceBox(screen, inside, height, canvas);
 }
 
 void NameBox::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
-  const cRect inside = rect.Shrunk(canvas.Px(Inset));
+  const cRect inside = rect.Shrunk(canvas.Px(BoxInset));
   const float field = inside.Y + canvas.LineHeight(TextStyle::Title) + canvas.Px(AboveField);
   m_Name->Arrange({inside.X, field, inside.W, canvas.Px(FieldHeight)}, canvas);
-  const float height = canvas.Px(ButtonHeight);
-  float x = inside.Right();
-  for (Button* button : {m_Cancel, m_Accept}) {
-    const float width = std::max(canvas.Px(ButtonWidth), button->WidthFor(canvas));
-    button->Arrange({x - width, inside.Bottom() - height, width, height}, canvas);
-    x -= width + canvas.Px(ButtonGap);
-  }
+  ArrangeBoxButtons(std::array{m_Accept, m_Cancel}, rect, canvas);
 }
 
 void NameBox::Draw(Canvas& canvas) {
-  const Theme& theme = GetTheme();
-  DrawPopupGround(canvas, Rect, theme.Panel);
-  const cRect inside = Rect.Shrunk(canvas.Px(Inset));
-  const float title = canvas.LineHeight(TextStyle::Title);
-  canvas.Text({inside.X, inside.Y, inside.W, title}, m_Title, theme.TextTitle, TextStyle::Title);
+  const cRect inside = DrawBoxGround(canvas, Rect, m_Title);
   if (m_Expected.empty()) return;
   const float y = m_Name->Rect.Bottom() + canvas.Px(6);
-  canvas.Paragraph({inside.X, y, inside.W, inside.Bottom() - y}, m_Expected, theme.Warning);
+  canvas.Paragraph({inside.X, y, inside.W, inside.Bottom() - y}, m_Expected, GetTheme().Warning);
 }
 
 bool NameBox::OnKey(const InputEvent& event) {

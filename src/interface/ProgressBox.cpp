@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "comms/Str.h"
+#include "interface/BoxParts.h"
 #include "interface/Button.h"
 #include "interface/Language.h"
 #include "interface/WidgetDraw.h"
@@ -13,7 +14,7 @@
 DECLARE_MEMBERS(ProgressBox) {}
 
 // At scale 1.
-static constexpr float Inset = 18, BarHeight = 20, AboveBar = 12, AboveButton = 14, ButtonHeight = 26, ButtonWidth = 80;
+static constexpr float InsideWidth = 344, BarHeight = 20, AboveBar = 12, AboveButton = 14;
 
 ProgressBox::ProgressBox() : m_Cancel(AddChild(new Button("CANCEL"))) {}
 
@@ -23,29 +24,23 @@ std::string ProgressBox::GetText() const {
 }
 
 cRect ProgressBox::PlaceIn(const cRect& screen, Canvas& canvas) {
-  const float width = std::min(canvas.Px(380), screen.W);
-  float height = canvas.Px(2 * Inset) + canvas.LineHeight(TextStyle::Bold) + canvas.Px(AboveBar + BarHeight);
-  if (CanCancel) height += canvas.Px(AboveButton + ButtonHeight);
-  return {std::floor((screen.W - width) / 2), std::floor((screen.H - height) * 0.42f), width, std::ceil(height)};
+  float height = canvas.LineHeight(TextStyle::Bold) + canvas.Px(AboveBar + BarHeight);
+  if (CanCancel) height += canvas.Px(AboveButton + BoxButtonHeight);
+  return PlaceBox(screen, canvas.Px(InsideWidth), height, canvas);
 }
 
 void ProgressBox::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
   m_Cancel->Visible = CanCancel;
   m_Cancel->Enabled = !Cancelled;
-  const cRect inside = rect.Shrunk(canvas.Px(Inset));
-  const float width = std::max(canvas.Px(ButtonWidth), m_Cancel->WidthFor(canvas)), height = canvas.Px(ButtonHeight);
-  m_Cancel->Arrange({inside.Right() - width, inside.Bottom() - height, width, height}, canvas);
+  ArrangeBoxButtons({&m_Cancel, 1}, rect, canvas);
 }
 
 // The percentage stands over the bar, in two colours where the bar ends under it.
 void ProgressBox::Draw(Canvas& canvas) {
   const Theme& theme = GetTheme();
-  DrawPopupGround(canvas, Rect, theme.Panel);
-  const cRect inside = Rect.Shrunk(canvas.Px(Inset));
-  const float line = canvas.LineHeight(TextStyle::Bold);
-  canvas.Text({inside.X, inside.Y, inside.W, line}, ::GetText(Title), theme.TextTitle, TextStyle::Bold);
-  const cRect bar{inside.X, inside.Y + line + canvas.Px(AboveBar), inside.W, canvas.Px(BarHeight)};
+  const cRect inside = DrawBoxGround(canvas, Rect, ::GetText(Title), TextStyle::Bold);
+  const cRect bar{inside.X, inside.Y + canvas.Px(AboveBar), inside.W, canvas.Px(BarHeight)};
   const double part = Maximum > 0 ? std::clamp(Value / Maximum, 0.0, 1.0) : 0;
   DrawField(canvas, bar, false, false);
   canvas.Text(bar, GetText(), theme.Text, TextStyle::Number, TextAlign::Center);

@@ -1,6 +1,8 @@
 #pragma once
 // Slow routes and dumps that tests of volumes share.
-#include <cstring>
+#include <gtest/gtest.h>
+
+#include <array>
 #include <functional>
 #include <map>
 #include <string>
@@ -9,6 +11,7 @@
 
 #include "MC/ApplyField.h"
 #include "MC/VolumeObject.h"
+#include "comms/Progress.h"
 
 namespace volumechecks {
 
@@ -25,6 +28,32 @@ inline SampleDump DumpSamples(const VolumeObject& volume, bool withEmpty = true)
     if (cell.Density) samples.assign(cell.Density, cell.Density + CellSamples);
   });
   return dump;
+}
+
+/// visit(place, value) for all 729 samples of every cell, so those that neighbours repeat come more than once.
+template <class Visit>
+void ForEachSample(const VolumeObject& volume, Visit&& visit) {
+  volume.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
+    for (int i = 0; i < CellSamples; i++)
+      visit(std::array{key.x * 8 + i % 9, key.y * 8 + i / 9 % 9, key.z * 8 + i / 81},
+            cell.Density ? cell.Density[i] : cell.UniformValue);
+  });
+}
+
+/// A sample of either volume that the other one has not, as it is or as an axis mirrors it, in words; empty where there is none.
+/// Of a volume and itself: one that neighbouring cells repeat wrongly, or that its mirror image has not.
+inline std::string FindDifference(const VolumeObject& a, const VolumeObject& b, int mirror = -1) {
+  std::string found;
+  for (const auto& [one, other] : {std::pair{&a, &b}, {&b, &a}}) {
+    VolumeObject::Cursor cursor;
+    ForEachSample(*one, [&, &mirrored = *other](std::array<int, 3> at, uint16_t value) {
+      if (mirror >= 0) at[size_t(mirror)] *= -1;
+      const uint16_t expected = mirrored.SampleVoxel(at[0], at[1], at[2], cursor, false);
+      if (value != expected)
+        found = testing::PrintToString(at) + ": " + std::to_string(value) + ", not " + std::to_string(expected);
+    });
+  }
+  return found;
 }
 
 /// Every byte of every cell that a stroke may change: samples, values, flags but Touched, triangles, ids and colours.
@@ -51,59 +80,36 @@ inline std::map<std::tuple<int, int, int>, std::vector<uint8_t>> DumpCells(const
   return dump;
 }
 
-/// Dense samples of a cube [-Half, Half]^3 and the merge of a field into it, sample by sample, by the rules as they are told.
-class DenseVolume {
- public:
-  explicit DenseVolume(int half) : Half(half), m_Samples(size_t(Side() * Side() * Side()), 0) {}
-  int Side() const { return 2 * Half + 1; }
-  uint16_t& At(int x, int y, int z) { return m_Samples[size_t(((z + Half) * Side() + y + Half) * Side() + x + Half)]; }
-  bool Holds(int x, int y, int z) const { return std::abs(x) <= Half && std::abs(y) <= Half && std::abs(z) <= Half; }
-  template <class Visit>
-  void ForEach(Visit&& visit) {
-    for (int z = -Half; z <= Half; z++)
-      for (int y = -Half; y <= Half; y++)
-        for (int x = -Half; x <= Half; x++) visit(x, y, z, At(x, y, z));
-  }
-  void Apply(const std::function<float(float, float, float)>& field, int mode, bool airbrush) {
-    ForEach([&](int x, int y, int z, uint16_t& v) {
-      float f = field(float(x), float(y), float(z));
-      f = f > 0 ? f < 1 ? f : 1 : 0;
-      const int q = int(f * 65535.0f);
+/// Merges a field into every sample of the cells -5 .. 4 along each axis, by the rules as they are told.
+inline void ApplyPlainly(VolumeObject& volume, const std::function<float(float, float, float)>& field, int mode, bool airbrush) {
+  for (int n = 0; n < 1000; n++) {
+    const CellKey key{n % 10 - 5, n / 10 % 10 - 5, n / 100 - 5};
+    VoxelCell* cell = volume.GetCell(key.x, key.y, key.z, true, false, false);
+    cell->Expand(ExpandAllocate | ExpandFill, false);
+    for (int i = 0; i < CellSamples; i++) {
+      uint16_t& v = cell->Density[i];
+      const float f = field(float(key.x * 8 + i % 9), float(key.y * 8 + i / 9 % 9), float(key.z * 8 + i / 81));
+      const int q = int((f > 0 ? f < 1 ? f : 1 : 0) * 65535.0f);
       if (mode == ApplyAdd)
         v = uint16_t(std::max<int>(v, q));
       else if (airbrush)
         v = uint16_t(std::max(0, v - q));
       else
         v = uint16_t(std::min<int>(v, mode == ApplySubtract ? 65535 - q : q));
-    });
+    }
   }
-  /// First difference to `volume` in words, far planes of its cells included; empty where there is none.
-  std::string Compare(const VolumeObject& volume) {
-    std::string found;
-    const auto report = [&](int x, int y, int z, int is, int expected) {
-      if (found.empty())
-        found = "sample (" + std::to_string(x) + ", " + std::to_string(y) + ", " + std::to_string(z) + ") is " +
-                std::to_string(is) + ", expected " + std::to_string(expected);
-    };
-    VolumeObject::Cursor cursor;
-    ForEach([&](int x, int y, int z, uint16_t v) {
-      const uint16_t is = volume.SampleVoxel(x, y, z, cursor, false);
-      if (is != v) report(x, y, z, is, v);
-    });
-    volume.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
-      for (int i = 0; i < CellSamples; i++) {
-        const int x = key.x * 8 + i % 9, y = key.y * 8 + i / 9 % 9, z = key.z * 8 + i / 81;
-        const uint16_t is = cell.Density ? cell.Density[i] : cell.UniformValue;
-        const uint16_t expected = Holds(x, y, z) ? At(x, y, z) : 0;
-        if (is != expected) report(x, y, z, is, expected);
-      }
-    });
-    return found;
-  }
-  int Half;
+}
 
- private:
-  std::vector<uint16_t> m_Samples;
+/// Cancels what shows its progress while this lives, after some calls.
+struct Canceller : comms::ProgressSink {
+  explicit Canceller(int after) : Left(after) {}
+  ~Canceller() override { comms::SetProgressSink(Old); }
+  bool Show(double value, double maximum, const char*) override {
+    EXPECT_LE(value, maximum);
+    return Left-- > 0;
+  }
+  int Left;
+  comms::ProgressSink* Old = comms::SetProgressSink(this);
 };
 
 }  // namespace volumechecks

@@ -49,26 +49,25 @@ struct Noise {
   uint16_t operator()(int32_t x, int32_t y, int32_t z) const {
     if (x <= Low.x || y <= Low.y || z <= Low.z || x >= High.x || y >= High.y || z >= High.z) return 0;
     const uint32_t h = HashVoxel(x, y, z, Seed);
-    switch (h >> 29) {
-      case 0:
-        return 0;
-      case 1:
-        return 65535;
-      case 2:
-        return uint16_t(32766 + (h & 3));  // next to the surface level, on both sides
-      case 3:
-        return 32768;
-      default:
-        return uint16_t(h);
-    }
+    const uint16_t kinds[] = {0, 65535, uint16_t(32766 + (h & 3)), 32768};  // next to the surface level, on both sides
+    return h >> 29 < 4 ? kinds[h >> 29] : uint16_t(h);
   }
 };
 
 /// A solid sphere about a centre.
 struct Sphere {
-  double X, Y, Z, Radius;
+  double X = 0, Y = 0, Z = 0, Radius = 10;
   uint16_t operator()(int32_t x, int32_t y, int32_t z) const {
     return Ramp(std::sqrt((x - X) * (x - X) + (y - Y) * (y - Y) + (z - Z) * (z - Z)) - Radius);
+  }
+};
+
+/// A volume with its surface: a field in the cells -cells .. cells - 1 along each axis.
+struct FilledVolume : VolumeObject {
+  template <class Field>
+  FilledVolume(int32_t cells, const Field& field) {
+    Fill(*this, {-cells, -cells, -cells}, {cells - 1, cells - 1, cells - 1}, field);
+    RefreshChanges();
   }
 };
 

@@ -1,9 +1,4 @@
 // The boxes in which a person chooses files and keys.
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
-
 #include "WidgetFixture.h"
 #include "interface/FileBrowser.h"
 #include "interface/FileList.h"
@@ -11,19 +6,19 @@
 #include "interface/HotKeyWindow.h"
 #include "interface/MessageBoxWidget.h"
 #include "interface/TextMenu.h"
-
-namespace fs = std::filesystem;
+#include "shell/TestFolder.h"
 
 namespace {
 
 TEST(FilePattern, FitsWholeNamesWhateverTheCase) {
-  EXPECT_TRUE(FitsPattern("Head.OBJ", "*.obj"));
-  EXPECT_TRUE(FitsPattern("a.b.obj", "*.obj"));
-  EXPECT_TRUE(FitsPattern("layer12.png", "layer??.*"));
-  EXPECT_TRUE(FitsPattern("", "*"));
-  EXPECT_FALSE(FitsPattern("head.obj.bak", "*.obj"));
-  EXPECT_FALSE(FitsPattern("obj", "*.obj"));
-  EXPECT_FALSE(FitsPattern("layer1.png", "layer??.png"));
+  for (const auto& [name, pattern, fits] : {std::tuple{"Head.OBJ", "*.obj", true},
+                                            {"a.b.obj", "*.obj", true},
+                                            {"layer12.png", "layer??.*", true},
+                                            {"", "*", true},
+                                            {"head.obj.bak", "*.obj", false},
+                                            {"obj", "*.obj", false},
+                                            {"layer1.png", "layer??.png", false}})
+    EXPECT_EQ(FitsPattern(name, pattern), fits) << name;
 }
 
 TEST(FileOrder, NumbersCountAndFoldersComeFirst) {
@@ -43,22 +38,26 @@ TEST(FileOrder, NumbersCountAndFoldersComeFirst) {
 
 class FileBrowserTest : public WidgetTest {
  protected:
-  FileBrowserTest() : Folder(fs::canonical(fs::temp_directory_path()) / ("files_" + std::to_string(::getpid()))) {
-    fs::create_directories(Folder / "inner");
-    for (const char* name : {"one.obj", "two.obj", "note.txt", ".hidden.obj"}) std::ofstream(Folder / name) << name;
+  FileBrowserTest() : Folder("files") {
+    for (const char* name : {"one.obj", "two.obj", "note.txt", ".hidden.obj", "inner/kept.txt"}) Folder.Write(name, name);
   }
-  ~FileBrowserTest() override { fs::remove_all(Folder); }
   FileBrowser* Open(FileBrowserRequest::Kind what, const char* name = "") {
     FileBrowserRequest request;
     request.What = what;
     request.Title = "OPEN_FILE";
-    request.Folder = Folder.string();
+    request.Folder = Folder.Path();
     request.FileName = name;
     request.Patterns = {"*.obj"};
     Answers.clear();
     return FileBrowser::Open(Widgets, request, [this](const std::string& path) { Answers.push_back(path); });
   }
-  fs::path Folder;
+  void AnswerTheQuestion(int index) {
+    auto* box = dynamic_cast<MessageBoxWidget*>(Widgets.TopModal());
+    ASSERT_TRUE(box);
+    box->Answer(index);
+    DrawAll();
+  }
+  TestFolder Folder;
   std::vector<std::string> Answers;
 };
 
@@ -70,49 +69,46 @@ TEST_F(FileBrowserTest, OpensByKeyboard) {
   EXPECT_TRUE(Answers.empty()) << "nothing is chosen";
   Type("tw");
   Key(KeyEnter);
-  EXPECT_EQ(Answers, std::vector<std::string>{(Folder / "two.obj").string()});
+  EXPECT_EQ(Answers, std::vector<std::string>{Folder.Path("two.obj")});
   EXPECT_FALSE(Widgets.HasModal());
   box = Open(FileBrowserRequest::Kind::Open);
   Key(KeyDown);
   Key(KeyEnter);
-  EXPECT_EQ(box->Folder(), (Folder / "inner").string());
+  EXPECT_EQ(box->Folder(), Folder.Path("inner"));
   Key(KeyBackspace);
-  EXPECT_EQ(box->Folder(), Folder.string());
-  EXPECT_FALSE(box->Enter((Folder / "not there").string()));
-  EXPECT_EQ(box->Folder(), Folder.string());
+  EXPECT_EQ(box->Folder() + "/", Folder.Path());
+  EXPECT_FALSE(box->Enter(Folder.Path("not there")));
+  EXPECT_EQ(box->Folder() + "/", Folder.Path());
   Key(KeyEsc);
   EXPECT_EQ(Answers, std::vector<std::string>{""});
 }
 
 TEST_F(FileBrowserTest, AsksBeforeAFileIsWrittenOver) {
   FileBrowser* box = Open(FileBrowserRequest::Kind::Save, "one");
-  box->Accept();
-  auto* question = dynamic_cast<MessageBoxWidget*>(Widgets.TopModal());
-  ASSERT_TRUE(question) << "the name with its ending is there already";
-  question->Answer(1);
+  box->Accept();  // the name with its ending is there already
+  AnswerTheQuestion(1);
   EXPECT_TRUE(Answers.empty());
   box->Accept();
-  dynamic_cast<MessageBoxWidget*>(Widgets.TopModal())->Answer(0);
-  EXPECT_EQ(Answers, std::vector<std::string>{(Folder / "one.obj").string()});
+  AnswerTheQuestion(0);
+  EXPECT_EQ(Answers, std::vector<std::string>{Folder.Path("one.obj")});
   box = Open(FileBrowserRequest::Kind::Save);
   box->MakeFolder("sub/dir");
-  EXPECT_EQ(box->Folder(), Folder.string());
+  EXPECT_EQ(box->Folder() + "/", Folder.Path());
   box->MakeFolder("fresh");
-  EXPECT_TRUE(fs::is_directory(Folder / "fresh"));
+  EXPECT_EQ(box->Folder(), Folder.Path("fresh"));
   Type("new.obj");
   Key(KeyEnter);
   if (Answers.empty()) Key(KeyEnter);
-  EXPECT_EQ(Answers, std::vector<std::string>{(Folder / "fresh" / "new.obj").string()});
+  EXPECT_EQ(Answers, std::vector<std::string>{Folder.Path("fresh/new.obj")});
 }
 
 TEST_F(FileBrowserTest, AFolderTreeChoosesAddsAndRemoves) {
   FolderRoot root;
   root.RegisterMembers();
-  root.Path = Folder.string();
+  root.Path = Folder.Path();
   root.Patterns = "*.obj";
   auto* tree = Place(new FolderTree(root), {0, 0, 240, 300});
-  Notes notes;
-  notes.Listen(*tree);
+  Notes notes(*tree);
   const auto find = [&](const char* name) -> ObjTreeModel::Node {
     const auto top = tree->Model()->GetChildren(nullptr).at(0);
     for (const auto node : tree->Model()->GetChildren(top))
@@ -124,47 +120,37 @@ TEST_F(FileBrowserTest, AFolderTreeChoosesAddsAndRemoves) {
     if (tree->RowRect(find("inner")).W <= 0) {
       ClickOnRect(tree->RowRect(find("")));
       Key(KeyRight);
-      DrawAll();
     }
     const cRect row = tree->RowRect(find(name));
-    Send(InputKind::ButtonDown, row.X + 60, row.Y + 5, MouseButton::Right);
-    Send(InputKind::ButtonUp, row.X + 60, row.Y + 5, MouseButton::Right);
+    RightClick(row.X + 60, row.Y + 5);
     auto* menu = dynamic_cast<TextMenu*>(Widgets.Layer(LayerMenus).Children[0]);
     for (int i = 0; menu->Item(i); i++)
       if (menu->Item(i)->Text == key) return ClickOn(*menu->Item(i));
     FAIL() << key;
   };
-  const auto answer = [&](int index) {
-    auto* box = dynamic_cast<MessageBoxWidget*>(Widgets.TopModal());
-    ASSERT_TRUE(box);
-    box->Answer(index);
-    DrawAll();
-  };
+  const auto answerPath = [&](const char* name) { dynamic_cast<FileBrowser*>(Widgets.TopModal())->Answer(Folder.Path(name)); };
   EXPECT_EQ(tree->RowRect(find("one.obj")).W, 0) << "folders are folded at first";
-  choose("one.obj", "REMOVE_FILE");
-  EXPECT_EQ(root.Chosen, (Folder / "one.obj").string());
-  answer(1);
-  EXPECT_TRUE(fs::exists(Folder / "one.obj"));
   EXPECT_FALSE(find("note.txt")) << "fits no pattern";
   choose("one.obj", "REMOVE_FILE");
-  answer(0);
-  EXPECT_FALSE(fs::exists(Folder / "one.obj"));
+  EXPECT_EQ(root.Chosen, Folder.Path("one.obj"));
+  AnswerTheQuestion(1);
+  EXPECT_TRUE(Folder.Has("one.obj"));
+  choose("one.obj", "REMOVE_FILE");
+  AnswerTheQuestion(0);
+  EXPECT_FALSE(Folder.Has("one.obj"));
   EXPECT_EQ(root.Chosen, "");
-  std::ofstream(Folder / "inner" / "kept.txt") << "kept";
   choose("inner", "REMOVE_FOLDER");
-  answer(0);
-  answer(0);  // to what could not be done
-  EXPECT_TRUE(fs::exists(Folder / "inner" / "kept.txt"));
+  for (int question = 0; question < 2; question++) AnswerTheQuestion(0);  // the second tells what could not be done
+  EXPECT_TRUE(Folder.Has("inner/kept.txt"));
   choose("inner", "ADD_NEW_FOLDER");
-  EXPECT_EQ(std::distance(fs::directory_iterator(Folder / "inner"), {}), 2);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Folder.Path("inner")), {}), 2);
   choose("inner", "ADD_OBJECT");
-  dynamic_cast<FileBrowser*>(Widgets.TopModal())->Answer((Folder / "two.obj").string());
-  EXPECT_TRUE(fs::exists(Folder / "inner" / "two.obj"));
+  answerPath("two.obj");
+  EXPECT_TRUE(Folder.Has("inner/two.obj"));
   choose("two.obj", "ADD_EX_FILDER");
-  dynamic_cast<FileBrowser*>(Widgets.TopModal())->Answer((Folder / "inner").string());
+  answerPath("inner");
   EXPECT_EQ(tree->Model()->GetChildren(nullptr).size(), 2u);
   EXPECT_EQ(notes.Done, 6) << "two choices and what was done four times";
-  DrawAll();
 }
 
 class HotKeyWindowTest : public WidgetTest {
@@ -188,43 +174,31 @@ class HotKeyWindowTest : public WidgetTest {
 };
 
 TEST_F(HotKeyWindowTest, SearchLooksAtNamesAndKeys) {
-  EXPECT_EQ(Window->Listed().size(), 3u);
-  Window->Search("ctrl do");
-  EXPECT_EQ(Window->Listed(), (std::vector<std::string>{"Undo", "Redo"}));
-  Window->Search("ctrl+y");
-  EXPECT_EQ(Window->Listed(), std::vector<std::string>{"Redo"});
-  Window->Search("nothing like it");
-  EXPECT_TRUE(Window->Listed().empty());
-  DrawAll();
+  const std::pair<const char*, std::vector<std::string>> rows[] = {
+      {"", {"Undo", "Redo", "Frame"}}, {"ctrl do", {"Undo", "Redo"}}, {"ctrl+y", {"Redo"}}, {"nothing like it", {}}};
+  for (const auto& [text, listed] : rows) {
+    Window->Search(text);
+    EXPECT_EQ(Window->Listed(), listed) << text;
+    DrawAll();
+  }
 }
 
 TEST_F(HotKeyWindowTest, TheNextKeyIsTakenAndAConflictAsked) {
-  Window->BeginCapture("Frame");
-  Key(KeyShift, ModShift);
-  EXPECT_EQ(Window->Capturing(), "Frame") << "a modifier alone is no key";
-  Key(70, ModShift);
-  EXPECT_EQ(Window->Capturing(), "");
-  EXPECT_EQ(Keys.KeyText("Frame"), "Shift+F");
-  const auto tryTaken = [&](int answer) {
+  const auto capture = [this](int key, uint8_t modifiers, int answer = -1) {
     Window->BeginCapture("Frame");
-    Key(90, ModControl);
-    auto* box = dynamic_cast<MessageBoxWidget*>(Widgets.TopModal());
-    ASSERT_TRUE(box);
-    box->Answer(answer);
+    Key(key, modifiers);
+    if (auto* box = dynamic_cast<MessageBoxWidget*>(Widgets.TopModal())) box->Answer(answer);
     DrawAll();
+    return Keys.KeyText("Frame") + "|" + Keys.KeyText("Undo");
   };
-  tryTaken(1);
-  EXPECT_EQ(Keys.KeyText("Frame"), "Shift+F");
-  EXPECT_EQ(Keys.KeyText("Undo"), "Ctrl+Z");
-  tryTaken(0);
-  EXPECT_EQ(Keys.KeyText("Frame"), "Ctrl+Z");
-  EXPECT_EQ(Keys.KeyText("Undo"), "");
-  Window->BeginCapture("Frame");
-  Key(KeyEsc);
-  EXPECT_EQ(Keys.KeyText("Frame"), "Ctrl+Z");
-  Window->BeginCapture("Frame");
-  Key(KeyDelete);
-  EXPECT_EQ(Keys.KeyText("Frame"), "");
+  EXPECT_EQ(capture(KeyShift, ModShift), "|Ctrl+Z");
+  EXPECT_EQ(Window->Capturing(), "Frame") << "a modifier alone is no key";
+  EXPECT_EQ(capture('F', ModShift), "Shift+F|Ctrl+Z");
+  EXPECT_EQ(Window->Capturing(), "");
+  EXPECT_EQ(capture('Z', ModControl, 1), "Shift+F|Ctrl+Z");
+  EXPECT_EQ(capture('Z', ModControl, 0), "Ctrl+Z|");
+  EXPECT_EQ(capture(KeyEsc, 0), "Ctrl+Z|");
+  EXPECT_EQ(capture(KeyDelete, 0), "|");
 }
 
 }  // namespace

@@ -1,68 +1,55 @@
 #include "interface/DockPanels.h"
 
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
+#include <gmock/gmock.h>
 
 #include "WidgetFixture.h"
 #include "comms/Log.h"
 #include "interface/DockWidgets.h"
 #include "interface/draw/Theme.h"
-
-namespace fs = std::filesystem;
+#include "shell/TestFolder.h"
 
 namespace {
 
 class DockPanelsTest : public WidgetTest {
  protected:
-  DockPanelsTest() : Docks(Widgets) {
-    Folder = fs::temp_directory_path() / ("docks_" + std::to_string(::getpid()));
-    fs::create_directories(Folder);
-    Widgets.SetSize(1200, 800, 1);
+  DockPanelsTest() : Folder("docks"), Docks(Widgets) {
     for (const auto& [key, side, width] : {std::tuple{"Tools", DockSide::Left, 140.0f},
                                            {"Params", DockSide::Right, 264.0f},
                                            {"Tree", DockSide::Right, 264.0f},
                                            {"Log", DockSide::Bottom, 300.0f}})
       Docks.Add({key, "Settings", [this] { return Made++, new BaseWidget; }, side, width, 200});
     Docks.SetDefault({"Tools", "Params", "Tree"});
-    Arrange(1200, 800);
+    ArrangeDocks(1200, 800);
   }
-  ~DockPanelsTest() override { fs::remove_all(Folder); }
-  void Arrange(float width, float height, float scale = 1) {
-    Widgets.SetSize(int(width), int(height), scale);
+  void ArrangeDocks(float width, float height, float scale = 1) {
+    Resize(int(width), int(height), scale);
     Docks.Arrange({0, 0, width, height}, Screen);
     Widgets.ArrangeIfWanted();
   }
   void Settle() {
     DrawAll();
-    Docks.Arrange({0, 0, 1200, 800}, Screen);
-    Widgets.ArrangeIfWanted();
+    ArrangeDocks(1200, 800);
   }
   DockGroup* Find(const std::string& key) {
-    return FindIn(Widgets.Layer(LayerDocks), key) ?: FindIn(Widgets.Layer(LayerFloating), key);
+    const auto has = [&](const DockGroup& group) { return group.FindTab(key) >= 0; };
+    DockGroup* docked = FindBelow<DockGroup>(Widgets.Layer(LayerDocks), has);
+    return docked ? docked : FindBelow<DockGroup>(Widgets.Layer(LayerFloating), has);
   }
-  static DockGroup* FindIn(BaseWidget& widget, const std::string& key) {
-    if (auto* group = dynamic_cast<DockGroup*>(&widget); group && group->FindTab(key) >= 0) return group;
-    for (BaseWidget* child : widget.Children)
-      if (DockGroup* found = FindIn(*child, key)) return found;
-    return nullptr;
+  bool Restore(const std::string& text) {
+    Folder.Write("layout.xml", text);
+    return Docks.RestoreLayout(Folder.Path("layout.xml"));
   }
-  std::string Write(const std::string& text) {
-    const std::string path = (Folder / "layout.xml").string();
-    std::ofstream(path) << text;
-    return path;
+  /// From the first place over the others, until everything has come to rest.
+  void Carry(std::initializer_list<comms::cVec2> places) {
+    DragAlong(places);
+    Settle();
   }
   void Drag(const DockGroup& group, float x, float y) {
     const cRect header = group.Header->Rect;
-    Press(header.X + 40, header.Y + 10);
-    Move(header.X + 50, header.Y + 30);
-    Move(x, y);
-    Release(x, y);
-    Settle();
+    Carry({{header.X + 40, header.Y + 10}, {header.X + 50, header.Y + 30}, {x, y}});
   }
   int Made = 0;
-  fs::path Folder;
+  TestFolder Folder;
   DockPanels Docks;
 };
 
@@ -74,8 +61,7 @@ TEST_F(DockPanelsTest, OpensClosesAndComesBackWhereItStood) {
   Docks.Close("Params");
   Settle();
   EXPECT_FALSE(Docks.IsOpen("Params"));
-  Docks.Open("Params");
-  Docks.Open("Params");
+  for (const char* key : {"Params", "Params", "nobody knows it"}) Docks.Open(key);
   Settle();
   EXPECT_EQ(Made, 4) << "open is open";
   EXPECT_EQ(Find("Params")->Rect, before);
@@ -86,14 +72,12 @@ TEST_F(DockPanelsTest, OpensClosesAndComesBackWhereItStood) {
   Docks.CloseAll();
   Settle();
   EXPECT_EQ(Docks.SceneRect(), (cRect{0, 0, 1200, 800}));
-  Docks.Open("nobody knows it");
 }
 
 TEST_F(DockPanelsTest, DragsFloatDockAndMakeTabs) {
   Drag(*Find("Tree"), 600, 400);
   EXPECT_TRUE(Find("Tree")->Floating);
-  EXPECT_TRUE(Find("Tree")->Header->GetWindowName().ends_with("_FLOATING"));
-  EXPECT_EQ(Find("Tree")->Header->GetWindowName().size(), 8u + 9u);
+  EXPECT_THAT(Find("Tree")->Header->GetWindowName(), testing::MatchesRegex("[0-9A-F]{8}_FLOATING"));
   const cRect params = Find("Params")->Rect;
   Drag(*Find("Tree"), params.X + params.W / 2, params.Y + params.H / 2);
   ASSERT_EQ(Find("Tree"), Find("Params")) << "the middle of a panel means a tab";
@@ -101,41 +85,29 @@ TEST_F(DockPanelsTest, DragsFloatDockAndMakeTabs) {
   EXPECT_EQ(both->Active, 1);
   const cRect tab = both->Header->TabRect(0, Screen);
   Click(tab.X + 10, tab.Y + 8);
-  EXPECT_EQ(both->Active, 0);
-  EXPECT_TRUE(both->Tabs[0].Content->Visible);
-  EXPECT_FALSE(both->Tabs[1].Content->Visible);
+  EXPECT_TRUE(both->Tabs[0].Content->Visible && !both->Tabs[1].Content->Visible);
   // One tab comes out alone.
-  Press(tab.X + 10, tab.Y + 8);
-  Move(tab.X - 100, tab.Y + 100);
-  Move(5, 795);
-  Release(5, 795);
-  Settle();
+  Carry({{tab.X + 10, tab.Y + 8}, {tab.X - 100, tab.Y + 100}, {5, 795}});
   EXPECT_NE(Find("Tree"), Find("Params"));
-  EXPECT_TRUE(Find("Params")->Space());
+  ASSERT_TRUE(Find("Params")->Space());
   EXPECT_EQ(Find("Params")->Space()->Side, DockSide::Left);
   EXPECT_EQ(Made, 3) << "no panel was made anew on its way";
 }
 
 TEST_F(DockPanelsTest, SplittersSizeWithinTheirNeighbours) {
   DockGroup &params = *Find("Params"), &tree = *Find("Tree");
-  const float y = params.Rect.Bottom() + 2, x = params.Rect.X + 50, sum = params.Rect.H + tree.Rect.H;
-  const float before = params.Rect.H;
-  Press(x, y);
-  Move(x, y + 60);
-  Release(x, y + 60);
-  Settle();
+  const float x = params.Rect.X + 50, sum = params.Rect.H + tree.Rect.H, before = params.Rect.H;
+  const auto split = [&](float distance) {
+    const float y = params.Rect.Bottom() + 2;
+    Carry({{x, y}, {x, y + distance}});
+  };
+  split(60);
   EXPECT_NEAR(params.Rect.H, before + 60, 1);
   EXPECT_EQ(params.Rect.H + tree.Rect.H, sum);
-  Press(x, params.Rect.Bottom() + 2);
-  Move(x, 5000);
-  Release(x, 5000);
-  Settle();
+  split(5000);
   EXPECT_GE(tree.Rect.H, DockLeastHeight - 1);
   const float edge = Docks.SceneRect().Right();
-  Press(edge + 2, 300);
-  Move(edge - 98, 300);
-  Release(edge - 98, 300);
-  Settle();
+  Carry({{edge + 2, 300}, {edge - 98, 300}});
   EXPECT_EQ(Docks.SceneRect().Right(), edge - 100);
   tree.SetCollapsed(true);
   Settle();
@@ -172,15 +144,14 @@ TEST_F(DockPanelsTest, TheSceneKeepsItsShareOfASmallWindow) {
   for (const auto& [width, height, scale] :
        {std::tuple{640.0f, 480.0f, 1.0f}, {640.0f, 480.0f, 2.0f}, {640.0f, 480.0f, 3.0f}, {200.0f, 150.0f, 1.0f}}) {
     Docks.Open("Log");
-    Arrange(width, height, scale);
+    ArrangeDocks(width, height, scale);
     const cRect& scene = Docks.SceneRect();
     EXPECT_GE(scene.W, 0.4f * width) << width << " at " << scale;
     EXPECT_GE(scene.H, 0.4f * height) << width << " at " << scale;
     EXPECT_TRUE(Docks.IsOpen("Params"));
-    DrawAll();
   }
   // A press on a folded dock opens it, and the other one gives way.
-  Arrange(640, 480, 2);
+  ArrangeDocks(640, 480, 2);
   DockSpace *left = Find("Tools")->Space(), *right = Find("Params")->Space();
   DockSpace* folded = left->IsStrip() ? left : right;
   ASSERT_TRUE(folded->IsStrip());
@@ -188,7 +159,7 @@ TEST_F(DockPanelsTest, TheSceneKeepsItsShareOfASmallWindow) {
   Docks.Arrange({0, 0, 640, 480}, Screen);
   EXPECT_FALSE(folded->IsStrip());
   EXPECT_TRUE((folded == left ? right : left)->IsStrip());
-  Arrange(1200, 800);
+  ArrangeDocks(1200, 800);
   EXPECT_FALSE(left->IsStrip() || right->IsStrip()) << "all is back in a large window";
 }
 
@@ -197,7 +168,7 @@ TEST_F(DockPanelsTest, LayoutsComeBackAsTheyWereStored) {
   Docks.Close("Tools");
   Settle();
   const cRect tree = Find("Tree")->Rect, params = Find("Params")->Rect;
-  const std::string path = (Folder / "stored.xml").string();
+  const std::string path = Folder.Path("stored.xml");
   ASSERT_TRUE(Docks.StoreLayout(path));
   Docks.SetDefault({"Log", "Tools"});
   Settle();
@@ -214,32 +185,32 @@ TEST_F(DockPanelsTest, LayoutsComeBackAsTheyWereStored) {
 }
 
 TEST_F(DockPanelsTest, BrokenLayoutsChangeNothing) {
-  const auto rejected = [&](const std::string& text) {
-    comms::LogRecorder log;
-    const bool restored = Docks.RestoreLayout(Write(text));
-    return !restored && !log.Text().empty() && Docks.IsOpen("Tools") && Docks.IsOpen("Params") && Docks.IsOpen("Tree");
+  const auto open = [](const char* tag, const char* kind) { return std::string("<") + tag + "><Kind>" + kind + "</Kind>"; };
+  const auto panel = [&](const char* key) {
+    return open("DockLayoutElement", "Panel") + "<Name>" + key + "</Name></DockLayoutElement>";
   };
-  EXPECT_TRUE(rejected("no xml at all <<"));
-  EXPECT_TRUE(rejected("<OtherThing></OtherThing>"));
-  EXPECT_TRUE(
-      rejected("<DocksLayout><Elements><DockLayoutElement><Kind>Space</Kind><Elements><DockLayoutElement><Kind>Group</Kind>"
-               "<Elements><DockLayoutElement><Kind>Panel</Kind><Name>Unknown</Name></DockLayoutElement></Elements>"
-               "</DockLayoutElement></Elements></DockLayoutElement></Elements></DocksLayout>"));
+  const auto layout = [&](const char* space, const char* group, const std::string& panels) {
+    return "<DocksLayout><Elements>" + open("DockLayoutElement", "Space") + space + "<Elements>" +
+           open("DockLayoutElement", "Group") + group + "<Elements>" + panels +
+           "</Elements></DockLayoutElement></Elements></DockLayoutElement></Elements></DocksLayout>";
+  };
+  for (const std::string& text :
+       {std::string("no xml at all <<"), std::string("<OtherThing></OtherThing>"), layout("", "", panel("Unknown"))}) {
+    comms::LogRecorder log;
+    EXPECT_FALSE(Restore(text)) << text;
+    EXPECT_FALSE(log.Text().empty()) << text;
+    EXPECT_TRUE(Docks.IsOpen("Tools") && Docks.IsOpen("Params") && Docks.IsOpen("Tree")) << text;
+  }
   comms::LogRecorder log;
-  EXPECT_FALSE(Docks.RestoreLayout((Folder / "missing.xml").string()));
+  EXPECT_FALSE(Docks.RestoreLayout(Folder.Path("missing.xml")));
   // What is possible of a half broken one is taken.
-  EXPECT_TRUE(Docks.RestoreLayout(
-      Write("<DocksLayout><Elements><DockLayoutElement><Kind>Space</Kind><Side>Left</Side><Size>nan</Size><Elements>"
-            "<DockLayoutElement><Kind>Group</Kind><Size>-5</Size><Active>99</Active><Elements>"
-            "<DockLayoutElement><Kind>Panel</Kind><Name>Params</Name></DockLayoutElement>"
-            "<DockLayoutElement><Kind>Panel</Kind><Name>Params</Name></DockLayoutElement>"
-            "<DockLayoutElement><Kind>Panel</Kind><Name>Unknown</Name></DockLayoutElement>"
-            "</Elements></DockLayoutElement></Elements></DockLayoutElement></Elements></DocksLayout>")));
+  EXPECT_TRUE(Restore(layout("<Side>Left</Side><Size>nan</Size>", "<Size>-5</Size><Active>99</Active>",
+                             panel("Params") + panel("Params") + panel("Unknown"))));
   Settle();
-  EXPECT_TRUE(Docks.IsOpen("Params"));
+  EXPECT_FALSE(Docks.IsOpen("Tools"));
+  ASSERT_TRUE(Docks.IsOpen("Params"));
   EXPECT_EQ(Find("Params")->Tabs.size(), 1u);
   EXPECT_GT(Find("Params")->Rect.W, 50);
-  EXPECT_FALSE(Docks.IsOpen("Tools"));
 }
 
 }  // namespace

@@ -1,36 +1,20 @@
 #pragma once
 // Input as hands make it.
+#include <string>
 #include <string_view>
 
 #include "shell/core/InputEvent.h"
 
 inline InputEvent PointerEvent(InputKind kind, float x, float y, MouseButton button = MouseButton::None, uint8_t modifiers = 0,
                                uint8_t clicks = 1) {
-  InputEvent event;
-  event.Kind = kind;
-  event.X = x;
-  event.Y = y;
-  event.Button = button;
-  event.Modifiers = modifiers;
-  event.Clicks = clicks;
-  return event;
+  return {.Kind = kind, .Button = button, .Modifiers = modifiers, .Clicks = clicks, .X = x, .Y = y, .Text = {}};
 }
 inline InputEvent WheelEvent(float x, float y, float notches, uint8_t modifiers = 0) {
-  InputEvent event = PointerEvent(InputKind::Wheel, x, y, MouseButton::None, modifiers);
-  event.WheelY = notches;
-  return event;
+  return {.Kind = InputKind::Wheel, .Modifiers = modifiers, .X = x, .Y = y, .WheelY = notches, .Text = {}};
 }
 inline InputEvent KeyEvent(int key, uint8_t modifiers = 0, InputKind kind = InputKind::KeyDown) {
-  InputEvent event;
-  event.Kind = kind;
-  event.Key = key;
-  event.Modifiers = modifiers;
-  return event;
+  return {.Kind = kind, .Modifiers = modifiers, .Key = key, .Text = {}};
 }
 inline InputEvent TextEvent(std::string_view text, double timeSec = 0) {
-  InputEvent event;
-  event.Kind = InputKind::Text;
-  event.Text = text;
-  event.TimeSec = timeSec;
-  return event;
+  return {.Kind = InputKind::Text, .TimeSec = timeSec, .Text = std::string(text)};
 }

@@ -28,69 +28,45 @@ class MenuTest : public WidgetTest {
 
 TEST_F(MenuTest, ArrowsSkipWhatCantBeChosen) {
   TextMenu* menu = Open();
-  Key(KeyDown);
-  EXPECT_EQ(menu->MarkedIndex(), 0);
-  Key(KeyDown);
-  EXPECT_EQ(menu->MarkedIndex(), 3);
-  Key(KeyUp);
-  Key(KeyUp);
-  EXPECT_EQ(menu->MarkedIndex(), 5) << "from the first to the last";
-  Key(KeyHome);
-  Key(KeyEnter);
+  for (const auto& [key, index] : {std::pair{KeyDown, 0}, {KeyDown, 3}, {KeyUp, 0}, {KeyUp, 5}}) {  // from the first to the last
+    Key(key);
+    EXPECT_EQ(menu->MarkedIndex(), index);
+  }
+  Keys({KeyHome, KeyEnter});
   EXPECT_EQ(Chosen, "Alpha");
   EXPECT_FALSE(Widgets.HasPopups());
-  DrawAll();
 }
 
 TEST_F(MenuTest, NestedMenusOpenAndCloseByKey) {
   TextMenu* menu = Open();
-  Key(KeyEnd);
-  for (int i = 0; i < 2; i++) Key(KeyUp);
-  Key(KeyRight);
+  Keys({KeyEnd, KeyUp, KeyUp, KeyRight});
   ASSERT_NE(menu->SubMenu(), nullptr);
   EXPECT_GE(menu->SubMenu()->Rect.X, menu->Rect.Right() - 1);
   Key(KeyLeft);
   EXPECT_EQ(menu->SubMenu(), nullptr);
   EXPECT_TRUE(Widgets.IsPopup(menu));
-  Key(KeyRight);
-  Key(KeyDown);
-  Key(KeyEnter);
+  Keys({KeyRight, KeyDown, KeyEnter});
   EXPECT_EQ(Chosen, "Inner two");
   EXPECT_FALSE(Widgets.HasPopups());
 
-  menu = Open();
-  Key(KeyEnd);
-  for (int i = 0; i < 2; i++) Key(KeyUp);
-  Key(KeyRight);
-  Key(KeyEsc);
+  Open();
+  Keys({KeyEnd, KeyUp, KeyUp, KeyRight, KeyEsc});
   EXPECT_TRUE(Widgets.HasPopups()) << "Esc closes one menu at a time";
   Key(KeyEsc);
   EXPECT_FALSE(Widgets.HasPopups());
-  DrawAll();
 }
 
 TEST_F(MenuTest, TypingFindsItems) {
   TextMenu* menu = Open();
-  Send(TextEvent("d", 1));
-  EXPECT_EQ(menu->MarkedIndex(), 4);
-  Send(TextEvent("i", 1.2));
-  EXPECT_EQ(menu->MarkedIndex(), 5);
-  Send(TextEvent("b", 5));
-  EXPECT_EQ(menu->MarkedIndex(), 5) << "a disabled item is not found";
-  Send(TextEvent("d", 9));
-  Send(TextEvent("d", 9.1));
-  EXPECT_EQ(menu->MarkedIndex(), 5);
-}
-
-TEST_F(MenuTest, APressOutsideClosesAndReachesNobody) {
-  int presses = 0;
-  Widgets.Unhandled = [&](const InputEvent& event) { return event.Kind == InputKind::ButtonDown && ++presses; };
-  Open();
-  Click(700, 500);
-  EXPECT_FALSE(Widgets.HasPopups());
-  EXPECT_EQ(presses, 0);
-  Click(700, 500);
-  EXPECT_EQ(presses, 1);
+  const struct {
+    const char* Letter;
+    double TimeSec;
+    int Marked;
+  } rows[] = {{"d", 1, 4}, {"i", 1.2, 5}, {"b", 5, 5}, {"d", 9, 4}, {"d", 9.1, 5}};  // "Beta" is disabled and not found
+  for (const auto& row : rows) {
+    Send(TextEvent(row.Letter, row.TimeSec));
+    EXPECT_EQ(menu->MarkedIndex(), row.Marked) << row.TimeSec;
+  }
 }
 
 TEST_F(MenuTest, TheMouseChoosesByPressAndByDragging) {
@@ -102,7 +78,6 @@ TEST_F(MenuTest, TheMouseChoosesByPressAndByDragging) {
   EXPECT_TRUE(Widgets.HasPopups()) << "a disabled item does nothing";
   ClickOn(*menu->Item(3));
   ASSERT_NE(menu->SubMenu(), nullptr);
-  Widgets.ArrangeIfWanted();
   ClickOn(*menu->SubMenu()->Item(0));
   EXPECT_EQ(Chosen, "Inner one");
 }
@@ -113,12 +88,8 @@ TEST_F(MenuTest, AMenuStaysOnTheScreen) {
       for (int i = 0; i < 100; i++) list.Add("Item", [] {});
     });
     Widgets.ArrangeIfWanted();
-    EXPECT_GE(menu->Rect.X, 0);
-    EXPECT_GE(menu->Rect.Y, 0);
-    EXPECT_LE(menu->Rect.Right(), 800);
-    EXPECT_LE(menu->Rect.Bottom(), 600);
+    EXPECT_EQ(menu->Rect.Intersection({0, 0, 800, 600}), menu->Rect);
     Key(KeyEnd);
-    Widgets.ArrangeIfWanted();
     EXPECT_LE(menu->Item(99)->Rect.Bottom(), menu->Rect.Bottom() + 1);
     Widgets.ClosePopups();
   }
@@ -132,14 +103,17 @@ TEST_F(MenuTest, TheBarWalksAndAltEntersIt) {
   EXPECT_EQ(bar->OpenIndex(), 0);
   Move(60, 10);
   EXPECT_EQ(bar->OpenIndex(), 1) << "the pointer walks while a menu is open";
-  Key(KeyRight);
-  EXPECT_EQ(bar->OpenIndex(), 2);
-  Key(KeyRight);
-  EXPECT_EQ(bar->OpenIndex(), 0);
-  Key(KeyLeft);
-  EXPECT_EQ(bar->OpenIndex(), 2);
+  for (const auto& [key, index] : {std::pair{KeyRight, 2}, {KeyRight, 0}, {KeyLeft, 2}}) {
+    Key(key);
+    EXPECT_EQ(bar->OpenIndex(), index);
+  }
+  int presses = 0;
+  Widgets.Unhandled = [&](const InputEvent& event) { return event.Kind == InputKind::ButtonDown && ++presses; };
   Click(700, 500);
   EXPECT_EQ(bar->OpenIndex(), -1);
+  EXPECT_EQ(presses, 0) << "what closes a menu reaches nobody";
+  Click(700, 500);
+  EXPECT_EQ(presses, 1);
 
   Key(KeyAlt);
   Click(700, 500);  // Alt was a modifier
@@ -148,13 +122,11 @@ TEST_F(MenuTest, TheBarWalksAndAltEntersIt) {
   Key(KeyAlt);
   KeyReleased(KeyAlt);
   EXPECT_EQ(Widgets.Focused(), bar);
-  Key(KeyRight);
-  Key(KeyDown);
+  Keys({KeyRight, KeyDown});
   EXPECT_EQ(bar->OpenIndex(), 1);
   Key(KeyEnter);
   EXPECT_EQ(Chosen, "Alpha");
   EXPECT_EQ(Widgets.Focused(), nullptr) << "hot keys work again";
-  DrawAll();
 }
 
 TEST_F(MenuTest, ANestedMenuOpensByItselfUnderThePointerAlone) {
@@ -164,8 +136,7 @@ TEST_F(MenuTest, ANestedMenuOpensByItselfUnderThePointerAlone) {
     Widgets.ArrangeIfWanted();
   };
   wait(1);
-  Key(KeyDown);
-  Key(KeyDown);
+  Keys({KeyDown, KeyDown});
   wait(2);
   EXPECT_EQ(menu->SubMenu(), nullptr) << "the keys walk on in this menu";
   Key(KeyHome);
@@ -183,27 +154,21 @@ TEST_F(MenuTest, ANestedMenuOpensByItselfUnderThePointerAlone) {
 
 TEST_F(MenuTest, AComboBoxWritesTheValueOfTheEntry) {
   Enumerator modes;
-  modes.Add("Low", 10);
-  modes.Add("Middle", 20);
-  modes.Add("High", 40);
+  for (const auto& [name, value] : {std::pair{"Low", 10}, {"Middle", 20}, {"High", 40}}) modes.Add(name, value);
   int mode = 20;
   auto* combo = Place(new ComboBox(Bind<_index>(mode, &modes)), {100, 100, 150, 19});
-  Notes notes;
-  notes.Listen(*combo);
+  Notes notes(*combo);
   EXPECT_EQ(combo->GetText(), "Middle");
   ClickOn(*combo);
-  Key(KeyDown);
-  Key(KeyEnter);
+  Keys({KeyDown, KeyEnter});
   EXPECT_EQ(mode, 40);
   EXPECT_EQ(notes.Done, 1);
   mode = 10;  // changed by somebody else
   EXPECT_EQ(combo->GetText(), "Low");
-  ClickOn(*combo);
-  ClickOn(*combo);
+  for (int press = 0; press < 2; press++) ClickOn(*combo);
   EXPECT_FALSE(Widgets.HasPopups()) << "a second press closes the list";
   mode = 33;  // no entry
   EXPECT_EQ(combo->GetText(), "");
-  DrawAll();
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "interface/ObjBrowser.h"
 
 #include <algorithm>
+#include <list>
 
 #include "WidgetFixture.h"
 #include "interface/TextEdit.h"
@@ -12,72 +13,62 @@ class TreeOfNames : public ObjTreeModel {
  public:
   struct Entry {
     std::string Name;
-    Entry* Parent = nullptr;
-    std::vector<Entry*> Below{};
+    Node Parent = nullptr;
     uint8_t Flags = ObjVisible;
   };
   TreeOfNames() {
-    for (const char* name : {"A", "B", "C"}) Add(name, &Root);
-    Add("B1", Root.Below[1]);
-    Add("B2", Root.Below[1]);
+    for (const char* name : {"A", "B", "C"}) All.push_back({name});
+    for (const char* name : {"B1", "B2"}) All.push_back({name, Find("B")});
   }
-  Entry* Add(const char* name, Entry* parent) {
-    All.push_back(std::make_unique<Entry>(Entry{name, parent}));
-    parent->Below.push_back(All.back().get());
-    return All.back().get();
+  std::list<Entry>::iterator At(Node node) {
+    return std::find_if(All.begin(), All.end(), [&](const Entry& entry) { return &entry == node; });
   }
-  Entry* At(Node node) const { return node ? static_cast<Entry*>(const_cast<void*>(node)) : const_cast<Entry*>(&Root); }
+  static const Entry& Get(Node node) { return *static_cast<const Entry*>(node); }
   Node Find(std::string_view name) const {
-    for (const auto& entry : All)
-      if (entry->Name == name) return entry.get();
-    return nullptr;
+    const auto at = std::find_if(All.begin(), All.end(), [&](const Entry& entry) { return entry.Name == name; });
+    return at == All.end() ? nullptr : &*at;
   }
   /// "A B(B1 B2) C"
-  std::string Print(const Entry* entry = nullptr) const {
+  std::string Print(Node parent = nullptr) const {
     std::string text;
-    for (const Entry* child : (entry ? entry : &Root)->Below)
-      text += (text.empty() ? "" : " ") + child->Name + (child->Below.empty() ? "" : "(" + Print(child) + ")");
+    for (const Node child : GetChildren(parent)) {
+      const std::string below = Print(child);
+      text += (text.empty() ? "" : " ") + Get(child).Name + (below.empty() ? "" : "(" + below + ")");
+    }
     return text;
   }
   std::vector<Node> GetChildren(Node parent) const override {
-    const Entry* entry = At(parent);
-    return {entry->Below.begin(), entry->Below.end()};
+    std::vector<Node> children;
+    for (const Entry& entry : All)
+      if (entry.Parent == parent) children.push_back(&entry);
+    return children;
   }
-  std::string GetName(Node node) const override { return At(node)->Name; }
+  std::string GetName(Node node) const override { return Get(node).Name; }
   bool IsSelected(Node node) const override { return std::find(Selected.begin(), Selected.end(), node) != Selected.end(); }
   void Select(Node node, bool extend) override {
     if (!extend) Selected.clear();
     Selected.push_back(node);
   }
   uint8_t GetOfferedFlags() const override { return ObjVisible | ObjLocked; }
-  uint8_t GetFlags(Node node) const override { return At(node)->Flags; }
+  uint8_t GetFlags(Node node) const override { return Get(node).Flags; }
   void SetFlag(Node node, ObjFlags flag, bool on) override {
-    if (on)
-      At(node)->Flags |= flag;
-    else
-      At(node)->Flags &= uint8_t(~flag);
+    At(node)->Flags = uint8_t(on ? Get(node).Flags | flag : Get(node).Flags & ~flag);
   }
   bool CanRename(Node) const override { return true; }
-  bool Rename(Node node, const std::string& name, std::string& expected) override {
-    if (name.empty()) return expected = "a name", false;
-    At(node)->Name = name;
-    return true;
-  }
+  bool Rename(Node node, const std::string& name, std::string&) override { return At(node)->Name = name, true; }
   bool CanDrag(Node) const override { return true; }
-  bool CanMoveTo(Node, Node parent) const override { return !parent || At(parent)->Name[0] == 'B'; }
+  bool CanMoveTo(Node, Node parent) const override { return !parent || Get(parent).Name[0] == 'B'; }
   void Move(Node node, Node parent, int index) override {
-    Entry *moved = At(node), *from = moved->Parent, *to = At(parent);
-    const auto at = std::find(from->Below.begin(), from->Below.end(), moved);
-    if (from == to && at - from->Below.begin() < index) index--;
-    from->Below.erase(at);
-    to->Below.insert(to->Below.begin() + index, moved);
-    moved->Parent = to;
+    const std::vector<Node> children = GetChildren(parent);
+    const Node before = size_t(index) < children.size() ? children[size_t(index)] : nullptr;
+    if (before == node) return;
+    At(node)->Parent = parent;
+    All.splice(At(before), All, At(node));
   }
   bool CanRemove(Node) const override { return true; }
-  void Remove(Node node) override { std::erase(At(node)->Parent->Below, At(node)); }
+  void Remove(Node node) override { All.erase(At(node)); }
 
-  Entry Root;
-  std::vector<std::unique_ptr<Entry>> All;
+  std::list<Entry> All;
   std::vector<Node> Selected;
 };
 
@@ -85,34 +76,33 @@ class ObjBrowserTest : public WidgetTest {
  protected:
   ObjBrowserTest() : Tree(std::make_shared<TreeOfNames>()) { Browser = Place(new ObjBrowser(Tree), {100, 100, 240, 300}); }
   cRect Row(std::string_view name) { return Browser->RowRect(Tree->Find(name)); }
+  void ClickRow(std::string_view name, uint8_t modifiers = 0, uint8_t clicks = 1) {
+    Click(Row(name).X + 120, Row(name).Y + 5, modifiers, clicks);
+  }
   /// Presses on a row, carries it to a part of the height of another one and lets go.
   void Drag(std::string_view from, std::string_view to, float part) {
     const cRect source = Row(from), target = Row(to);
-    Press(source.X + 120, source.Y + 5);
-    Move(source.X + 120, source.Y + 15);
-    Move(target.X + 120, target.Y + target.H * part);
-    Move(target.X + 121, target.Y + target.H * part);
-    DrawAll();
-    Release(target.X + 121, target.Y + target.H * part);
-    DrawAll();
+    const float x = source.X + 120, y = target.Y + target.H * part;
+    DragAlong({{x, source.Y + 5}, {x, source.Y + 15}, {x, y}, {x + 1, y}});
   }
   std::shared_ptr<TreeOfNames> Tree;
   ObjBrowser* Browser;
 };
 
 TEST_F(ObjBrowserTest, DragsReorderAndEnter) {
-  Drag("C", "A", 0.1f);
-  EXPECT_EQ(Tree->Print(), "C A B(B1 B2)");
-  Drag("C", "A", 0.9f);
-  EXPECT_EQ(Tree->Print(), "A C B(B1 B2)");
-  Drag("A", "B", 0.5f);
-  EXPECT_EQ(Tree->Print(), "C B(B1 B2 A)");
-  Drag("B1", "A", 0.9f);
-  EXPECT_EQ(Tree->Print(), "C B(B2 A B1)");
-  Drag("A", "C", 0.5f);
-  EXPECT_EQ(Tree->Print(), "C A B(B2 B1)") << "C takes nothing in: the place behind it";
-  Drag("B", "B2", 0.5f);
-  EXPECT_EQ(Tree->Print(), "C A B(B2 B1)") << "nothing goes into itself";
+  const struct {
+    const char *From, *To;
+    float Part;
+    const char* Tree;
+  } rows[] = {
+      {"C", "A", 0.1f, "C A B(B1 B2)"},  {"C", "A", 0.9f, "A C B(B1 B2)"}, {"A", "B", 0.5f, "C B(B1 B2 A)"},
+      {"B1", "A", 0.9f, "C B(B2 A B1)"}, {"A", "C", 0.5f, "C A B(B2 B1)"},  // C takes nothing in: the place behind it
+      {"B", "B2", 0.5f, "C A B(B2 B1)"},                                    // nothing goes into itself
+  };
+  for (const auto& row : rows) {
+    Drag(row.From, row.To, row.Part);
+    EXPECT_EQ(Tree->Print(), row.Tree);
+  }
   Press(Row("C").X + 120, Row("C").Y + 5);
   Move(Row("C").X + 120, Row("C").Y + 40);
   Key(KeyEsc);
@@ -121,19 +111,18 @@ TEST_F(ObjBrowserTest, DragsReorderAndEnter) {
 }
 
 TEST_F(ObjBrowserTest, SelectsFoldsAndSetsFlags) {
-  Notes notes;
-  notes.Listen(*Browser);
-  Click(Row("A").X + 120, Row("A").Y + 5);
-  Click(Row("C").X + 120, Row("C").Y + 5, ModControl);
+  Notes notes(*Browser);
+  ClickRow("A");
+  ClickRow("C", ModControl);
   EXPECT_EQ(Tree->Selected.size(), 2u);
   EXPECT_EQ(notes.Clicks, 2);
   const cRect eye = Browser->FlagRect(Tree->Find("B"), ObjVisible);
   Click(eye.X + 5, eye.Y + 5);
-  EXPECT_EQ(Tree->At(Tree->Find("B"))->Flags, 0);
+  EXPECT_EQ(Tree->GetFlags(Tree->Find("B")), 0);
   EXPECT_EQ(Tree->Selected.size(), 2u) << "an icon selects nothing";
   EXPECT_EQ(notes.Changes, 1);
   EXPECT_EQ(Browser->FlagRect(Tree->Find("B"), ObjGhost), cRect{}) << "is not offered";
-  Click(Row("B").X + 120, Row("B").Y + 5);
+  ClickRow("B");
   Key(KeyLeft);
   EXPECT_EQ(Row("B1"), cRect{});
   Key(KeyDown);
@@ -143,18 +132,13 @@ TEST_F(ObjBrowserTest, SelectsFoldsAndSetsFlags) {
 }
 
 TEST_F(ObjBrowserTest, ADoubleClickRenames) {
-  const auto rename = [&](const char* text, int key) {
-    Click(Row("A").X + 120, Row("A").Y + 5, 0, 2);
+  for (const auto& [key, name] : {std::pair{KeyEsc, "A"}, {KeyEnter, "Arm"}}) {
+    ClickRow("A", 0, 2);
     ASSERT_TRUE(dynamic_cast<TextEdit*>(Widgets.Focused()));
-    Key(65, ModControl);
-    Type(text);
+    TypeAnew("Arm");
     Key(key);
-    DrawAll();
-  };
-  rename("Arm", KeyEsc);
-  EXPECT_EQ(Tree->Print(), "A B(B1 B2) C");
-  rename("Arm", KeyEnter);
-  EXPECT_EQ(Tree->Print(), "Arm B(B1 B2) C");
+    EXPECT_EQ(Tree->Print(), name + std::string(" B(B1 B2) C"));
+  }
   Browser->BeginRename(Tree->Find("C"));
   Tree->Remove(Tree->Find("C"));
   Widgets.RequestArrange();

@@ -1,25 +1,18 @@
 #include "interface/PageLayouts.h"
 
-#include <unistd.h>
-
-#include <filesystem>
-
 #include "WidgetFixture.h"
 #include "comms/Log.h"
 #include "interface/DockPanels.h"
+#include "shell/TestFolder.h"
 #include "shell/core/DataPath.h"
 #include "shell/core/Pages.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
 class PageLayoutsTest : public WidgetTest {
  protected:
-  PageLayoutsTest()
-      : Folder(fs::temp_directory_path() / ("layouts_" + std::to_string(::getpid()))), Docks(Widgets), PathBefore(GetDataPath()) {
-    fs::create_directories(Folder);
-    SetDataPath(Folder.string() + "/", Folder.string() + "/");
+  PageLayoutsTest() : Folder("layouts"), Docks(Widgets), PathBefore(GetDataPath()) {
+    SetDataPath(Folder.Path(), Folder.Path());
     for (const char* key : {"Tools", "Params"}) Docks.Add({key, "", [] { return new BaseWidget; }, DockSide::Left, 200, 200});
     PageHooks hooks;
     hooks.StoreLayout = [this](const std::string& path) { return Docks.StoreLayout(path); };
@@ -32,28 +25,18 @@ class PageLayoutsTest : public WidgetTest {
     InitPages({});
     CurrentPage = 0;
     SetDataPath(PathBefore, "");
-    fs::remove_all(Folder);
   }
-  fs::path Folder;
+  TestFolder Folder;
   DockPanels Docks;
   std::string PathBefore;
 };
 
-TEST_F(PageLayoutsTest, APageIsStoredRestoredAndReset) {
-  Docks.Open("Params");
-  ASSERT_TRUE(StoreThisPageLayout(Docks, "mine"));
-  ResetThisPageToDefault();
-  EXPECT_TRUE(Docks.IsOpen("Tools"));
-  EXPECT_FALSE(Docks.IsOpen("Params"));
-  EXPECT_TRUE(RestoreThisPageLayout(Docks, "mine"));
-  EXPECT_TRUE(Docks.IsOpen("Params"));
-
+TEST_F(PageLayoutsTest, ANameThatIsTakenMissingOrNoneIsRefused) {
+  for (const char* name : {"mine", "alpha"}) ASSERT_TRUE(StoreThisPageLayout(Docks, name));
   comms::LogRecorder log;
   const auto list = [] { return ListPageLayouts(LayoutKind::OnePage); };
-  ASSERT_TRUE(StoreThisPageLayout(Docks, "alpha"));
   EXPECT_EQ(list(), (std::vector<std::string>{"alpha", "mine"}));
-  EXPECT_FALSE(RenamePageLayout(LayoutKind::OnePage, "alpha", "mine")) << "another one has the name";
-  EXPECT_FALSE(RenamePageLayout(LayoutKind::OnePage, "alpha", "../alpha"));
+  for (const char* name : {"mine", "../alpha"}) EXPECT_FALSE(RenamePageLayout(LayoutKind::OnePage, "alpha", name));
   EXPECT_TRUE(RenamePageLayout(LayoutKind::OnePage, "alpha", "zeta"));
   EXPECT_TRUE(DeletePageLayout(LayoutKind::OnePage, "mine"));
   EXPECT_FALSE(DeletePageLayout(LayoutKind::OnePage, "mine"));
@@ -64,13 +47,13 @@ TEST_F(PageLayoutsTest, APageIsStoredRestoredAndReset) {
 
 TEST_F(PageLayoutsTest, AllPagesAreStoredAsTheyAreNow) {
   const std::string kept = "kept";
-  const fs::path folder = Folder / "UserData/Layouts/kept";
+  const std::string folder = "UserData/Layouts/kept/";
   Docks.Open("Params");
   SwitchPage(1);
   Docks.CloseAll();
   ASSERT_TRUE(StoreAllPagesLayout(kept));
-  EXPECT_TRUE(fs::exists(folder / (GetPageNames()[0] + ".OnePageLayout")));
-  EXPECT_FALSE(fs::exists(folder / (GetPageNames()[2] + ".OnePageLayout"))) << "was never shown";
+  EXPECT_TRUE(Folder.Has(folder + GetPageNames()[0] + ".OnePageLayout"));
+  EXPECT_FALSE(Folder.Has(folder + GetPageNames()[2] + ".OnePageLayout")) << "was never shown";
   ResetAllPagesToDefault();
   EXPECT_TRUE(Docks.IsOpen("Tools"));
   SwitchPage(0);
@@ -84,7 +67,7 @@ TEST_F(PageLayoutsTest, AllPagesAreStoredAsTheyAreNow) {
   EXPECT_FALSE(log.Text().empty());
   EXPECT_EQ(ListPageLayouts(LayoutKind::AllPages), std::vector<std::string>{"kept"});
   EXPECT_TRUE(DeletePageLayout(LayoutKind::AllPages, "kept"));
-  EXPECT_FALSE(fs::exists(folder));
+  EXPECT_FALSE(Folder.Has(folder));
 }
 
 }  // namespace

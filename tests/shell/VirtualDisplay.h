@@ -1,5 +1,5 @@
 #pragma once
-// A display of the tests' own: Xvfb, started and ended here.
+// Servers of the tests' own, started and ended here: a display above all.
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -7,12 +7,15 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <optional>
 #include <string>
+#include <vector>
 
-/// A display of its own for as long as it lives, and the environment that leads to it.
-class VirtualDisplay {
+/// A server for as long as it lives, that writes to its file 3 where it is reached.
+class TestServer {
  public:
-  explicit VirtualDisplay(const char* screen = "1600x1000x24") {
+  explicit TestServer(std::vector<const char*> words) {
+    words.push_back(nullptr);
     int ends[2];
     if (pipe(ends) != 0) return;
     m_Process = fork();
@@ -22,49 +25,59 @@ class VirtualDisplay {
       const int nowhere = open("/dev/null", O_RDWR);
       for (const int stream : {0, 1, 2}) dup2(nowhere, stream);
       dup2(ends[1], 3);
-      // The server picks a free number and writes it.
-      execlp("Xvfb", "Xvfb", "-displayfd", "3", "-screen", "0", screen, "-nolisten", "tcp", nullptr);
+      execvp(words[0], const_cast<char* const*>(words.data()));
       _exit(127);
     }
     close(ends[1]);
-    std::string text;
-    for (char c; read(ends[0], &c, 1) == 1 && c != '\n';) text += c;
+    for (char c; read(ends[0], &c, 1) == 1 && c != '\n';) Address += c;
     close(ends[0]);
-    if (text.empty()) return;
-    m_Number = std::atoi(text.c_str());
-    SetVariable(m_Before[0], ":" + std::to_string(m_Number));
-    SetVariable(m_Before[1], "x11");
   }
-  ~VirtualDisplay() {
+  ~TestServer() {
     if (m_Process <= 0) return;
     kill(m_Process, SIGTERM);
     waitpid(m_Process, nullptr, 0);
-    // The next test may want no display.
-    if (m_Number < 0) return;
-    for (const Variable& variable : m_Before)
-      if (variable.WasSet)
-        setenv(variable.Name, variable.Value.c_str(), 1);
-      else
-        unsetenv(variable.Name);
   }
-  VirtualDisplay(const VirtualDisplay&) = delete;
-  VirtualDisplay& operator=(const VirtualDisplay&) = delete;
-  bool IsThere() const { return m_Number >= 0; }
+  TestServer(const TestServer&) = delete;
+  TestServer& operator=(const TestServer&) = delete;
+
+  std::string Address;  ///< empty where it did not start
 
  private:
-  struct Variable {
-    const char* Name;
-    bool WasSet = false;
-    std::string Value{};
-  };
-  static void SetVariable(Variable& variable, const std::string& value) {
-    if (const char* before = std::getenv(variable.Name)) variable = {variable.Name, true, before};
-    setenv(variable.Name, value.c_str(), 1);
-  }
-
-  Variable m_Before[2] = {{"DISPLAY"}, {"SDL_VIDEODRIVER"}};
   pid_t m_Process = -1;
-  int m_Number = -1;
+};
+
+/// A variable of the environment for as long as it lives; then it is what it was.
+class TestVariable {
+ public:
+  TestVariable(const char* name, const std::string& value) : m_Name(name) {
+    if (const char* before = std::getenv(name)) m_Before = before;
+    setenv(name, value.c_str(), 1);
+  }
+  ~TestVariable() {
+    if (m_Before)
+      setenv(m_Name, m_Before->c_str(), 1);
+    else
+      unsetenv(m_Name);
+  }
+  TestVariable(const TestVariable&) = delete;
+  TestVariable& operator=(const TestVariable&) = delete;
+
+ private:
+  const char* m_Name;
+  std::optional<std::string> m_Before;
+};
+
+/// A display and the environment that leads to it.
+class VirtualDisplay {
+ public:
+  // The server picks a free number and writes it.
+  explicit VirtualDisplay(const char* screen = "1600x1000x24")
+      : m_Server({"Xvfb", "-displayfd", "3", "-screen", "0", screen, "-nolisten", "tcp"}) {}
+  bool IsThere() const { return !m_Server.Address.empty(); }
+
+ private:
+  TestServer m_Server;
+  TestVariable m_Display{"DISPLAY", ":" + m_Server.Address}, m_Driver{"SDL_VIDEODRIVER", "x11"};
 };
 
 inline bool HasProgram(const std::string& name) { return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0; }

@@ -1,22 +1,17 @@
 // Icons, colours and the gathering of shapes, without a device.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <numeric>
+#include <sstream>
 
 #include "comms/Log.h"
-#include "comms/cRenderNull.h"
-#include "interface/draw/Batch.h"
-#include "interface/draw/Gallery.h"
 #include "interface/draw/Icons.h"
+#include "interface/draw/TestPage.h"
 #include "interface/draw/Theme.h"
+#include "shell/TestFolder.h"
 
-namespace fs = std::filesystem;
 using namespace comms;
 using testing::HasSubstr;
 
@@ -26,12 +21,21 @@ static size_t CountPlaces(const std::string& text, const std::string& part) {
   return count;
 }
 
+// Names of all icons that the interface uses.
+static const char* const UsedIcons =
+    "Visible Hidden Ghost VoxSurf Surface OpenState ClosedState Locked Unlocked DependsOnPressure Pressure ArrowRight ArrowDown "
+    "ArrowLeft ArrowUp Close Plus Minus Delete Search Folder File Save Open Undo Redo Settings Sun Moon Pen Sphere Brush Carve "
+    "Smooth Add Subtract Airbrush Symmetry Layers Material Camera Grid Perspective Orthographic Frame Rotate Pan Zoom Voxels "
+    "Paint Retopo Sculpt Render Check Menu Dots Pin Float Warning Info Reset Copy Paste Color Curve Tablet Keyboard Window "
+    "Segment Stamp Wireframe";
+
 // --- icons ---------------------------------------------------------------------------------------------------------------------
 
 TEST(Icons, AllAreDrawnInsideTheirBoxAtEverySize) {
   LogRecorder log;
   draw::Icons icons(JoinPath(MORVANE_DATA_DIR, "Icons/Icons.txt"));
-  for (size_t i = 0; i < NumIconNames; i++) EXPECT_TRUE(icons.Has(IconNames[i])) << IconNames[i];
+  std::istringstream used(UsedIcons);
+  for (std::string name; used >> name;) EXPECT_TRUE(icons.Has(name)) << name;
   for (const auto& [name, drawing] : icons.All())
     for (int side = 11; side <= 64; side++) {
       const int fitted = draw::Icons::FitSide(side);
@@ -64,34 +68,19 @@ TEST(Icons, UprightAndLevelLinesAreCrisp) {
 }
 
 TEST(Icons, BrokenFilesAreToldWithTheirPlaceAndCostOneIcon) {
-  const fs::path file = fs::path(testing::TempDir()) / ("icons" + std::to_string(getpid()) + ".txt");
-  std::ofstream(file) << "  M 1 1 L 2 2\nGood # of all\n  M 3 3 L 20 20\n\nBad\n  M 3 3 L 4\nWorse\n\tL 3 3\nEmpty\n";
+  const TestFolder folder("icons");
+  folder.Write("Icons.txt", "  M 1 1 L 2 2\nGood # of all\n  M 3 3 L 20 20\n\nBad\n  M 3 3 L 4\nWorse\n\tL 3 3\nEmpty\n");
   LogRecorder log;
-  draw::Icons icons(file.string());
-  fs::remove(file);
-  EXPECT_THAT(log.Text(), HasSubstr("line 1, an indented line before the first name"));
-  EXPECT_THAT(log.Text(), HasSubstr("line 6, column"));
-  EXPECT_THAT(log.Text(), HasSubstr("line 8, column"));
+  draw::Icons icons(folder.Path("Icons.txt"));
+  for (const char* said : {"line 1, an indented line before the first name", "line 6, column", "line 8, column"})
+    EXPECT_THAT(log.Text(), HasSubstr(said));
   EXPECT_TRUE(icons.Has("Good"));
   for (const char* name : {"Bad", "Worse", "Empty", "Never"}) {
     EXPECT_FALSE(icons.Has(name));
-    for (int again = 0; again < 3; again++) {
-      const draw::Mask mask = icons.Rasterize(name, 15);
-      EXPECT_GT(*std::max_element(mask.Coverage.begin(), mask.Coverage.end()), 200);
-    }
+    for (int again = 0; again < 2; again++)
+      EXPECT_THAT(icons.Rasterize(name, 15).Coverage, testing::Contains(testing::Gt(200))) << "an outline";
     EXPECT_EQ(CountPlaces(log.Text(), cStr("icon \"") + name + "\""), 1u) << "said once";
   }
-}
-
-TEST(Icons, AMissingFileIsSaidOnce) {
-  LogRecorder log;
-  cRenderNull device;
-  Canvas canvas(device, "/nowhere");
-  canvas.Begin(100, 100, 1);
-  canvas.Icon("Visible", {0, 0, 16, 16}, 0xFFFFFFFF);
-  canvas.End();
-  EXPECT_EQ(CountPlaces(log.Text(), "Icons.txt"), 1u);
-  EXPECT_EQ(canvas.DrawCalls(), 1);
 }
 
 TEST(Icons, PathsThatAreNoneAreRefusedWhole) {
@@ -140,23 +129,23 @@ TEST(Colours, TextIsReadableOnEveryGroundInBothThemes) {
   for (const ThemeKind kind : {ThemeKind::Dark, ThemeKind::Light}) {
     SetTheme(kind);
     const Theme& t = GetTheme();
-    ASSERT_EQ(t.Kind, kind);
-    const uint32_t plain[] = {t.Window, t.Panel,   t.PanelHeader, t.Field,     t.FieldHot,
-                              t.Menu,   t.MenuHot, t.Button,      t.ButtonHot, t.ButtonDown};
-    for (const uint32_t ground : plain) {
-      for (const uint32_t text : {t.Text, t.TextTitle, t.TextDim})
-        EXPECT_GE(ContrastRatio(text, ground), 4.5f) << int(kind) << std::hex << " " << text << " " << ground;
-    }
-    // Nothing that is disabled lies under the pointer or on a whole button.
-    for (const uint32_t ground : {t.Window, t.Panel, t.PanelHeader, t.Field, t.Menu, MixColor(t.Button, t.Panel, 0.6f)})
-      EXPECT_GE(ContrastRatio(t.TextDisabled, ground), 4.5f) << int(kind) << std::hex << " " << ground;
-    EXPECT_GE(ContrastRatio(t.Text, MixColor(t.Field, t.Accent, 0.62f)), 4.5f) << "a slider's number over its bar";
-    for (const uint32_t ground : {t.Window, t.Panel, t.PanelHeader, t.Field, t.FieldHot, t.Menu, t.Button})
-      for (const uint32_t text : {t.Danger, t.Warning, t.Good})
-        EXPECT_GE(ContrastRatio(text, ground), 4.5f) << int(kind) << std::hex << " " << text << " " << ground;
-    for (const uint32_t ground : {t.Accent, t.AccentHot})
-      EXPECT_GE(ContrastRatio(t.AccentText, ground), 4.5f) << int(kind) << std::hex << ground;
-    for (const uint32_t ground : {t.Panel, t.Field}) EXPECT_GE(ContrastRatio(t.FieldFocus, ground), 3.0f) << int(kind);
+    const struct {
+      cList<uint32_t> Texts, Grounds;
+      float Least = 4.5f;
+    } rows[] = {
+        {{t.Text, t.TextTitle, t.TextDim},
+         {t.Window, t.Panel, t.PanelHeader, t.Field, t.FieldHot, t.Menu, t.MenuHot, t.Button, t.ButtonHot, t.ButtonDown}},
+        // Nothing that is disabled lies under the pointer or on a whole button.
+        {{t.TextDisabled}, {t.Window, t.Panel, t.PanelHeader, t.Field, t.Menu, MixColor(t.Button, t.Panel, 0.6f)}},
+        {{t.Text}, {MixColor(t.Field, t.Accent, 0.62f)}},  // a slider's number over its bar
+        {{t.Danger, t.Warning, t.Good}, {t.Window, t.Panel, t.PanelHeader, t.Field, t.FieldHot, t.Menu, t.Button}},
+        {{t.AccentText}, {t.Accent, t.AccentHot}},
+        {{t.FieldFocus}, {t.Panel, t.Field}, 3},
+    };
+    for (const auto& row : rows)
+      for (const uint32_t text : row.Texts)
+        for (const uint32_t ground : row.Grounds)
+          EXPECT_GE(ContrastRatio(text, ground), row.Least) << int(kind) << std::hex << " " << text << " " << ground;
   }
   SetTheme(ThemeKind::Dark);
 }
@@ -166,74 +155,65 @@ TEST(Colours, TextIsReadableOnEveryGroundInBothThemes) {
 TEST(Shapes, APageIsAHandfulOfDrawCalls) {
   cRenderNull device;
   Canvas canvas(device, MORVANE_DATA_DIR);
-  for (int frame = 0; frame < 2; frame++) {
-    canvas.Begin(800, 690, 1);
-    DrawGallery(canvas, 5);
+  const auto countCalls = [&](auto&& draw) {
+    canvas.Begin(400, 300, 1);
+    draw();
     canvas.End();
-    EXPECT_LE(canvas.DrawCalls(), 2);
-  }
-  canvas.Begin(800, 690, 1);
-  for (int i = 0; i < 10; i++) canvas.Image({float(i), 0, 10, 10}, i % 2);
-  canvas.Image({0, 0, 10, 10}, -1);
-  canvas.End();
-  EXPECT_EQ(canvas.DrawCalls(), 10) << "one a change of texture";
-  canvas.Begin(800, 690, 1);
-  canvas.End();
-  EXPECT_EQ(canvas.DrawCalls(), 0);
+    return canvas.DrawCalls();
+  };
+  EXPECT_LE(countCalls([&] { DrawTestPage(canvas); }), 2);
+  EXPECT_EQ(countCalls([&] {
+              for (int i = -1; i < 10; i++) canvas.Image({float(i), 0, 10, 10}, i < 0 ? i : i % 2);
+            }),
+            10)
+      << "one a change of texture, and -1 is none";
+  EXPECT_EQ(countCalls([] {}), 0);
 }
 
 TEST(Shapes, NothingReachesPastTheClips) {
   cRenderNull device;
   Canvas canvas(device, MORVANE_DATA_DIR);
-  canvas.Begin(800, 690, 1);
+  canvas.Begin(400, 300, 1);
   canvas.PushClip({100, 100, 200, 150});
   canvas.PushClip({50.4f, 120.6f, 100, 300});
   EXPECT_EQ(canvas.Clip(), (cRect{100, 121, 50, 129}));
-  DrawGallery(canvas, 5);
+  DrawTestPage(canvas);
   canvas.PopClip();
   EXPECT_EQ(canvas.Clip(), (cRect{100, 100, 200, 150}));
-  canvas.PopClip();
-  canvas.PopClip();  // one too many
+  for (int pop = 0; pop < 2; pop++) canvas.PopClip();  // one too many
   EXPECT_EQ(canvas.Clip(), canvas.Screen());
   canvas.PushClip({10, 10, 0, 50});
-  DrawGallery(canvas, 5);
+  DrawTestPage(canvas);
   canvas.End();
-  size_t count = 0;
-  for (const cRenderNull::Buffer& buffer : device.Buffers) {
-    if (buffer.Kind != BufferKind::Vertex) continue;
-    for (size_t at = 0; at < buffer.Data.size(); at += sizeof(draw::Vertex), count++) {
-      draw::Vertex v;
-      std::memcpy(&v, buffer.Data.data() + at, sizeof v);
-      ASSERT_TRUE(v.X >= 100 && v.X <= 150 && v.Y >= 121 && v.Y <= 250) << v.X << " " << v.Y;
-    }
-  }
-  EXPECT_GT(count, 100u);
+  EXPECT_EQ(VertexBounds(device), (cRect{100, 121, 50, 129}));
 }
 
+// Without icons and shaders, too: that is said once.
 TEST(Shapes, OddNumbersDrawNothingAndHarmNothing) {
+  LogRecorder log;
   cRenderNull device;
   {
-    Canvas canvas(device, MORVANE_DATA_DIR);
-    canvas.Begin(-5, 0, NAN);
-    EXPECT_EQ(canvas.Scale(), 0.5f);
-    canvas.Begin(100, 100, 1e9f);
-    EXPECT_EQ(canvas.Scale(), 4);
+    Canvas canvas(device, "/nowhere");
+    for (const auto& [given, taken] : {std::pair{NAN, 0.5f}, {1e9f, 4.0f}}) {
+      canvas.Begin(-5, 100, given);
+      EXPECT_EQ(canvas.Scale(), taken);
+    }
     const cVec2 points[] = {{0, 0}, {NAN, 3}, {5, 5}, {5, 5}, {INFINITY, 0}, {0, 0}};
     for (const size_t count : {0u, 1u, 2u, 6u})
       for (const bool closed : {false, true}) canvas.Polyline(std::span(points, count), 3, 0xFFFFFFFF, closed);
     for (const cRect& rect :
          {cRect{0, 0, -5, 5}, cRect{NAN, 0, 5, 5}, cRect{0, 0, INFINITY, 1}, cRect{1e30f, 0, 5, 5}, cRect{0, 0, 1e30f, 1e30f}}) {
+      canvas.PushClip(rect);
+      canvas.FillRect({0, 0, 50, 50}, 0xFFFFFFFF);
+      canvas.PopClip();
       canvas.FillRect(rect, 0xFFFFFFFF);
       canvas.Shadow(rect, 3, 3, 0xFFFFFFFF);
       canvas.Icon("Plus", rect, 0xFFFFFFFF);
       canvas.Text(rect, "text", 0xFFFFFFFF);
       canvas.Paragraph(rect, "text", 0xFFFFFFFF);
       canvas.Image(rect, 0);
-      canvas.PushClip(rect);
-      canvas.FillRect({0, 0, 50, 50}, 0xFFFFFFFF);
-      canvas.PopClip();
     }
-    canvas.End();
   }
   EXPECT_EQ(device.AliveBuffers(), 0);
+  EXPECT_EQ(CountPlaces(log.Text(), "Icons.txt"), 1u);
 }

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "shell/TestFolder.h"
 #include "shell/app/CrashSave.h"
 #include "shell/app/ProgramTest.h"
 
@@ -45,25 +46,16 @@ class CrashJourneyTest : public ProgramTest {
     ASSERT_TRUE(Do(words + " sleep 2.5"));
   }
   int WaitForEnd() { return ProgramTest::WaitForEnd(m_Process); }
-  void ExpectReport(const std::string& tool) {
+  /// What only the program knows is in the report.
+  void ExpectReport() {
     const std::string log = Read("!!crash!!.log"), crash = Read("crash.txt");
-    size_t at = 0;
-    for (const char* part :
-         {"Exception code:B\n", "Memory status before run:", "Memory status after crash:", "Morvane ", "Module found ",
-          "RIP: ", "Video name: ", "Call stack due to calls", "[EBP_CALLSTACK]", "Trace:\n"}) {
-      const size_t found = log.find(part, at);
-      ASSERT_NE(found, std::string::npos) << part << " is missing behind byte " << at << " of\n" << log;
-      at = found;
-    }
+    EXPECT_THAT(log, HasSubstr("Exception code:B\n"));
     EXPECT_THAT(log, testing::Not(HasSubstr("Video name: \n"))) << "nobody told of the device";
     EXPECT_THAT(log, HasSubstr("User info:\nData path: " + m_Folder.string()));
-    for (const std::string& part : {"tool: " + tool, std::string("object: post (post)"), std::string("NumMeshLoads: 1\n"),
-                                    std::string("fastcrash dump: done\n")})
+    for (const char* part : {"tool: VoxelSculptTool", "object: post (post)", "NumMeshLoads: 1\n", "fastcrash dump: done\n"})
       EXPECT_THAT(crash, HasSubstr(part));
-    EXPECT_EQ(Read("!!crash!!.dmp").substr(0, 4),
-              "\x7f"
-              "ELF");
-    EXPECT_THAT(Read("Bugreport/index.html"), HasSubstr("tool: " + tool));
+    EXPECT_TRUE(Read("!!crash!!.dmp").starts_with("\x7f\x45LF"));
+    EXPECT_THAT(Read("Bugreport/index.html"), HasSubstr("tool: VoxelSculptTool"));
     EXPECT_FALSE(fs::exists(m_Folder / "crash_in_crash.log"));
   }
 };
@@ -83,7 +75,7 @@ TEST_F(CrashJourneyTest, TheWorkIsOfferedSavedAndLoadedAgain) {
   Do("mouseup 1 sleep 0.5 key Return");
   const int status = WaitForEnd();
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV) << status << Read("stderr.txt");
-  ExpectReport("VoxelSculptTool");
+  ExpectReport();
   EXPECT_TRUE(IsInLog("Crash occured. Trying to save object...")) << Read("Log.txt");
   const std::string saved = Read(Backup);
   EXPECT_THAT(saved, HasSubstr("\nf "));
@@ -104,7 +96,7 @@ TEST_F(CrashJourneyTest, NoSavesNothingAndAnUntouchedSceneIsNotAskedFor) {
   kill(m_Process, SIGSEGV);
   int status = WaitForEnd();
   EXPECT_TRUE(WIFSIGNALED(status)) << status;
-  ExpectReport("VoxelSculptTool");
+  ExpectReport();
   EXPECT_FALSE(HasWindow(Question));
 
   StartWithPost();
@@ -134,8 +126,6 @@ TEST_F(CrashJourneyTest, BatchLeavesAReportAndAsksNobody) {
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV) << status;
   EXPECT_THAT(Read("!!crash!!.log"), HasSubstr("Exception code:B\n"));
   EXPECT_THAT(Read("crash.txt"), HasSubstr("fastcrash dump: done\n"));
-  EXPECT_TRUE(fs::exists(m_Folder / "!!crash!!.dmp"));
-  EXPECT_TRUE(fs::exists(m_Folder / "Bugreport/index.html"));
   EXPECT_FALSE(fs::exists(m_Folder / "UserData"));
   m_Folder = above;
 }
@@ -156,15 +146,27 @@ TEST_F(CrashJourneyTest, CrashCommand) {
   }
 }
 
-class ShaderJourneyTest : public CrashJourneyTest {};
-
 // Who works on a shader looks at the window and not at a restart.
-TEST_F(ShaderJourneyTest, AnEditIsTakenOverWhileTheProgramRuns) {
+TEST_F(CrashJourneyTest, AnEditIsTakenOverWhileTheProgramRuns) {
   fs::copy(MORVANE_DATA_DIR, m_Folder / "data", fs::copy_options::recursive);
   Launch({"--data", (m_Folder / "data").string(), WritePost()});
   ASSERT_TRUE(Within([&] { return IsInLog("post.obj is open"); })) << Read("stderr.txt");
   std::ofstream(m_Folder / "data/Shaders/Grid.glsl", std::ios::app) << "// an edit\n";
   EXPECT_TRUE(Within([&] { return IsInLog("Reloaded "); })) << Read("Log.txt");
+}
+
+TEST(CrashBackup, NoneIsWrittenOverAndTheNewestIsFound) {
+  const TestFolder folder("CrashBackup");
+  const std::string path = folder.Path();
+  folder.Write("AutoBackupOnCrash.loaded.obj", "");
+  folder.Write("AutoBackupOnCrashes.obj", "");
+  EXPECT_EQ(FindCrashBackup(path), "");
+  for (const char* name : {"AutoBackupOnCrash.obj", "AutoBackupOnCrash 2.obj", "AutoBackupOnCrash 3.obj"}) {
+    EXPECT_EQ(ChooseCrashBackup(path), folder.Path(name));
+    folder.Write(name, "");
+  }
+  fs::last_write_time(folder.Path("AutoBackupOnCrash 2.obj"), fs::file_time_type::clock::now() + std::chrono::hours(1));
+  EXPECT_EQ(FindCrashBackup(path), folder.Path("AutoBackupOnCrash 2.obj"));
 }
 
 TEST(CrashBackup, TellsOfItsVoxels) {

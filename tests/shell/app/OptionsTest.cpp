@@ -28,17 +28,10 @@ TEST(Options, WordsForBenchmarksLoseTheirQuotes) {
   for (const char* words : {"internal test", "\"internal test\""}) {
     Options options;
     std::string error;
-    ASSERT_TRUE(ReadOptions({"-openautomate", words, "post.obj"}, options, error)) << error;
+    ASSERT_TRUE(ReadOptions({"-openautomate", words, "--", "--odd.obj"}, options, error)) << error;
     EXPECT_EQ(options.OpenAutomate, "internal test");
-    EXPECT_EQ(options.InputFile, "post.obj");
+    EXPECT_EQ(options.InputFile, "--odd.obj") << "a file may look like an option behind two dashes";
   }
-}
-
-TEST(Options, FilesMayLookLikeOptionsBehindTwoDashes) {
-  Options options;
-  std::string error;
-  ASSERT_TRUE(ReadOptions({"--threads", "1", "--", "--odd.obj"}, options, error)) << error;
-  EXPECT_EQ(options.InputFile, "--odd.obj");
 }
 
 TEST(Options, WhatIsNotUnderstoodIsNamed) {
@@ -47,14 +40,10 @@ TEST(Options, WhatIsNotUnderstoodIsNamed) {
     const char* Reason;
   } cases[] = {
       {{"--bogus"}, "'--bogus'"},
-      {{"-x"}, "'-x'"},
-      {{"--threads"}, "needs N"},
       {{"--threads", "0"}, "1 to 1024, found '0'"},
       {{"--threads", "1025"}, "found '1025'"},
-      {{"--threads", "2x"}, "found '2x'"},
       {{"--threads", "99999999999999999999"}, "found"},
       {{"--threads="}, "needs N"},
-      {{"--batch"}, "needs FILE"},
       {{"--batch", "--help"}, "needs FILE"},
       {{"--batch", "a", "--batch", "b"}, "twice"},
       {{"--help=yes"}, "takes no value"},

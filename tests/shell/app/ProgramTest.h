@@ -17,6 +17,14 @@
 
 #include "shell/VirtualDisplay.h"
 
+/// A box of 0.6 x 2 x 0.6 as OBJ text.
+inline std::string MakePost() {
+  std::string text;
+  for (int i = 0; i < 8; i++)
+    text += "v " + std::string(i & 1 ? "0.3 " : "-0.3 ") + (i & 2 ? "1 " : "-1 ") + (i & 4 ? "0.3\n" : "-0.3\n");
+  return text + "f 1 3 4 2\nf 5 6 8 7\nf 1 2 6 5\nf 3 7 8 4\nf 1 5 7 3\nf 2 4 8 6\n";
+}
+
 class ProgramTest : public testing::Test {
  protected:
   explicit ProgramTest(const char* screen = "1600x1000x24") : m_Screen(screen) {}
@@ -57,13 +65,8 @@ class ProgramTest : public testing::Test {
     std::ofstream(m_Folder / name) << text;
     return m_Folder / name;
   }
-  /// A mesh that is open at once: a post of 0.6 x 2 x 0.6. The path of its file.
-  std::string WritePost() const {
-    std::string post;
-    for (int i = 0; i < 8; i++)
-      post += "v " + std::string(i & 1 ? "0.3 " : "-0.3 ") + (i & 2 ? "1 " : "-1 ") + (i & 4 ? "0.3\n" : "-0.3\n");
-    return Write("post.obj", post + "f 1 3 4 2\nf 5 6 8 7\nf 1 2 6 5\nf 3 7 8 4\nf 1 5 7 3\nf 2 4 8 6\n").string();
-  }
+  /// A mesh that is open at once. The path of its file.
+  std::string WritePost() const { return Write("post.obj", MakePost()).string(); }
   std::string Read(const std::string& name) const {
     std::ifstream file(m_Folder / name, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};

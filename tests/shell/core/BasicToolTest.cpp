@@ -4,6 +4,7 @@
 
 #include "ClassEngine/ClassHelp.h"
 #include "ClassEngine/ValueTypes.h"
+#include "interface/Events.h"
 #include "shell/core/ToolInput.h"
 
 namespace {
@@ -18,8 +19,6 @@ class NotingTool : public BasicTool {
 
   bool OnLeftDown(const InputEvent&) override { return Note("L+"); }
   bool OnLeftUp(const InputEvent&) override { return Note("L-"); }
-  bool OnRightDown(const InputEvent&) override { return Note("R+"); }
-  bool OnRightUp(const InputEvent&) override { return Note("R-"); }
   bool OnMiddleDown(const InputEvent&) override { return Note("M+"); }
   bool OnMiddleUp(const InputEvent&) override { return Note("M-"); }
   bool OnAltLeftDown(const InputEvent&) override { return Note("AL+"); }
@@ -50,17 +49,11 @@ class BasicToolTest : public testing::Test {
     Navi.Pick = [this](float, float, comms::cVec3& point) { return point = {}, Hits; };
   }
   ~BasicToolTest() override { ReleaseTools(); }
-  static InputEvent At(InputKind kind, MouseButton button = MouseButton::None, uint8_t modifiers = 0) {
-    InputEvent event;
-    event.Kind = kind;
-    event.Button = button;
-    event.Modifiers = modifiers;
-    event.X = event.Y = 100;
-    return event;
+  bool Press(MouseButton button, uint8_t modifiers = 0) {
+    return Input.OnEvent(PointerEvent(InputKind::ButtonDown, 100, 100, button, modifiers));
   }
-  bool Press(MouseButton button, uint8_t modifiers = 0) { return Input.OnEvent(At(InputKind::ButtonDown, button, modifiers)); }
-  bool Release(MouseButton button) { return Input.OnEvent(At(InputKind::ButtonUp, button)); }
-  bool Move() { return Input.OnEvent(At(InputKind::PointerMove)); }
+  bool Release(MouseButton button) { return Input.OnEvent(PointerEvent(InputKind::ButtonUp, 100, 100, button)); }
+  bool Move() { return Input.OnEvent(PointerEvent(InputKind::PointerMove, 100, 100)); }
 
   NaviSystem Navi;
   ToolInput Input{Navi};
@@ -70,7 +63,7 @@ class BasicToolTest : public testing::Test {
   NotingTool& C = CreateTool<NotingTool>();
 };
 
-TEST_F(BasicToolTest, TheActiveFlagsDecide) {
+TEST_F(BasicToolTest, TheActiveFlagsDecideAndAClickSetsExactlyOne) {
   EXPECT_EQ(&GetCurrentTool(), &GetDefaultTool());
   B.Active = true;
   EXPECT_EQ(&GetCurrentTool(), &B);
@@ -82,12 +75,8 @@ TEST_F(BasicToolTest, TheActiveFlagsDecide) {
   EXPECT_EQ(&GetCurrentTool(), &A);
   CurrentToolIndex = 77;
   EXPECT_EQ(&GetCurrentTool(), &A);
-  A.Active = false;
-  EXPECT_EQ(&GetCurrentTool(), &GetDefaultTool());
-}
 
-TEST_F(BasicToolTest, AClickSetsExactlyOne) {
-  A.Active = C.Active = true;
+  C.Active = true;
   RadioActivate(B);
   EXPECT_EQ(A.Notes, "off");
   EXPECT_EQ(C.Notes, "");
@@ -101,10 +90,7 @@ TEST_F(BasicToolTest, AClickSetsExactlyOne) {
 }
 
 TEST_F(BasicToolTest, FlagsAreNoParameters) {
-  std::string shown;
-  for (const MemberInfo& member : DescribeMembers(A))
-    if (!member.Hidden) shown += member.Name + " ";
-  EXPECT_EQ(shown, "Depth ");
+  for (const MemberInfo& member : DescribeMembers(A)) EXPECT_EQ(member.Hidden, member.Name != "Depth") << member.Name;
   A.Active = true;
   XmlNode node;
   A.Save(&node, &A);
@@ -148,13 +134,10 @@ TEST_F(BasicToolTest, WhatNobodyHandlesMovesTheCamera) {
     EXPECT_EQ(Navi.CurrentAction(), NaviAction::Orbit);
     EXPECT_FALSE(CurrentStroke.Running);
     EXPECT_TRUE(Release(MouseButton::Left));
-    EXPECT_EQ(Navi.CurrentAction(), NaviAction::None);
   }
   EXPECT_EQ(A.Notes, "L+");
   const float before = Navi.View.Distance();
-  InputEvent wheel = At(InputKind::Wheel);
-  wheel.WheelY = 1;
-  EXPECT_TRUE(Input.OnEvent(wheel));
+  EXPECT_TRUE(Input.OnEvent(WheelEvent(100, 100, 1)));
   EXPECT_LT(Navi.View.Distance(), before);
 }
 
@@ -169,7 +152,7 @@ TEST_F(BasicToolTest, WhoGotThePressGetsTheRelease) {
   A.Notes.clear();
   RadioActivate(A);
   Press(MouseButton::Left);
-  Input.OnEvent(At(InputKind::FocusLost));
+  Input.OnEvent(PointerEvent(InputKind::FocusLost, 100, 100));
   EXPECT_EQ(A.Notes, "L+ L- i");
   EXPECT_FALSE(Release(MouseButton::Left));
 }
@@ -197,16 +180,13 @@ TEST_F(BasicToolTest, CaptureBlocksAndTheAlternativeStateHasItsOwnHandlers) {
 
 TEST_F(BasicToolTest, StrokeModeFollowsControlForPensAlone) {
   RadioActivate(A);
-  const auto modeOf = [&](uint8_t modifiers) {
-    Press(MouseButton::Left, modifiers);
-    Release(MouseButton::Left);
-    return StrokeMode;
-  };
-  EXPECT_EQ(modeOf(ModControl), 1);
-  EXPECT_EQ(modeOf(0), 0);
-  EXPECT_EQ(modeOf(ModShift), 0);
-  A.Pen = false;
-  EXPECT_EQ(modeOf(ModControl), 0);
+  for (const bool pen : {true, false})
+    for (const uint8_t modifiers : {0, int(ModControl), int(ModShift)}) {
+      A.Pen = pen;
+      Press(MouseButton::Left, modifiers);
+      Release(MouseButton::Left);
+      EXPECT_EQ(StrokeMode, pen && modifiers == ModControl ? 1 : 0) << int(modifiers);
+    }
 }
 
 }  // namespace

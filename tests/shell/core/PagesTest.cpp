@@ -51,7 +51,6 @@ class PagesTest : public testing::Test {
     SetDataPath("", "");
   }
   std::string Short(const std::string& path) const { return fs::relative(path, Files.Path()).string(); }
-  void Write(const std::string& name, const std::string& text) const { Files.Write(name, text); }
   RoomTool& AddRoom(const char* room, bool roomTool, bool pen) {
     RoomTool& tool = CreateTool<RoomTool>();
     tool.Room = room;
@@ -76,21 +75,21 @@ TEST_F(PagesTest, ASwitchStoresRestoresAndRebuilds) {
 }
 
 TEST_F(PagesTest, LayoutsFallBack) {
-  Write("program/ToolsPresets/page_3.xml", "layout");
+  Files.Write("program/ToolsPresets/page_3.xml", "layout");
   EXPECT_TRUE(EnterPage(3));
   EXPECT_EQ(Log, "restore program/ToolsPresets/page_3.xml\nrebuild 3\n");
-  Write("own/Temp/page_3.xml", "damaged");
+  Files.Write("own/Temp/page_3.xml", "damaged");
   Log.clear();
   EnterPage(3);
   EXPECT_EQ(Log, "restore own/Temp/page_3.xml\nrestore program/ToolsPresets/page_3.xml\nrebuild 3\n");
-  Write("own/Temp/Prev/page_3.xml", "layout");
+  Files.Write("own/Temp/Prev/page_3.xml", "layout");
   Log.clear();
   EnterPage(3);
   EXPECT_EQ(Log, "restore own/Temp/page_3.xml\nrestore own/Temp/Prev/page_3.xml\nrebuild 3\n");
 }
 
 TEST_F(PagesTest, TheMainToolIsActiveOnEntry) {
-  RoomTool& eraser = AddRoom("Paint", false, false);
+  AddRoom("Paint", false, false);  // comes first, and is no pen
   RoomTool& pen = AddRoom("Paint", false, true);
   RoomTool& voxels = AddRoom("Voxels", true, false);
   EXPECT_TRUE(EnterPage(FindPage("Voxels")));
@@ -98,7 +97,6 @@ TEST_F(PagesTest, TheMainToolIsActiveOnEntry) {
   EXPECT_EQ(voxels.Entered, 1);
   SwitchPage(FindPage("Paint"));
   EXPECT_EQ(&GetCurrentTool(), &pen);
-  EXPECT_FALSE(voxels.Active || eraser.Active);
   SwitchPage(FindPage("Retopo"));
   EXPECT_EQ(&GetCurrentTool(), &GetDefaultTool()) << "a room without a tool";
 }
@@ -110,20 +108,20 @@ TEST_F(PagesTest, AllowedPages) {
   for (const char* name : {"Paint", "Retopo", "voxels", ""}) EXPECT_FALSE(IsPageAllowed(name, some));
   EXPECT_EQ(ListAllowedPages().size(), 5u) << "no file";
   InitPages({});
-  Write("own/Pages.txt", "Voxels, Render");
+  Files.Write("own/Pages.txt", "Voxels, Render");
   EXPECT_EQ(ListAllowedPages(), (std::vector<int>{0, 4}));
-  Write("own/Pages.txt", "Paint");
+  Files.Write("own/Pages.txt", "Paint");
   EXPECT_TRUE(IsPageAllowed("Voxels")) << "read once";
 }
 
 TEST_F(PagesTest, TagsOfItems) {
   EXPECT_TRUE(IsShownOnPage("Layers", 3));
-  EXPECT_TRUE(IsShownOnPage("[Page1][Page3]Layers", 3));
-  EXPECT_TRUE(IsShownOnPage("Layers[Page12]", 12));
-  EXPECT_FALSE(IsShownOnPage("Layers[Page12]", 1)) << "a number is read whole";
-  EXPECT_FALSE(IsShownOnPage("[Page1][Page3]Layers", 0));
-  EXPECT_TRUE(IsShownOnPage("[Page]Layers", 0)) << "no number";
-  EXPECT_FALSE(IsShownOnPage("[Page99999999999999999999]", 1));
+  for (const int page : {0, 1, 3, 12}) {
+    EXPECT_EQ(IsShownOnPage("[Page1][Page3]Layers", page), page == 1 || page == 3) << page;
+    EXPECT_EQ(IsShownOnPage("Layers[Page12]", page), page == 12) << "a number is read whole";
+    EXPECT_TRUE(IsShownOnPage("[Page]Layers", page)) << "no number";
+    EXPECT_FALSE(IsShownOnPage("[Page99999999999999999999]", page));
+  }
   EXPECT_EQ(StripPageTags("[Page1][Page3]Layers [Page] x[Page2"), "Layers [Page] x");
 }
 

@@ -45,6 +45,10 @@ class AccessKeysTest : public testing::Test {
     shortcuts.SwitchOff({m_Program, 0});
     XSync(m_Program, 0);
   }
+  void Restore(AccessKeyShortcuts& shortcuts) {
+    shortcuts.Restore();
+    XSync(m_Program, 0);
+  }
 
   std::unique_ptr<VirtualDisplay> m_Server;
   Display *m_Person = nullptr, *m_Program = nullptr;
@@ -55,20 +59,14 @@ TEST_F(AccessKeysTest, OffWhileTheProgramRuns) {
   ASSERT_TRUE(HasShortcuts());
   SwitchOff(shortcuts);
   EXPECT_FALSE(HasShortcuts());
-  shortcuts.Restore();
-  XSync(m_Program, 0);
+  Restore(shortcuts);
   EXPECT_TRUE(HasShortcuts());
-  // What was off stays off.
+  // What was off stays off, and who uses sticky keys keeps the shortcuts.
   Switch(XkbAccessXKeysMask, false);
   SwitchOff(shortcuts);
-  shortcuts.Restore();
-  XSync(m_Program, 0);
+  Restore(shortcuts);
   EXPECT_FALSE(HasShortcuts());
-}
-
-TEST_F(AccessKeysTest, WhoUsesStickyKeysKeepsTheShortcuts) {
-  Switch(XkbStickyKeysMask, true);
-  AccessKeyShortcuts shortcuts;
+  Switch(XkbAccessXKeysMask | XkbStickyKeysMask, true);
   SwitchOff(shortcuts);
   EXPECT_TRUE(HasShortcuts());
 }

@@ -12,9 +12,10 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <sstream>
 #include <thread>
 
+#include "ClassEngine/pool.h"
+#include "shell/TestFolder.h"
 #include "shell/core/Trace.h"
 #include "shell/platform/CrashText.h"
 
@@ -23,16 +24,11 @@ using testing::HasSubstr;
 
 namespace {
 
-std::string ReadWhole(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
 volatile int g_Sink = 0;
 /// Not null, which the sanitizers would catch before the processor does; volatile, so that the compiler doesn't see it coming.
 volatile int* volatile Nowhere = reinterpret_cast<volatile int*>(64);
+
+void (*volatile NoFunction)() = nullptr;
 
 /// Names to look for in the report; kept whole and apart by the compiler.
 __attribute__((noinline)) int CrashTestInner(volatile int* target) {
@@ -52,11 +48,7 @@ class CrashHandlerTest : public testing::Test {
 #ifdef __SANITIZE_THREAD__
     GTEST_SKIP() << "the thread sanitizer takes signals over and does not live on in a forked child";
 #endif
-    m_Folder = fs::path(testing::TempDir()) / ("CrashHandlerTest" + std::to_string(getpid()));
-    fs::remove_all(m_Folder);
-    fs::create_directories(m_Folder);
   }
-  void TearDown() override { fs::remove_all(m_Folder); }
 
   /// Runs `crash` in a child with the handler installed; returns its status as of waitpid.
   int CrashInChild(const std::function<void()>& crash, double nameSeconds = 60) const {
@@ -66,7 +58,7 @@ class CrashHandlerTest : public testing::Test {
       setrlimit(RLIMIT_CORE, &noCore);
       freopen("/dev/null", "w", stderr);
       CrashOptions options;
-      options.Folder = m_Folder;
+      options.Folder = m_Files.Path();
       options.Version = "Morvane 0.1.0 test";
       options.NameSeconds = nameSeconds;
       std::string error;
@@ -79,7 +71,7 @@ class CrashHandlerTest : public testing::Test {
     return status;
   }
 
-  fs::path m_Folder;
+  TestFolder m_Files{"CrashHandlerTest"};
 };
 
 TEST_F(CrashHandlerTest, LeavesEverythingBehind) {
@@ -92,35 +84,36 @@ TEST_F(CrashHandlerTest, LeavesEverythingBehind) {
     RefreshCrashScene();
     Trace("render1");
     Trace("msg: %08X", 0x15);
+    Trace("100% sure %d");
     CrashTestOuter(Nowhere);
   });
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV) << status;
 
-  const std::string log = ReadWhole(m_Folder / "!!crash!!.log");
+  const std::string log = m_Files.Read("!!crash!!.log");
   size_t at = 0;
   // In this order.
   for (const char* part :
        {"Exception code:B\n", "Memory status before run:\n\nMemory load: ", "TotalPhys: ", "\nMemory status after crash:\n\n",
         "AvailVirtual: ", "Morvane 0.1.0 test", "Module found ", "   \t(/", "RIP: ", "Video name: A video <device>\n",
         "Audio name: \n", "User info:\n", "Call stack due to calls\n\n", "CrashTestInner", "CrashTestOuter",
-        "\n[EBP_CALLSTACK]\n", "render1\nmsg: 00000015\n"}) {
+        "\n[EBP_CALLSTACK]\n", "render1\nmsg: 00000015\n100% sure %d\n"}) {
     const size_t found = log.find(part, at);
     ASSERT_NE(found, std::string::npos) << part << "\nis missing behind byte " << at << " of\n" << log;
     at = found;
   }
-  const std::string crash = ReadWhole(m_Folder / "crash.txt");
+  const std::string crash = m_Files.Read("crash.txt");
   for (const char* part :
        {"Morvane 0.1.0 test\nMemory status: ", "pointers: 0\n\n", "Work time: 0 m ", " Mb\n", "Video: A video <device>\n",
         "nproc: ", "vert: 0 poly: 1234 rt:0x0\n", "tool: VoxelCarve\n\n", "CrashTestInner", "fastcrash dump: done\n"})
     EXPECT_THAT(crash, HasSubstr(part));
-  EXPECT_THAT(ReadWhole(m_Folder / "Bugreport/index.html"), HasSubstr("Video: A video &lt;device&gt;\n"));
-  EXPECT_FALSE(fs::exists(m_Folder / "crash_in_crash.log"));
+  EXPECT_THAT(m_Files.Read("Bugreport/index.html"), HasSubstr("Video: A video &lt;device&gt;\n"));
+  EXPECT_FALSE(m_Files.Has("crash_in_crash.log"));
 }
 
 // The dump is a core file whose segments lie inside it, with the registers' place in one of them.
 TEST_F(CrashHandlerTest, DumpIsACoreFile) {
   CrashInChild([] { CrashTestOuter(Nowhere); });
-  const std::string dump = ReadWhole(m_Folder / "!!crash!!.dmp");
+  const std::string dump = m_Files.Read("!!crash!!.dmp");
   ASSERT_GT(dump.size(), sizeof(Elf64_Ehdr));
   Elf64_Ehdr header;
   std::memcpy(&header, dump.data(), sizeof(header));
@@ -129,7 +122,7 @@ TEST_F(CrashHandlerTest, DumpIsACoreFile) {
   ASSERT_GT(header.e_phnum, 1);
   ASSERT_GE(dump.size(), header.e_phoff + header.e_phnum * sizeof(Elf64_Phdr));
   uint64_t end = 0, lastAddress = 0;
-  bool hasStack = false;
+  bool hasStack = false;  // the child is a copy of this process: its stack is where ours is
   const uint64_t stackNear = uint64_t(&header);
   for (int i = 0; i < header.e_phnum; ++i) {
     Elf64_Phdr segment;
@@ -142,86 +135,88 @@ TEST_F(CrashHandlerTest, DumpIsACoreFile) {
     hasStack |= stackNear >= segment.p_vaddr && stackNear < lastAddress;
   }
   EXPECT_EQ(end, dump.size());
-  // The child is a copy of this process: its stack is where ours is.
   EXPECT_TRUE(hasStack);
 }
 
-TEST_F(CrashHandlerTest, StackOverflowAndAbortAreReported) {
-  int status = CrashInChild([] { g_Sink = CrashTestRecursion(0); });
-  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV) << status;
-  EXPECT_THAT(ReadWhole(m_Folder / "crash.txt"), HasSubstr("CrashTestRecursion"));
-  status = CrashInChild([] { std::terminate(); });
-  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT) << status;
-  EXPECT_THAT(ReadWhole(m_Folder / "!!crash!!.log"), HasSubstr("Exception code:6\n"));
+void WriteToFreed() {
+  char* freed = static_cast<char*>(GetPool().Allocate(64));
+  GetPool().Free(freed, 64);
+  *freed ^= 1;
+  std::abort();
+}
+
+// Also without a stack to stand on, and without code to unwind from.
+TEST_F(CrashHandlerTest, EveryKindIsReported) {
+  const struct {
+    void (*Crash)();
+    int Signal;
+    const char *Log, *Text;
+  } cases[] = {{[] { g_Sink = CrashTestRecursion(0); }, SIGSEGV, "Exception code:B\n", "CrashTestRecursion"},
+               {[] { std::terminate(); }, SIGABRT, "Exception code:6\n", ""},
+               {[] { NoFunction(); }, SIGSEGV, "RIP: 0000000000000000\n", "Memory status: OK\n"},
+               {WriteToFreed, SIGABRT, "Exception code:6\n", "Memory status: integrity failure!\n"}};
+  for (const auto& c : cases) {
+    const int status = CrashInChild(c.Crash);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == c.Signal) << status;
+    EXPECT_THAT(m_Files.Read("!!crash!!.log"), HasSubstr(c.Log));
+    EXPECT_THAT(m_Files.Read("crash.txt"), HasSubstr(c.Text));
+    EXPECT_THAT(m_Files.Read("crash.txt"), HasSubstr("fastcrash dump: done\n"));
+    fs::remove_all(m_Files.Path());  // made anew by the next
+  }
 }
 
 // Names that don't come in time must not cost the rest of the report.
 TEST_F(CrashHandlerTest, NoTimeForNames) {
   CrashInChild([] { CrashTestOuter(Nowhere); }, 0);
-  const std::string log = ReadWhole(m_Folder / "!!crash!!.log");
+  const std::string log = m_Files.Read("!!crash!!.log");
   EXPECT_THAT(log, HasSubstr("Call stack due to calls\n\n.PDB file missed of stack failed\n\n[EBP_CALLSTACK]\n"));
   const size_t at = log.find("RIP: ") + 5;
   const std::string place = log.substr(log.find_first_not_of('0', at), log.find('\n', at) - log.find_first_not_of('0', at));
   EXPECT_THAT(log, HasSubstr("[EBP_CALLSTACK]\n" + place + "\n"));
-  EXPECT_THAT(ReadWhole(m_Folder / "crash.txt"), HasSubstr(".PDB file missed of stack failed\nfastcrash dump: done\n"));
-}
-
-// A call to nowhere leaves no code to unwind from; the report still comes, with the address.
-TEST_F(CrashHandlerTest, CallOfNullIsReported) {
-  const int status = CrashInChild([] {
-    void (*volatile nowhere)() = nullptr;
-    nowhere();
-  });
-  EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGSEGV) << status;
-  EXPECT_THAT(ReadWhole(m_Folder / "!!crash!!.log"), HasSubstr("RIP: 0000000000000000\n"));
-  EXPECT_THAT(ReadWhole(m_Folder / "crash.txt"), HasSubstr("fastcrash dump: done\n"));
+  EXPECT_THAT(m_Files.Read("crash.txt"), HasSubstr(".PDB file missed of stack failed\nfastcrash dump: done\n"));
 }
 
 TEST_F(CrashHandlerTest, SaveRunsAfterTheFilesAndItsCrashEndsIt) {
-  static std::string place;
-  place = m_Folder / "saved";
+  static const TestFolder* files;
+  files = &m_Files;
   CrashInChild([] {
     SetSaveAfterCrash([] {
-      const bool complete = fs::exists(fs::path(place).parent_path() / "crash.txt");
-      std::ofstream(place) << (complete ? "complete" : "too early");
+      files->Write("saved", files->Has("crash.txt") ? "complete" : "too early");
       CrashTestOuter(Nowhere);
     });
     CrashTestOuter(Nowhere);
   });
-  EXPECT_EQ(ReadWhole(place), "complete");
-  EXPECT_THAT(ReadWhole(m_Folder / "crash_in_crash.log"), HasSubstr("Exception code:B\n"));
+  EXPECT_EQ(m_Files.Read("saved"), "complete");
+  EXPECT_THAT(m_Files.Read("crash_in_crash.log"), HasSubstr("Exception code:B\n"));
 }
 
 // The process is told to end with the code that the callers know.
 TEST_F(CrashHandlerTest, FolderGone) {
   const int status = CrashInChild([this] {
-    fs::remove_all(m_Folder);
-    std::ofstream(m_Folder) << "no folder";
+    fs::remove_all(m_Files.Path());
+    std::ofstream(fs::path(m_Files.Path()).parent_path()) << "no folder";
     CrashTestOuter(Nowhere);
   });
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 255) << status;
-  fs::remove_all(m_Folder);
-  CrashInChild([] { CrashTestOuter(Nowhere); });
-  EXPECT_TRUE(fs::exists(m_Folder / "crash.txt")) << "a missing folder is made";
 }
 
 // Whichever thread crashes: the main one saves, and it is not left alone with that for ever.
 TEST_F(CrashHandlerTest, TheMainThreadSavesInTime) {
-  static std::string place;
+  static const TestFolder* files;
+  files = &m_Files;
   static pid_t mainThread;
-  place = m_Folder / "saved";
   const int status = CrashInChild([] {
     mainThread = gettid();
     SetSaveAfterCrash([] {
       LimitSaveAfterCrash(1);
-      std::ofstream(place) << (gettid() == mainThread ? "main" : "another");
+      files->Write("saved", gettid() == mainThread ? "main" : "another");
       for (;;) pause();
     });
     std::thread([] { CrashTestOuter(Nowhere); }).detach();
     for (;;) pause();
   });
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 255) << status;
-  EXPECT_EQ(ReadWhole(place), "main");
+  EXPECT_EQ(m_Files.Read("saved"), "main");
 }
 
 // Against the library's own printf.

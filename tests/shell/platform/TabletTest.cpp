@@ -29,8 +29,8 @@ class TabletTest : public testing::Test {
   std::vector<InputEvent> Press(double x, double time, const Values& values = {}, int button = 1) {
     return Send(RawPenEvent::Kind::Press, x, 5, time, values, 7, button);
   }
-  std::vector<InputEvent> Lift(double x, double time, const Values& values = {}, int button = 1) {
-    return Send(RawPenEvent::Kind::Release, x, 5, time, values, 7, button);
+  std::vector<InputEvent> Lift(double x, double time, const Values& values = {}) {
+    return Send(RawPenEvent::Kind::Release, x, 5, time, values, 7, 1);
   }
 
   PenTranslator m_Pens;
@@ -91,16 +91,14 @@ TEST_F(TabletTest, PressHasTheRealPressure) {
 }
 
 TEST_F(TabletTest, SecondTapIsADoubleClick) {
-  const auto tap = [&](double x, double time) {
-    const std::vector<InputEvent> events = Press(x, time, {{2, 40000}});
-    Lift(x, time + 0.05, {{2, 0}});
-    return int(events.at(0).Clicks);
-  };
-  EXPECT_EQ(tap(10, 1.0), 1);
-  EXPECT_EQ(tap(12, 1.2), 2);
-  EXPECT_EQ(tap(12, 1.4), 1);
-  EXPECT_EQ(tap(40, 1.6), 1);
-  EXPECT_EQ(tap(40, 2.5), 1);
+  const struct {
+    double X, TimeSec;
+    int Clicks;
+  } taps[] = {{10, 1.0, 1}, {12, 1.2, 2}, {12, 1.4, 1}, {40, 1.6, 1}, {40, 2.5, 1}};
+  for (const auto& tap : taps) {
+    EXPECT_EQ(Press(tap.X, tap.TimeSec, {{2, 40000}}).at(0).Clicks, tap.Clicks) << tap.TimeSec;
+    Lift(tap.X, tap.TimeSec + 0.05, {{2, 0}});
+  }
 }
 
 // A pen pulled out while it draws must not leave the button held; its own release, late, is no second one.
@@ -131,9 +129,8 @@ TEST_F(TabletTest, StateForThePanel) {
 
 // Values that no device should send.
 TEST_F(TabletTest, StrangeDevices) {
-  EXPECT_EQ(Move(1, 1, {{2, -5}})[0].Pressure, 0);
-  EXPECT_EQ(Move(1, 1, {{2, NAN}})[0].Pressure, 0);
-  EXPECT_EQ(Move(1, 1, {{77, 5}, {-1, 5}})[0].Pressure, 0);
+  for (const Values& values : {Values{{2, -5}}, Values{{2, NAN}}, Values{{77, 5}, {-1, 5}}})
+    EXPECT_EQ(Move(1, 1, values)[0].Pressure, 0);
   m_Pens.SetDevices({PenDevice{7, "no range", false, {2, 0, 0}, {}, {}}});
   EXPECT_EQ(Move(1, 2, {{2, 0}})[0].Pressure, 1);
   EXPECT_EQ(Press(1, 2).size(), 1u);

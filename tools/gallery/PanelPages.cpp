@@ -1,24 +1,17 @@
-// Draws panels docked around a view in both themes and several scales into PNG files, for people to look at:
-//   panel_gallery <data folder> <folder for the pictures>
+// A page of panels as they are made out of reflected members, docked around a view.
 #include <array>
 #include <filesystem>
-#include <functional>
-#include <memory>
-#include <string>
 
-#include "../Events.h"
 #include "ClassEngine/ValueTypes.h"
-#include "GalleryMain.h"
+#include "Gallery.h"
 #include "comms/One2DCurve.h"
-#include "comms/Str.h"
 #include "interface/DockPanels.h"
-#include "interface/DockWidgets.h"
+#include "interface/Events.h"
 #include "interface/FileBrowser.h"
 #include "interface/HotKeyWindow.h"
 #include "interface/ObjBrowser.h"
 #include "interface/PanelWidget.h"
 #include "shell/core/AppOptions.h"
-#include "shell/core/KeyTable.h"
 
 namespace {
 
@@ -92,47 +85,36 @@ class Volumes : public ObjTreeModel {
   std::string GetNote(Node node) const override { return node == &All[0] ? "1.2 M" : ""; }
 };
 
-using Act = std::function<void(cWidgets&, DockPanels&)>;
-
-bool Draw(Gallery& gallery, const GalleryPicture& picture, const Act& act = {}) {
-  int width, height;
-  if (!gallery.Begin(picture, width, height)) return false;
-  Canvas canvas(gallery.Render, gallery.Data);
-  cWidgets widgets(canvas);
-  Sample sample;
-  sample.RegisterMembers();
-  sample.Curve.AddPoint(0, 0);
-  sample.Curve.AddPoint(0.4f, 0.8f);
-  sample.Curve.AddPoint(1, 1);
-  for (int i = 0; i < 2; i++) sample.Items.ExpandWith("Item");
-  AppOptions options;
-  options.RegisterMembers();
-  Actions actions;
-  for (const char* name : {"Undo", "Redo", "BrushCarve", "Open", "Frame"}) {
-    Action action;
-    action.Name = action.TextKey = action.Icon = name;
-    action.Run = [] {};
-    action.DefaultKeys = {std::string("Ctrl+") + name[0]};
-    actions.Add(action);
+struct PanelPage {
+  explicit PanelPage(cWidgets& widgets) : Docks(widgets) {
+    for (BaseClass* object : std::initializer_list<BaseClass*>{&Shown, &Options, &Keys}) object->RegisterMembers();
+    for (const auto& [x, y] : {std::pair{0.0f, 0.0f}, {0.4f, 0.8f}, {1.0f, 1.0f}}) Shown.Curve.AddPoint(x, y);
+    for (int i = 0; i < 2; i++) Shown.Items.ExpandWith("Item");
+    for (const char* name : {"Undo", "Redo", "Carve", "Open", "Frame"}) {
+      Action action;
+      action.Name = action.TextKey = action.Icon = name;
+      action.Run = [] {};
+      action.DefaultKeys = {std::string("Ctrl+") + name[0]};
+      All.Add(action);
+    }
+    Keys.SetDefaults(All);
+    Docks.Add({"ToolParamsPanel", "Settings", [this] { return new PanelWidget(&Shown); }, DockSide::Right, 264, 420});
+    Docks.Add({"VoxTreePanel", "Layers", [] { return new ObjBrowser(std::make_unique<Volumes>()); }, DockSide::Left, 200, 180});
+    Docks.Add({"PreferencesPanel", "Settings", [this] { return new PanelWidget(&Options); }, DockSide::Left, 240, 380});
+    Docks.Add({"HotKeysPanel", "Keyboard", [this] { return new HotKeyWindow(Keys, All); }, DockSide::Right, 264, 200});
+    Docks.SetDefault({"ToolParamsPanel", "VoxTreePanel", "PreferencesPanel", "HotKeysPanel"});
+    Docks.Arrange(widgets.GetCanvas().Screen(), widgets.GetCanvas());
+    widgets.Process(1);
   }
-  HotKeys keys;
-  keys.RegisterMembers();
-  keys.SetDefaults(actions);
-  DockPanels docks(widgets);
-  docks.Add({"ToolParamsPanel", "Settings", [&] { return new PanelWidget(&sample); }, DockSide::Right, 264, 420});
-  docks.Add({"VoxTreePanel", "Layers", [&] { return new ObjBrowser(std::make_unique<Volumes>()); }, DockSide::Left, 200, 180});
-  docks.Add({"PreferencesPanel", "Settings", [&] { return new PanelWidget(&options); }, DockSide::Left, 240, 380});
-  docks.Add({"HotKeysPanel", "Keyboard", [&] { return new HotKeyWindow(keys, actions); }, DockSide::Right, 264, 200});
-  docks.SetDefault({"ToolParamsPanel", "VoxTreePanel", "PreferencesPanel", "HotKeysPanel"});
-  widgets.SetSize(width, height, picture.Scale);
-  docks.Arrange({0, 0, float(width), float(height)}, canvas);
-  widgets.Process(1);
-  if (act) act(widgets, docks);
-  return gallery.Store(picture, widgets);
-}
+  Sample Shown;
+  AppOptions Options;
+  Actions All;
+  HotKeys Keys;
+  DockPanels Docks;
+};
 
 // The title bar of the first panel at the left is carried over the right ones.
-void DragOut(cWidgets& widgets, DockPanels&) {
+void DragOut(cWidgets& widgets) {
   const float s = widgets.Scale();
   widgets.Queue(PointerEvent(InputKind::ButtonDown, 90 * s, 15 * s, MouseButton::Left));
   widgets.Queue(PointerEvent(InputKind::PointerMove, 300 * s, 100 * s));
@@ -140,7 +122,7 @@ void DragOut(cWidgets& widgets, DockPanels&) {
 }
 
 // Dropped on the middle of a panel it becomes a tab; another one is left floating over the view.
-void MakeTabs(cWidgets& widgets, DockPanels&) {
+void MakeTabs(cWidgets& widgets) {
   for (const auto& [fromX, fromY, toX, toY] : {std::array{90.0f, 15.0f, 960.0f, 250.0f}, {90.0f, 15.0f, 480.0f, 200.0f}}) {
     widgets.Queue(PointerEvent(InputKind::ButtonDown, fromX, fromY, MouseButton::Left));
     widgets.Queue(PointerEvent(InputKind::PointerMove, fromX + 30, fromY + 30));
@@ -150,7 +132,7 @@ void MakeTabs(cWidgets& widgets, DockPanels&) {
   }
 }
 
-void BrowseFiles(cWidgets& widgets, DockPanels&) {
+void BrowseFiles(cWidgets& widgets) {
   FileBrowserRequest request;
   request.What = FileBrowserRequest::Kind::Save;
   request.Title = "SAVE";
@@ -161,19 +143,10 @@ void BrowseFiles(cWidgets& widgets, DockPanels&) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  FillKeyTable();
-  return RunGallery(argc, argv, [](Gallery& gallery) {
-    constexpr auto dark = ThemeKind::Dark, light = ThemeKind::Light;
-    bool drawn = Draw(gallery, {"panels-drag", dark, 1, 900, 640}, DragOut) &&
-                 Draw(gallery, {"panels-tabs", light, 1, 1100, 700}, MakeTabs) &&
-                 Draw(gallery, {"panels-files", dark, 1, 1000, 640}, BrowseFiles);
-    for (const char* language : {"English", "German"})
-      for (const float scale : {1.0f, 1.5f, 2.0f, 3.0f}) {
-        const std::string end = comms::Format("-%s-%g", language, double(scale));
-        drawn = drawn && Draw(gallery, {"panels-dark" + end, dark, scale, 1100, 760, language}) &&
-                Draw(gallery, {"panels-light" + end, light, scale, 640, 480, language});
-      }
-    return drawn;
-  });
+std::shared_ptr<void> MakePanelPage(cWidgets& widgets, PanelPageState state) {
+  const auto page = std::make_shared<PanelPage>(widgets);
+  if (state == PanelPageState::Dragging) DragOut(widgets);
+  if (state == PanelPageState::Tabs) MakeTabs(widgets);
+  if (state == PanelPageState::Files) BrowseFiles(widgets);
+  return page;
 }

@@ -1,18 +1,16 @@
-// Draws a page of all widgets in both themes and several scales into PNG files, for people to look at:
-//   widget_gallery <data folder> <folder for the pictures>
-#include <functional>
+// A page of all widgets, in columns under a menu bar.
 #include <string>
 
-#include "../Events.h"
 #include "ClassEngine/Enumerator.h"
 #include "ClassEngine/ValueTypes.h"
-#include "GalleryMain.h"
+#include "Gallery.h"
+#include "comms/One2DCurve.h"
 #include "interface/Button.h"
 #include "interface/CheckBox.h"
 #include "interface/ColorPicker.h"
 #include "interface/ComboBox.h"
 #include "interface/CurvesWindow.h"
-#include "interface/DrawTexRect.h"
+#include "interface/Events.h"
 #include "interface/FrameWidget.h"
 #include "interface/Layout.h"
 #include "interface/MenuBar.h"
@@ -24,7 +22,6 @@
 #include "interface/StatusLine.h"
 #include "interface/TextEdit.h"
 #include "interface/TextMenu.h"
-#include "interface/WidgetDraw.h"
 #include "interface/WidgetsFolder.h"
 #include "shell/core/KeyTable.h"
 
@@ -148,18 +145,14 @@ void FillSecond(BaseWidget& column, Values& values) {
   column.AddChild(new CurvesWindow(&values.Curve));
 }
 
-/// `act` opens something before the picture is taken.
-bool Draw(Gallery& gallery, const GalleryPicture& picture, const std::function<void(cWidgets&, Ground&, Values&)>& act) {
-  int width, height;
-  if (!gallery.Begin(picture, width, height)) return false;
-  Values values;
-  values.Curve.AddPoint(0, 0.05f);
-  values.Curve.AddPoint(0.35f, 0.2f);
-  values.Curve.AddPoint(0.6f, 0.85f);
-  values.Curve.AddPoint(1, 1);
-  for (const char* mode : {"Pressure", "Velocity of the pen", "None"}) values.Modes.Add(mode, values.Modes.GetCount());
-  Canvas canvas(gallery.Render, gallery.Data);
-  cWidgets widgets(canvas);
+std::shared_ptr<Values> MakeValues() {
+  auto values = std::make_shared<Values>();
+  for (const auto& [x, y] : {std::pair{0.0f, 0.05f}, {0.35f, 0.2f}, {0.6f, 0.85f}, {1.0f, 1.0f}}) values->Curve.AddPoint(x, y);
+  for (const char* mode : {"Pressure", "Velocity of the pen", "None"}) values->Modes.Add(mode, values->Modes.GetCount());
+  return values;
+}
+
+Ground& Fill(cWidgets& widgets, Values& values) {
   auto* ground = widgets.Layer(LayerDocks).AddChild(new Ground);
   auto* bar = ground->AddChild(new MenuBar);
   for (const char* title : {"File", "Edit", "View", "Geometry"}) bar->AddMenu(title, FillFileMenu);
@@ -171,20 +164,18 @@ bool Draw(Gallery& gallery, const GalleryPicture& picture, const std::function<v
   auto* area = ground->AddChild(new ScrollArea);
   for (int i = 1; i < 14; i++) area->Content().AddChild(new CheckBox("Row " + std::to_string(i), Bind<_bool>(values.On)));
   ground->AddChild(new ColorPicker(Bind<_color>(values.Tint)));
-  widgets.SetSize(width, height, picture.Scale);
   widgets.Process(1);
   widgets.ArrangeIfWanted();
-  act(widgets, *ground, values);
-  return gallery.Store(picture, widgets);
+  return *ground;
 }
 
-void OpenFileMenu(cWidgets& widgets, Ground& ground, Values&) {
+void OpenFileMenu(cWidgets& widgets, Ground& ground) {
   auto* bar = static_cast<MenuBar*>(ground.Children[0]);
   bar->OpenMenu(0, true);
   for (const int key : {KeyDown, KeyDown, KeyRight}) widgets.Queue(KeyEvent(key));
 }
 
-void EditName(cWidgets& widgets, Ground& ground, Values&) {
+void EditName(cWidgets& widgets, Ground& ground) {
   BaseWidget* edit = ground.Children[3]->Children[0]->Children[1];
   const float x = edit->Rect.X + edit->Rect.W * 0.3f, y = edit->Rect.Y + edit->Rect.H / 2;
   for (const uint8_t clicks : {1, 2})
@@ -192,26 +183,23 @@ void EditName(cWidgets& widgets, Ground& ground, Values&) {
       widgets.Queue(PointerEvent(kind, x, y, MouseButton::Left, 0, clicks));
 }
 
+void ShowProgress(cWidgets& widgets) {
+  auto* box = new ProgressBox;
+  box->Title = "Voxelizing";
+  box->Value = 0.53;
+  box->CanCancel = true;
+  widgets.OpenModal(box);
+}
+
 }  // namespace
 
-int main(int argc, char** argv) {
-  const auto nothing = [](cWidgets&, Ground&, Values&) {};
-  const auto box = [](cWidgets& widgets, Ground&, Values&) {
+std::shared_ptr<void> MakeWidgetPage(cWidgets& widgets, WidgetPageState state) {
+  const std::shared_ptr<Values> values = MakeValues();
+  Ground& ground = Fill(widgets, *values);
+  if (state == WidgetPageState::Menu) OpenFileMenu(widgets, ground);
+  if (state == WidgetPageState::Editing) EditName(widgets, ground);
+  if (state == WidgetPageState::Question)
     MessageBoxWidget::Ask(widgets, "SAVE_WORK_CRASH_HDR", "SAVE_WORK_CRASH", {"SAVE", "DISCARD", "CANCEL"}, nullptr);
-  };
-  const auto progress = [](cWidgets& widgets, Ground&, Values&) {
-    auto* shown = new ProgressBox;
-    shown->Title = "Voxelizing";
-    shown->Value = 0.53;
-    shown->CanCancel = true;
-    widgets.OpenModal(shown);
-  };
-  return RunGallery(argc, argv, [&](Gallery& gallery) {
-    const auto draw = [&](const char* name, ThemeKind theme, float scale, const auto& act) {
-      return Draw(gallery, {name, theme, scale, 1150, 620}, act);
-    };
-    return draw("dark", ThemeKind::Dark, 1, nothing) && draw("light", ThemeKind::Light, 1, nothing) &&
-           draw("dark-2x-menu", ThemeKind::Dark, 2, OpenFileMenu) && draw("light-3x", ThemeKind::Light, 3, EditName) &&
-           draw("dark-box", ThemeKind::Dark, 1, box) && draw("light-progress", ThemeKind::Light, 1, progress);
-  });
+  if (state == WidgetPageState::Progress) ShowProgress(widgets);
+  return values;
 }

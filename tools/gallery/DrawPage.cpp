@@ -1,41 +1,23 @@
-#include "interface/draw/Gallery.h"
-
+// A page with everything that a canvas draws, arranged as panels are.
 #include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <string>
 
-#include "interface/draw/Theme.h"
-
-const std::string_view IconNames[] = {"Visible",   "Hidden",      "Ghost",       "VoxSurf",      "Surface",
-                                      "OpenState", "ClosedState", "Locked",      "Unlocked",     "DependsOnPressure",
-                                      "Pressure",  "ArrowRight",  "ArrowDown",   "ArrowLeft",    "ArrowUp",
-                                      "Close",     "Plus",        "Minus",       "Delete",       "Search",
-                                      "Folder",    "File",        "Save",        "Open",         "Undo",
-                                      "Redo",      "Settings",    "Sun",         "Moon",         "Pen",
-                                      "Sphere",    "Brush",       "Carve",       "Smooth",       "Add",
-                                      "Subtract",  "Airbrush",    "Symmetry",    "Layers",       "Material",
-                                      "Camera",    "Grid",        "Perspective", "Orthographic", "Frame",
-                                      "Rotate",    "Pan",         "Zoom",        "Voxels",       "Paint",
-                                      "Retopo",    "Sculpt",      "Render",      "Check",        "Menu",
-                                      "Dots",      "Pin",         "Float",       "Warning",      "Info",
-                                      "Reset",     "Copy",        "Paste",       "Color",        "Curve",
-                                      "Tablet",    "Keyboard",    "Window",      "Segment",      "Stamp",
-                                      "Wireframe"};
-const size_t NumIconNames = std::size(IconNames);
+#include "Gallery.h"
+#include "interface/draw/Icons.h"
 
 namespace {
 
-class Page {
+class Painter {
  public:
-  Page(Canvas& canvas, int picture) : m_Canvas(canvas), m_Theme(GetTheme()), m_Picture(picture) {}
+  Painter(Canvas& canvas, const draw::Icons& icons) : m_Canvas(canvas), m_Theme(GetTheme()), m_Icons(icons) {}
 
-  float Draw() {
+  void Draw() {
     m_Canvas.FillRect(m_Canvas.Screen(), m_Theme.Window);
     Colours({m_Canvas.Px(10), m_Canvas.Px(38), m_Canvas.Px(250), m_Canvas.Px(420)});
     TextSamples({m_Canvas.Px(272), m_Canvas.Px(38), m_Canvas.Px(300), m_Canvas.Px(420)});
     Shapes({m_Canvas.Px(584), m_Canvas.Px(38), m_Canvas.Px(206), m_Canvas.Px(420)});
-    return IconTable({m_Canvas.Px(10), m_Canvas.Px(470), m_Canvas.Px(780), m_Canvas.Px(200)});
+    IconTable({m_Canvas.Px(10), m_Canvas.Px(470), m_Canvas.Px(780), m_Canvas.Px(200)});
   }
 
  private:
@@ -125,12 +107,7 @@ class Page {
     m_Canvas.Polyline(ring, Px(2), m_Theme.Danger, true);
     m_Canvas.Line({x, y + Px(206)}, {x + Px(186), y + Px(206)}, Px(1), m_Theme.Text);
     m_Canvas.Line({x, y + Px(212)}, {x + Px(186), y + Px(222)}, Px(1), m_Theme.Text);
-    const cRect pictures = {x, y + Px(232), Px(186), Px(60)};
-    m_Canvas.PushClip(pictures);
-    m_Canvas.Image({pictures.X, pictures.Y, Px(80), Px(80)}, m_Picture);
-    m_Canvas.Image({pictures.X + Px(90), pictures.Y, Px(60), Px(60)}, m_Picture, 0xFFFFFFFF, {0.25f, 0.25f, 0.5f, 0.5f}, true);
-    m_Canvas.PopClip();
-    const cRect popup = {x + Px(20), y + Px(306), Px(146), Px(64)};
+    const cRect popup = {x + Px(20), y + Px(240), Px(146), Px(64)};
     m_Canvas.Shadow({popup.X, popup.Y + Px(4), popup.W, popup.H}, Px(6), Px(16), m_Theme.Shadow);
     m_Canvas.FillRoundRect(popup, Px(6), m_Theme.Menu, Px(1), m_Theme.PanelBorder);
     m_Canvas.FillRoundRect({popup.X + Px(4), popup.Y + Px(4), popup.W - Px(8), Px(22)}, Px(4), m_Theme.MenuHot);
@@ -140,29 +117,39 @@ class Page {
     m_Canvas.Text({popup.X + Px(12), popup.Y + Px(32), Px(100), Px(22)}, "Redo", m_Theme.Text);
   }
 
-  float IconTable(const cRect& rect) {
+  void IconTable(const cRect& rect) {
     Ground(rect, "Icons", "Grid");
     const float step = Px(32);
     float x = rect.X + Px(12), y = rect.Y + Px(34);
-    for (size_t i = 0; i < NumIconNames; i++) {
-      m_Canvas.Icon(IconNames[i], {x, y, Px(16), Px(16)}, m_Theme.Text);
+    for (const auto& [name, drawing] : m_Icons.All()) {
+      m_Canvas.Icon(name, {x, y, Px(16), Px(16)}, m_Theme.Text);
       x += step;
       if (x + step > rect.Right()) {
         x = rect.X + Px(12);
         y += Px(24);
       }
     }
-    y += Px(28);
-    x = rect.X + Px(12);
-    for (size_t i = 0; i < NumIconNames; i += 3, x += step) m_Canvas.Icon(IconNames[i], {x, y, Px(24), Px(24)}, m_Theme.Text);
-    return rect.Bottom();
   }
 
   Canvas& m_Canvas;
   const Theme& m_Theme;
-  int m_Picture;
+  const draw::Icons& m_Icons;
 };
+
+/// Covers the window.
+class DrawPage : public BaseWidget {
+  REFLECTED(DrawPage, BaseWidget)
+ public:
+  void Draw(Canvas& canvas) override { Painter(canvas, *Icons).Draw(); }
+  cRect PlaceIn(const cRect& screen, Canvas&) override { return screen; }
+  const draw::Icons* Icons = nullptr;
+};
+DECLARE_MEMBERS(DrawPage) {}
 
 }  // namespace
 
-float DrawGallery(Canvas& canvas, int picture) { return Page(canvas, picture).Draw(); }
+std::shared_ptr<void> MakeDrawPage(cWidgets& widgets, const std::string& dataFolder) {
+  const auto icons = std::make_shared<draw::Icons>(dataFolder + "/Icons/Icons.txt");
+  widgets.Layer(LayerDocks).AddChild(new DrawPage)->Icons = icons.get();
+  return icons;
+}
