@@ -2,6 +2,7 @@
 // What the class engine knows of a class: one record a class, one record a declared member. Both live until the program ends.
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "ClassEngine/dynarray.h"
 #include "ClassEngine/khash.h"
@@ -20,6 +21,8 @@ struct MemberHelp {
   std::string Hint, Unit;
   bool HasRange = false;
   double MinValue = 0, MaxValue = 0;  ///< both included; for several numbers each
+  /// Of a text: what there is to choose from now. Null: anything is typed.
+  std::vector<std::string> (*Choices)(const BaseClass& owner) = nullptr;
 };
 
 /// One declared member of a class.

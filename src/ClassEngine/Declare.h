@@ -51,6 +51,10 @@ class MemberBuilder {
   MemberBuilder& Unit(const char* text) { return m_Member->Help.Unit = text, *this; }
   /// Both ends included. Holds for strict reading; files are not held against it.
   MemberBuilder& Range(double minValue, double maxValue);
+  /// A text that is chosen and not typed; files and batch lines may say another one.
+  MemberBuilder& Choices(std::vector<std::string> (*list)(const BaseClass& owner)) {
+    return m_Member->Help.Choices = list, *this;
+  }
   /// Shown and not edited.
   MemberBuilder& ReadOnly() { return m_Member->ReadOnly = 1, *this; }
   MemberBuilder& Hidden() { return m_Member->HiddenInPanel = 1, *this; }

@@ -18,6 +18,10 @@ std::string ComboBox::NameOf(int index) const {
   return name ? ::GetText(name) : std::string();
 }
 
+void ComboBox::ReadTexts() {
+  if (ListTexts) Texts = ListTexts();
+}
+
 // An _index is no number for strict reading, but its storage is.
 static int32_t ReadIndex(const ValueBinding& value) {
   int32_t number = 0;
@@ -71,6 +75,7 @@ void ComboBox::Select(int index, const InputEvent* event) {
 TextMenu* ComboBox::DropDown() {
   cWidgets* manager = Manager();
   if (!manager || ReadOnly) return nullptr;
+  ReadTexts();
   TextMenu* menu = Open(
       *manager, Rect,
       [this](TextMenu& list) {
@@ -92,8 +97,9 @@ TextMenu* ComboBox::DropDown() {
 
 bool ComboBox::OnMouse(const InputEvent& event) {
   if (ReadOnly) return false;
-  if (event.Kind == InputKind::Wheel && (event.Modifiers & ModAlt) && Count() > 0) {
-    Select(std::clamp(Chosen() - (event.WheelY > 0 ? 1 : -1), 0, Count() - 1), &event);
+  if (event.Kind == InputKind::Wheel && (event.Modifiers & ModAlt)) {
+    ReadTexts();
+    if (Count() > 0) Select(std::clamp(Chosen() - (event.WheelY > 0 ? 1 : -1), 0, Count() - 1), &event);
     return true;
   }
   if (event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Left) {
@@ -105,6 +111,7 @@ bool ComboBox::OnMouse(const InputEvent& event) {
 
 bool ComboBox::OnKey(const InputEvent& event) {
   if (ReadOnly || event.Kind != InputKind::KeyDown || (event.Modifiers & ModControl)) return false;
+  ReadTexts();
   const int index = Chosen();
   switch (event.Key) {
     case KeyUp:

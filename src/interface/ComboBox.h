@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,7 +35,8 @@ class ComboBox : public TextMenu {
 
   ValueBinding Value;
   const Enumerator* Entries = nullptr;
-  std::vector<std::string> Texts;  ///< where there are no Entries
+  std::vector<std::string> Texts;                       ///< where there are no Entries
+  std::function<std::vector<std::string>()> ListTexts;  ///< fills Texts anew whenever one is to be chosen
   bool ReadOnly = false;
 
  protected:
@@ -45,5 +47,6 @@ class ComboBox : public TextMenu {
   std::string NameOf(int index) const;
   int Chosen() const;  // -1: none of them
   void Select(int index, const InputEvent* event);
+  void ReadTexts();
   TextMenu* m_List = nullptr;
 };

@@ -1,5 +1,7 @@
 #pragma once
-// Texts of the interface by key, in the person's language.
+// Texts of the interface by key, in the person's language. What the declaration of a member or a command says is English; the
+// other languages have it under "CLASS.MEMBER_HINT" and "Command.NAME_HINT". "CLASS.MEMBER" is the label of a member where
+// "MEMBER" means something else elsewhere.
 #include <string>
 #include <string_view>
 #include <vector>

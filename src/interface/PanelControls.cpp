@@ -166,6 +166,12 @@ class FileLine : public FieldLine {
 DECLARE_MEMBERS(FileLine) {}
 
 BaseWidget* MakeText(const RowPlace& place) {
+  if (const auto choices = place.Member ? place.Member->Help.Choices : nullptr) {
+    auto* box = new ComboBox(place.Value, {});
+    box->ListTexts = [choices, owner = place.Owner] { return choices(*owner); };
+    box->ReadOnly = place.ReadOnly;
+    return box;
+  }
   auto* edit = new TextEdit(place.Value);
   edit->ReadOnly = place.ReadOnly;
   const std::vector<std::string> patterns = PatternsOf(place);

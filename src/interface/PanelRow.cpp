@@ -14,9 +14,14 @@ PanelRow::PanelRow(const RowPlace& place, BaseWidget* control) : m_Place(place),
   m_Told = Told();
 }
 
+// The key of a member whose text differs from that of others of its name.
+static std::string GetOwnKey(const RowPlace& place) { return std::string(place.Member->OwnerClass) + "." + place.Signs.Name; }
+
 std::string PanelRow::GetText() const {
   if (!HasLabel()) return {};
-  return m_Place.Member ? ::GetText(m_Place.Signs.Name) : m_Place.Signs.Name;
+  if (!m_Place.Member) return m_Place.Signs.Name;
+  const std::string key = GetOwnKey(m_Place);
+  return ::GetText(HasText(key) ? key : m_Place.Signs.Name);
 }
 
 std::string PanelRow::GetHintText(float, float) const { return GetRowHint(m_Place); }
@@ -121,8 +126,11 @@ bool PanelRow::OnControl(BaseWidget*, const WidgetEvent& event) {
 }
 
 std::string GetRowHint(const RowPlace& place) {
-  std::string hint = ::GetHintText(place.Signs.HintKey.substr(0, place.Signs.HintKey.size() - 5));
-  if (hint.empty() && !place.Signs.Name.empty()) hint = ::GetHintText(place.Signs.Name);
+  const RowSigns& signs = place.Signs;
+  std::string hint;
+  if (place.Member) hint = ::GetHintText(GetOwnKey(place));
+  if (hint.empty()) hint = ::GetHintText(signs.HintKey.substr(0, signs.HintKey.size() - 5));
+  if (hint.empty() && !signs.Name.empty()) hint = ::GetHintText(signs.Name);
   if (hint.empty() && place.Member) hint = place.Member->Help.Hint;
   return hint;
 }

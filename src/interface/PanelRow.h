@@ -74,7 +74,8 @@ class PanelRow : public BaseWidget {
   bool m_Wraps = false;  // the label
 };
 
-/// Hint of a member: of the language, else of its declaration.
+/// Hint of a member: the language's of "CLASS.NAME", with the class that declares it, or of NAME alone, else that of the
+/// declaration.
 std::string GetRowHint(const RowPlace& place);
 /// Tells owner, panel and callback of a change.
 void TellRowChange(const RowPlace& place, const WidgetEvent& event, bool changed);

@@ -86,7 +86,7 @@ TEST_F(LanguageTest, ABrokenFileLeavesTheLanguage) {
   EXPECT_FALSE(Load("Missing"));
 }
 
-// Every language of the program has a text for every key.
+// Every language of the program has a text for every key of English. What else it may have, the declarations decide: HintsTest.
 TEST(Languages, AreComplete) {
   std::map<std::string, std::set<std::string>> keys;
   for (const std::string& name : ListLanguages(MORVANE_DATA_DIR)) {
@@ -98,7 +98,8 @@ TEST(Languages, AreComplete) {
       EXPECT_FALSE(root.GetChild(i)->FindChild("Text")->GetValueView().empty()) << name << ": " << key;
     }
   }
-  for (const auto& [name, found] : keys) EXPECT_EQ(found, keys["English"]) << name;
+  for (const std::string& key : keys["English"])
+    for (const auto& [name, found] : keys) EXPECT_TRUE(found.count(key)) << name << ": " << key;
 }
 
 }  // namespace

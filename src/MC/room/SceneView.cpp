@@ -17,6 +17,7 @@ using comms::cRender;
 using comms::cVec3;
 
 DECLARE_MEMBERS(SceneViewOptions) {
+  Caption<Delimiter>("@NaviControl@");
   Member<_index>("Material", Material, "SceneMaterials").Entries({"Clay", "Matcap"}).Hint("What the surface is made of");
   Member<_index>("Clay", Clay, "ClayKinds").Entries({"Terracotta", "Grey", "White", "Wax", "Slate"}).Hint("Colour of the clay");
   Member<_index>("Matcap", Matcap, "MatcapKinds")

@@ -33,7 +33,9 @@ DECLARE_MEMBERS(VoxelSculptTool) {
   Member<CtrlFSlider>("LeastDepth", LeastDepth, {0, 1, 0}).Hint("Part of the depth at no pressure");
   Member<CtrlFSlider>("PressureCurve", PressureCurve, {0.25f, 4, 1})
       .Hint("Below 1 a light hand is enough; above 1 it takes a heavy one");
-  Member<_str>("StampVolume", StampVolume).Hint("Volume that Stamp presses in");
+  Member<_str>("StampVolume", StampVolume).Hint("Volume that Stamp presses in").Choices([](const BaseClass& owner) {
+    return static_cast<const VoxelSculptTool&>(owner).ListStamps();
+  });
 }
 
 /// Digits in groups of three, apart as the language writes them.
@@ -258,6 +260,14 @@ void VoxelSculptTool::OnDeactivate() {
 void VoxelSculptTool::OnNewScene() {
   CancelStroke();
   m_Hover = {};
+}
+
+std::vector<std::string> VoxelSculptTool::ListStamps() const {
+  std::vector<std::string> names;
+  if (!m_Scene) return names;
+  for (const auto& volume : m_Scene->Volumes())
+    if (volume.get() != m_Scene->Current()) names.push_back(volume->Name);
+  return names;
 }
 
 std::string VoxelSculptTool::GetWorkHint() {

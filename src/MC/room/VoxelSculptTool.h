@@ -46,6 +46,8 @@ class VoxelSculptTool : public BasicTool {
   /// Ends the tool before; does nothing where `id` is the current one or none of VoxelBrush. `notify` lets the next frame know.
   void SetTool(int32_t id, bool notify);
 
+  /// Names of the volumes that can be pressed into the current one.
+  std::vector<std::string> ListStamps() const;
   VolumeObject* CurrentVolume() const { return m_Scene ? m_Scene->Current() : nullptr; }
   bool IsStroking() const { return m_Stroking; }
   /// Whether something has asked for a frame since the last call.

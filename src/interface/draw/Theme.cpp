@@ -37,6 +37,10 @@ static const Theme Themes[] = {
         .ViewBottom = 0xFF1F2023,
         .Grid = 0x30FFFFFF,
         .GridAxis = 0x60FFFFFF,
+        .AxisX = 0xFFEC6A70,
+        .AxisY = 0xFF86C250,
+        .AxisZ = 0xFF6699F6,
+        .AxisText = 0xFF17181A,
     },
     {
         .Kind = ThemeKind::Light,
@@ -69,6 +73,10 @@ static const Theme Themes[] = {
         .ViewBottom = 0xFFB4B8BF,
         .Grid = 0x28000000,
         .GridAxis = 0x58000000,
+        .AxisX = 0xFFC4313A,
+        .AxisY = 0xFF3A7A1E,
+        .AxisZ = 0xFF2F62C4,
+        .AxisText = 0xFFFFFFFF,
     },
 };
 static ThemeKind g_Kind = ThemeKind::Dark;

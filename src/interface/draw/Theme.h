@@ -15,6 +15,7 @@ struct Theme {
   uint32_t Menu, MenuHot, Separator, Shadow;
   uint32_t Danger, Warning, Good;
   uint32_t ViewTop, ViewBottom, Grid, GridAxis;  ///< behind the scene
+  uint32_t AxisX, AxisY, AxisZ, AxisText;        ///< red, green and blue of the axes, and letters on them
 };
 
 // Measures at scale 1, in pixels.

@@ -4,6 +4,7 @@
 
 #include "ClassEngine/ClassHelp.h"
 #include "interface/Button.h"
+#include "interface/Language.h"
 #include "interface/PanelWidget.h"
 #include "interface/ScrollArea.h"
 #include "interface/TextMenu.h"
@@ -46,7 +47,8 @@ void CommandPanel::Choose(const Command& command) {
   m_Parameters = command.MakeParameters();
   m_Rows->SetObject(m_Parameters.get());
   m_Choice->Text = command.Name;
-  m_Help->Text = command.Help;
+  const std::string help = ::GetHintText("Command." + command.Name);
+  m_Help->Text = help.empty() ? command.Help : help;
   m_Answer->Text = "";
   m_AnswerText.clear();
   if (cWidgets* manager = Manager()) manager->RequestArrange();

@@ -33,6 +33,7 @@ void MainForm::AddActions() {
   }));
   m_Actions.Add(MakeAction("QuitProgram", "Close", {"Ctrl+Q"}, [this] { RequestClose(); }));
   AddHistoryActions();
+  AddCameraActions();
   AddViewActions();
   AddRoomActions();
   AddPanelActions();
@@ -51,8 +52,9 @@ void MainForm::AddHistoryActions() {
   add("Redo", "REDO_STEP", {"Ctrl+Y", "Ctrl+Shift+Z"}, &StrokeHistory::RedoName);
 }
 
-void MainForm::AddViewActions() {
+void MainForm::AddCameraActions() {
   m_Actions.Add(MakeAction("FrameScene", "Frame", {"F"}, [this] { FrameScene(); }));
+  m_Actions.Add(MakeAction("ViewHome", "Home", {"Home"}, [this] { LookFromHome(); }));
   const struct {
     const char* Name;
     StandardView View;
@@ -65,6 +67,14 @@ void MainForm::AddViewActions() {
   m_Actions.Add(MakeAction(
       "ToggleOrthographic", "Orthographic", {"5"}, [this] { m_Navi.ToggleOrthographic(); },
       [this] { return m_Navi.View.Orthographic; }));
+  const auto addZoom = [this](const char* name, const char* icon, const char* key, float notches) {
+    m_Actions.Add(MakeAction(name, icon, {key}, [this, notches] { ZoomView(notches); })).Repeats = true;
+  };
+  addZoom("ZoomIn", "Plus", "=", 1);
+  addZoom("ZoomOut", "Minus", "-", -1);
+}
+
+void MainForm::AddViewActions() {
   const auto addSwitch = [this](const char* name, const char* icon, const char* key, bool& value) {
     m_Actions.Add(MakeAction(
         name, icon, {key}, [&value] { value = !value; }, [&value] { return value; }));

@@ -9,6 +9,7 @@
 #include "interface/Language.h"
 #include "interface/Layout.h"
 #include "interface/MessageBoxWidget.h"
+#include "interface/PanelWidget.h"
 #include "interface/draw/Theme.h"
 #include "shell/core/DataPath.h"
 #include "shell/core/Pages.h"
@@ -24,8 +25,14 @@ static constexpr double SettleSeconds = 0.15;
 /// How far around the scene its ground is seen, in diagonals of the scene; and the nearest that is seen then, as a part of the
 /// farthest.
 static constexpr float GroundReach = 3, LeastNearShare = 0.01f;
-/// Where the eye of a new window stands: from three quarters and a little above. Degrees; 0: in front.
-static constexpr float StartAzimuth = 35, StartElevation = 16;
+/// Where the eye of a new window stands: from three quarters and a little above. Radians; 0: in front.
+static constexpr float HomeAzimuth = 35 * std::numbers::pi_v<float> / 180, HomeElevation = 16 * std::numbers::pi_v<float> / 180;
+
+/// From the scene to that eye.
+static comms::cVec3 HomeDirection() {
+  const float level = std::cos(HomeElevation);
+  return {std::sin(HomeAzimuth) * level, std::sin(HomeElevation), std::cos(HomeAzimuth) * level};
+}
 
 MainForm::MainForm(const Parts& parts, FormHost host)
     : m_Parts(parts), m_Host(std::move(host)), m_ToolInput(m_Navi), m_VoxelTool(CreateTool<VoxelSculptTool>()) {
@@ -67,6 +74,7 @@ MainForm::MainForm(const Parts& parts, FormHost host)
   m_KeyRunner->Complain = [this](const std::string& sentence) { Say(sentence, true); };
   m_ViewOptions.RegisterMembers();
   m_ProgressBox.CanCancel = true;
+  PanelWidget::MakeNaviControl = [this] { return MakeNaviControl(); };
   AddPanels();
   BuildRoomTabs();
 }
@@ -75,6 +83,7 @@ MainForm::~MainForm() {
   m_VoxelTool.SetScene(nullptr);
   m_Parts.Widgets.SetKeyFallback(nullptr);
   m_Parts.Widgets.Unhandled = {};
+  PanelWidget::MakeNaviControl = {};
   // What they show and call is the form's.
   m_Parts.Widgets.ClosePopups();
   for (BaseWidget* widget : std::initializer_list<BaseWidget*>{m_SceneWidget, m_MenuBar, m_RoomTabs, m_Status})
@@ -88,11 +97,8 @@ void MainForm::Open() {
   EnterPage(pages.empty() ? 0 : pages.front());
   BuildMenus();
   Arrange();
-  const float azimuth = StartAzimuth * std::numbers::pi_v<float> / 180,
-              elevation = StartElevation * std::numbers::pi_v<float> / 180;
   Camera camera;
-  camera.Position =
-      comms::cVec3{std::sin(azimuth) * std::cos(elevation), std::sin(elevation), std::cos(azimuth) * std::cos(elevation)} * 5;
+  camera.Position = HomeDirection() * 5;
   m_Navi.SetCamera(camera);
   m_Followed = camera;
   FollowScene();
@@ -297,6 +303,23 @@ void MainForm::FollowScene() {
   camera.Position = camera.Target + (camera.Position - camera.Target) * 0.84f;
   m_Navi.SetCamera(camera);
   m_Followed = m_Navi.View;
+}
+
+void MainForm::LookFromHome() {
+  const comms::cVec3 forward = -HomeDirection();
+  m_Navi.LookAlong(forward, comms::Cross(comms::Normalized(comms::Cross(forward, {0, 1, 0})), forward));
+  FrameScene();
+}
+
+// As the wheel over the middle of the view.
+void MainForm::ZoomView(float notches) {
+  const cRect& view = ViewRect();
+  InputEvent wheel;
+  wheel.Kind = InputKind::Wheel;
+  wheel.X = view.X + view.W / 2;
+  wheel.Y = view.Y + view.H / 2;
+  wheel.WheelY = m_Navi.Settings.InvertWheel ? -notches : notches;
+  m_Navi.OnWheel(wheel);
 }
 
 bool MainForm::WantsFrame() { return m_VoxelTool.TakeRedraw() || m_View.NeedsAnotherFrame() || m_Navi.IsInTransition(); }

@@ -118,6 +118,7 @@ class MainForm {
   void AddHistoryActions();
   int NextScale(int direction) const;
   void AddViewActions();
+  void AddCameraActions();
   void AddRoomActions();
   void AddPanelActions();
   void BuildRoomTabs();
@@ -137,6 +138,7 @@ class MainForm {
   BaseWidget* MakeToolsPanel();
   BaseWidget* MakeToolParams();
   BaseWidget* MakeViewPanel();
+  BaseWidget* MakeNaviControl();
   BaseWidget* MakeVoxTree();
   BaseWidget* MakeTabletPanel();
   BaseWidget* MakePreferences();
@@ -149,6 +151,8 @@ class MainForm {
   SceneCamera GetSceneCamera() const;
   SceneViewport GetSceneViewport() const;
   SceneBox GetSceneBox() const;
+  void LookFromHome();
+  void ZoomView(float notches);
   void FitDepth();
   void UpdateStatus();
   CommandResult Perform(const Command& command, const CommandParameters& parameters);

@@ -46,8 +46,9 @@ void MainForm::BuildMenus() {
     menu.AddSub(
         "PRESETS", [this](TextMenu& presets) { FillPresets(presets); }, "Brush");
   });
-  addActions("VIEW", {"FrameScene", "", "ViewFront", "ViewBack", "ViewRight", "ViewLeft", "ViewTop", "ViewBottom", "",
-                      "ToggleOrthographic", "ShowGrid", "Wireframe", "ShowStatistics", "", "FullScreen", "StoreScreenshot"});
+  addActions("VIEW", {"FrameScene", "ViewHome", "ZoomIn", "ZoomOut", "", "ViewFront", "ViewBack", "ViewRight", "ViewLeft",
+                      "ViewTop", "ViewBottom", "", "ToggleOrthographic", "ShowGrid", "Wireframe", "ShowStatistics", "",
+                      "FullScreen", "StoreScreenshot"});
   addMenu("PAGES", [this](TextMenu& menu) {
     for (const int page : ListAllowedPages()) AddToMenu(menu, "Page" + GetPageNames()[size_t(page)]);
   });

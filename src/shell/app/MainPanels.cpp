@@ -1,9 +1,13 @@
 // The panels of the rooms.
 #include <algorithm>
+#include <numbers>
+#include <utility>
 
 #include "interface/Button.h"
 #include "interface/HotKeyWindow.h"
+#include "interface/Language.h"
 #include "interface/Layout.h"
+#include "interface/NaviControl.h"
 #include "interface/ObjBrowser.h"
 #include "interface/PanelWidget.h"
 #include "interface/ScrollArea.h"
@@ -17,6 +21,12 @@
 #include "shell/core/Pages.h"
 
 namespace {
+
+/// A text about an action, with its key behind it.
+std::string WithKey(const std::string& text, const Action& action, const HotKeys& keys) {
+  const std::string key = keys.KeyText(action.Name);
+  return key.empty() ? text : text.empty() ? key : text + " (" + key + ")";
+}
 
 /// A button that is enabled while its action is, and tells its key.
 class ActionButton : public Button {
@@ -34,8 +44,9 @@ class ActionButton : public Button {
     if (m_Action) Enabled = m_Action->Enabled();
   }
   std::string GetHintText(float x, float y) const override {
-    const std::string hint = Button::GetHintText(x, y), key = m_Keys ? m_Keys->KeyText(m_Action->Name) : std::string();
-    return key.empty() ? hint : hint.empty() ? key : hint + " (" + key + ")";
+    if (!m_Action) return {};
+    // A picture alone says its name.
+    return WithKey(Text.Empty() ? ::GetText(m_Action->TextKey) : Button::GetHintText(x, y), *m_Action, *m_Keys);
   }
 
  private:
@@ -80,7 +91,7 @@ void MainForm::AddPanels() {
   add("ToolsPanel", "Brush", &MainForm::MakeToolsPanel, DockSide::Left, 172, 500);
   add("ToolParamsPanel", "Settings", &MainForm::MakeToolParams, DockSide::Right, 264, 420);
   add("VoxTreePanel", "Layers", &MainForm::MakeVoxTree, DockSide::Right, 264, 180);
-  add("ViewPanel", "Visible", &MainForm::MakeViewPanel, DockSide::Right, 264, 260);
+  add("ViewPanel", "Visible", &MainForm::MakeViewPanel, DockSide::Right, 264, 400);
   add("TabletPanel", "Tablet", &MainForm::MakeTabletPanel, DockSide::Right, 264, 220);
   add("PreferencesPanel", "Settings", &MainForm::MakePreferences, DockSide::Right, 320, 480);
   add("HotKeysPanel", "Keyboard", &MainForm::MakeHotKeys, DockSide::Right, 380, 480);
@@ -132,6 +143,43 @@ BaseWidget* MainForm::MakeToolParams() {
 }
 
 BaseWidget* MainForm::MakeViewPanel() { return new PanelWidget(&m_ViewOptions); }
+
+// The ball asks for views by the actions of the menu. A drag on it is one across the view, about what is looked at: where it
+// began says nothing about the scene.
+BaseWidget* MainForm::MakeNaviControl() {
+  static constexpr const char* views[] = {"ViewFront", "ViewBack", "ViewLeft", "ViewRight", "ViewTop", "ViewBottom"};
+  const auto makeEvent = [this](InputKind kind, comms::cVec2 turn) {
+    const cRect& view = ViewRect();
+    const float halfTurn = std::min(m_Navi.Width(), m_Navi.Height());
+    InputEvent event;
+    event.Kind = kind;
+    event.Button = MouseButton::Left;
+    event.X = view.X + view.W / 2 + turn.x / std::numbers::pi_v<float> * halfTurn;
+    event.Y = view.Y + view.H / 2 + turn.y / std::numbers::pi_v<float> * halfTurn;
+    return event;
+  };
+  NaviLink link;
+  link.GetAxes = [this] {
+    const comms::cVec3 right = m_Navi.View.Right(), forward = m_Navi.View.Forward();
+    return ViewAxes{right, comms::Cross(right, forward), -forward};
+  };
+  link.Look = [this](StandardView view) { m_Actions.Run(views[size_t(view)]); };
+  link.GetViewName = [this](StandardView view) {
+    const Action& action = *m_Actions.Find(views[size_t(view)]);
+    return WithKey(GetText(action.TextKey), action, m_HotKeys);
+  };
+  link.BeginOrbit = [this, makeEvent] {
+    const bool aroundPick = std::exchange(m_Navi.Settings.OrbitAroundPick, false);
+    m_Navi.BeginDefault(makeEvent(InputKind::ButtonDown, {}));
+    m_Navi.Settings.OrbitAroundPick = aroundPick;
+  };
+  link.Orbit = [this, makeEvent](comms::cVec2 turn) { m_Navi.OnMove(makeEvent(InputKind::PointerMove, turn)); };
+  link.EndOrbit = [this, makeEvent] { m_Navi.OnRelease(makeEvent(InputKind::ButtonUp, {})); };
+  auto* control = new NaviControl(std::move(link));
+  for (const char* name : {"FrameScene", "ViewHome", "ToggleOrthographic", "ZoomOut", "ZoomIn"})
+    control->AddButton(new ActionButton(*m_Actions.Find(name), m_HotKeys));
+  return control;
+}
 
 BaseWidget* MainForm::MakeVoxTree() { return new ObjBrowser(std::make_shared<VoxTreeModel>(m_Parts.Scene)); }
 

@@ -1,6 +1,7 @@
 #include "shell/app/VoxTreeModel.h"
 
 #include "MC/room/RoomHelpers.h"
+#include "interface/Language.h"
 
 // A node is the address of a volume; one that has left the scene in the meantime is nothing.
 VolumeObject* VoxTreeModel::Find(Node node) const {
@@ -30,11 +31,8 @@ void VoxTreeModel::Select(Node node, bool) {
 bool VoxTreeModel::Rename(Node node, const std::string& name, std::string& expected) {
   VolumeObject* volume = Find(node);
   if (!volume || volume->Name == name) return volume != nullptr;
-  if (!IsVolumeName(name, expected)) return false;
-  if (m_Scene.Find(name)) {
-    expected = "a name that no other volume has";
-    return false;
-  }
+  if (!IsVolumeName(name, expected)) return expected = GetText("EXPECTED_VOLUME_NAME"), false;
+  if (m_Scene.Find(name)) return expected = GetText("EXPECTED_FREE_VOLUME_NAME"), false;
   volume->Name = name;
   m_Scene.Touch();
   return true;

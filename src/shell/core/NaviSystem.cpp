@@ -412,9 +412,9 @@ void NaviSystem::GoTo(const Camera& camera) {
 
 void NaviSystem::SetStandardView(StandardView view) {
   struct Direction {
-    Vec Forward, Up;
+    cVec3 Forward, Up;
   };
-  static const std::array<Direction, 6> directions{{
+  static constexpr std::array<Direction, 6> directions{{
       {{0, 0, -1}, {0, 1, 0}},
       {{0, 0, 1}, {0, 1, 0}},
       {{1, 0, 0}, {0, 1, 0}},
@@ -422,10 +422,13 @@ void NaviSystem::SetStandardView(StandardView view) {
       {{0, -1, 0}, {0, 0, -1}},
       {{0, 1, 0}, {0, 0, 1}},
   }};
-  const Direction& direction = directions[size_t(view)];
+  LookAlong(directions[size_t(view)].Forward, directions[size_t(view)].Up);
+}
+
+void NaviSystem::LookAlong(const cVec3& forward, const cVec3& up) {
   // Two quick presses: the second view belongs to the target of the first.
   Camera camera = m_Transition.Running ? m_Transition.To : View;
-  Place(camera, Vec(camera.Target), direction.Forward, direction.Up, DistanceOf(camera));
+  Place(camera, Vec(camera.Target), Vec(forward), Vec(up), DistanceOf(camera));
   GoTo(camera);
 }
 

@@ -110,6 +110,8 @@ class NaviSystem {
   // --- views -------------------------------------------------------------------------------------------------------------
   /// Looks along an axis at the same target from the same distance.
   void SetStandardView(StandardView view);
+  /// The same for any direction. Both have length 1 and stand at a right angle.
+  void LookAlong(const comms::cVec3& forward, const comms::cVec3& up);
   /// The size at the target stays.
   void ToggleOrthographic();
   /// Moves so that the whole box is seen, with a margin; the direction of sight stays. Does nothing for an empty box.

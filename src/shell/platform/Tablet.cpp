@@ -20,6 +20,17 @@ float ToUnit(const PenAxis& axis, double value) {
   return float(std::clamp((value - axis.Min) / (axis.Max - axis.Min), 0.0, 1.0));
 }
 
+/// -1 .. 1; an axis with a sign is upright at 0, another one in its middle.
+float ToTilt(const PenAxis& axis, double value) {
+  const double upright = axis.Min < 0 && axis.Max > 0 ? 0 : (axis.Min + axis.Max) / 2;
+  return float(std::clamp((value - upright) / std::max(upright - axis.Min, axis.Max - upright), -1.0, 1.0));
+}
+
+/// As the X server does it: the last value of the axis is the last pixel, not the edge behind it.
+double ToDesktop(const PenAxis& axis, double value) {
+  return std::clamp((value - axis.Min) / (axis.Max - axis.Min + 1), 0.0, 1.0);
+}
+
 MouseButton ToButton(int button) {
   switch (button) {
     case 1:
@@ -79,6 +90,9 @@ void PenTranslator::Translate(const RawPenEvent& raw, std::vector<InputEvent>& e
   if (!device) return;
   Tool& tool = m_Tools[index];
 
+  InputEvent event;
+  event.X = float(raw.X);
+  event.Y = float(raw.Y);
   bool hasPressure = false;
   for (const auto& [axis, value] : raw.Values) {
     if (!std::isfinite(value)) continue;
@@ -86,18 +100,19 @@ void PenTranslator::Translate(const RawPenEvent& raw, std::vector<InputEvent>& e
       tool.Pressure = ToUnit(device->Pressure, value);
       hasPressure = true;
     } else if (device->TiltX.IsUsable() && axis == device->TiltX.Index) {
-      tool.TiltX = 2 * ToUnit(device->TiltX, value) - 1;
+      tool.TiltX = ToTilt(device->TiltX, value);
     } else if (device->TiltY.IsUsable() && axis == device->TiltY.Index) {
-      tool.TiltY = 2 * ToUnit(device->TiltY, value) - 1;
+      tool.TiltY = ToTilt(device->TiltY, value);
+    } else if (device->X.IsUsable() && axis == device->X.Index && raw.Desktop.Width > 0) {
+      event.X = float(raw.Desktop.Left + ToDesktop(device->X, value) * raw.Desktop.Width);
+    } else if (device->Y.IsUsable() && axis == device->Y.Index && raw.Desktop.Height > 0) {
+      event.Y = float(raw.Desktop.Top + ToDesktop(device->Y, value) * raw.Desktop.Height);
     }
   }
 
-  InputEvent event;
   event.Modifiers = raw.Modifiers;
   event.IsPen = true;
   event.IsEraser = device->IsEraser;
-  event.X = float(raw.X);
-  event.Y = float(raw.Y);
   event.Pressure = device->Pressure.IsUsable() ? tool.Pressure : 1;
   event.TiltX = tool.TiltX;
   event.TiltY = tool.TiltY;

@@ -21,6 +21,7 @@ struct PenDevice {
   std::string Name;
   bool IsEraser = false;
   PenAxis Pressure, TiltX, TiltY;
+  PenAxis X{}, Y{};  ///< over the whole desktop; unusable where the device moves the pointer by steps
 };
 
 /// What a valuator or a tool of a device is called decides what it is good for.
@@ -31,16 +32,22 @@ PenAxisKind FindPenAxisKind(const std::string& label);
 bool IsPenTool(const std::string& toolType);
 bool IsEraserTool(const std::string& name, const std::string& toolType);
 
+/// The desktop as the window sees it, in pixels of the window. Without a size: not known.
+struct PenDesktop {
+  double Left = 0, Top = 0, Width = 0, Height = 0;
+};
+
 /// One report of a device, as the window system gave it.
 struct RawPenEvent {
   enum class Kind : uint8_t { Motion, Press, Release };
   Kind What = Kind::Motion;
   int DeviceId = 0;
-  int Button = 0;  ///< of Press and Release: 1 tip, 2 and 3 the buttons on the side
-  double X = 0, Y = 0;
+  int Button = 0;       ///< of Press and Release: 1 tip, 2 and 3 the buttons on the side
+  double X = 0, Y = 0;  ///< where the pointer was; a device's own X and Y among the values go before
   double TimeSec = 0;
   uint8_t Modifiers = 0;
   std::span<const std::pair<int, double>> Values;  ///< index and value of the valuators that the report holds
+  PenDesktop Desktop{};
 };
 
 /// For the pen's panel.

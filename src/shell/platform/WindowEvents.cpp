@@ -94,7 +94,7 @@ bool Window::State::TakeEvent(const SDL_Event& event) {
     case SDL_MOUSEBUTTONUP:
       return TakeButton(event.button);
     case SDL_MOUSEMOTION:
-      if (IsPenShadow) return false;
+      if (!TakeMotionDue() && event.motion.which != SDL_TOUCH_MOUSEID) return false;
       PushInput(MakePointerEvent(InputKind::PointerMove, float(event.motion.x), float(event.motion.y)), event.type);
       return true;
     case SDL_MOUSEWHEEL: {
@@ -127,9 +127,17 @@ bool Window::State::TakeEvent(const SDL_Event& event) {
   }
 }
 
+// SDL makes a mouse's motion of every report of a pen, before it shows that: only the core event shown last may move the mouse.
+bool Window::State::TakeMotionDue() {
+  const bool isDue = IsMotionDue || !Pen.IsOpen();
+  IsMotionDue = false;
+  return isDue;
+}
+
 bool Window::State::TakeSystemEvent(const SDL_Event& event) {
   const XNews news = ReadXNews(*event.syswm.msg);
-  IsPenShadow = news.What == XNews::Kind::Pointer && Pen.IsShadow(news.ServerMs);
+  IsPenShadow = news.What == XNews::Kind::Pointer && Pen.TakeShadow(news.ServerMs, news.Type);
+  IsMotionDue = news.What == XNews::Kind::Pointer && !IsPenShadow;
   EventSec =
       news.What == XNews::Kind::Pointer || news.What == XNews::Kind::Key ? Pen.Clock().ToSeconds(news.ServerMs, Now()) : -1;
   if (news.What != XNews::Kind::Generic) return false;

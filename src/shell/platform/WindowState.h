@@ -46,6 +46,7 @@ struct Window::State {
   AccessKeyShortcuts AccessKeys;
   std::vector<InputEvent> PenEvents;  ///< of the report at hand
   bool IsPenShadow = false;           ///< the X event at hand is a pen's second one
+  bool IsMotionDue = false;           ///< it is the mouse's, and its motion has not come yet
   double EventSec = -1;               ///< time of the X event at hand; below 0: none
 
   // WindowEvents.cpp
@@ -76,6 +77,7 @@ struct Window::State {
   bool TakeKey(const SDL_KeyboardEvent& event);
   bool TakeButton(const SDL_MouseButtonEvent& event);
   bool TakeSleep(bool asleep, unsigned code);
+  bool TakeMotionDue();
   void TakeDrained(const SDL_Event& event);
   InputEvent MakePointerEvent(InputKind kind, float x, float y) const;
   void PushInput(InputEvent event, unsigned code);

@@ -73,6 +73,24 @@ void SelectEvents(Display* display, unsigned long window, int device, std::initi
   XISelectEvents(display, window, &mask, 1);
 }
 
+// The server takes the first two valuators for the place, whatever they are called.
+constexpr int AxisX = 0, AxisY = 1;
+constexpr double DesktopKnownSec = 1;
+static_assert(XI_Motion == MotionNotify && XI_ButtonPress == ButtonPress && XI_ButtonRelease == ButtonRelease);
+
+/// SDL asks for the pointer's motion in XInput's form, which it takes before it shows the event: nobody can tell then whose it
+/// is. Without that the motion comes as the core event, shown before.
+void SelectCoreMotion(Display* display, unsigned long window) {
+  int count = 0;
+  const std::unique_ptr<XIEventMask, int (*)(void*)> masks(XIGetSelectedEvents(display, window, &count), XFree);
+  for (int i = 0; masks && i < count; ++i) {
+    XIEventMask& mask = masks.get()[i];
+    if (mask.deviceid != XIAllMasterDevices || mask.mask_len <= XI_Motion / 8) continue;
+    XIClearMask(mask.mask, XI_Motion);
+    XISelectEvents(display, window, &mask, 1);
+  }
+}
+
 void SetAxis(const XIValuatorClassInfo& valuator, PenAxis& axis) {
   if (axis.Index < 0) axis = {valuator.number, valuator.min, valuator.max};
 }
@@ -95,6 +113,7 @@ bool XInputPen::Open(void* display, unsigned long window, std::string& error) {
   m_Display = display;
   m_Window = window;
   SelectEvents(x, DefaultRootWindow(x), XIAllDevices, {XI_HierarchyChanged});
+  SelectCoreMotion(x, window);
   ListDevices();
   return true;
 }
@@ -125,6 +144,8 @@ std::vector<PenDevice> XInputPen::ReadDevices() const {
     for (int k = 0; k < info.num_classes; ++k) {
       if (info.classes[k]->type != XIValuatorClass) continue;
       const XIValuatorClassInfo& valuator = *reinterpret_cast<const XIValuatorClassInfo*>(info.classes[k]);
+      if (valuator.mode == XIModeAbsolute && valuator.number == AxisX) SetAxis(valuator, device.X);
+      if (valuator.mode == XIModeAbsolute && valuator.number == AxisY) SetAxis(valuator, device.Y);
       switch (FindPenAxisKind(ReadAtom(x, valuator.label))) {
         case PenAxisKind::Pressure:
           SetAxis(valuator, device.Pressure);
@@ -152,12 +173,30 @@ void XInputPen::ListDevices() {
   Display* x = static_cast<Display*>(m_Display);
   const FaultGuard guard(x);
   std::vector<PenDevice> devices = ReadDevices();
+  for (const PenDevice& old : m_Pens.Devices())
+    if (std::none_of(devices.begin(), devices.end(), [&](const PenDevice& device) { return device.Id == old.Id; }))
+      comms::LogInfo("Pen gone: %s", old.Name.c_str());
   for (const PenDevice& device : devices) {
     if (!m_Pens.Has(device.Id)) comms::LogInfo("Pen: %s%s", device.Name.c_str(), device.IsEraser ? " (eraser)" : "");
     // The tool itself is asked and not the pointer that it moves: the pointer's own events stay with the mouse.
     SelectEvents(x, m_Window, device.Id, {XI_Motion, XI_ButtonPress, XI_ButtonRelease});
   }
   m_Pens.SetDevices(std::move(devices));
+}
+
+// The screen may get another size while the program runs, which the window is not told.
+void XInputPen::MeasureDesktop(double nowSec) {
+  if (m_MeasuredSec >= 0 && nowSec - m_MeasuredSec < DesktopKnownSec) return;
+  Display* x = static_cast<Display*>(m_Display);
+  Window root;
+  int left, top;
+  unsigned width = 0, height = 0, border, depth;
+  // Axes span all screens of a server; where these are several, their places are not known.
+  const bool isKnown =
+      ScreenCount(x) == 1 && XGetGeometry(x, DefaultRootWindow(x), &root, &left, &top, &width, &height, &border, &depth);
+  m_DesktopWidth = isKnown ? width : 0;
+  m_DesktopHeight = isKnown ? height : 0;
+  m_MeasuredSec = nowSec;
 }
 
 bool XInputPen::Handle(void* cookie, uint8_t modifiers, double nowSec, std::vector<InputEvent>& events) {
@@ -192,13 +231,24 @@ bool XInputPen::Handle(void* cookie, uint8_t modifiers, double nowSec, std::vect
   raw.TimeSec = m_Clock.ToSeconds(uint32_t(report.time), nowSec);
   raw.Modifiers = modifiers;
   raw.Values = values;
+  // The pointer follows a tool's report: the place of the report itself is where the pointer was before it.
+  MeasureDesktop(nowSec);
+  raw.Desktop = {report.event_x - report.root_x, report.event_y - report.root_y, m_DesktopWidth, m_DesktopHeight};
   m_Pens.Translate(raw, events);
-  m_RecentMs[m_RecentCount++ % std::size(m_RecentMs)] = uint32_t(report.time);
+  m_Recent[m_RecentCount++ % std::size(m_Recent)] = {uint32_t(report.time), generic.evtype};
   return true;
 }
 
-bool XInputPen::IsShadow(uint32_t serverMs) const {
-  // The server sends a tool's report first and then the pointer's, both with one time.
-  const unsigned count = std::min<unsigned>(m_RecentCount, std::size(m_RecentMs));
-  return std::find(m_RecentMs, m_RecentMs + count, serverMs) != m_RecentMs + count;
+bool XInputPen::TakeShadow(uint32_t serverMs, int type) {
+  // The server sends a tool's report first and then the pointer's, both with one time and XInput's types being the core's.
+  const bool isCrossing = type == EnterNotify || type == LeaveNotify;
+  for (unsigned i = 0; i < std::min<unsigned>(m_RecentCount, std::size(m_Recent)); ++i) {
+    Report& report = m_Recent[i];
+    if (report.ServerMs != serverMs) continue;
+    if (isCrossing) return true;
+    if (!report.HasShadow || report.Type != type) continue;
+    report.HasShadow = false;
+    return true;
+  }
+  return false;
 }

@@ -23,18 +23,18 @@ XNews ReadXNews(SDL_SysWMmsg& message) {
   XEvent& event = message.msg.x11.event;
   switch (event.type) {
     case GenericEvent:
-      return {XNews::Kind::Generic, 0, &event.xcookie};
+      return {XNews::Kind::Generic, 0, 0, &event.xcookie};
     case MotionNotify:
-      return {XNews::Kind::Pointer, uint32_t(event.xmotion.time), nullptr};
+      return {XNews::Kind::Pointer, uint32_t(event.xmotion.time), event.type};
     case ButtonPress:
     case ButtonRelease:
-      return {XNews::Kind::Pointer, uint32_t(event.xbutton.time), nullptr};
+      return {XNews::Kind::Pointer, uint32_t(event.xbutton.time), event.type};
     case EnterNotify:
     case LeaveNotify:
-      return {XNews::Kind::Pointer, uint32_t(event.xcrossing.time), nullptr};
+      return {XNews::Kind::Pointer, uint32_t(event.xcrossing.time), event.type};
     case KeyPress:
     case KeyRelease:
-      return {XNews::Kind::Key, uint32_t(event.xkey.time), nullptr};
+      return {XNews::Kind::Key, uint32_t(event.xkey.time)};
     default:
       return {};
   }

@@ -20,7 +20,8 @@ const char* GetXResource(const XHandles& handles, const char* program, const cha
 struct XNews {
   enum class Kind : uint8_t { Other, Pointer, Key, Generic };
   Kind What = Kind::Other;
-  uint32_t ServerMs = 0;   ///< of Pointer and Key
-  void* Cookie = nullptr;  ///< of Generic: XGenericEventCookie, with its data only while SDL handles it
+  uint32_t ServerMs = 0;  ///< of Pointer and Key
+  int Type{};             ///< of Pointer: MotionNotify and its like
+  void* Cookie{};         ///< of Generic: XGenericEventCookie, with its data only while SDL handles it
 };
 XNews ReadXNews(SDL_SysWMmsg& message);

@@ -45,13 +45,13 @@ TEST_F(TabletTest, EverySampleWithItsFractions) {
   EXPECT_EQ(events[0].X, 10.25f);
   EXPECT_EQ(events[0].Y, 20.75f);
   EXPECT_EQ(events[0].Pressure, 0.25f);
-  EXPECT_EQ(events[0].TiltX, 1);
+  EXPECT_EQ(events[0].TiltX, 63 / 64.0f);
   EXPECT_EQ(events[0].TiltY, -1);
   EXPECT_EQ(events[0].TimeSec, 1.5);
   EXPECT_EQ(events[0].Modifiers, ModShift);
   // A report holds what changed: the rest stays as it was, for this tool alone.
-  EXPECT_EQ(Move(11, 1.6, {{3, -0.5}})[0].Pressure, 0.25f);
-  EXPECT_NEAR(Move(11, 1.7)[0].TiltX, 0, 1e-6);
+  EXPECT_EQ(Move(11, 1.6, {{3, 0}})[0].Pressure, 0.25f);
+  EXPECT_EQ(Move(11, 1.7)[0].TiltX, 0) << "upright";
   const std::vector<InputEvent> erased = Send(RawPenEvent::Kind::Motion, 1, 2, 1.8, {{2, 70000}}, 8);
   EXPECT_TRUE(erased[0].IsEraser);
   EXPECT_EQ(erased[0].Pressure, 1);
