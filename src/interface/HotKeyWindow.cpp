@@ -86,7 +86,7 @@ class HotKeyRow : public BaseWidget {
   std::string KeyText() const {
     std::string text;
     for (const KeyCombo& combo : m_Window->Keys().KeysOf({Action->Name, {}, {}}))
-      text += (text.empty() ? "" : "  ") + PrintKeyCombo(combo);
+      text += (text.empty() ? "" : "  ") + GetKeyText(PrintKeyCombo(combo));
     return text;
   }
   bool Waits() const { return m_Window->Capturing() == Action->Name; }
@@ -129,7 +129,7 @@ static std::string Lowered(std::string_view text) {
 
 bool HotKeyWindow::Matches(const Action& action) const {
   std::string held = action.Name + " " + ::GetText(action.TextKey);
-  for (const KeyCombo& combo : m_Keys->KeysOf({action.Name, {}, {}})) held += " " + PrintKeyCombo(combo);
+  for (const KeyCombo& combo : m_Keys->KeysOf({action.Name, {}, {}})) held += " " + GetKeyText(PrintKeyCombo(combo));
   held = Lowered(held);
   std::istringstream words(Lowered(m_Words));
   for (std::string word; words >> word;)
@@ -189,7 +189,7 @@ static std::string NameOf(const Actions& actions, const HotKeyTarget& target) {
 void HotKeyWindow::AskTakeOver(const HotKeyTarget& target, const KeyCombo& combo, const HotKeyTarget& taken) {
   cWidgets* manager = Manager();
   if (!manager) return;
-  const std::string text = PrintKeyCombo(combo) + ": " + NameOf(*m_Actions, taken) + "\n" + ::GetText("KEY_TAKEN");
+  const std::string text = GetKeyText(PrintKeyCombo(combo)) + ": " + NameOf(*m_Actions, taken) + "\n" + ::GetText("KEY_TAKEN");
   MessageBoxWidget::Ask(*manager, "KEY_TAKEN_HDR", text, {"KEY_TAKE_OVER", "CANCEL"}, [keys = m_Keys, target, combo](int answer) {
     if (answer == 0) keys->Assign(target, combo, nullptr, true);
   });

@@ -147,6 +147,17 @@ std::string GetHintText(std::string_view key) {
   return found == table.end() ? std::string() : found->second;
 }
 
+std::string GetKeyText(std::string_view combo) {
+  std::string text;
+  while (!combo.empty()) {
+    const size_t end = std::min(combo.find('+'), combo.size());
+    const std::string word(combo.substr(0, end)), key = "Key." + word;
+    text += (text.empty() ? "" : "+") + (HasText(key) ? GetText(key) : word);
+    combo.remove_prefix(std::min(end + 1, combo.size()));
+  }
+  return text;
+}
+
 bool LoadLanguage(const std::string& dataFolder, const std::string& name, std::string& error) {
   const std::string folder = LanguageFolder(dataFolder);
   Texts loaded;

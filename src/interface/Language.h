@@ -13,6 +13,8 @@ const std::string& GetText(std::string_view key);
 /// The text of the key formed with "_HINT"; empty where there is none (a missing hint is not listed).
 std::string GetHintText(std::string_view key);
 bool HasText(std::string_view key);
+/// A combination of keys as "Ctrl+Z" in the words of the person's keyboard: each word by the key "Key.Ctrl" where there is one.
+std::string GetKeyText(std::string_view combo);
 /// `text` with `word` in place of its first "%s".
 std::string FillIn(std::string text, std::string_view word);
 

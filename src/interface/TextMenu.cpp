@@ -48,9 +48,10 @@ void TextItem::Draw(Canvas& canvas) {
     const float size = canvas.Px(Measures::IconSize);
     canvas.Icon(Icon, {Rect.X + canvas.Px(8), std::floor(middle - size / 2), size, size}, dim);
   }
-  const float right = canvas.Px(ArrowColumn), keys = HotKey.empty() ? 0 : canvas.TextWidth(HotKey, TextStyle::Small) + 1;
+  const std::string hotKey = GetKeyText(HotKey);
+  const float right = canvas.Px(ArrowColumn), keys = hotKey.empty() ? 0 : canvas.TextWidth(hotKey, TextStyle::Small) + 1;
   canvas.Text({Rect.X + mark, Rect.Y, std::max(0.0f, Rect.W - mark - right - keys), Rect.H}, GetText(), text);
-  if (keys > 0) canvas.Text({Rect.Right() - right - keys, Rect.Y, keys, Rect.H}, HotKey, dim, TextStyle::Small, TextAlign::Right);
+  if (keys > 0) canvas.Text({Rect.Right() - right - keys, Rect.Y, keys, Rect.H}, hotKey, dim, TextStyle::Small, TextAlign::Right);
   if (Fill) DrawArrow(canvas, {Rect.Right() - canvas.Px(13), middle}, canvas.Px(8), 0, dim);
 }
 
@@ -58,7 +59,7 @@ float TextItem::HeightFor(float, Canvas& canvas) const { return canvas.Px(IsLine
 
 float TextItem::WidthFor(Canvas& canvas) const {
   if (IsLine()) return 0;
-  const float keys = HotKey.empty() ? 0 : canvas.TextWidth(HotKey, TextStyle::Small) + 1 + canvas.Px(KeyGap);
+  const float keys = HotKey.empty() ? 0 : canvas.TextWidth(GetKeyText(HotKey), TextStyle::Small) + 1 + canvas.Px(KeyGap);
   return std::ceil(canvas.Px(MarkColumn) + canvas.TextWidth(GetText()) + 1 + keys + canvas.Px(ArrowColumn));
 }
 

@@ -18,7 +18,9 @@ class LanguageTest : public testing::Test {
           "<Language><Entry><Key>BRUSH</Key><Text>Brush size</Text></Entry><Entry><Key>BRUSH_HINT</Key><Text>How large a Brush "
           "is</Text></Entry>"
           "<Entry><Key>BRUSHES</Key><Text>Brushes</Text></Entry></Language>");
-    Write("German.xml", "<Language><Entry><Key>BRUSH</Key><Text>Pinselgröße</Text></Entry></Language>");
+    Write("German.xml",
+          "<Language><Entry><Key>BRUSH</Key><Text>Pinselgröße</Text></Entry><Entry><Key>Key.Ctrl</Key><Text>Strg</Text></Entry></"
+          "Language>");
   }
   ~LanguageTest() override {
     std::string error;
@@ -43,6 +45,7 @@ TEST_F(LanguageTest, LooksUpOverEnglishAndWithoutGroups) {
     EXPECT_EQ(GetText(key), text);
   EXPECT_EQ(GetHintText("{1}BRUSH"), "How large a Brush is");
   EXPECT_EQ(GetHintText("BRUSHES"), "");
+  EXPECT_EQ(GetKeyText("Ctrl+Shift+Z"), "Strg+Shift+Z");
   EXPECT_THAT(ListLanguages(m_Folder.Path()), testing::ElementsAre("English", "German"));
 }
 

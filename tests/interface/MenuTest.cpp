@@ -171,4 +171,19 @@ TEST_F(MenuTest, AComboBoxWritesTheValueOfTheEntry) {
   EXPECT_EQ(combo->GetText(), "");
 }
 
+// As a member with choices makes it.
+TEST_F(MenuTest, AListOfTextsIsMadeWhenOneIsToBeChosen) {
+  _str stamp("gone");
+  std::vector<std::string> names;
+  auto* combo = Place(new ComboBox(Bind<_str>(stamp), {}), {100, 100, 150, 19});
+  combo->ListTexts = [&] { return names; };
+  ClickOn(*combo);
+  EXPECT_FALSE(Widgets.HasPopups()) << "there is nothing to choose";
+  names = {"Nose", "Ear"};
+  EXPECT_EQ(combo->GetText(), "gone");
+  ClickOn(*combo);
+  Keys({KeyDown, KeyDown, KeyEnter});
+  EXPECT_TRUE(stamp == "Ear");
+}
+
 }  // namespace

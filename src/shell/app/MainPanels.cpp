@@ -24,7 +24,7 @@ namespace {
 
 /// A text about an action, with its key behind it.
 std::string WithKey(const std::string& text, const Action& action, const HotKeys& keys) {
-  const std::string key = keys.KeyText(action.Name);
+  const std::string key = GetKeyText(keys.KeyText(action.Name));
   return key.empty() ? text : text.empty() ? key : text + " (" + key + ")";
 }
 

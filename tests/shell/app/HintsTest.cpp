@@ -14,6 +14,7 @@
 #include "shell/app/CommandPanel.h"
 #include "shell/core/AppOptions.h"
 #include "shell/core/GeneralCommands.h"
+#include "shell/core/KeyTable.h"
 #include "shell/core/Messages.h"
 
 namespace {
@@ -94,7 +95,8 @@ TEST_F(HintsTest, EveryLanguageHasThoseThatAreDeclared) {
     }
     for (const std::string& key : ReadKeys(language)) {
       const std::string subject = key.ends_with("_HINT") ? key.substr(0, key.size() - 5) : key;
-      EXPECT_TRUE(english.count(key) || hints.count(subject)) << language << ": nothing asks for " << key;
+      const bool isKey = key.starts_with("Key.") && (FindKeyByName(key.substr(4)) != KeyNone || key == "Key.LMB");
+      EXPECT_TRUE(isKey || english.count(key) || hints.count(subject)) << language << ": nothing asks for " << key;
     }
   }
 }
