@@ -1,20 +1,16 @@
 #include "comms/Str.h"
 
 #include <locale.h>
+#include <algorithm>
 #include <cstdio>
 
 #include "ClassEngine/Assert.h"
 
 namespace comms {
 
-int CompareNoCase(std::string_view a, std::string_view b) {
-  for (size_t i = 0; i < a.size() && i < b.size(); i++) {
-    const int ca = static_cast<unsigned char>(ToLowerAscii(a[i])), cb = static_cast<unsigned char>(ToLowerAscii(b[i]));
-    if (ca != cb) return ca - cb;
-  }
-  return a.size() < b.size() ? -1 : a.size() > b.size();
+bool EqualsNoCase(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return ToLowerAscii(x) == ToLowerAscii(y); });
 }
-bool EqualsNoCase(std::string_view a, std::string_view b) { return a.size() == b.size() && CompareNoCase(a, b) == 0; }
 bool StartsWithNoCase(std::string_view text, std::string_view part) {
   return text.size() >= part.size() && EqualsNoCase(text.substr(0, part.size()), part);
 }

@@ -16,8 +16,6 @@ using cList = std::vector<T>;
 inline char ToLowerAscii(char c) { return c >= 'A' && c <= 'Z' ? char(c + ('a' - 'A')) : c; }
 /// Equal but for the case of A to Z.
 bool EqualsNoCase(std::string_view a, std::string_view b);
-/// Below 0, 0 or above 0, by bytes after folding the case of A to Z.
-int CompareNoCase(std::string_view a, std::string_view b);
 /// Whether `text` begins or ends with `part`, but for the case of A to Z.
 bool StartsWithNoCase(std::string_view text, std::string_view part);
 bool EndsWithNoCase(std::string_view text, std::string_view part);

@@ -19,19 +19,10 @@ template <class Enum, size_t Size>
 static const char* NameOf(const char* const (&names)[Size], Enum value) {
   return size_t(value) < Size ? names[size_t(value)] : "";
 }
-template <class Enum, size_t Size>
-static Enum Find(const char* const (&names)[Size], std::string_view name) {
-  size_t i = 0;
-  while (i < Size && !EqualsNoCase(names[i], name)) i++;
-  return Enum(i);
-}
 
 const char* GetName(TextureFormat format) { return NameOf(FormatNames, format); }
 const char* GetName(TextureFilter filter) { return NameOf(FilterNames, filter); }
 const char* GetName(AddressMode address) { return NameOf(AddressNames, address); }
-TextureFormat FindTextureFormat(std::string_view name) { return Find<TextureFormat>(FormatNames, name); }
-TextureFilter FindTextureFilter(std::string_view name) { return Find<TextureFilter>(FilterNames, name); }
-AddressMode FindAddressMode(std::string_view name) { return Find<AddressMode>(AddressNames, name); }
 
 bool IsCompressed(TextureFormat format) { return format >= TextureFormat::Dxt1 && format <= TextureFormat::Dxt5; }
 bool IsDepth(TextureFormat format) { return format >= TextureFormat::Depth16 && format <= TextureFormat::Depth24Stencil8; }

@@ -1,6 +1,5 @@
 #pragma once
-// Texture formats, filters and address modes with the names that settings and files use for them.
-#include <string_view>
+// Texture formats, filters and address modes with the names that reports use for them.
 
 #include "comms/Str.h"
 
@@ -40,10 +39,6 @@ enum class AddressMode { Wrap, Clamp, Mirror, Count };
 const char* GetName(TextureFormat format);
 const char* GetName(TextureFilter filter);
 const char* GetName(AddressMode address);
-/// The value that has `name`, but for the case of A to Z; Count where none has.
-TextureFormat FindTextureFormat(std::string_view name);
-TextureFilter FindTextureFilter(std::string_view name);
-AddressMode FindAddressMode(std::string_view name);
 
 bool IsCompressed(TextureFormat format);
 bool IsDepth(TextureFormat format);
