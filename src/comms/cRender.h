@@ -117,8 +117,8 @@ class cRender {
   /// Replaces a part of a flat texture or a line.
   virtual void UpdateTexture(int id, int x, int y, int width, int height, const void* pixels) = 0;
   virtual void DeleteTexture(int id) = 0;
-  /// Whether the driver reset the device underneath the program, by a hang or in a sleep: all that was on it is gone. The way back
-  /// is Unload, a new context, Reload. Devices that can't tell say false.
+  /// Whether the driver reset the device underneath the program, by a hang or in a sleep: all that was on it is gone. The way
+  /// back is Unload, a new context, Reload. Devices that can't tell say false.
   virtual bool IsLost() const { return false; }
   /// Before the device changes: gives up all objects of the device, keeping every id and what it was made from. Buffers are read
   /// back from the device where it still answers. Until Reload nothing is drawn; creating, updating and deleting go on.
