@@ -145,6 +145,7 @@ const bench::ChildTask soakGl("SoakGL", [](const std::string& seconds) {
     std::printf("Xvfb is not installed\n");
     return;
   }
+  setenv("MORVANE_GL_DEBUG", "1", 1);  // the driver reports errors where they happen, and others than glGetError knows
   constexpr int width = 960, height = 640;
   Window window;
   std::string error;

@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "ClassEngine/ClassRegistry.h"
 #include "ClassEngine/ValueTypes.h"
 
 namespace comms {
 
+REGISTER_CLASS(wCurvePoint, nullptr);
+REGISTER_CLASS(One2DCurve, nullptr);
 DECLARE_MEMBERS(wCurvePoint) {
   Member<_float>("X", X).Range(0, 1);
   Member<_float>("Y", Y).Range(0, 1);

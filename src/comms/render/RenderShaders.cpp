@@ -70,13 +70,27 @@ bool cRenderGL::CompileShader(Shader& shader, bool readFile) {
   const unsigned program = read ? LinkProgram(file, shader.Defines, log) : 0;
   if (!program) {
     RecordFailure(shader, log);
+    if (!shader.Program) UseShipped(shader);
     return false;
   }
+  UseProgram(shader, program, file);
+  return true;
+}
+
+void cRenderGL::UseProgram(Shader& shader, unsigned program, const ShaderFile& file) {
   if (shader.Program) glDeleteProgram(shader.Program);
   shader.Program = program;
-  shader.File = std::move(file);
+  shader.File = file;
   ReadUniforms(shader);
-  return true;
+}
+
+// In place of a file that does not serve.
+void cRenderGL::UseShipped(Shader& shader) {
+  const char* text = FindShippedShader(shader.Name);
+  ShaderFile file;
+  cStr log;
+  if (!text || !SplitShaderFile(text, shader.Name, file, log)) return;
+  if (const unsigned program = LinkProgram(file, shader.Defines, log)) UseProgram(shader, program, file);
 }
 
 // What the compiler or linker says, and whether it was content.

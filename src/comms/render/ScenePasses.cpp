@@ -99,6 +99,16 @@ void ScenePasses::Finish() {
   Compose();
 }
 
+bool ScenePasses::Repeat(cRender& render) {
+  if (m_Render != &render || m_RenderAlive.expired() || m_Scene < 0) return false;
+  m_Render->SetScissor(0, 0, -1, -1);
+  m_Render->SetFillState(m_Render->CreateFillState({}));
+  m_Render->SetBlendState(m_Render->CreateBlendState({}));
+  m_Render->SetDepthState(m_Render->CreateDepthState({.Test = false, .Write = false}));
+  Compose();
+  return true;
+}
+
 void ScenePasses::DrawOcclusion() {
   m_Render->SetViewport(0, 0, (m_Shape.Width + m_Shape.Step - 1) / m_Shape.Step,
                         (m_Shape.Height + m_Shape.Step - 1) / m_Shape.Step);

@@ -38,6 +38,8 @@ class ScenePasses {
   void BeginTranslucent();
   /// Darkens, composes into the final target and leaves it set, without depth test.
   void Finish();
+  /// Composes the last finished picture once more, in place of Begin to Finish. False where it is gone: it is to be drawn anew.
+  bool Repeat(cRender& render);
   /// Gives the targets back.
   void Release();
 

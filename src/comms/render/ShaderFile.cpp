@@ -42,6 +42,12 @@ bool SplitShaderFile(const cStr& text, const cStr& fileName, ShaderFile& file, c
   return true;
 }
 
+const char* FindShippedShader(const cStr& name) {
+  for (const ShippedShader* shader = ShippedShaders; shader->Name; shader++)
+    if (name == shader->Name) return shader->Text;
+  return nullptr;
+}
+
 cStr MakeShaderSource(const ShaderPart& part, const cStr& defines) {
   cStr source = "#version 330 core\n#define saturate(x) clamp(x, 0.0, 1.0)\n#define lerp mix\n" + defines;
   if (source.back() != '\n') source += '\n';

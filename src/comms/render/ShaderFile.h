@@ -19,6 +19,14 @@ struct ShaderFile {
 /// part is missing or stands twice.
 bool SplitShaderFile(const cStr& text, const cStr& fileName, ShaderFile& file, cStr& error);
 
+/// A shader as it was when the program was built: it serves where its file is missing or broken.
+struct ShippedShader {
+  const char *Name, *Text;
+};
+extern const ShippedShader ShippedShaders[];  ///< made by the build from data/Shaders; an empty one ends it
+/// Null where there is none of that name.
+const char* FindShippedShader(const cStr& name);
+
 /// What the compiler gets: version, helpers, `defines` (one a line), and the part under the line numbers of its file.
 cStr MakeShaderSource(const ShaderPart& part, const cStr& defines);
 

@@ -161,6 +161,8 @@ class cRenderGL : public cRender {
   // shaders
   cStr ShaderPath(const Shader& shader) const;
   bool CompileShader(Shader& shader, bool readFile);
+  void UseProgram(Shader& shader, unsigned program, const ShaderFile& file);
+  void UseShipped(Shader& shader);
   unsigned LinkProgram(const ShaderFile& file, const cStr& defines, cStr& log) const;
   void ReadUniforms(Shader& shader);
   void RecordFailure(const Shader& shader, const cStr& log) const;

@@ -129,7 +129,7 @@ std::string DescribeOptions() {
   for (const OptionRow& row : s_Rows) {
     if (!row.Help) continue;
     std::string line = std::string("  ") + row.Name + (row.Value ? std::string(" ") + row.Value : "");
-    line.resize(std::max<size_t>(line.size(), 18), ' ');
+    line.resize(std::max<size_t>(line.size() + 1, 20), ' ');
     text += line + row.Help + "\n";
   }
   return text;

@@ -120,7 +120,6 @@ Window::~Window() { Destroy(); }
 bool Window::Create(const std::string& title, const WindowPlacement& placement, std::string& error) {
   Destroy();
   SetHints();
-  // Drivers that draw where nobody sees it would pass for a window.
   if (!std::getenv("SDL_VIDEODRIVER") && !std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) {
     error = "can't open a window, there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set";
     return false;
@@ -129,6 +128,15 @@ bool Window::Create(const std::string& title, const WindowPlacement& placement, 
   state.MainThread = SDL_ThreadID();
   if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
     error = std::string("can't open a window, there is no display: ") + SDL_GetError();
+    return false;
+  }
+  // Where no display answers SDL takes a driver that draws where nobody sees it, which would pass for a window.
+  const std::string driver = SDL_GetCurrentVideoDriver();
+  if (!std::getenv("SDL_VIDEODRIVER") && driver != "x11" && driver != "wayland") {
+    const char *display = std::getenv("DISPLAY"), *wayland = std::getenv("WAYLAND_DISPLAY");
+    error = "can't open a window, no display answers: DISPLAY is '" + std::string(display ? display : "") +
+            "', WAYLAND_DISPLAY is '" + (wayland ? wayland : "") + "'";
+    SDL_QuitSubSystem(SDL_INIT_VIDEO);
     return false;
   }
   GetWakeEvent();

@@ -186,6 +186,5 @@ TEST_F(Picture, RefusesWithASentence) {
   }
   OffscreenPicture none;
   EXPECT_FALSE(none.Render({Sphere()}, good, image, error));
-  EXPECT_FALSE(none.Init("/none", "", error));
-  EXPECT_THAT(error, HasSubstr("/none/Shaders"));
+  EXPECT_TRUE(none.Init("/none", "", error)) << "the program has its shaders with it: " << error;
 }

@@ -46,6 +46,13 @@ TEST_F(Backend, BrokenShaderKeepsItsIdDrawsNothingAndIsWrittenDown) {
   EXPECT_THAT(UnknownShaders(), HasSubstr("    IRS->GetShaderID(\"Nowhere\", \"#define A 1\\n#define B 2\");\n"));
 }
 
+TEST_F(Backend, AShippedShaderServesWhereItsFileDoesNot) {
+  WriteShader("Colored", "color = mystery;");
+  std::filesystem::remove(m_Folder.Path("Shaders/Grid.glsl"));
+  for (const char* name : {"Colored", "Grid"}) EXPECT_TRUE(m_Render.IsShaderSound(m_Render.GetShaderID(name, ""))) << name;
+  EXPECT_THAT(UnknownShaders(), HasSubstr("mystery"));
+}
+
 TEST_F(Backend, DefinesMakeVariantsOfOneFile) {
   WriteShader("Variant", "\n#ifdef BLUE\ncolor = vec4(0.0, 0.0, lerp(2.0, 4.0, 0.5), 1.0);\n#endif\n");
   for (const auto& [defines, wanted] : {std::pair("", 0x00FF00u), std::pair("#define BLUE", 0x0000FFu)}) {
