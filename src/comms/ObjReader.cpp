@@ -276,6 +276,31 @@ static int64_t CountLinesBefore(const cFile& file, int64_t position) {
   return lines;
 }
 
+int64_t FindObjLine(const cFile& file, int64_t ObjCounts::*kind, int64_t wanted, ObjLine& line) {
+  const int64_t step = ObjReadOptions().ChunkBytes;
+  ObjChunkText text;
+  ObjCounts counts;
+  for (int64_t begin = 0; begin < file.Size(); begin += step) {
+    if (!text.Find(file, begin, begin + step)) return 0;
+    if (const char* const found = FindInObjChunk(text, line, counts, kind, wanted))
+      return CountLinesBefore(file, text.FileBegin() + (found - text.Begin())) + 1;
+  }
+  return 0;
+}
+
+cStr ObjPlace(const cFile& file, int64_t lineNumber) {
+  return Format("%s, line %lld", file.Name().c_str(), static_cast<long long>(lineNumber));
+}
+
+cStr DescribeObjPosition(const cFile& file, int64_t index) {
+  ObjLine line;
+  const int64_t number = FindObjLine(file, &ObjCounts::Positions, index, line);
+  if (!number) return {};
+  const cStr x(line.Token(1)), y(line.Token(2)), z(line.Token(3));
+  return ObjPlace(file, number) +
+         Format(": the vertex is \"%s %s %s\", three finite numbers are expected", x.c_str(), y.c_str(), z.c_str());
+}
+
 static void ReportFailure(const cFile& file, const ObjChunk& chunk, Worker& worker) {
   if (!worker.Text.Load(file, chunk.FailAt, chunk.End)) return;
   ObjLine& line = worker.Line;
@@ -292,6 +317,11 @@ static void ReportFailure(const cFile& file, const ObjChunk& chunk, Worker& work
     LogError("cMeshObj: Zero indices not allowed: \"%s\".", text.c_str());
   LogError("cMeshObj::DecodeObj(): Reading \"%s\" ended at line %lld.", file.Name().c_str(),
            static_cast<long long>(CountLinesBefore(file, chunk.FailAt)) + 1);
+}
+
+static void ReportWord(const cFile& file, const cList<ObjChunk>& chunks) {
+  const auto found = std::find_if(chunks.begin(), chunks.end(), [](const ObjChunk& chunk) { return chunk.WordPosition >= 0; });
+  if (found != chunks.end()) LogError("%s", DescribeObjPosition(file, found->WordPosition).c_str());
 }
 
 static bool ReportShortRead(const cFile& file) {
@@ -328,6 +358,7 @@ bool ReadObj(const cFile& file, cRawMesh& mesh, const ObjReadOptions& options) {
     ReportFailure(file, *failed, workers.local());
     return false;
   }
+  ReportWord(file, chunks);
   if (mesh.Materials.empty()) mesh.Materials.emplace_back().Name = "default";
   SetUVSets(mesh);
   return true;

@@ -17,7 +17,7 @@ struct ObjReadOptions {
 
 /// Fills an empty mesh. False after one message (and a second with file and line where there is one). A file whose mesh, with the
 /// material libraries that it names, would take more than four times its bytes and 40 MiB is refused: no mesh of any use is
-/// written in so few.
+/// written in so few. A vertex of text that is no number is read as 0; the first one is an error in the log, with its line.
 bool ReadObj(const cFile& file, cRawMesh& mesh, const ObjReadOptions& options = {});
 
 /// Elements of the arrays: how many a stretch of the file holds, or how many stand before it.
@@ -42,6 +42,7 @@ struct ObjChunk {
   cStr Events;
   int NumObjectLines = 0, NumMaterialLines = 0;  ///< Object and Instance; Material
   int64_t FailAt = -1;                           ///< byte of the line that ends the load
+  int64_t WordPosition = -1;                     ///< second pass: first position of the file's that holds text which is no number
 
   // Resolving.
   ObjCounts Base;
@@ -72,7 +73,18 @@ class ObjChunkText {
 void CountObjChunk(const ObjChunkText& text, ObjLine& line, ObjChunk& chunk);
 /// Second pass: writes its elements to their places. Sets FailAt where a line ends the load.
 void ParseObjChunk(const ObjChunkText& text, ObjLine& line, ObjChunk& chunk, cRawMesh& mesh);
+/// Looks through the lines of a chunk for the record that holds element `wanted` of its kind; `counts` are those before the
+/// chunk, then those behind it. `line` and the answer are the record; null where the chunk ends before it.
+const char* FindInObjChunk(const ObjChunkText& text, ObjLine& line, ObjCounts& counts, int64_t ObjCounts::*kind, int64_t wanted);
 /// Between them: bases of the chunks, objects and materials of the mesh. False after one message.
 bool ResolveObjChunks(const cFile& file, cList<ObjChunk>& chunks, cRawMesh& mesh);
+
+/// Line number, from 1, of the record that holds element `wanted` of its kind, with its text in `line`; 0 where the file holds no
+/// such record. Reads the file up to there: for sentences about a fault that is already known.
+int64_t FindObjLine(const cFile& file, int64_t ObjCounts::*kind, int64_t wanted, ObjLine& line);
+/// "head.obj, line 12".
+cStr ObjPlace(const cFile& file, int64_t lineNumber);
+/// The sentence about a position that is not three finite numbers; empty where the file holds no such position.
+cStr DescribeObjPosition(const cFile& file, int64_t index);
 
 }  // namespace comms

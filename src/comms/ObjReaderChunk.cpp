@@ -221,6 +221,32 @@ void CountObjChunk(const ObjChunkText& text, ObjLine& line, ObjChunk& chunk) {
   chunk.Events.shrink_to_fit();
 }
 
+// --- a record by its number -------------------------------------------------------------------------------------------------
+
+namespace {
+// Answers false at the record, which ends the walk there.
+struct FindVisitor {
+  CountVisitor Counter;
+  int64_t ObjCounts::*Kind;
+  int64_t Wanted;
+
+  bool IsBefore() const { return Counter.Chunk.Counts.*Kind <= Wanted; }
+  bool Ordinary(ObjRecord record, const char* at, const ObjLineScan& scan) {
+    return Counter.Ordinary(record, at, scan) && IsBefore();
+  }
+  bool Exact(const ObjLine& line) { return Counter.Exact(line) && IsBefore(); }
+};
+}  // namespace
+
+const char* FindInObjChunk(const ObjChunkText& text, ObjLine& line, ObjCounts& counts, int64_t ObjCounts::*kind, int64_t wanted) {
+  ObjChunk chunk;
+  chunk.Counts = counts;
+  FindVisitor visitor{{chunk}, kind, wanted};
+  const char* const found = WalkLines(text, line, visitor);
+  counts = chunk.Counts;
+  return found && !visitor.IsBefore() ? found : nullptr;
+}
+
 // --- second pass ------------------------------------------------------------------------------------------------------------
 
 // sscanf("%X") on eight characters: blanks, sign and "0x" are taken; no digit leaves mid grey.
@@ -283,14 +309,17 @@ struct ParseVisitor {
         Object(chunk.StartObject),
         Material(chunk.StartMaterial) {}
 
-  // `count` numbers behind the keyword. False where a token is longer than ObjLine takes.
+  // `count` numbers behind the keyword. False where a token is no number or longer than ObjLine takes.
   static bool ReadFloats(const char* at, float* values, int count) {
     while (!IsObjBlank(*at)) at++;
     for (int i = 0; i < count; i++) {
       while (IsObjBlank(*at)) at++;
       const char* const token = at;
       values[i] = ParseFloat(at);
-      while (!IsObjTokenEnd(*at)) at++;
+      if (!IsObjTokenEnd(*at)) [[unlikely]] {
+        if (at == token) return false;
+        while (!IsObjTokenEnd(*at)) at++;
+      }
       if (at - token > ObjLine::MaxTokenChars) return false;
     }
     return true;
@@ -358,16 +387,20 @@ struct ParseVisitor {
   bool Exact(const ObjLine& line) {
     const std::string_view keyword = line.Token(0);
     const ObjRecord record = FindRecord(keyword);
+    // False where one of them is no number.
     const auto readFloats = [&](float* values, int count) {
+      bool areNumbers = true;
       for (int i = 0; i < count; i++) {
         const char* at = line.TokenText(1 + i);
         values[i] = ParseFloat(at);
+        areNumbers = areNumbers && at != line.TokenText(1 + i);
       }
+      return areNumbers;
     };
     if (record != ObjRecord::Other && line.NumTokens() < MinTokens(record)) return record == ObjRecord::Face;
     switch (record) {
       case ObjRecord::Position:
-        readFloats(&(Position++)->x, 3);
+        if (!readFloats(&(Position++)->x, 3) && Chunk.WordPosition < 0) Chunk.WordPosition = NumPositions;
         NumPositions++;
         return true;
       case ObjRecord::TexCoord:

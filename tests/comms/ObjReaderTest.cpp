@@ -9,6 +9,7 @@
 #include "MeshFiles.h"
 #include "ObjReference.h"
 #include "comms/Log.h"
+#include "comms/MeshFault.h"
 #include "comms/ObjMaterials.h"
 #include "comms/ObjReader.h"
 #include "comms/cMeshIO.h"
@@ -183,6 +184,35 @@ TEST(ObjReader, FailuresNameFileAndLine) {
     EXPECT_EQ(cMeshIO::LoadMesh(path.c_str()), nullptr);
     EXPECT_NE(log.Text().find(path + "\" ended at " + bad.Line), std::string::npos) << log.Text();
   }
+}
+
+// What can be read and not worked on is found by a second look at the text, however far down it stands.
+TEST(ObjReader, FaultsOfAMeshNameFileAndLine) {
+  const TestFolder folder;
+  const std::string head = "v 0 0 0\r\nv 1 0 0\r\n# c\r\nv 0 1 \\\n0\r\n", face = "f 1 2 3\n";
+  std::string many;
+  for (int i = 0; i < 200000; i++) many += face;  // more than one chunk
+  const struct {
+    std::string Text;
+    const char* Fault;
+  } cases[] = {{head + face, ""},
+               {head + many + "f 1 2\n\tf 3 1 9 # far\n" + many, ", line 200007: the face names vertex 9, the file holds 3"},
+               {head + "f 1 2 -9\n", ", line 6: the face names a vertex before the first with \"-9\", the file holds 3"},
+               {head + "vt 1 1\nf 1/1 2/7 3\n", ", line 7: the face names texture coordinate 7, the file holds 1"},
+               {head + "f 1//2 2 3\n", ", line 6: the face names normal 2, the file holds 0"},
+               {head + "v 1 -1e99 3\n" + face, ", line 6: the vertex is \"1 -1e99 3\", three finite numbers are expected"}};
+  for (const auto& c : cases) {
+    const std::string path = folder.Write("case.obj", c.Text);
+    const Outcome outcome = ReadWith(path);
+    ASSERT_TRUE(outcome.IsRead) << outcome.Log;
+    EXPECT_EQ(FindMeshFault(outcome.Mesh, path), *c.Fault ? path + c.Fault : "");
+  }
+  const std::string words = folder.Write("case.obj", head + many + "v 1 nan 3\nv x 2 3\nvt nan 1\n");
+  const Outcome outcome = ReadWith(words);
+  EXPECT_TRUE(outcome.IsRead && outcome.Mesh.Positions[3] == (cVec3{1, 0, 3})) << "a word reads as 0";
+  EXPECT_EQ(outcome.Log, words + ", line 200006: the vertex is \"1 nan 3\", three finite numbers are expected\n");
+  EXPECT_EQ(FindMeshFault(ReadWith(folder.Write("wild.obj", head + "f 1 2 9\n")).Mesh, "wild.none"),
+            "wild.none, polygon 1: it names vertex 9, the file holds 3");
 }
 
 // Memory is held against the size of the file before it is taken.

@@ -31,11 +31,8 @@ std::unique_ptr<comms::cRawMesh> LoadMeshLogged(const std::string& names, bool s
     log = recorder.Text();
     errors = recorder.Errors();
   }
-  if (mesh) {
-    if (!log.empty()) comms::LogInfo("%s", log.c_str());
-  } else {
-    error = errors.empty() ? names + ": can't be read as a mesh" : errors;
-  }
+  if (mesh && !log.empty()) comms::LogInfo("%s", log.c_str());
+  error = mesh || !errors.empty() ? errors : names + ": can't be read as a mesh";
   return mesh;
 }
 

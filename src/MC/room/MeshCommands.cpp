@@ -1,8 +1,10 @@
 // ImportMesh, Validate, Voxelize.
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <memory>
+#include <vector>
 
 #include "ClassEngine/ValueTypes.h"
 #include "MC/ApplyField.h"
@@ -10,6 +12,8 @@
 #include "MC/room/LoggedMeshIO.h"
 #include "MC/room/RoomCommands.h"
 #include "MC/room/RoomHelpers.h"
+#include "comms/Log.h"
+#include "comms/MeshFault.h"
 #include "comms/Str.h"
 #include "comms/cRawMesh.h"
 #include "shell/core/InputFiles.h"
@@ -60,15 +64,40 @@ DECLARE_MEMBERS(VoxelizeParams) {
 }
 
 // Each of the names in a list parted by ';', found on its own.
-std::string FindMeshFiles(const std::string& names) {
-  std::string found;
+std::vector<std::string> FindMeshFiles(const std::string& names) {
+  std::vector<std::string> found;
   for (size_t start = 0; start <= names.size();) {
     const size_t end = std::min(names.find(';', start), names.size());
-    if (start > 0) found += ';';
-    found += FindInputFile(names.substr(start, end - start));
+    if (end > start || names.empty()) found.push_back(FindInputFile(names.substr(start, end - start)));
     start = end + 1;
   }
   return found;
+}
+
+struct ReadFile {
+  std::unique_ptr<cRawMesh> Mesh;
+  std::string Name, Fault;  // Fault: why the mesh is not to be worked on; empty where it may be
+};
+
+// The files of a list that can be read, each looked at on its own: after merging, an index past the vertices of its file meets
+// those of the next. `take` answers false to end it. False with a sentence where no file could be read.
+bool ReadMeshFiles(const _str& names, bool swapYZ, std::string& error, const std::function<bool(ReadFile&)>& take) {
+  bool isAnyRead = false;
+  const std::vector<std::string> files = FindMeshFiles(names.ToString());
+  error = "\"" + names.ToString() + "\" names no mesh file";
+  for (const std::string& name : files) {
+    ReadFile file{nullptr, name, {}};
+    file.Mesh = LoadMeshLogged(name, swapYZ, file.Fault);
+    if (!file.Mesh) {
+      error = file.Fault;
+      if (files.size() > 1) comms::LogWarning("%s It is left out.", error.c_str());
+      continue;
+    }
+    isAnyRead = true;
+    if (file.Fault.empty()) file.Fault = comms::FindMeshFault(*file.Mesh, name);
+    if (!take(file)) break;
+  }
+  return isAnyRead;
 }
 
 // Triangles of all polygons, cut into fans.
@@ -102,27 +131,43 @@ JsonObject DescribeMesh(const cRawMesh& mesh) {
 }
 
 CommandResult ImportMesh(VoxelScene& scene, const ImportMeshParams& parameters) {
-  const std::string names = FindMeshFiles(parameters.File.ToString());
-  std::string error;
-  std::unique_ptr<cRawMesh> mesh = LoadMeshLogged(names, parameters.SwapYZ, error);
-  if (!mesh) return CommandResult::NoInput(error);
-  if (mesh->CountPolygons() == 0) return CommandResult::NoInput(names + ": holds no polygons");
-  if (!mesh->HasValidIndices())
-    return CommandResult::NoInput(names + ": polygons point at vertices that the file does not hold; Validate tells which");
+  std::unique_ptr<cRawMesh> mesh;
+  std::string firstName, fault, error;
+  const bool isRead = ReadMeshFiles(parameters.File, parameters.SwapYZ, error, [&](ReadFile& file) {
+    fault = file.Fault;
+    if (!fault.empty()) return false;
+    if (mesh) {
+      mesh->Merge(*file.Mesh);
+    } else {
+      mesh = std::move(file.Mesh);
+      firstName = file.Name;
+    }
+    return true;
+  });
+  if (!isRead) return CommandResult::NoInput(error);
+  if (!fault.empty()) return CommandResult::NoInput(fault);
+  if (mesh->CountPolygons() == 0) return CommandResult::NoInput(parameters.File.ToString() + ": holds no polygons");
   const JsonObject figures = DescribeMesh(*mesh);
-  scene.SetMesh(std::move(mesh), comms::GetBaseName(names.substr(0, names.find(';'))));
+  scene.SetMesh(std::move(mesh), comms::GetBaseName(firstName));
   return CommandResult::Done(figures);
 }
 
 CommandResult Validate(const ValidateParams& parameters) {
-  const std::string names = FindMeshFiles(parameters.File.ToString());
-  std::string error;
-  const std::unique_ptr<cRawMesh> mesh = LoadMeshLogged(names, false, error);
-  if (!mesh) return CommandResult::NoInput(error);
-  return CommandResult::Done(JsonObject()
-                                 .Add("faults", mesh->Validate())
-                                 .Add("vertices", mesh->Positions.size())
-                                 .Add("polygons", mesh->CountPolygons()));
+  std::string error, first;
+  int64_t faults = 0, polygons = 0;
+  size_t vertices = 0;
+  const bool isRead = ReadMeshFiles(parameters.File, false, error, [&](const ReadFile& file) {
+    faults += std::max<int64_t>(file.Mesh->Validate(), file.Fault.empty() ? 0 : 1);  // a word read as 0 is none in the mesh
+    vertices += file.Mesh->Positions.size();
+    polygons += file.Mesh->CountPolygons();
+    if (first.empty()) first = file.Fault;
+    return true;
+  });
+  if (!isRead) return CommandResult::NoInput(error);
+  JsonObject figures;
+  figures.Add("faults", faults).Add("vertices", vertices).Add("polygons", polygons);
+  if (!first.empty()) figures.Add("first", first);
+  return CommandResult::Done(figures);
 }
 
 JsonObject DescribeVoxelization(const VolumeObject& volume, const VoxelizeReport& report) {
@@ -182,6 +227,7 @@ CommandResult VoxelizeInto(VoxelScene& scene, const VoxelizeParams& parameters) 
   mapping.Scale = 1 / double(GetVoxelSize(*volume));
   for (int i = 0; i < 3; ++i) mapping.Shift[i] = -double(space.m[3][i]) * mapping.Scale;
 
+  const StrokeScope scope(*volume);
   MeshVoxelizer voxelizer;
   voxelizer.AddMesh(triangles, mapping);
   if (!voxelizer.Run(volume, parameters.Mode, true))

@@ -1,6 +1,10 @@
 #include "shell/core/GeneralCommands.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <map>
 
 #include "ClassEngine/ValueTypes.h"
@@ -8,6 +12,7 @@
 #include "comms/SafeFile.h"
 #include "comms/Str.h"
 #include "shell/core/InputFiles.h"
+#include "shell/core/Utf8.h"
 
 using comms::Format;
 
@@ -53,6 +58,39 @@ CommandResult RunHelp(const CommandTable& table, const HelpParams& parameters) {
   return CommandResult::Done(JsonObject().Add("commands", commands));
 }
 
+// The reader's own sentence about a file that it refused for its size; empty where it did not.
+std::string FindRefusal(const std::string& log) {
+  const size_t reason = log.find("] is refused: ");
+  if (reason == std::string::npos) return {};
+  const size_t newLine = log.rfind('\n', reason), begin = newLine == std::string::npos ? 0 : newLine + 1;
+  return log.substr(begin, log.find('\n', reason) - begin);
+}
+
+// Why no tree came out of a file.
+std::string FindObstacle(const std::string& path) {
+  std::error_code fault;
+  const auto kind = std::filesystem::status(path, fault).type();
+  if (kind == std::filesystem::file_type::directory) return "it is a folder";
+  if (kind == std::filesystem::file_type::not_found) return std::strerror(ENOENT);
+  if (kind != std::filesystem::file_type::regular) return "it is no regular file";  // opening a pipe would wait
+  std::ifstream file(path, std::ios::binary);
+  if (!file) return std::strerror(errno);
+  return file.get() <= 0 ? "no text stands in it" : "it holds no tag that is closed again with all that stands in it";
+}
+
+// False with one sentence: which file, what was found, what is expected.
+bool ReadTree(const std::string& path, XmlNode& node, std::string& error) {
+  std::string log;
+  {
+    const comms::LogRecorder recorder;
+    if (node.ReadFile(path.c_str())) return true;
+    log = recorder.Text();
+  }
+  error = FindRefusal(log);
+  if (error.empty()) error = path + " can't be read as XML: " + FindObstacle(path) + "; an XML file of one object is expected.";
+  return false;
+}
+
 /// Objects of registered classes, in and out; the last one read of each class is kept.
 class XmlCommands {
  public:
@@ -62,10 +100,8 @@ class XmlCommands {
     if (!object) return UnknownClass(className);
     const std::string path = FindInputFile(parameters.File.ToString());
     XmlNode node;
-    {
-      comms::LogRecorder log;  // the reader's own sentence becomes the answer
-      if (!node.ReadFile(path.c_str())) return CommandResult::NoInput(LastLine(log.Text(), path + ": can't be read as XML"));
-    }
+    std::string error;
+    if (!ReadTree(path, node, error)) return CommandResult::NoInput(error);
     XmlErrorLog errors;
     if (!object->Load(&node, object.get(), &errors))
       return CommandResult::NoInput(path + ": is not an object of class " + className);
@@ -79,19 +115,23 @@ class XmlCommands {
       BaseClass* receiver = BaseClass::GetReceiver(type, data);
       StrBuffer text;
       if (receiver->GetElementCount() == 0 && receiver->GetValueText(text, data, object->GetElementExtra(i), "value")) {
-        members.Add(name, text.View());
+        members.AddBounded(name, text.View());
       } else {
         members.Add(name, JsonObject().Add("elements", receiver->GetElementCount()));
       }
     }
     JsonArray unknown;
-    for (int32_t i = 0; i < node.GetChildCount(); ++i)
-      if (object->FindElementIndex(node.GetChild(i)->GetNameView()) < 0 && object->GetExpansionRules() == 0)
-        unknown.Add(node.GetChild(i)->GetNameView());
+    int32_t numUnknown = 0;
+    for (int32_t i = 0; i < node.GetChildCount(); ++i) {
+      const std::string_view name = node.GetChild(i)->GetNameView();
+      if (object->GetExpansionRules() != 0 || object->FindElementIndex(name) >= 0) continue;
+      if (++numUnknown <= MaxUnknown) unknown.Add(CutUtf8(name, MaxUnknownName));
+    }
     m_Read[className] = std::move(object);
     JsonObject figures;
     figures.Add("class", className).Add("members", members).Add("unknown", unknown);
-    if (!errors.Messages.View().empty()) figures.Add("faults", errors.Messages.View());
+    if (numUnknown > MaxUnknown) figures.Add("unknownCount", numUnknown);
+    if (!errors.Messages.View().empty()) figures.AddBounded("faults", errors.Messages.View());
     return CommandResult::Done(figures);
   }
 
@@ -121,10 +161,10 @@ class XmlCommands {
   static CommandResult UnknownClass(const std::string& className) {
     return CommandResult::Fail(Format("there is no registered class '%s'", className.c_str()));
   }
-  static std::string LastLine(std::string log, const std::string& fallback) {
-    while (!log.empty() && log.back() == '\n') log.pop_back();
-    return log.empty() ? fallback : log.substr(log.rfind('\n') + 1);
-  }
+  // Names of tags that the class doesn't know: so many, and so much of each, are answered.
+  static constexpr int32_t MaxUnknown = 100;
+  static constexpr size_t MaxUnknownName = 100;
+
   std::map<std::string, std::unique_ptr<BaseClass>> m_Read;
 };
 

@@ -52,6 +52,10 @@ JsonArray& JsonArray::AddEncoded(std::string_view json) {
 JsonObject& JsonObject::Add(std::string_view key, const comms::cVec3& value) {
   return Add(key, JsonArray().AddNumber(value.x).AddNumber(value.y).AddNumber(value.z));
 }
+JsonObject& JsonObject::AddBounded(std::string_view key, std::string_view value) {
+  if (value.size() <= MaxJsonText) return Add(key, value);
+  return Add(key, JsonObject().Add("text", CutUtf8(value, MaxJsonText)).Add("bytes", value.size()));
+}
 JsonObject& JsonObject::AddEncoded(std::string_view key, std::string_view json) {
   if (!m_Body.empty()) m_Body += ", ";
   m_Body += JsonString(key);

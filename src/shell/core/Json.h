@@ -12,6 +12,9 @@
 #include "comms/Str.h"
 #include "comms/Vec.h"
 
+/// Bytes of a text out of a file that an answer shows.
+constexpr size_t MaxJsonText = 4096;
+
 /// A JSON string with its quotes.
 std::string JsonString(std::string_view text);
 std::string JsonNumber(double value);
@@ -48,6 +51,9 @@ class JsonObject {
       return AddEncoded(key, std::to_string(value));
     }
   }
+  /// A text of any length: longer than MaxJsonText it becomes {"text": its beginning, cut between characters, "bytes": its
+  /// length}.
+  JsonObject& AddBounded(std::string_view key, std::string_view value);
   /// `json` is a value that is JSON already.
   JsonObject& AddEncoded(std::string_view key, std::string_view json);
   /// The members of `other` behind those that are here.

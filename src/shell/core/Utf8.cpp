@@ -26,3 +26,11 @@ size_t FindInvalidUtf8(std::string_view text) {
   }
   return std::string_view::npos;
 }
+
+std::string_view CutUtf8(std::string_view text, size_t size) {
+  if (text.size() <= size) return text;
+  size_t end = size;
+  while (end > 0 && size - end < 3 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+  // Where what begins there is no character that the cut would split, the bytes are cut as they are.
+  return text.substr(0, end + Utf8SequenceLength(text.substr(end)) > size ? end : size);
+}

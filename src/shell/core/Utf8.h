@@ -7,3 +7,5 @@
 size_t Utf8SequenceLength(std::string_view text);
 /// Position of the first byte that belongs to no valid sequence; npos where all of `text` is valid.
 size_t FindInvalidUtf8(std::string_view text);
+/// The beginning of `text`, at most `size` bytes, that ends with a whole character where the text is valid there.
+std::string_view CutUtf8(std::string_view text, size_t size);

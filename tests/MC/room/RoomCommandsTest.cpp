@@ -105,6 +105,7 @@ TEST_F(RoomCommandsTest, CommandsAreToldAndTakeWhatTheyTell) {
 TEST_F(RoomCommandsTest, FailuresChangeNothing) {
   m_Folder.Write("box.obj", BoxObj);
   m_Folder.Write("wild.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n");
+  m_Folder.Write("nan.obj", "v 0 0 0\nv 1 nan 0\nv 0 1 0\nf 1 2 3\n");
   m_Folder.Write("bad.stroke", "tool Segment\nsample 1 2\n");
   m_Folder.Write("stamp.stroke", "tool Stamp\nstamp v\nsample 0 0 0 0 0 1 1 1 1\n");
   m_Folder.Write("far.stroke", "sample 1e8 0 0 0 0 1 1 1 1\n");
@@ -116,6 +117,8 @@ TEST_F(RoomCommandsTest, FailuresChangeNothing) {
   const std::pair<const char*, int> cases[] = {
       {"ImportMesh File=@none.obj", 3},
       {"ImportMesh File=@wild.obj", 3},
+      {"ImportMesh File=@wild.obj;@box.obj", 3},
+      {"ImportMesh File=@box.obj;@nan.obj", 3},
       {"Stroke File=@bad.stroke", 3},
       {"Stroke File=@stamp.stroke", 1},
       {"Stroke File=@far.stroke", 1},
@@ -152,6 +155,11 @@ TEST_F(RoomCommandsTest, FailuresChangeNothing) {
   EXPECT_EQ(m_Folder.Read("old.obj"), "old");
   EXPECT_FALSE(m_Folder.Has("no"));
   EXPECT_TRUE(m_Scene.Mesh() && m_Scene.MeshName() == "box") << "the mesh that was there is still the one";
+  Run("ImportMesh File=@box.obj;@nan.obj");
+  EXPECT_EQ(Error(), m_Folder.Path("nan.obj") + ", line 2: the vertex is \"1 nan 0\", three finite numbers are expected");
+  ASSERT_EQ(Run("Validate File=@none.obj;@nan.obj;@wild.obj"), 0);
+  EXPECT_EQ(m_Answer["faults"], 2);
+  EXPECT_THAT(m_Answer["first"], testing::HasSubstr("nan.obj, line 2"));
 }
 
 // A box and a ball whose common volume is known: a new volume, then merged into the ball in the three modes.

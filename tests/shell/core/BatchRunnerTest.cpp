@@ -183,4 +183,38 @@ TEST_F(BatchRunnerTest, FilesAreFoundBesideTheBatchFile) {
   EXPECT_EQ(Run(line("WriteXml", "TryParams", "no/such/folder/out.xml")), 4);
 }
 
+// Why a file is no XML, in the answer itself.
+TEST_F(BatchRunnerTest, XmlThatCannotBeReadSaysWhy) {
+  m_Files.Write("empty.xml", "");
+  m_Files.Write("bad.xml", "<TryParams><Name>x</TryParams>");
+  std::string wide;
+  for (int i = 0; i < 3000000; ++i) wide += "<a></a>";
+  m_Files.Write("wide.xml", "<TryParams>" + wide + "</TryParams>");
+  const std::pair<const char*, const char*> cases[] = {{"empty.xml", "no text"},
+                                                       {"bad.xml", "no tag that is closed"},
+                                                       {"none.xml", "No such file"},
+                                                       {".", "a folder"},
+                                                       {"wide.xml", "refused: its 3000001 tags in"}};
+  for (const auto& [file, reason] : cases) {
+    EXPECT_EQ(Run("ReadXml Class=TryParams File=" + QuoteBatchValue(m_Files.Path(file))), 3) << file;
+    EXPECT_NE(Error().find(reason), std::string::npos) << Error();
+    EXPECT_NE(Error().find(m_Files.Path(file)), std::string::npos) << Error();
+  }
+}
+
+// However much a file holds, the answer stays short and says how much there is.
+TEST_F(BatchRunnerTest, AnswerAboutAHugeXmlFileIsBounded) {
+  std::string text = "ab";
+  while (text.size() < 300000) text += "\xE2\x82\xAC";  // a character of three bytes lies across the cut
+  std::string unknown;
+  for (int i = 0; i < 2000; ++i) unknown += "<Odd></Odd>";
+  m_Files.Write("huge.xml", "<TryParams><Name>" + text + "</Name>" + unknown + "</TryParams>");
+  ASSERT_EQ(Run("ReadXml Class=TryParams File=" + QuoteBatchValue(m_Files.Path("huge.xml"))), 0);
+  const nlohmann::json& answer = m_Answers.at(0);
+  EXPECT_EQ(answer["members"]["Name"]["bytes"], text.size());
+  EXPECT_EQ(answer["members"]["Name"]["text"], text.substr(0, 4094)) << "no part of a character is left";
+  EXPECT_EQ(answer["unknownCount"], 2000);
+  EXPECT_LT(answer.dump().size(), 12000u);
+}
+
 }  // namespace
