@@ -21,8 +21,9 @@ uniform vec3 c_Center;
 uniform vec3 c_Color;
 uniform vec3 c_AxisX;
 uniform vec3 c_AxisZ;
-uniform float c_Alpha;    // how much of the ground is there: it fades where the eye sinks below it
-uniform float c_Spacing;  // of the fine lines, world units; every tenth is strong
+uniform float c_Alpha;      // how much of the ground is there: it fades where the eye sinks below it
+uniform float c_LineWidth;  // pixels; below 1 it counts as 1
+uniform float c_Spacing;    // of the fine lines, world units; every tenth is strong
 in vec2 v_Place;
 in vec2 v_Part;
 out vec4 o_Color;
@@ -44,11 +45,11 @@ void main() {
   o_Color = vec4(0.0, 0.0, 0.0, dark);
 #else
   vec2 world = c_Center.xz + v_Place;
-  vec2 fine = world / c_Spacing, width = fwidth(fine);
+  vec2 fine = world / c_Spacing, width = fwidth(fine) * max(c_LineWidth, 1.0);
   float fade = saturate(1.0 - length(v_Part));
   fade *= fade * smoothstep(0.0, 0.3, gl_FragCoord.z);  // nothing ends at an edge: neither at the rim nor in front of the eye
   float alpha = max(lines(fine, width) * 0.4, lines(fine * 0.1, width * 0.1)) * fade * c_Alpha * strength(c_Color);
-  vec2 pixel = fwidth(world);
+  vec2 pixel = fwidth(world) * max(c_LineWidth, 1.0);
   float alongX = axis(world.y, pixel.y), alongZ = axis(world.x, pixel.x);
   float axisAlpha = max(alongX, alongZ) * fade * c_Alpha * 0.8;
   vec3 color = axisAlpha > alpha ? (alongX > alongZ ? c_AxisX : c_AxisZ) : c_Color;

@@ -75,7 +75,9 @@ void main() {
   vec3 keyLight = KeyLight * wrapped(dot(n, key), 0.22);
   vec3 fillLight = FillLight * wrapped(dot(n, fill), 0.35);
   vec3 around = lerp(FloorLight, SkyLight, smoothstep(-1.0, 1.0, n.y));
-  float edge = pow(1.0 - saturate(dot(n, v)), 3.0);
+  // Where the surface turns away within a pixel, what the pixel sees on average: a brighter one would stand alone at the outline.
+  float facing = dot(n, v);
+  float edge = pow(1.0 - saturate(max(facing, 0.5 * fwidth(facing))), 3.0);
   vec3 rimLight = RimLight * edge * saturate(dot(n, rim) + 0.25);
 
   vec3 shine = KeyLight * specular(n, v, key, Roughness) + FillLight * specular(n, v, fill, Roughness) * 0.8;

@@ -8,7 +8,15 @@
 
 DECLARE_MEMBERS(Button) {}
 
-static constexpr float TextPadding = 10;  // at both sides of a caption without an icon, at scale 1
+// At scale 1: at both sides of a caption, without and with an icon, and between the two.
+static constexpr float TextPadding = 10, IconPadding = 7, IconGap = 5;
+
+static float SideOf(const Button& button, Canvas& canvas) {
+  return canvas.Px(button.IconSize > 0 ? button.IconSize : Measures::IconSize);
+}
+static float PaddingOf(const Button& button, Canvas& canvas) {
+  return canvas.Px(button.Icon.empty() ? TextPadding : IconPadding);
+}
 
 bool Button::Checked() const {
   if (IsChecked) return IsChecked();
@@ -32,41 +40,52 @@ void Button::Draw(Canvas& canvas) {
     canvas.FillRoundRect(Rect, radius, ground);
   }
   const std::string caption = GetText();
-  const float size = canvas.Px(IconSize > 0 ? IconSize : Measures::IconSize), pad = canvas.Px(Icon.empty() ? TextPadding : 7);
-  if (Icon.empty()) {
-    const cRect box{Rect.X + pad, Rect.Y, std::max(0.0f, Rect.W - 2 * pad), Rect.H};
-    if (canvas.TextWidth(caption, Style) <= box.W + 1)
-      canvas.Text(box, caption, text, Style, Align);
-    else
-      canvas.Paragraph({box.X, std::floor(box.Y + (box.H - canvas.ParagraphHeight(box.W, caption, Style)) / 2), box.W, box.H},
-                       caption, text, Style, Align);
-  } else if (caption.empty()) {
+  const float size = SideOf(*this, canvas), pad = PaddingOf(*this, canvas), gap = canvas.Px(IconGap);
+  if (caption.empty()) {
     canvas.Icon(Icon, {Rect.X + std::floor((Rect.W - size) / 2), Rect.Y + std::floor((Rect.H - size) / 2), size, size}, text);
   } else {
-    const float gap = canvas.Px(5);
-    const float width = std::min(canvas.TextWidth(caption, Style) + 1, std::max(0.0f, Rect.W - size - gap - 2 * pad));
-    const float x = Align == TextAlign::Center ? Rect.X + std::floor((Rect.W - size - gap - width) / 2) : Rect.X + pad;
-    canvas.Icon(Icon, {x, Rect.Y + std::floor((Rect.H - size) / 2), size, size}, text);
-    canvas.Text({x + size + gap, Rect.Y, width, Rect.H}, caption, text, Style);
+    const float room = std::max(0.0f, Rect.W - Around(canvas)), whole = canvas.TextWidth(caption, Style) + 1;
+    const bool breaks = whole > room + 1;
+    cRect box{Rect.X + pad, Rect.Y, room, Rect.H};
+    if (!Icon.empty()) {
+      if (Align == TextAlign::Center && !breaks) box.X = Rect.X + std::floor((Rect.W - size - gap - whole) / 2);
+      canvas.Icon(Icon, {box.X, Rect.Y + std::floor((Rect.H - size) / 2), size, size}, text);
+      box.X += size + gap;
+    }
+    const TextAlign align = Icon.empty() ? Align : TextAlign::Left;
+    if (breaks) box.Y += std::floor((box.H - canvas.ParagraphHeight(room, caption, Style)) / 2);
+    if (breaks)
+      canvas.Paragraph(box, caption, text, Style, align);
+    else
+      canvas.Text(box, caption, text, Style, align);
   }
   DrawFocusRing(canvas, *this);
 }
 
-// A caption without an icon breaks into lines rather than being cut.
+// Width of all but the caption.
+float Button::Around(Canvas& canvas) const {
+  return 2 * PaddingOf(*this, canvas) + (Icon.empty() ? 0 : SideOf(*this, canvas) + canvas.Px(IconGap));
+}
+
+// A caption breaks into lines rather than being cut.
 float Button::HeightFor(float width, Canvas& canvas) const {
   const float row = std::max(canvas.Px(Measures::RowHeight), IconSize > 0 ? canvas.Px(IconSize + 10) : 0.0f);
   const std::string caption = GetText();
-  const float room = width - 2 * canvas.Px(TextPadding);
-  if (!Icon.empty() || canvas.TextWidth(caption, Style) <= room + 1) return row;
+  const float room = std::max(0.0f, width - Around(canvas));
+  if (canvas.TextWidth(caption, Style) <= room) return row;
   return std::max(row, canvas.ParagraphHeight(room, caption, Style) + canvas.Px(4));
 }
 
 float Button::WidthFor(Canvas& canvas) const {
   const std::string caption = GetText();
-  const float size = canvas.Px(IconSize > 0 ? IconSize : Measures::IconSize);
-  if (caption.empty()) return size + canvas.Px(IconSize > 0 ? 10 : 7);
-  const float text = canvas.TextWidth(caption, Style) + 1;
-  return std::ceil(Icon.empty() ? text + 2 * canvas.Px(TextPadding) : text + size + canvas.Px(5 + 14));
+  if (caption.empty()) return SideOf(*this, canvas) + canvas.Px(IconSize > 0 ? 10 : 7);
+  return std::ceil(canvas.TextWidth(caption, Style) + 1 + Around(canvas));
+}
+
+float Button::NarrowestFor(Canvas& canvas) const {
+  const std::string caption = GetText();
+  if (caption.empty()) return WidthFor(canvas);
+  return std::ceil(FindWidestWord(caption, Style, canvas) + 1 + Around(canvas));
 }
 
 void Button::Click(const InputEvent& event) {

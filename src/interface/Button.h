@@ -19,6 +19,7 @@ class Button : public TextWidget {
   bool TakesFocusByMouse() const override { return false; }
   float HeightFor(float width, Canvas& canvas) const override;
   float WidthFor(Canvas& canvas) const override;
+  float NarrowestFor(Canvas& canvas) const override;
   /// Whether it is shown as pressed in: IsChecked, else the bound value.
   bool Checked() const;
 
@@ -33,5 +34,6 @@ class Button : public TextWidget {
   float IconSize = 0;               ///< at scale 1; 0: that of rows
 
  private:
+  float Around(Canvas& canvas) const;
   void Click(const InputEvent& event);
 };

@@ -1,7 +1,10 @@
 #include "interface/DockLayout.h"
 
+#include "ClassEngine/ClassRegistry.h"
 #include "ClassEngine/ValueTypes.h"
 
+REGISTER_CLASS(DockLayoutElement, nullptr);
+REGISTER_CLASS(DocksLayout, nullptr);
 DECLARE_MEMBERS(DockLayoutElement) {
   Member<_index>("Kind", Kind, "DockElementKinds").Entries({"Space", "Group", "Floating", "Panel", "Closed"});
   Member<_str>("Name", Name);

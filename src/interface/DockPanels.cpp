@@ -199,26 +199,39 @@ void DockPanels::State::ExpandSpace(DockSpace& space) {
 
 // --- arranging ------------------------------------------------------------------------------------------------------------
 
+/// Part of the window that the scene keeps where the person has unfolded a dock that finds no room otherwise.
+static constexpr float LeastSceneShare = 0.25f;
+
 std::pair<float, float> DockPanels::State::FitPair(DockSpace& a, DockSpace& b, float length, Canvas& canvas) {
   const float most = std::floor(length * (1 - SceneShare)), strip = canvas.Px(DockStripWidth);
-  const float least = canvas.Px(a.IsColumn() ? DockLeastWidth : DockLeastHeight);
+  const auto least = [&](const DockSpace& space) {
+    return std::max(canvas.Px(space.IsColumn() ? DockLeastWidth : DockLeastHeight), space.NarrowestFor(canvas));
+  };
   const auto wanted = [&](const DockSpace& space) {
     if (!space.GroupCount()) return 0.0f;
-    return space.IsStrip() ? strip : std::max(least, std::round(space.Size * canvas.Scale()));
+    return space.IsStrip() ? strip : std::max(least(space), std::round(space.Size * canvas.Scale()));
   };
   a.Narrow = b.Narrow = false;
   for (int round = 0; round < 3; round++) {
     const float wa = wanted(a), wb = wanted(b);
     if (wa + wb <= most) return {wa, wb};
     const bool openA = wa > 0 && !a.IsStrip(), openB = wb > 0 && !b.IsStrip();
-    const float fixed = (openA ? 0 : wa) + (openB ? 0 : wb), room = most - fixed, sum = wa + wb - fixed;
     if (!openA && !openB) return {wa, wb};
-    if (openA && openB && room >= 2 * least) {
-      const float first = std::clamp(std::floor(room * wa / sum), least, room - least);
-      return {first, room - first};
+    if (openA && openB) {
+      const float leastA = least(a), leastB = least(b);
+      if (most >= leastA + leastB) {
+        const float first = std::clamp(std::floor(most * wa / (wa + wb)), leastA, most - leastB);
+        return {first, most - first};
+      }
+      (a.Recent < b.Recent ? a : b).Narrow = true;
+      continue;
     }
-    if (openA != openB && room >= canvas.Px(80)) return {openA ? room : wa, openB ? room : wb};
-    (openA && (!openB || a.Recent < b.Recent) ? a : b).Narrow = true;
+    DockSpace& open = openA ? a : b;
+    const float other = openA ? wb : wa, enough = least(open);
+    float width = most - other;
+    if (open.Recent > 0) width = std::max(width, std::min(enough, std::floor(length * (1 - LeastSceneShare)) - other));
+    if (width >= enough || (open.Recent > 0 && width >= canvas.Px(80))) return {openA ? width : other, openB ? width : other};
+    open.Narrow = true;
   }
   return {wanted(a), wanted(b)};
 }

@@ -41,8 +41,9 @@ class DockPanels {
   void Arrange(const cRect& area, Canvas& canvas);
   /// What the docks leave free, as of the last Arrange.
   const cRect& SceneRect() const;
-  /// Part of the window's width that docks at its sides leave to the scene at least, whatever their sizes; of the height too.
-  static constexpr float SceneShare = 0.4f;
+  /// Part of the window's width that docks at its sides leave to the scene, whatever their sizes; of the height too. They fold to
+  /// strips for it; one that the person unfolds there may take more.
+  static constexpr float SceneShare = 0.5f;
 
   /// The layout as a DocksLayout file; false with a line in the log.
   bool StoreLayout(const std::string& path) const;

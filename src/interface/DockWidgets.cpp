@@ -94,6 +94,13 @@ void DockGroup::Arrange(const cRect& rect, Canvas& canvas) {
   Tabs[size_t(Active)].Content->Arrange(inside, canvas);
 }
 
+// Panels that are behind others or folded count too: a dock keeps its width while they change places.
+float DockGroup::NarrowestFor(Canvas& canvas) const {
+  float width = Header->NarrowestFor(canvas);
+  for (const DockTab& tab : Tabs) width = std::max(width, tab.Content->NarrowestFor(canvas) + 2 * canvas.Px(1));
+  return width;
+}
+
 // Only floating groups stand on a layer by themselves.
 cRect DockGroup::PlaceIn(const cRect& screen, Canvas& canvas) {
   const cRect area = Controller ? Controller->DockArea() : screen;
@@ -154,6 +161,8 @@ bool DockGroup::UndoDrag() {
 
 // --- header --------------------------------------------------------------------------------------------------------------------
 
+static constexpr float HeaderPadding = 8;  // at both sides of a title, at scale 1
+
 DockableHeader::DockableHeader(DockGroup& group) : m_Group(&group) {
   const auto add = [this](const char* icon, const char* hint, std::function<void()> action) {
     auto* button = AddChild(new Button("", icon));
@@ -176,7 +185,19 @@ std::string DockableHeader::GetWindowName() const { return GetDockWindowName(Get
 
 float DockableHeader::HeightFor(float, Canvas& canvas) const { return canvas.Px(Measures::HeaderHeight); }
 
-// A narrow header gives the title the room, and then the tabs: the menu of the right button has all that the buttons do.
+// The widest of its titles.
+float DockableHeader::NarrowestFor(Canvas& canvas) const {
+  float widest = 0;
+  for (const DockTab& tab : m_Group->Tabs) widest = std::max(widest, canvas.TextWidth(::GetText(tab.Key), TextStyle::Bold));
+  return std::ceil(widest + 1 + 2 * canvas.Px(HeaderPadding));
+}
+
+float DockableHeader::TabWidth(int index, Canvas& canvas) const {
+  return std::ceil(canvas.TextWidth(::GetText(m_Group->Tabs[size_t(index)].Key), TextStyle::Bold) + 1 +
+                   2 * canvas.Px(HeaderPadding));
+}
+
+// A narrow header gives the titles the room: the menu of the right button has all that the buttons do.
 void DockableHeader::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
   m_Fold->Icon = m_Group->Collapsed ? "ArrowRight" : "ArrowDown";
@@ -184,10 +205,11 @@ void DockableHeader::Arrange(const cRect& rect, Canvas& canvas) {
   m_Float->HintKey = m_Group->Floating ? "PANEL_DOCK" : "PANEL_FLOAT";
   const float size = canvas.Px(18), gap = canvas.Px(2);
   float x = rect.Right() - canvas.Px(4);
-  const float least = rect.W * 0.45f;
+  float titles = 0;
+  for (int i = 0; i < int(m_Group->Tabs.size()); i++) titles += TabWidth(i, canvas);
   for (Button* button : {m_Close, m_Float, m_Fold}) {
     x -= size;
-    button->Visible = x - rect.X >= least || button == m_Close;
+    button->Visible = x - gap - rect.X >= titles;
     button->Arrange({x, rect.Y + std::floor((rect.H - size) / 2), size, size}, canvas);
     if (!button->Visible) x += size;
     x -= gap;
@@ -203,8 +225,8 @@ cRect DockableHeader::TabRect(int index, Canvas& canvas) const {
   if (count <= 1) return {start, Rect.Y, room, Rect.H};
   std::vector<float> widths;
   float sum = 0;
-  for (const DockTab& tab : m_Group->Tabs) {
-    widths.push_back(canvas.TextWidth(::GetText(tab.Key), TextStyle::Bold) + canvas.Px(18));
+  for (int i = 0; i < count; i++) {
+    widths.push_back(TabWidth(i, canvas));
     sum += widths.back();
   }
   const float part = sum > room ? room / sum : 1;
@@ -232,11 +254,11 @@ void DockableHeader::Draw(Canvas& canvas) {
   if (!m_Group->Collapsed) canvas.FillRect({Rect.X, Rect.Bottom() - radius, Rect.W, radius}, theme.PanelHeader);
   if (m_Group->Tabs.size() == 1) {
     const cRect box = TabRect(0, canvas);
-    const float icon = canvas.Px(14), pad = canvas.Px(6);
-    float x = box.X + pad;
-    if (!m_Group->Tabs[0].Icon.empty() && box.W > canvas.Px(60)) {
+    const float icon = canvas.Px(14), gap = canvas.Px(6);
+    float x = box.X + gap;
+    if (!m_Group->Tabs[0].Icon.empty() && box.W >= TabWidth(0, canvas) + icon) {
       canvas.Icon(m_Group->Tabs[0].Icon, {x, box.Y + std::floor((box.H - icon) / 2), icon, icon}, theme.TextDim);
-      x += icon + canvas.Px(6);
+      x += icon + gap;
     }
     canvas.Text({x, box.Y, std::max(0.0f, box.Right() - x), box.H}, GetText(), theme.Text, TextStyle::Bold);
     return;
@@ -249,7 +271,7 @@ void DockableHeader::Draw(Canvas& canvas) {
       canvas.FillRoundRect({box.X, box.Y + canvas.Px(3), box.W, box.H}, radius, theme.Panel);
       canvas.FillRect({box.X + radius, box.Y + canvas.Px(2), box.W - 2 * radius, canvas.Px(2)}, theme.Accent);
     }
-    const float pad = canvas.Px(8);
+    const float pad = canvas.Px(HeaderPadding);
     canvas.Text({box.X + pad, box.Y, std::max(0.0f, box.W - 2 * pad), box.H}, ::GetText(m_Group->Tabs[size_t(i)].Key),
                 active || hot ? theme.Text : theme.TextDim, active ? TextStyle::Bold : TextStyle::Normal, TextAlign::Center);
   }
@@ -328,6 +350,12 @@ void DockSpace::Draw(Canvas& canvas) {
     canvas.FillRoundRect(icon.Rect, canvas.Px(Measures::Radius), hot ? theme.ButtonHot : theme.Panel);
     canvas.Icon(tab.Icon.empty() ? "Window" : tab.Icon, icon.Rect.Shrunk(canvas.Px(4)), hot ? theme.Text : theme.TextDim);
   }
+}
+
+float DockSpace::NarrowestFor(Canvas& canvas) const {
+  float width = 0;
+  for (int i = 0; IsColumn() && i < GroupCount(); i++) width = std::max(width, Group(i).NarrowestFor(canvas));
+  return width > 0 ? width + 2 * canvas.Px(DockSpaceDist) : 0;
 }
 
 // The edge towards the scene is a splitter as wide as the margin.

@@ -53,6 +53,7 @@ class DockGroup : public BaseWidget {
   void DrawOver(Canvas& canvas) override;
   void Arrange(const cRect& rect, Canvas& canvas) override;
   cRect PlaceIn(const cRect& screen, Canvas& canvas) override;
+  float NarrowestFor(Canvas& canvas) const override;
   bool OnMouse(const InputEvent& event) override;
   bool UndoDrag() override;
   bool ClipsChildren() const override { return true; }
@@ -92,6 +93,7 @@ class DockableHeader : public FrameWidget {
   void Draw(Canvas& canvas) override;
   void Arrange(const cRect& rect, Canvas& canvas) override;
   float HeightFor(float width, Canvas& canvas) const override;
+  float NarrowestFor(Canvas& canvas) const override;
   bool OnMouse(const InputEvent& event) override;
   bool UndoDrag() override;
   std::string GetText() const override;
@@ -101,6 +103,7 @@ class DockableHeader : public FrameWidget {
 
  private:
   int TabAt(float x, float y) const;
+  float TabWidth(int index, Canvas& canvas) const;  // that its title wants
   bool OpenMenu(const InputEvent& event);
   DockGroup* m_Group = nullptr;
   Button *m_Fold = nullptr, *m_Float = nullptr, *m_Close = nullptr;
@@ -116,6 +119,7 @@ class DockSpace : public BaseWidget {
   DockSpace(DockController& controller, DockSide side) : Side(side), Controller(&controller) {}
   void Draw(Canvas& canvas) override;
   void Arrange(const cRect& rect, Canvas& canvas) override;
+  float NarrowestFor(Canvas& canvas) const override;
   bool OnMouse(const InputEvent& event) override;
   bool UndoDrag() override;
   bool ShowsChildren() const override { return !IsStrip(); }

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "ClassEngine/ClassRegistry.h"
 #include "interface/FileBrowser.h"
 #include "interface/Language.h"
 #include "interface/MessageBoxWidget.h"
@@ -11,6 +12,8 @@
 
 namespace fs = std::filesystem;
 
+REGISTER_CLASS(ExtraFolder, nullptr);
+REGISTER_CLASS(FolderRoot, nullptr);
 DECLARE_MEMBERS(ExtraFolder) { Member<_str>("Path", Path); }
 DECLARE_MEMBERS(FolderRoot) {
   Member<_str>("Path", Path);

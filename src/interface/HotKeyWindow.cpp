@@ -16,49 +16,62 @@
 
 DECLARE_MEMBERS(HotKeyWindow) {}
 
-/// An action with its keys. A press on the keys, or Enter, waits for a key.
+static constexpr float Pad = 6, ResetSize = 20, ResetWidth = ResetSize + 6;
+
+/// A target with its keys. A press on the keys, or Enter, waits for a key.
 class HotKeyRow : public BaseWidget {
   REFLECTED(HotKeyRow, BaseWidget)
  public:
   HotKeyRow() = default;
-  HotKeyRow(HotKeyWindow& window, const struct Action& action) : Action(&action), m_Window(&window) {
-    HintKey = action.TextKey;
+  HotKeyRow(HotKeyWindow& window, const HotKeyTarget& target) : Target(target), m_Window(&window) {
+    if (const Action* action = window.ActionOf(target)) m_Icon = action->Icon;
     m_Reset = AddChild(new Button("", "Reset"));
     m_Reset->Flat = true;
     m_Reset->HintKey = "RESET_KEY";
-    m_Reset->Action = [this] { m_Window->ResetOne(Action->Name); };
+    m_Reset->Action = [this] { m_Window->ResetOne(Target); };
   }
-  std::string GetText() const override { return Action ? ::GetText(Action->TextKey) : std::string(); }
-  float HeightFor(float width, Canvas& canvas) const override { return canvas.Px(IsStacked(width, canvas) ? 46 : 26); }
+  std::string GetText() const override { return m_Window ? m_Window->NameOf(Target) : std::string(); }
+  std::string GetHintText(float, float) const override { return m_Window->HintOf(Target); }
+  float HeightFor(float width, Canvas& canvas) const override {
+    const Plan plan = MakePlan(width, canvas);
+    return plan.NameHeight + (plan.Stacked ? plan.KeysHeight + canvas.Px(4) : 0);
+  }
   void Arrange(const cRect& rect, Canvas& canvas) override {
     Rect = rect;
-    const float size = canvas.Px(20);
-    const cRect line = IsStacked(rect.W, canvas) ? cRect{rect.X, rect.Bottom() - canvas.Px(24), rect.W, canvas.Px(22)} : rect;
-    m_Name = {rect.X, rect.Y, rect.W, line.Y > rect.Y ? canvas.Px(22) : rect.H};
-    m_Reset->Arrange({line.Right() - size - canvas.Px(2), line.Y + std::floor((line.H - size) / 2), size, size}, canvas);
-    const float height = canvas.Px(20), left = m_Reset->Rect.X - canvas.Px(4),
-                width = line.Y > rect.Y ? left - rect.X - canvas.Px(6) : KeysWidth(rect.W, canvas);
-    m_Keys = {left - width, line.Y + std::floor((line.H - height) / 2), width, height};
+    m_Plan = MakePlan(rect.W, canvas);
+    const float size = canvas.Px(ResetSize), top = m_Plan.Stacked ? rect.Y + m_Plan.NameHeight : rect.Y;
+    const float height = m_Plan.Stacked ? m_Plan.KeysHeight : rect.H;
+    m_Reset->Arrange({rect.Right() - size - canvas.Px(2), top + std::floor((height - size) / 2), size, size}, canvas);
+    m_Keys = {m_Reset->Rect.X - canvas.Px(4) - m_Plan.KeysWidth, top + std::floor((height - m_Plan.KeysHeight) / 2),
+              m_Plan.KeysWidth, m_Plan.KeysHeight};
   }
   void Draw(Canvas& canvas) override {
     const Theme& theme = GetTheme();
-    const bool waits = Waits();
     if (IsHot()) canvas.FillRoundRect(Rect, canvas.Px(Measures::Radius), theme.MenuHot);
-    const float icon = canvas.Px(Measures::IconSize), pad = canvas.Px(6);
-    const float x = m_Name.X + pad + icon + pad, right = m_Name.H < Rect.H ? Rect.Right() : m_Keys.X - pad;
-    if (!Action->Icon.empty())
-      canvas.Icon(Action->Icon, {m_Name.X + pad, m_Name.Y + std::floor((m_Name.H - icon) / 2), icon, icon}, theme.TextDim);
-    canvas.Text({x, m_Name.Y, std::max(0.0f, right - x), m_Name.H}, GetText(), theme.Text);
-    DrawField(canvas, m_Keys, IsHot(), waits);
-    const std::string keys = waits ? ::GetText("PRESS_A_KEY") : KeyText();
-    canvas.Text({m_Keys.X + pad, m_Keys.Y, m_Keys.W - 2 * pad, m_Keys.H}, keys, waits ? theme.TextDim : theme.Text,
-                TextStyle::Normal, TextAlign::Center);
+    const float icon = canvas.Px(Measures::IconSize), pad = canvas.Px(Pad), left = Rect.X + NameLeft(canvas);
+    if (!m_Icon.empty())
+      canvas.Icon(m_Icon, {Rect.X + pad, Rect.Y + std::floor((m_Plan.NameHeight - icon) / 2), icon, icon}, theme.TextDim);
+    const float right = m_Plan.Stacked ? Rect.Right() : m_Keys.X - pad;
+    const cRect name{left, Rect.Y, std::max(0.0f, right - left), m_Plan.NameHeight};
+    if (m_Plan.NameWraps)
+      canvas.Paragraph({name.X, name.Y + canvas.Px(2), name.W, name.H}, GetText(), theme.Text);
+    else
+      canvas.Text(name, GetText(), theme.Text);
+    DrawField(canvas, m_Keys, IsHot(), Waits());
+    const cRect keys{m_Keys.X + pad, m_Keys.Y, std::max(0.0f, m_Keys.W - 2 * pad), m_Keys.H};
+    if (Waits())
+      canvas.Text(keys, ::GetText("PRESS_A_KEY"), theme.TextDim, TextStyle::Normal, TextAlign::Center);
+    else if (m_Plan.KeysWrap)
+      canvas.Paragraph({keys.X, keys.Y + canvas.Px(2), keys.W, keys.H}, m_Plan.Keys, theme.Text, TextStyle::Normal,
+                       TextAlign::Center);
+    else
+      canvas.Text(keys, m_Plan.Keys, theme.Text, TextStyle::Normal, TextAlign::Center);
     DrawFocusRing(canvas, *this);
   }
   bool TakesFocus() const override { return true; }
   bool OnMouse(const InputEvent& event) override {
     if (event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Left) {
-      m_Window->BeginCapture(Waits() ? std::string() : Action->Name);
+      m_Window->BeginCapture(Waits() ? HotKeyTarget() : Target);
       return true;
     }
     return IsCaptured();
@@ -70,47 +83,81 @@ class HotKeyRow : public BaseWidget {
   bool OnKey(const InputEvent& event) override {
     if (!Waits()) {
       if (event.Kind != InputKind::KeyDown || (event.Key != KeyEnter && event.Key != KeySpace)) return false;
-      m_Window->BeginCapture(Action->Name);
+      m_Window->BeginCapture(Target);
       return true;
     }
     if (event.Kind != InputKind::KeyDown || event.IsRepeat) return true;
     if (event.Key == KeyShift || event.Key == KeyControl || event.Key == KeyAlt || !IsKnownKey(event.Key)) return true;
-    const std::string name = Action->Name;
     const KeyCombo combo = GetKeyCombo(event);
     m_Window->BeginCapture({});
     if (event.Key == KeyEsc && !combo.Modifiers) return true;
     const bool clears = (event.Key == KeyDelete || event.Key == KeyBackspace) && !combo.Modifiers;
-    m_Window->Assign(name, clears ? KeyCombo{} : combo);
+    m_Window->Assign(Target, clears ? KeyCombo{} : combo);
     return true;
   }
-  std::string KeyText() const {
-    std::string text;
-    for (const KeyCombo& combo : m_Window->Keys().KeysOf({Action->Name, {}, {}}))
-      text += (text.empty() ? "" : "  ") + GetKeyText(PrintKeyCombo(combo));
-    return text;
-  }
-  bool Waits() const { return m_Window->Capturing() == Action->Name; }
+  bool Waits() const { return m_Window->Capturing() == Target; }
 
-  const struct Action* Action = nullptr;
+  HotKeyTarget Target;
 
  private:
-  static float KeysWidth(float width, Canvas& canvas) {
-    return std::clamp(std::floor(width * 0.36f), canvas.Px(72), canvas.Px(200));
+  /// The keys stand beside the name, or below it where either would be cut.
+  struct Plan {
+    bool Stacked = false, NameWraps = false, KeysWrap = false;
+    float NameHeight = 0, KeysWidth = 0, KeysHeight = 0;
+    std::string Keys;
+  };
+  std::vector<std::string> KeyTexts() const {
+    std::vector<std::string> texts;
+    for (const KeyCombo& combo : m_Window->Keys().KeysOf(Target)) texts.push_back(GetKeyText(PrintKeyCombo(combo)));
+    return texts;
   }
-  // In a narrow panel the keys stand below the name.
-  bool IsStacked(float width, Canvas& canvas) const {
-    const float others = canvas.Px(Measures::IconSize) + 3 * canvas.Px(6) + canvas.Px(20 + 6) + KeysWidth(width, canvas);
-    return canvas.TextWidth(GetText()) + others > width;
+  static std::string Join(const std::vector<std::string>& texts, const char* between) {
+    std::string joined;
+    for (const std::string& text : texts) joined += (joined.empty() ? "" : between) + text;
+    return joined;
+  }
+  static float NameLeft(Canvas& canvas) { return canvas.Px(Measures::IconSize) + 2 * canvas.Px(Pad); }
+  Plan MakePlan(float width, Canvas& canvas) const {
+    const float pad = canvas.Px(Pad), reset = canvas.Px(ResetWidth), left = NameLeft(canvas);
+    const std::vector<std::string> combos = KeyTexts();
+    Plan plan;
+    plan.Keys = Join(combos, "  ");
+    const float name = canvas.TextWidth(GetText()) + 1, keys = canvas.TextWidth(plan.Keys) + 1 + 2 * pad;
+    const float leastKeys = std::max(canvas.Px(72), std::ceil(canvas.TextWidth(::GetText("PRESS_A_KEY")) + 1 + 2 * pad));
+    plan.KeysHeight = canvas.Px(20);
+    plan.KeysWidth = std::max(leastKeys, std::min(std::floor(width * 0.36f), canvas.Px(200)));
+    plan.NameHeight = canvas.Px(26);
+    plan.Stacked = keys > plan.KeysWidth || left + name + pad + plan.KeysWidth + reset > width;
+    if (!plan.Stacked) return plan;
+    const float nameWidth = std::max(0.0f, width - left);
+    plan.NameWraps = name > nameWidth;
+    plan.NameHeight = plan.NameWraps ? canvas.ParagraphHeight(nameWidth, GetText()) + canvas.Px(4) : canvas.Px(22);
+    plan.KeysWidth = std::max(0.0f, width - reset - pad);
+    plan.KeysWrap = keys > plan.KeysWidth;
+    if (plan.KeysWrap) WrapKeys(combos, std::max(0.0f, plan.KeysWidth - 2 * pad), canvas, plan);
+    return plan;
+  }
+  // One below the other; a combination that is too long by itself breaks behind its "+".
+  static void WrapKeys(std::vector<std::string> combos, float width, Canvas& canvas, Plan& plan) {
+    for (std::string& combo : combos)
+      if (canvas.TextWidth(combo) > width)
+        for (size_t at = 0; (at = combo.find('+', at)) != combo.npos; at += 2) combo.insert(at + 1, " ");
+    plan.Keys = Join(combos, "\n");
+    plan.KeysHeight = canvas.ParagraphHeight(width, plan.Keys) + canvas.Px(4);
   }
   HotKeyWindow* m_Window = nullptr;
   Button* m_Reset = nullptr;
-  cRect m_Name, m_Keys;
+  std::string m_Icon;
+  Plan m_Plan;
+  cRect m_Keys;
 };
 DECLARE_MEMBERS(HotKeyRow) {}
 
-HotKeyWindow::HotKeyWindow(HotKeys& keys, const Actions& actions) : m_Keys(&keys), m_Actions(&actions) {
+HotKeyWindow::HotKeyWindow(HotKeys& keys, const Actions& actions, const CommandTable* commands)
+    : m_Keys(&keys), m_Actions(&actions), m_Commands(commands) {
   m_Search = AddChild(new TextEdit);
   m_Search->Placeholder = "SEARCH";
+  m_Search->HintKey = "SEARCH_KEYS";
   m_Search->Icon = "Search";
   m_Search->LiveChange = true;
   m_Search->Callback = std::make_unique<wpcallback<HotKeyWindow>>(this, &HotKeyWindow::OnSearch);
@@ -127,9 +174,27 @@ static std::string Lowered(std::string_view text) {
   return lower;
 }
 
-bool HotKeyWindow::Matches(const Action& action) const {
-  std::string held = action.Name + " " + ::GetText(action.TextKey);
-  for (const KeyCombo& combo : m_Keys->KeysOf({action.Name, {}, {}})) held += " " + GetKeyText(PrintKeyCombo(combo));
+const Action* HotKeyWindow::ActionOf(const HotKeyTarget& target) const {
+  return target.Tool.empty() ? m_Actions->Find(target.Command) : nullptr;
+}
+
+std::string HotKeyWindow::NameOf(const HotKeyTarget& target) const {
+  if (!target.Tool.empty()) return ::GetText(target.Tool);
+  if (const Action* action = ActionOf(target)) return ::GetText(action->TextKey);
+  return target.Parameters.empty() ? target.Command : target.Command + " " + target.Parameters;
+}
+
+std::string HotKeyWindow::HintOf(const HotKeyTarget& target) const {
+  if (!target.Tool.empty()) return ::GetHintText(target.Tool);
+  if (const Action* action = ActionOf(target)) return ::GetHintText(action->TextKey);
+  const Command* command = m_Commands ? m_Commands->Find(target.Command) : nullptr;
+  const std::string hint = ::GetHintText("Command." + target.Command);
+  return hint.empty() && command ? command->Help : hint;
+}
+
+bool HotKeyWindow::Matches(const HotKeyTarget& target) const {
+  std::string held = target.Command + " " + NameOf(target);
+  for (const KeyCombo& combo : m_Keys->KeysOf(target)) held += " " + GetKeyText(PrintKeyCombo(combo));
   held = Lowered(held);
   std::istringstream words(Lowered(m_Words));
   for (std::string word; words >> word;)
@@ -137,20 +202,51 @@ bool HotKeyWindow::Matches(const Action& action) const {
   return true;
 }
 
-void HotKeyWindow::FillList() {
-  m_List->Content().RemoveChildren();
-  for (const Action& action : m_Actions->All())
-    if (Matches(action)) m_List->Content().AddChild(new HotKeyRow(*this, action));
-  if (m_List->Content().Children.Count) return;
-  auto* none = m_List->Content().AddChild(new TextWidget("NOTHING_FOUND"));
-  none->Dim = true;
+HotKeyRow* HotKeyWindow::RowOf(const HotKeyTarget& target) const {
+  for (BaseWidget* child : m_List->Content().Children)
+    if (auto* row = dynamic_cast<HotKeyRow*>(child); row && row->Target == target) return row;
+  return nullptr;
 }
 
-std::vector<std::string> HotKeyWindow::Listed() const {
-  std::vector<std::string> names;
+void HotKeyWindow::AddRow(const HotKeyTarget& target) {
+  if (Matches(target) && !RowOf(target)) m_List->Content().AddChild(new HotKeyRow(*this, target));
+}
+
+// A command that asks for parameters has a key only together with them.
+void HotKeyWindow::FillList() {
+  m_List->Content().RemoveChildren();
+  for (const Action& action : m_Actions->All()) AddRow({action.Name, {}, {}});
+  for (const OneHotKey* key : m_Keys->Keys) AddRow(GetTarget(*key));
+  if (m_Commands)
+    for (const Command& command : m_Commands->All())
+      if (command.Required.empty()) AddRow({command.Name, {}, {}});
+  if (!m_List->Content().Children.Count) AddTypedLine();
+}
+
+// What was typed as a line of a command with its parameters, or why nothing is shown.
+void HotKeyWindow::AddTypedLine() {
+  BatchLine line;
+  std::string error;
+  const size_t start = m_Words.find_first_not_of(' '), end = m_Words.find_last_not_of(' ');
+  const std::string typed = start == std::string::npos ? std::string() : m_Words.substr(start, end + 1 - start);
+  const bool isLine = ParseBatchLine(typed, line, error);
+  const Command* command = m_Commands ? m_Commands->Find(line.Name) : nullptr;
+  if (command && isLine && m_Commands->ReadParameters(*command, line.Arguments, error)) {
+    const size_t words = typed.find_first_not_of(" \t", command->Name.size());
+    const HotKeyTarget target{command->Name, words == std::string::npos ? std::string() : typed.substr(words), {}};
+    m_List->Content().AddChild(new HotKeyRow(*this, target));
+    return;
+  }
+  auto* none = m_List->Content().AddChild(new TextWidget(command ? error : "NOTHING_FOUND"));
+  none->Literal = command;
+  none->Wraps = none->Dim = true;
+}
+
+std::vector<HotKeyTarget> HotKeyWindow::Listed() const {
+  std::vector<HotKeyTarget> targets;
   for (const BaseWidget* child : m_List->Content().Children)
-    if (const auto* row = dynamic_cast<const HotKeyRow*>(child)) names.push_back(row->Action->Name);
-  return names;
+    if (const auto* row = dynamic_cast<const HotKeyRow*>(child)) targets.push_back(row->Target);
+  return targets;
 }
 
 bool HotKeyWindow::OnSearch(BaseWidget*, const WidgetEvent& event) {
@@ -161,46 +257,40 @@ bool HotKeyWindow::OnSearch(BaseWidget*, const WidgetEvent& event) {
 void HotKeyWindow::Search(const std::string& words) {
   if (words == m_Words) return;
   m_Words = words;
-  m_Capturing.clear();
+  m_Capturing = {};
   m_List->Scroller().SetPosition(0);
   FillList();
 }
 
-void HotKeyWindow::BeginCapture(const std::string& action) {
-  m_Capturing = action;
+void HotKeyWindow::BeginCapture(const HotKeyTarget& target) {
+  m_Capturing = target;
   cWidgets* manager = Manager();
-  if (action.empty() || !manager) return;
-  for (BaseWidget* child : m_List->Content().Children)
-    if (const auto* row = dynamic_cast<const HotKeyRow*>(child); row && row->Action->Name == action) manager->Focus(child);
+  if (target == HotKeyTarget() || !manager) return;
+  if (HotKeyRow* row = RowOf(target)) manager->Focus(row);
 }
 
-void HotKeyWindow::Assign(const std::string& action, const KeyCombo& combo) {
-  const HotKeyTarget target{action, {}, {}};
+void HotKeyWindow::Assign(const HotKeyTarget& target, const KeyCombo& combo) {
   HotKeyTarget taken;
   if (!m_Keys->Assign(target, combo, &taken)) AskTakeOver(target, combo, taken);
-}
-
-static std::string NameOf(const Actions& actions, const HotKeyTarget& target) {
-  const Action* action = actions.Find(target.Command);
-  if (action) return ::GetText(action->TextKey);
-  return target.Command.empty() ? ::GetText(target.Tool) : target.Command + " " + target.Parameters;
+  if (cWidgets* manager = Manager()) manager->RequestArrange();
 }
 
 void HotKeyWindow::AskTakeOver(const HotKeyTarget& target, const KeyCombo& combo, const HotKeyTarget& taken) {
   cWidgets* manager = Manager();
   if (!manager) return;
-  const std::string text = GetKeyText(PrintKeyCombo(combo)) + ": " + NameOf(*m_Actions, taken) + "\n" + ::GetText("KEY_TAKEN");
+  const std::string text = GetKeyText(PrintKeyCombo(combo)) + ": " + NameOf(taken) + "\n" + ::GetText("KEY_TAKEN");
   MessageBoxWidget::Ask(*manager, "KEY_TAKEN_HDR", text, {"KEY_TAKE_OVER", "CANCEL"}, [keys = m_Keys, target, combo](int answer) {
     if (answer == 0) keys->Assign(target, combo, nullptr, true);
   });
 }
 
-void HotKeyWindow::ResetOne(const std::string& action) {
+void HotKeyWindow::ResetOne(const HotKeyTarget& target) {
   HotKeyTarget taken;
   cWidgets* manager = Manager();
-  if (m_Keys->ResetToDefault({action, {}, {}}, &taken) || !manager) return;
-  const std::string text = ::GetText("KEY_RESET_TAKEN") + " " + NameOf(*m_Actions, taken);
-  MessageBoxWidget::Ask(*manager, "KEY_TAKEN_HDR", text, {}, nullptr);
+  const bool done = m_Keys->ResetToDefault(target, &taken);
+  if (!manager) return;
+  manager->RequestArrange();
+  if (!done) MessageBoxWidget::Ask(*manager, "KEY_TAKEN_HDR", ::GetText("KEY_RESET_TAKEN") + " " + NameOf(taken), {}, nullptr);
 }
 
 void HotKeyWindow::AskResetAll() {

@@ -5,15 +5,18 @@
 #include "interface/Language.h"
 
 #include <algorithm>
+#include <charconv>
 #include <filesystem>
 #include <functional>
-#include <set>
+#include <map>
 #include <unordered_map>
 
 #include "ClassEngine/BaseClass.h"
 #include "ClassEngine/Xml.h"
 #include "comms/SafeFile.h"
 #include "comms/Str.h"
+#include "shell/core/DataPath.h"
+#include "shell/core/ObjectFile.h"
 
 namespace fs = std::filesystem;
 
@@ -37,10 +40,16 @@ Texts& CurrentTexts() {
   return texts;
 }
 
-std::string_view WithoutGroup(std::string_view key) {
-  if (key.empty() || key[0] != '{') return key;
+// The digits of the prefix "{N}"; empty where the key has none.
+std::string_view GroupDigits(std::string_view key) {
+  if (key.empty() || key[0] != '{') return {};
   const size_t end = key.find_first_not_of("0123456789", 1);
-  return end != std::string_view::npos && end > 1 && key[end] == '}' ? key.substr(end + 1) : key;
+  return end != std::string_view::npos && key[end] == '}' ? key.substr(1, end - 1) : std::string_view();
+}
+
+std::string_view WithoutGroup(std::string_view key) {
+  const std::string_view digits = GroupDigits(key);
+  return digits.empty() ? key : key.substr(digits.size() + 2);
 }
 
 bool IsWordByte(char symbol) {
@@ -73,25 +82,31 @@ bool ReadTextFile(const std::string& path, std::string& text, std::string& error
   return true;
 }
 
-bool ReadTable(const std::string& path, TextTable& table, std::string& error) {
-  std::string text;
-  if (!ReadTextFile(path, text, error)) return false;
+// Entries of another form are left out; the first one is told.
+bool ParseTable(std::string_view text, const std::string& path, TextTable& table, std::string& error) {
   XmlNode root;
-  if (root.Parse(text) <= 0 || root.GetNameView() != "Language") {
+  if (!ParseQuietly(root, text) || root.GetNameView() != "Language") {
     error = "\"" + path + "\" is no language file: a whole <Language> node with <Entry> nodes is expected.";
     return false;
   }
+  int32_t wrong = 0;
   for (int32_t i = 0; i < root.GetChildCount(); i++) {
     const XmlNode* entry = root.GetChild(i);
     const XmlNode *key = entry->FindChild("Key"), *value = entry->FindChild("Text");
-    if (entry->GetNameView() != "Entry" || !key || !value || key->GetValueView().empty()) {
-      error = comms::Format("Entry %d of \"%s\" is not of the form <Entry><Key>...</Key><Text>...</Text></Entry>.", i + 1,
-                            path.c_str());
-      return false;
-    }
-    table[std::string(key->GetValueView())] = std::string(value->GetValueView());
+    if (entry->GetNameView() != "Entry" || !key || !value || key->GetValueView().empty())
+      wrong = wrong ? wrong : i + 1;
+    else
+      table[std::string(key->GetValueView())] = std::string(value->GetValueView());
   }
-  return true;
+  if (!wrong) return true;
+  error =
+      comms::Format("Entry %d of \"%s\" is not of the form <Entry><Key>...</Key><Text>...</Text></Entry>.", wrong, path.c_str());
+  return false;
+}
+
+bool ReadTable(const std::string& path, TextTable& table, std::string& error) {
+  std::string text;
+  return ReadTextFile(path, text, error) && ParseTable(text, path, table, error);
 }
 
 // Pairs of words apart by blanks, as "%s%s" reads them.
@@ -128,6 +143,13 @@ bool HasText(std::string_view key) {
   return table.find(WithoutGroup(key)) != table.end();
 }
 
+int GetTextGroup(std::string_view key) {
+  const std::string_view digits = GroupDigits(key);
+  int group = 0;
+  std::from_chars(digits.data(), digits.data() + digits.size(), group);
+  return group;
+}
+
 const std::string& GetText(std::string_view key) {
   key = WithoutGroup(key);
   Texts& texts = CurrentTexts();
@@ -161,14 +183,21 @@ std::string GetKeyText(std::string_view combo) {
 bool LoadLanguage(const std::string& dataFolder, const std::string& name, std::string& error) {
   const std::string folder = LanguageFolder(dataFolder);
   Texts loaded;
-  if (!ReadTable(comms::JoinPath(folder, "English.xml"), loaded.Table, error)) return false;
-  if (name != "English" && !ReadTable(comms::JoinPath(folder, name + ".xml"), loaded.Table, error)) return false;
-  if (!ReadReplacements(comms::JoinPath(folder, "replace.txt"), loaded.Words, error)) return false;
+  std::string sentences, sentence;
+  const auto note = [&](bool done) {
+    if (!done) sentences += (sentences.empty() ? "" : " ") + sentence;
+  };
+  note(ParseTable(EnglishTexts, "English.xml of the build", loaded.Table, sentence));
+  note(ReadTable(comms::JoinPath(folder, "English.xml"), loaded.Table, sentence));
+  if (name != "English") note(ReadTable(comms::JoinPath(folder, name + ".xml"), loaded.Table, sentence));
+  note(ReadReplacements(comms::JoinPath(folder, "replace.txt"), loaded.Words, sentence));
   if (!loaded.Words.empty())
     for (auto& [key, text] : loaded.Table) text = ReplaceWords(std::move(text), loaded.Words);
   CurrentTexts() = std::move(loaded);
   TranslateText = TranslateForEngine;
-  return true;
+  if (sentences.empty()) return true;
+  error = std::move(sentences);
+  return false;
 }
 
 std::vector<std::string> ListLanguages(const std::string& dataFolder) {
@@ -176,24 +205,32 @@ std::vector<std::string> ListLanguages(const std::string& dataFolder) {
   std::error_code failed;
   for (fs::directory_iterator at(LanguageFolder(dataFolder), failed), end; !failed && at != end; at.increment(failed))
     if (at->path().extension() == ".xml" && at->path().filename() != "text.xml") names.push_back(at->path().stem().string());
+  if (std::find(names.begin(), names.end(), "English") == names.end()) names.emplace_back("English");
   std::sort(names.begin(), names.end());
   return names;
 }
 
 bool WriteMissingTexts(const std::string& folder, std::string& error) {
-  const TextTable& missing = CurrentTexts().Missing;
-  std::set<std::string> keys;
-  for (const auto& entry : missing)
-    if (HasLetter(entry.first)) keys.insert(entry.first);
-  if (keys.empty()) return true;
+  std::map<std::string, std::string> entries;
+  for (const auto& missing : CurrentTexts().Missing)
+    if (HasLetter(missing.first)) entries.insert(missing);
+  if (entries.empty()) return true;
+  const std::string path = comms::JoinPath(folder, "text.xml");
+  TextTable listed;
+  if (comms::FileExists(path) && !ReadTable(path, listed, error)) return false;
+  for (const auto& [key, text] : listed) entries[key] = text;
   XmlNode root("Language");
-  for (const std::string& key : keys) {
+  for (const auto& [key, text] : entries) {
     XmlNode* entry = root.AddChild(new XmlNode("Entry"));
     entry->AddChild(new XmlNode("Key", std::string_view(key)));
-    entry->AddChild(new XmlNode("Text", std::string_view(key)));
+    entry->AddChild(new XmlNode("Text", std::string_view(text)));
+  }
+  if (!MakeFolderOf(path)) {
+    error = "the folder of '" + path + "' can't be made";
+    return false;
   }
   StrBuffer text;
-  comms::SafeFileWriter writer(comms::JoinPath(folder, "text.xml"));
+  comms::SafeFileWriter writer(path);
   if (root.Print(text, 0) && writer.Write(text.Get(), size_t(text.Length)) && writer.Commit()) return true;
   error = writer.Error();
   return false;

@@ -1,7 +1,8 @@
 #pragma once
 // Texts of the interface by key, in the person's language. What the declaration of a member or a command says is English; the
 // other languages have it under "CLASS.MEMBER_HINT" and "Command.NAME_HINT". "CLASS.MEMBER" is the label of a member where
-// "MEMBER" means something else elsewhere.
+// "MEMBER" means something else elsewhere. The English file is compiled in too, so that a program without its language files
+// still speaks.
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,16 +14,22 @@ const std::string& GetText(std::string_view key);
 /// The text of the key formed with "_HINT"; empty where there is none (a missing hint is not listed).
 std::string GetHintText(std::string_view key);
 bool HasText(std::string_view key);
+/// N of a key with the prefix "{N}"; 0 where there is none.
+int GetTextGroup(std::string_view key);
 /// A combination of keys as "Ctrl+Z" in the words of the person's keyboard: each word by the key "Key.Ctrl" where there is one.
 std::string GetKeyText(std::string_view combo);
 /// `text` with `word` in place of its first "%s".
 std::string FillIn(std::string text, std::string_view word);
 
-/// Loads "Languages/<name>.xml" of the data folder, over English, and "Languages/replace.txt". False with one sentence; the
-/// language stays as it was.
+/// Loads "Languages/<name>.xml" of the data folder, over English, and "Languages/replace.txt". False with a sentence for each of
+/// them that is not there or not as expected; what could be read of it is used all the same, and English stands for the rest.
 bool LoadLanguage(const std::string& dataFolder, const std::string& name, std::string& error);
-/// Names of the files in "Languages", without extension, in order.
+/// Names of the files in "Languages", without extension, in order; English, which is always there, among them.
 std::vector<std::string> ListLanguages(const std::string& dataFolder);
-/// Writes the keys without text that were asked for to "text.xml" in `folder`; nothing where there is none. Keys without a letter
-/// need no text of their own.
+/// Adds the keys without text that were asked for since the language was loaded to "text.xml" in `folder`, with themselves as
+/// text; what stands in the file stays as the person may have filled it in. Nothing where no key is without text. Keys without a
+/// letter need no text of their own. False with one sentence.
 bool WriteMissingTexts(const std::string& folder, std::string& error);
+
+/// "Languages/English.xml" as it was when the program was built.
+extern const std::string_view EnglishTexts;

@@ -32,6 +32,12 @@ void ColumnWidget::Arrange(const cRect& rect, Canvas& canvas) {
   ArrangeStack(*this, rect, canvas);
 }
 float ColumnWidget::HeightFor(float width, Canvas& canvas) const { return StackHeight(*this, width, canvas); }
+float ColumnWidget::NarrowestFor(Canvas& canvas) const {
+  float width = 0;
+  for (const BaseWidget* child : Children)
+    if (child->Visible) width = std::max(width, child->NarrowestFor(canvas));
+  return width;
+}
 
 // Whole pixels, so that borders stay sharp; what rounding leaves goes to the last one.
 std::vector<float> RowWidget::Widths(float width, Canvas& canvas) const {
@@ -85,7 +91,13 @@ float RowWidget::HeightFor(float width, Canvas& canvas) const {
 
 float RowWidget::NarrowestFor(Canvas& canvas) const {
   float width = 0;
-  for (const BaseWidget* child : Children)
-    if (child->Visible) width += (width > 0 ? canvas.Px(Measures::Gap) : 0) + child->NarrowestFor(canvas);
+  for (int32_t i = 0; i < Children.Count; i++) {
+    const BaseWidget* child = Children[i];
+    if (!child->Visible) continue;
+    // One that shares the rest breaks its text; the others have the width that they ask for.
+    const bool shares = size_t(i) < Weights.size() && Weights[size_t(i)] > 0;
+    width += (width > 0 ? canvas.Px(Measures::Gap) : 0) +
+             std::max(child->NarrowestFor(canvas), shares ? 0.0f : child->WidthFor(canvas));
+  }
   return width;
 }

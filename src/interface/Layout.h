@@ -15,6 +15,7 @@ class ColumnWidget : public BaseWidget {
  public:
   void Arrange(const cRect& rect, Canvas& canvas) override;
   float HeightFor(float width, Canvas& canvas) const override;
+  float NarrowestFor(Canvas& canvas) const override;
 };
 
 /// Children side by side: those that know their width get it, the others share what is left by their weights.

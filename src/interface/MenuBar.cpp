@@ -10,6 +10,8 @@
 
 DECLARE_MEMBERS(MenuBar) {}
 
+static const std::string MoreText = "»";
+
 void MenuBar::AddMenu(std::string_view text, std::function<void(TextMenu&)> fill) {
   m_Titles.push_back({std::string(text), std::move(fill), {}});
   if (cWidgets* manager = Manager()) manager->RequestArrange();
@@ -18,25 +20,38 @@ void MenuBar::AddMenu(std::string_view text, std::function<void(TextMenu&)> fill
 void MenuBar::RemoveMenus() {
   if (cWidgets* manager = Manager(); manager && m_Menu) manager->ClosePopups(m_Menu);
   m_Titles.clear();
+  m_Fitting = 0;
   m_Marked = -1;
 }
 
 float MenuBar::HeightFor(float, Canvas& canvas) const { return canvas.Px(Measures::MenuBarHeight); }
 
+float MenuBar::WidthOf(const std::string& text, Canvas& canvas) { return std::ceil(canvas.TextWidth(text) + 1 + canvas.Px(18)); }
+
 float MenuBar::WidthFor(Canvas& canvas) const {
   float width = 0;
-  for (const Title& title : m_Titles) width += std::ceil(canvas.TextWidth(::GetText(title.Text)) + 1 + canvas.Px(18));
+  for (const Title& title : m_Titles) width += WidthOf(::GetText(title.Text), canvas);
   return width;
 }
 
 void MenuBar::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
+  const float more = WidthOf(MoreText, canvas);
+  const bool all = WidthFor(canvas) <= rect.W;
   float x = rect.X;
+  m_Fitting = 0;
   for (Title& title : m_Titles) {
-    const float width = std::ceil(canvas.TextWidth(::GetText(title.Text)) + 1 + canvas.Px(18));
+    const float width = WidthOf(::GetText(title.Text), canvas);
+    if (!all && x + width + more > rect.Right()) break;
     title.Rect = {x, rect.Y, width, rect.H};
     x += width;
+    m_Fitting++;
   }
+  m_More.Text = MoreText;
+  m_More.Rect = {x, rect.Y, more, rect.H};
+  m_More.Fill = [this](TextMenu& menu) {
+    for (size_t i = size_t(m_Fitting); i < m_Titles.size(); i++) menu.AddSub(m_Titles[i].Text, m_Titles[i].Fill);
+  };
   if (cWidgets* manager = Manager()) manager->SetKeyFallback(this);
 }
 
@@ -45,8 +60,8 @@ void MenuBar::Draw(Canvas& canvas) {
   const cWidgets* manager = Manager();
   canvas.FillRect(Rect, theme.PanelHeader);
   const int under = manager && IsHot() ? TitleAt(manager->PointerX(), manager->PointerY()) : -1;
-  for (int i = 0; i < int(m_Titles.size()); i++) {
-    const Title& title = m_Titles[size_t(i)];
+  for (int i = 0; i < StopCount(); i++) {
+    const Title& title = Stop(i);
     const bool open = i == m_Open || (IsFocused() && i == m_Marked);
     const float edge = canvas.Px(3);
     const cRect box{title.Rect.X, title.Rect.Y + edge, title.Rect.W, title.Rect.H - 2 * edge};
@@ -59,23 +74,23 @@ void MenuBar::Draw(Canvas& canvas) {
 }
 
 int MenuBar::TitleAt(float x, float y) const {
-  for (size_t i = 0; i < m_Titles.size(); i++)
-    if (m_Titles[i].Rect.Contains(x, y)) return int(i);
+  for (int i = 0; i < StopCount(); i++)
+    if (Stop(i).Rect.Contains(x, y)) return i;
   return -1;
 }
 
 int MenuBar::Neighbour(int index, int step) const {
-  const int count = int(m_Titles.size());
+  const int count = StopCount();
   return count ? (index + step + count) % count : -1;
 }
 
 void MenuBar::OpenMenu(int index, bool byKey) {
   cWidgets* manager = Manager();
-  if (!manager || index < 0 || index >= int(m_Titles.size())) return;
+  if (!manager || index < 0 || index >= StopCount()) return;
   manager->ClosePopups();
   // What is chosen gives the keys back to the scene and not to the bar.
   if (IsFocused()) manager->Focus(nullptr);
-  const Title& title = m_Titles[size_t(index)];
+  const Title& title = Stop(index);
   m_Menu = TextMenu::Open(*manager, title.Rect, title.Fill, this);
   if (!m_Menu) return;
   m_Open = m_Marked = index;

@@ -7,8 +7,8 @@
 
 class TextMenu;
 
-/// The bar of menus at the top of the window. The pointer or the arrow keys walk from menu to menu once one is open; Alt alone
-/// enters the bar.
+/// The bar of menus at the top of the window; what finds no room is in a last one, "»". The pointer or the arrow keys walk from
+/// menu to menu once one is open; Alt alone enters the bar.
 class MenuBar : public BaseWidget {
   REFLECTED(MenuBar, BaseWidget)
  public:
@@ -35,9 +35,15 @@ class MenuBar : public BaseWidget {
     std::function<void(TextMenu&)> Fill;
     cRect Rect;
   };
+  static float WidthOf(const std::string& text, Canvas& canvas);
+  /// The titles that are there now: those that fit, then m_More where some don't.
+  int StopCount() const { return m_Fitting + (m_Fitting < int(m_Titles.size())); }
+  const Title& Stop(int index) const { return index < m_Fitting ? m_Titles[size_t(index)] : m_More; }
   int TitleAt(float x, float y) const;
   int Neighbour(int index, int step) const;
   std::vector<Title> m_Titles;
+  Title m_More;       // opens the titles that don't fit
+  int m_Fitting = 0;  // titles, as of the last Arrange
   TextMenu* m_Menu = nullptr;
   int m_Open = -1, m_Marked = -1;
   uint32_t m_AltCount = 0;  // inputs when Alt went down; 0: not down

@@ -34,16 +34,6 @@ float PanelRow::LabelTextWidth(Canvas& canvas) const {
   return HasLabel() && !IsBelow() ? canvas.TextWidth(GetText(), LabelStyle()) + 1 : 0;
 }
 
-static float FindWidestWord(std::string_view text, TextStyle style, Canvas& canvas) {
-  float widest = 0;
-  for (size_t from = 0; from < text.size();) {
-    const size_t end = std::min(text.find(' ', from), text.size());
-    widest = std::max(widest, canvas.TextWidth(text.substr(from, end - from), style));
-    from = end + 1;
-  }
-  return widest;
-}
-
 // The label stands above where one of its words or the control needs more than its part of the row; in either place it breaks
 // into lines. Curves and the like always stand below their label, as wide as the panel.
 PanelRow::Plan PanelRow::MakePlan(float width, Canvas& canvas) const {

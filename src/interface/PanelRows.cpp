@@ -66,7 +66,7 @@ class CompactLine : public RowWidget {
   // All get the same part.
   bool Fits(float width, Canvas& canvas) const {
     float widest = 0;
-    for (const BaseWidget* child : Children) widest = std::max(widest, child->NarrowestFor(canvas));
+    for (const BaseWidget* child : Children) widest = std::max({widest, child->WidthFor(canvas), child->NarrowestFor(canvas)});
     return float(Children.Count) * (widest + canvas.Px(Measures::Gap)) <= width + canvas.Px(Measures::Gap);
   }
 };
@@ -182,6 +182,20 @@ std::string ItemTitle(const RowPlace& place) {
   return place.Member ? type : type + " " + std::to_string(place.Element + 1);
 }
 
+// A line between rows of one group and of the next; a row's hint key is its name with the group.
+void SeparateGroups(BaseWidget& rows) {
+  int group = -1;
+  for (int32_t i = 0; i < rows.Children.Count; i++) {
+    const int next = GetTextGroup(rows.Children[i]->HintKey);
+    if (group >= 0 && next != group) {
+      auto line = std::make_unique<FrameWidget>();
+      line->Owner = &rows;
+      rows.Children.InsertAt(i++, line.release());
+    }
+    group = next;
+  }
+}
+
 BaseWidget* BuildCommandList(BaseWidget& rows, const RowPlace& place, int depth) {
   auto* caption = rows.AddChild(new PanelCaption);
   caption->Text = place.Signs.Name;
@@ -190,6 +204,7 @@ BaseWidget* BuildCommandList(BaseWidget& rows, const RowPlace& place, int depth)
   BuildRows(*column, *static_cast<BaseClass*>(place.Value.Data), *place.Panel, depth + 1);
   for (BaseWidget* child : column->Children)
     if (auto* button = dynamic_cast<Button*>(child)) button->Align = TextAlign::Left;
+  SeparateGroups(*column);
   return column;
 }
 

@@ -219,3 +219,5 @@ float PanelWidget::HeightFor(float width, Canvas& canvas) const {
   Measure(width, canvas);
   return m_Area->HeightFor(width, canvas);
 }
+
+float PanelWidget::NarrowestFor(Canvas& canvas) const { return m_Area->NarrowestFor(canvas); }

@@ -41,6 +41,7 @@ class PanelWidget : public BaseWidget {
   void Process(double timeSec) override;
   void Arrange(const cRect& rect, Canvas& canvas) override;
   float HeightFor(float width, Canvas& canvas) const override;
+  float NarrowestFor(Canvas& canvas) const override;
 
   /// After a change by the person has been written and the object was told (OnParametersChanged).
   std::function<void(const char* name)> Changed;

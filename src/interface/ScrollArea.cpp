@@ -69,6 +69,12 @@ float ScrollArea::HeightFor(float width, Canvas& canvas) const {
   return m_Content->HeightFor(std::max(0.0f, width - 2 * pad), canvas) + 2 * pad;
 }
 
+float ScrollArea::NarrowestFor(Canvas& canvas) const {
+  const float pad = Padding > 0 ? canvas.Px(Padding) : 0, bar = m_Scroller->WidthFor(canvas);
+  const float content = m_Content->NarrowestFor(canvas);
+  return content > 0 ? content + 2 * pad + std::max(0.0f, bar - pad + canvas.Px(2)) : 0;
+}
+
 // The bar takes room only where it is needed, and then the rows are narrower and may be higher.
 void ScrollArea::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;

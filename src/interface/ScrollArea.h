@@ -29,6 +29,7 @@ class ScrollArea : public BaseWidget {
   /// The children go here.
   BaseWidget& Content() { return *m_Content; }
   void Arrange(const cRect& rect, Canvas& canvas) override;
+  float NarrowestFor(Canvas& canvas) const override;
   /// All of the content.
   float HeightFor(float width, Canvas& canvas) const override;
   bool OnMouse(const InputEvent& event) override;

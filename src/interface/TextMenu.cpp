@@ -25,6 +25,10 @@ std::string TextItem::GetText() const {
   return Literal ? Text.ToString() : ::GetText(Text.View());
 }
 
+std::string TextItem::GetHintText(float x, float y) const {
+  return HintKey.empty() && !Literal ? ::GetHintText(Text.View()) : BaseWidget::GetHintText(x, y);
+}
+
 void TextItem::Draw(Canvas& canvas) {
   const Theme& theme = GetTheme();
   if (IsLine()) {

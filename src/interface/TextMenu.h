@@ -15,6 +15,8 @@ class TextItem : public BaseWidget {
   void Draw(Canvas& canvas) override;
   float HeightFor(float width, Canvas& canvas) const override;
   float WidthFor(Canvas& canvas) const override;
+  /// That of HintKey; without one, that of Text where it is a key.
+  std::string GetHintText(float x, float y) const override;
   bool IsLine() const { return Text.Empty() && !Action && !Fill; }
   bool CanChoose() const { return !IsLine() && Enabled && (Action || Fill || Callback); }
 

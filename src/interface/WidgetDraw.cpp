@@ -23,6 +23,16 @@ void DrawFocusRing(Canvas& canvas, const cRect& rect) {
   canvas.FillRoundRect(rect, canvas.Px(Measures::Radius), 0, width, GetTheme().FieldFocus);
 }
 
+float FindWidestWord(std::string_view text, TextStyle style, Canvas& canvas) {
+  float widest = 0;
+  for (size_t from = 0; from < text.size();) {
+    const size_t end = std::min(text.find(' ', from), text.size());
+    widest = std::max(widest, canvas.TextWidth(text.substr(from, end - from), style));
+    from = end + 1;
+  }
+  return widest;
+}
+
 uint32_t TextColor(const BaseWidget& widget) { return widget.IsEnabled() ? GetTheme().Text : GetTheme().TextDisabled; }
 
 cRect KeepInside(const cRect& rect, const cRect& screen) {

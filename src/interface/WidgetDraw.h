@@ -10,6 +10,8 @@ void DrawField(Canvas& canvas, const cRect& rect, bool hot, bool focused, bool e
 /// Ring around the widget that has the focus by keyboard.
 void DrawFocusRing(Canvas& canvas, const BaseWidget& widget);
 void DrawFocusRing(Canvas& canvas, const cRect& rect);
+/// Width of the widest word of a text: broken into lines it needs no more.
+float FindWidestWord(std::string_view text, TextStyle style, Canvas& canvas);
 /// Text colour of a widget: dimmed where it is disabled.
 uint32_t TextColor(const BaseWidget& widget);
 /// The rectangle moved so that it lies on the screen as far as it fits.

@@ -196,7 +196,23 @@ void cWidgets::DrawLayer(int layer) {
   EmptyDeferredList();
 }
 
+// Below the pointer; beside a menu, whose other items are still to be read.
+cRect cWidgets::PlaceHint(float width, float height) const {
+  const cRect screen = m_Canvas.Screen();
+  cRect box{m_PointerX + m_Canvas.Px(12), m_PointerY + m_Canvas.Px(20), width, height};
+  if (box.Bottom() > screen.Bottom()) box.Y = m_PointerY - box.H - m_Canvas.Px(8);
+  const BaseWidget* menu = m_Hot;
+  while (menu && !IsPopup(menu)) menu = menu->Owner;
+  if (menu) {
+    const float gap = m_Canvas.Px(4), right = menu->Rect.Right() + gap, left = menu->Rect.X - gap - width;
+    const bool fitsRight = right + width <= screen.Right();
+    if (fitsRight || left >= screen.X) box = {fitsRight ? right : left, m_Hot->Rect.Y, width, height};
+  }
+  return KeepInside(box, screen);
+}
+
 void cWidgets::DrawHint() {
+  m_HintRect = {};
   if (!ShowHints || !m_Hot || m_Captured || m_Dragged || m_HintHidden || m_ButtonsDown) return;
   std::string text;
   for (const BaseWidget* widget = m_Hot; widget && text.empty(); widget = widget->Owner)
@@ -209,14 +225,11 @@ void cWidgets::DrawHint() {
   }
   const Theme& theme = GetTheme();
   Canvas& canvas = m_Canvas;
-  const float padX = canvas.Px(9), padY = canvas.Px(6), widest = canvas.Px(320);
+  const float padX = canvas.Px(9), padY = canvas.Px(6), widest = std::min(canvas.Px(320), canvas.Screen().W - 2 * padX);
   // A little more than measured, so that rounding breaks no line.
   const float width = std::min(widest, canvas.TextWidth(text) + 2);
   const float height = canvas.ParagraphHeight(width, text);
-  cRect box{m_PointerX + canvas.Px(12), m_PointerY + canvas.Px(20), width + 2 * padX, height + 2 * padY};
-  const cRect screen = canvas.Screen();
-  if (box.Bottom() > screen.Bottom()) box.Y = m_PointerY - box.H - canvas.Px(8);
-  box = KeepInside(box, screen);
+  const cRect box = m_HintRect = PlaceHint(width + 2 * padX, height + 2 * padY);
   DrawPopupGround(canvas, box, theme.Menu);
   canvas.Paragraph({box.X + padX, box.Y + padY, width, height}, text, theme.Text);
 }

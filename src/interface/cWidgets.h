@@ -45,6 +45,8 @@ class cWidgets {
   /// button goes up.
   BaseWidget* Captured() const { return m_Captured; }
   BaseWidget* Hot() const { return m_Hot; }
+  /// Of the hint in the last frame; without width where none was shown.
+  const cRect& HintRect() const { return m_HintRect; }
   BaseWidget* Focused() const { return m_Focused; }
   void Focus(BaseWidget* widget);
   /// Whether the focus came by the keyboard, so that it is to be seen.
@@ -96,6 +98,7 @@ class cWidgets {
   bool DispatchKey(const InputEvent& event);
   BaseWidget* FindUnder(float x, float y);
   void DrawHint();
+  cRect PlaceHint(float width, float height) const;
   void DrawDragLabel();
   /// Nothing refers to the widget, or to one below it, any more.
   void Forget(const BaseWidget* widget);
@@ -124,6 +127,7 @@ class cWidgets {
   BaseWidget *m_Captured = nullptr, *m_Hot = nullptr, *m_Focused = nullptr, *m_DragSource = nullptr;
   BaseClass* m_Dragged = nullptr;
   std::string m_DragLabel;
+  cRect m_HintRect;
   float m_PointerX = -1, m_PointerY = -1, m_Scale = 1;
   int m_Width = 0, m_Height = 0;
   uint8_t m_Modifiers = 0, m_ButtonsDown = 0;

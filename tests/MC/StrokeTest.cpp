@@ -1,8 +1,12 @@
 #include "MC/Stroke.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <fstream>
+#include <new>
 
 #include "MC/Dabs.h"
 #include "MC/StrokeFile.h"
@@ -126,6 +130,57 @@ TEST(Stroke, EndHandsOverWhatItReplacedAndItComesBackExactly) {
   volume.Clear();
   EXPECT_EQ(volume.VoxelPool.UsedBlocks() + volume.CellPool.UsedBlocks() + volume.SurfacePool.UsedBlocks(), 0u);
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // their shadow memory can't be told from what is asked for
+// Address space for so many bytes more than the process has now, while it lives.
+class MemoryLimit {
+ public:
+  explicit MemoryLimit(size_t more) {
+    size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages;
+    getrlimit(RLIMIT_AS, &m_Before);
+    const rlimit tight{pages * size_t(sysconf(_SC_PAGESIZE)) + more, m_Before.rlim_max};
+    setrlimit(RLIMIT_AS, &tight);
+  }
+  ~MemoryLimit() { setrlimit(RLIMIT_AS, &m_Before); }
+
+ private:
+  rlimit m_Before{};
+};
+
+// Wherever memory ends, in the merge, in the backups, in the refresh: what the dabs did is taken back to the last byte, and no
+// block is lost.
+TEST(Stroke, WhatRunsOutOfMemoryIsTakenBack) {
+  VolumeObject volume;
+  ApplySphereDab(volume, {}, 50, {});
+  FinishStroke(volume);
+  const auto before = DumpCells(volume);
+  const size_t blocks = volume.VoxelPool.UsedBlocks();
+  int failures = 0;
+  bool failed = true;
+  for (size_t more = 0; failed && more < size_t(1) << 30; more += size_t(256) << 10) {
+    const int32_t mode = failures % 2 ? ApplyIntersect : ApplyAdd;
+    failed = false;
+    try {
+      const MemoryLimit limit(more);
+      ApplySphereDab(volume, {0, 30, 10}, 90, {ApplySubtract, false, 0});
+      ApplySphereDab(volume, {0, 30, 0}, 110, {mode, false, 0});
+      volume.RefreshChanges();
+      ApplySphereDab(volume, {0, -170, 0}, 110, {});
+      volume.RefreshChanges();
+    } catch (const std::bad_alloc&) {
+      failed = true;
+      failures++;
+    }
+    volume.EndStroke(true);
+    volume.RefreshChanges();
+    ASSERT_TRUE(DumpCells(volume) == before) << more << " bytes, mode " << mode;
+    ASSERT_EQ(volume.VoxelPool.UsedBlocks(), blocks) << more << " bytes, mode " << mode;
+  }
+  EXPECT_FALSE(failed);
+  EXPECT_GT(failures, 3);
+}
+#endif
 
 // Lengths of a stroke are world units, whatever the volume's space is.
 TEST(Stroke, RadiiAreInWorldUnits) {

@@ -1,9 +1,11 @@
 // The boxes in which a person chooses files and keys.
 #include "WidgetFixture.h"
+#include "interface/DockWidgets.h"
 #include "interface/FileBrowser.h"
 #include "interface/FileList.h"
 #include "interface/FolderRoot.h"
 #include "interface/HotKeyWindow.h"
+#include "interface/Language.h"
 #include "interface/MessageBoxWidget.h"
 #include "interface/TextMenu.h"
 #include "shell/TestFolder.h"
@@ -153,6 +155,13 @@ TEST_F(FileBrowserTest, AFolderTreeChoosesAddsAndRemoves) {
   EXPECT_EQ(notes.Done, 6) << "two choices and what was done four times";
 }
 
+class DabParameters : public CommandParameters {
+  REFLECTED(DabParameters, CommandParameters)
+ public:
+  float Radius = 1;
+};
+DECLARE_MEMBERS(DabParameters) { Member<_float>("Radius", Radius); }
+
 class HotKeyWindowTest : public WidgetTest {
  protected:
   HotKeyWindowTest() {
@@ -162,39 +171,79 @@ class HotKeyWindowTest : public WidgetTest {
       action.Name = action.TextKey = name;
       action.Run = [] {};
       if (*key) action.DefaultKeys = {key};
+      if (action.Name == "Redo") action.DefaultKeys.push_back("Ctrl+Shift+Z");
       All.Add(action);
     }
     Keys.RegisterMembers();
     Keys.SetDefaults(All);
-    Window = Place(new HotKeyWindow(Keys, All), {50, 50, 400, 400});
+    Commands.Add<DabParameters>("Dab", "Puts a dab", {});
+    Commands.Add<DabParameters>("Export", "Writes a file", {}, {"Radius"});
+    Window = Place(new HotKeyWindow(Keys, All, &Commands), {50, 50, 400, 400});
+  }
+  std::vector<std::string> Listed(const std::string& words) {
+    Window->Search(words);
+    std::vector<std::string> names;
+    for (const HotKeyTarget& target : Window->Listed()) names.push_back(target.Command + target.Tool + "|" + target.Parameters);
+    DrawAll();
+    return names;
   }
   Actions All;
   HotKeys Keys;
+  CommandTable Commands;
   HotKeyWindow* Window;
 };
 
 TEST_F(HotKeyWindowTest, SearchLooksAtNamesAndKeys) {
-  const std::pair<const char*, std::vector<std::string>> rows[] = {
-      {"", {"Undo", "Redo", "Frame"}}, {"ctrl do", {"Undo", "Redo"}}, {"ctrl+y", {"Redo"}}, {"nothing like it", {}}};
-  for (const auto& [text, listed] : rows) {
-    Window->Search(text);
-    EXPECT_EQ(Window->Listed(), listed) << text;
-    DrawAll();
+  const std::pair<const char*, std::vector<std::string>> rows[] = {{"", {"Undo|", "Redo|", "Frame|", "Dab|"}},
+                                                                   {"ctrl do", {"Undo|", "Redo|"}},
+                                                                   {"ctrl+y", {"Redo|"}},
+                                                                   {"nothing like it", {}},
+                                                                   {"Export", {}},
+                                                                   {" Export  Radius=2 ", {"Export|Radius=2"}},
+                                                                   {"Export Size=2", {}}};
+  for (const auto& [text, listed] : rows) EXPECT_EQ(Listed(text), listed) << text;
+}
+
+TEST_F(HotKeyWindowTest, CommandsAndToolsAreGivenKeysToo) {
+  const HotKeyTarget dab{"Dab", "Radius=3", {}}, fill{{}, {}, "FILL_TOOL"};
+  ASSERT_TRUE(Keys.Assign(fill, {'G', 0}));
+  for (const int key : {int('D'), int(KeyDelete)}) {
+    Listed("Dab Radius=3");
+    Window->BeginCapture(dab);
+    Key(key);
+    const std::vector<std::string> all = Listed("");
+    EXPECT_EQ(std::count(all.begin(), all.end(), "Dab|Radius=3"), key == 'D');
+    EXPECT_EQ(std::count(all.begin(), all.end(), "FILL_TOOL|"), 1);
+    EXPECT_EQ(Keys.KeyText(dab), key == 'D' ? "D" : "");
   }
+}
+
+TEST_F(HotKeyWindowTest, NoKeyIsCut) {
+  std::string error;
+  for (const char* language : {"English", "German"})
+    for (const float width : {DockLeastWidth, 262.0f, 400.0f}) {
+      ASSERT_TRUE(LoadLanguage(MORVANE_DATA_DIR, language, error)) << error;
+      Window->Arrange({50, 50, width, 500}, Screen);
+      Screen.Begin(800, 600, 1);
+      Window->DrawTree(Screen);
+      EXPECT_EQ(Screen.TextsCut(), 0) << language << ", " << width << " wide";
+      Screen.End();
+    }
+  LoadLanguage(MORVANE_DATA_DIR, "English", error);
 }
 
 TEST_F(HotKeyWindowTest, TheNextKeyIsTakenAndAConflictAsked) {
   const auto capture = [this](int key, uint8_t modifiers, int answer = -1) {
-    Window->BeginCapture("Frame");
+    Window->BeginCapture({"Frame", {}, {}});
     Key(key, modifiers);
     if (auto* box = dynamic_cast<MessageBoxWidget*>(Widgets.TopModal())) box->Answer(answer);
     DrawAll();
     return Keys.KeyText("Frame") + "|" + Keys.KeyText("Undo");
   };
   EXPECT_EQ(capture(KeyShift, ModShift), "|Ctrl+Z");
-  EXPECT_EQ(Window->Capturing(), "Frame") << "a modifier alone is no key";
+  EXPECT_EQ(Window->Capturing().Command, "Frame") << "a modifier alone is no key";
   EXPECT_EQ(capture('F', ModShift), "Shift+F|Ctrl+Z");
-  EXPECT_EQ(Window->Capturing(), "");
+  EXPECT_EQ(Window->Capturing().Command, "");
   EXPECT_EQ(capture('Z', ModControl, 1), "Shift+F|Ctrl+Z");
   EXPECT_EQ(capture('Z', ModControl, 0), "Ctrl+Z|");
   EXPECT_EQ(capture(KeyEsc, 0), "Ctrl+Z|");

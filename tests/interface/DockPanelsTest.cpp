@@ -4,7 +4,9 @@
 
 #include "WidgetFixture.h"
 #include "comms/Log.h"
+#include "interface/Button.h"
 #include "interface/DockWidgets.h"
+#include "interface/Layout.h"
 #include "interface/draw/Theme.h"
 #include "shell/TestFolder.h"
 
@@ -146,8 +148,8 @@ TEST_F(DockPanelsTest, TheSceneKeepsItsShareOfASmallWindow) {
     Docks.Open("Log");
     ArrangeDocks(width, height, scale);
     const cRect& scene = Docks.SceneRect();
-    EXPECT_GE(scene.W, 0.4f * width) << width << " at " << scale;
-    EXPECT_GE(scene.H, 0.4f * height) << width << " at " << scale;
+    EXPECT_GE(scene.W, 0.5f * width) << width << " at " << scale;
+    EXPECT_GE(scene.H, 0.5f * height) << width << " at " << scale;
     EXPECT_TRUE(Docks.IsOpen("Params"));
   }
   // A press on a folded dock opens it, and the other one gives way.
@@ -161,6 +163,27 @@ TEST_F(DockPanelsTest, TheSceneKeepsItsShareOfASmallWindow) {
   EXPECT_TRUE((folded == left ? right : left)->IsStrip());
   ArrangeDocks(1200, 800);
   EXPECT_FALSE(left->IsStrip() || right->IsStrip()) << "all is back in a large window";
+}
+
+TEST_F(DockPanelsTest, ADockIsAsWideAsItsButtonsNeed) {
+  const char* caption = "Unabbreviated Brush";
+  Docks.Add({"A panel of some title", "Brush",
+             [&] {
+               auto* column = new ColumnWidget;
+               column->AddChild(new Button(caption, "Brush"))->Align = TextAlign::Left;
+               return column;
+             },
+             DockSide::Left, 100, 300});
+  Docks.SetDefault({"A panel of some title"});
+  for (const float scale : {1.0f, 2.0f, 3.0f}) {
+    ArrangeDocks(1400, 900, scale);
+    Screen.Begin(1400, 900, scale);
+    Widgets.DrawLayer(LayerDocks);
+    EXPECT_EQ(Screen.TextsCut(), 0) << scale;
+    const auto* button = FindBelow<Button>(*Find("A panel of some title")->Tabs[0].Content, [](const Button&) { return true; });
+    EXPECT_GT(button->Rect.H, 1.5f * scale * Measures::RowHeight) << "the caption takes two lines";
+    Screen.End();
+  }
 }
 
 TEST_F(DockPanelsTest, LayoutsComeBackAsTheyWereStored) {

@@ -43,6 +43,8 @@ TEST_F(LanguageTest, LooksUpOverEnglishAndWithoutGroups) {
                                   {"{x}BRUSH", "{x}BRUSH"},
                                   {"{}", "{}"}})
     EXPECT_EQ(GetText(key), text);
+  EXPECT_EQ(GetTextGroup("{12}BRUSH"), 12);
+  EXPECT_EQ(GetTextGroup("{x}BRUSH"), 0);
   EXPECT_EQ(GetHintText("{1}BRUSH"), "How large a Brush is");
   EXPECT_EQ(GetHintText("BRUSHES"), "");
   EXPECT_EQ(GetKeyText("Ctrl+Shift+Z"), "Strg+Shift+Z");
@@ -63,6 +65,14 @@ TEST_F(LanguageTest, MissingKeysAreListedForCompletion) {
   ASSERT_TRUE(Load("Test")) << Error;
   EXPECT_TRUE(HasText("NEW & <KEY>"));
   EXPECT_FALSE(HasText("OTHER_HINT"));
+  // What the person has filled in stays there.
+  m_Folder.Write("text.xml", "<Language><Entry><Key>PLAIN</Key><Text>New</Text></Entry></Language>");
+  GetText("NEWER");
+  ASSERT_TRUE(WriteMissingTexts(m_Folder.Path(), Error)) << Error;
+  Write("Test.xml", m_Folder.Read("text.xml"));
+  ASSERT_TRUE(Load("Test")) << Error;
+  EXPECT_EQ(GetText("PLAIN"), "New");
+  EXPECT_TRUE(HasText("NEWER"));
 }
 
 TEST_F(LanguageTest, ReplacesWholeWords) {
@@ -76,17 +86,31 @@ TEST_F(LanguageTest, ReplacesWholeWords) {
   EXPECT_THAT(Error, testing::HasSubstr("\"alone\""));
 }
 
-TEST_F(LanguageTest, ABrokenFileLeavesTheLanguage) {
-  ASSERT_TRUE(Load("German")) << Error;
+// One sentence; what can be read counts, and English stands for the rest.
+TEST_F(LanguageTest, ABrokenFileCostsASentenceAndNoMore) {
   for (const char* text :
        {"", "<Language><Entry><Key>BRUSH</Key>", "<Other></Other>", "<Language><Entry><Key>BRUSH</Key></Entry></Language>",
         "<Language><Entry><Key></Key><Text>x</Text></Entry></Language>"}) {
+    ASSERT_TRUE(Load("German")) << Error;
     Write("French.xml", text);
     EXPECT_FALSE(Load("French")) << text;
     EXPECT_THAT(Error, testing::HasSubstr("French.xml"));
-    EXPECT_EQ(GetText("BRUSH"), "Pinselgröße");
+    EXPECT_EQ(GetText("BRUSH"), "Brush size");
   }
-  EXPECT_FALSE(Load("Missing"));
+  Write("French.xml", "<Language><Entry><Text>x</Text></Entry><Entry><Key>BRUSH</Key><Text>Taille</Text></Entry></Language>");
+  EXPECT_FALSE(Load("French"));
+  EXPECT_THAT(Error, testing::HasSubstr("Entry 1 "));
+  EXPECT_EQ(GetText("BRUSH"), "Taille");
+
+  Write("English.xml", "<Lang");
+  EXPECT_FALSE(Load("German"));
+  EXPECT_THAT(Error, testing::HasSubstr("English.xml"));
+  EXPECT_EQ(GetText("BRUSH"), "Pinselgröße");
+  EXPECT_EQ(GetText("CANCEL"), "Cancel") << "of the program itself";
+  std::filesystem::remove_all(m_Folder.Path("Languages"));
+  EXPECT_FALSE(Load("English"));
+  EXPECT_EQ(GetText("CANCEL"), "Cancel");
+  EXPECT_THAT(ListLanguages(m_Folder.Path()), testing::ElementsAre("English"));
 }
 
 // Every language of the program has a text for every key of English. What else it may have, the declarations decide: HintsTest.

@@ -1,7 +1,10 @@
 #include "WidgetFixture.h"
 #include "interface/ComboBox.h"
+#include "interface/Language.h"
 #include "interface/MenuBar.h"
+#include "interface/StatusLine.h"
 #include "interface/TextMenu.h"
+#include "interface/draw/Theme.h"
 
 namespace {
 
@@ -54,6 +57,30 @@ TEST_F(MenuTest, NestedMenusOpenAndCloseByKey) {
   EXPECT_TRUE(Widgets.HasPopups()) << "Esc closes one menu at a time";
   Key(KeyEsc);
   EXPECT_FALSE(Widgets.HasPopups());
+}
+
+TEST_F(MenuTest, HintsOfItemsStandBesideTheMenu) {
+  std::string error;
+  ASSERT_TRUE(LoadLanguage(MORVANE_DATA_DIR, "English", error)) << error;
+  for (const float x : {10.0f, 740.0f}) {  // at the right edge it goes to the left
+    TextMenu* menu = TextMenu::Open(Widgets, {x, 10, 50, 20}, [](TextMenu& list) {
+      for (int i = 0; i < 3; i++) list.Add("BrushCarve", [] {})->Literal = i == 2;
+    });
+    DrawAll();
+    for (int i = 0; i < 3; i++) {
+      const cRect place = menu->Item(i)->Rect;
+      Widgets.Process(i);
+      Move(place.X + 20, place.Y + place.H / 2);
+      EXPECT_EQ(Widgets.HintRect().W, 0) << "at once";
+      Widgets.Process(i + Widgets.HintDelay);
+      DrawAll();
+      const cRect& hint = Widgets.HintRect();
+      EXPECT_EQ(hint.W > 0, i < 2) << "what is no key has no hint";
+      EXPECT_LE(hint.Intersection(menu->Rect).W, 0) << i;
+    }
+    Widgets.ClosePopups();
+    DrawAll();
+  }
 }
 
 TEST_F(MenuTest, TypingFindsItems) {
@@ -127,6 +154,38 @@ TEST_F(MenuTest, TheBarWalksAndAltEntersIt) {
   Key(KeyEnter);
   EXPECT_EQ(Chosen, "Alpha");
   EXPECT_EQ(Widgets.Focused(), nullptr) << "hot keys work again";
+}
+
+TEST_F(MenuTest, TitlesWithoutRoomAreInTheLastOne) {
+  auto* bar = Place(new MenuBar, {0, 0, 130, 26});
+  for (const char* title : {"First of all", "Second", "Third", "Fourth"})
+    bar->AddMenu(title, [this](TextMenu& menu) { Fill(menu); });
+  Widgets.ArrangeIfWanted();
+  Click(10, 10);
+  Key(KeyLeft);
+  EXPECT_EQ(bar->OpenIndex(), 1) << "one fits beside the title of the rest";
+  Keys({KeyDown, KeyDown, KeyRight, KeyEnter});
+  EXPECT_EQ(Chosen, "Alpha");
+  bar->Rect = {0, 0, 800, 26};
+  Widgets.RequestArrange();
+  Widgets.ArrangeIfWanted();
+  bar->OpenMenu(3, false);
+  EXPECT_EQ(bar->OpenIndex(), 3) << "all fit again";
+}
+
+TEST_F(MenuTest, TheStatusLineLeavesOutWholePartsAndThenTheNumbers) {
+  auto* line = Place(new StatusLine, {0, 0, 800, 22});
+  line->Message = "Ctrl cuts · the wheel sizes the brush · a third part";
+  line->Fields = {"1 234 567 triangles"};
+  for (const float width : {800.0f, 400.0f, 250.0f, 100.0f, 60.0f}) {
+    line->Arrange({0, 0, width, line->HeightFor(width, Screen)}, Screen);
+    Screen.Begin(800, 600, 1);
+    line->Draw(Screen);
+    EXPECT_EQ(Screen.TextsCut(), 0) << width;
+    Screen.End();
+    EXPECT_EQ(line->GetHintText(1, 1), width > 300 ? "" : line->Message) << width;
+  }
+  EXPECT_GT(line->Rect.H, 1.2f * Measures::StatusHeight) << "a part alone breaks into lines";
 }
 
 TEST_F(MenuTest, ANestedMenuOpensByItselfUnderThePointerAlone) {

@@ -31,6 +31,22 @@ DECLARE_MEMBERS(PanelHeavyPart) { Member<_int>("Mass", Mass); }
 REGISTER_CLASS(PanelPart, "Plain");
 REGISTER_CLASS(PanelHeavyPart, "Heavy");
 
+class PanelCommands : public BaseClass {
+  REFLECTED(PanelCommands, BaseClass)
+ public:
+  void Run() {}
+};
+DECLARE_MEMBERS(PanelCommands) {
+  for (const char* name : {"{1}Carve", "{1}Fill", "{2}Clear", "Last"}) Method(name, &PanelCommands::Run);
+}
+
+class PanelWithCommands : public BaseClass {
+  REFLECTED(PanelWithCommands, BaseClass)
+ public:
+  PanelCommands Commands;
+};
+DECLARE_MEMBERS(PanelWithCommands) { Member<PanelCommands>("*TestCommands", Commands); }
+
 /// One member of every form that a row can have.
 class PanelSubject : public BasicTool {
   REFLECTED(PanelSubject, BasicTool)
@@ -166,6 +182,18 @@ TEST_F(PanelWidgetTest, ControlsStandInOneColumnWithinThePanel) {
     EXPECT_EQ(Find(name)->Control()->Rect.X, first.X) << name;
   EXPECT_GE(first.W, 140) << "controls have half of the row at least";
   EXPECT_EQ(Find("Strength")->Rect.H, 19);
+}
+
+TEST_F(PanelWidgetTest, GroupsOfACommandListStandApart) {
+  PanelWithCommands owner;
+  owner.RegisterMembers();
+  auto* panel = Place(new PanelWidget(&owner), {10, 5, 300, 590});
+  const auto* first = FindBelow<Button>(*panel, [](const Button& button) { return button.Text == "{1}Carve"; });
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(first->GetText(), "Carve");
+  std::string rows;
+  for (const BaseWidget* row : first->Owner->Children) rows += (dynamic_cast<const Button*>(row) ? row->GetText() : "-") + " ";
+  EXPECT_EQ(rows, "Carve Fill - Clear - Last ");
 }
 
 // The preferences in every language and at every scale, from the narrowest dock to a wide one.

@@ -1,6 +1,7 @@
 #include "MC/room/RoomHelpers.h"
 
 #include <cmath>
+#include <exception>
 #include <filesystem>
 
 #include "comms/Str.h"
@@ -65,6 +66,16 @@ std::string CheckReach(const VolumeObject& volume, const PenSample& sample) {
                   double(sample.Position.x), double(sample.Position.y), double(sample.Position.z), double(Length(p)),
                   volume.Name.c_str(), double(maxVoxel));
   return {};
+}
+
+StrokeScope::~StrokeScope() {
+  if (m_Volume.BackupCount == 0) return;
+  m_Volume.EndStroke(true);
+  try {
+    m_Volume.RefreshSurfaces();
+  } catch (const std::exception&) {
+    // The marks stay, and the next who wants the surface makes it.
+  }
 }
 
 void FinishStep(VoxelScene& scene, VolumeObject& volume, const char* name) {

@@ -33,6 +33,17 @@ comms::cMat4 MakeVolumeSpace(float voxelSize);
 inline constexpr float MaxRadiusVoxels = 1024;
 /// One sentence where a pen sample lies beyond what a volume can hold; empty where it doesn't.
 std::string CheckReach(const VolumeObject& volume, const PenSample& sample);
+/// Where the scope is left before the volume's stroke has ended, by an exception too, the stroke is taken back.
+class StrokeScope {
+ public:
+  explicit StrokeScope(VolumeObject& volume) : m_Volume(volume) {}
+  ~StrokeScope();
+  StrokeScope(const StrokeScope&) = delete;
+  StrokeScope& operator=(const StrokeScope&) = delete;
+
+ private:
+  VolumeObject& m_Volume;
+};
 /// Ends what was changed in a volume as one step of the history, by the name of `name` (a language key), and refreshes its
 /// surface; group meshes wait for whoever draws. No step where nothing was touched.
 void FinishStep(VoxelScene& scene, VolumeObject& volume, const char* name);

@@ -1,21 +1,29 @@
 #include "MC/room/SceneView.h"
 
 #include <algorithm>
+#include <bit>
 #include <cfloat>
 #include <cmath>
+#include <new>
 #include <unordered_map>
 #include <utility>
 
+#include "ClassEngine/ClassRegistry.h"
 #include "ClassEngine/ValueTypes.h"
 #include "MC/room/CoarseMesh.h"
 #include "MC/room/GroundShadow.h"
 #include "MC/room/SceneMaterials.h"
 #include "comms/render/ScenePasses.h"
+#include "shell/core/DataPath.h"
+#include "shell/core/ObjectFile.h"
 
 using comms::cMat4;
 using comms::cRender;
 using comms::cVec3;
 
+static constexpr const char* ViewFile = "Xmls/View.xml";
+
+REGISTER_CLASS(SceneViewOptions, nullptr);
 DECLARE_MEMBERS(SceneViewOptions) {
   Caption<Delimiter>("@NaviControl@");
   Member<_index>("Material", Material, "SceneMaterials").Entries({"Clay", "Matcap"}).Hint("What the surface is made of");
@@ -25,12 +33,20 @@ DECLARE_MEMBERS(SceneViewOptions) {
       .Hint("Light and surface in one picture of a sphere");
   Member<_bool>("AmbientOcclusion", AmbientOcclusion).Hint("Darkens cavities, which shows the form");
   Member<_bool>("GroundShadow", GroundShadow).Hint("Soft shadow of the scene on the ground");
-  Member<_bool>("Grid", Grid).Hint("Lines on the ground");
   Member<_bool>("VertexColors", VertexColors).Hint("Tints the surface with its own colours");
-  Member<_bool>("Wireframe", Wireframe).Hint("Shows the edges of the triangles");
   Member<_index>("Quality", Quality, "SceneQualities")
-      .Entries({"Fast", "Normal", "Fine"})
-      .Hint("Fast serves machines without a graphics card; Fine smooths more while the view stands");
+      .Entries({"Automatic", "Fast", "Normal", "Fine"})
+      .Hint("Automatic goes by the graphics card; Fast serves machines without one; Fine smooths more while the view stands");
+}
+
+void SceneViewOptions::Load() {
+  RegisterMembers();
+  LoadObjectFile(*this, GetFullPath(ViewFile));
+}
+
+bool SceneViewOptions::Store() {
+  RegisterMembers();
+  return StoreObjectFile(*this, GetFullPath(ViewFile));
 }
 
 SceneQuality SuggestQuality(const std::string& deviceName) {
@@ -106,12 +122,22 @@ cVec3 LightOfColor(uint32_t argb) {
 
 }  // namespace
 
-bool GetSceneBounds(const VoxelScene& scene, cVec3& minimum, cVec3& maximum) {
-  Bounds bounds;
-  for (const auto& volume : scene.Volumes()) bounds.Add(BoundsOf(*volume), volume->SpaceMatrix);
+static bool TakeBounds(const Bounds& bounds, cVec3& minimum, cVec3& maximum) {
   minimum = bounds.Min;
   maximum = bounds.Max;
   return !bounds.Empty();
+}
+
+bool GetSceneBounds(const VoxelScene& scene, cVec3& minimum, cVec3& maximum) {
+  Bounds bounds;
+  for (const auto& volume : scene.Volumes()) bounds.Add(BoundsOf(*volume), volume->SpaceMatrix);
+  return TakeBounds(bounds, minimum, maximum);
+}
+
+bool GetVolumeBounds(const VolumeObject& volume, cVec3& minimum, cVec3& maximum) {
+  Bounds bounds;
+  bounds.Add(BoundsOf(volume), volume.SpaceMatrix);
+  return TakeBounds(bounds, minimum, maximum);
 }
 
 struct SceneView::State {
@@ -141,6 +167,9 @@ struct SceneView::State {
   uint32_t Motion = 0;  // number of the motion that goes on, or of the last one
   float Ground = 0;
   bool GroundKnown = false;  // Ground is that of the scene
+  uint64_t Picture = 0;      // fingerprint of the picture that Passes keeps; 0: none
+  bool Refined = false;      // that picture has smooth edges
+  int Supersampling = 1;     // of that picture
 
   ~State() { ReleaseTextures(); }
   void ReleaseTextures();
@@ -150,6 +179,7 @@ struct SceneView::State {
   void Upload(size_t budget, Statistics& statistics);
   bool BeginMotion(const SceneFrame& frame, const SceneViewOptions& options);
   void ChooseMeshes(bool coarse, int64_t budget, Statistics& statistics);
+  uint64_t GetFingerprint(const SceneFrame& frame, const SceneViewOptions& options) const;
   comms::ScenePassOptions MakePasses(const SceneFrame& frame, const SceneViewOptions& options) const;
   void SetMaterial(const SceneViewOptions& options);
   void DrawGroups(bool solid);
@@ -189,7 +219,11 @@ void SceneView::State::AttachTo(cRender& render, VoxelScene& scene) {
 
 void SceneView::State::Refresh(VoxelScene& scene) {
   for (const auto& volume : scene.Volumes())
-    if (!volume->DirtyCells.Empty() || !volume->DirtyGroups.Empty()) volume->RefreshChanges();
+    if (!volume->DirtyCells.Empty() || !volume->DirtyGroups.Empty()) try {
+        volume->RefreshChanges();
+      } catch (const std::bad_alloc&) {
+        // What there is no memory for waits, and the picture is what was made last.
+      }
 }
 
 void SceneView::State::Collect(VoxelScene& scene, const SceneFrame& frame, Statistics& statistics) {
@@ -249,13 +283,17 @@ void SceneView::State::Upload(size_t budget, Statistics& statistics) {
   statistics.VisibleGroups = int(Visible.size());
 }
 
+static SceneQuality QualityOf(const SceneFrame& frame, const SceneViewOptions& options) {
+  return options.Quality == SceneQuality::Automatic ? frame.DeviceQuality : options.Quality;
+}
+
 // Once a frame. A view that turns is coarse from its first frame on, everything else that moves from the second: a mere click
 // doesn't change the look of the whole scene.
 bool SceneView::State::BeginMotion(const SceneFrame& frame, const SceneViewOptions& options) {
   const cMat4 view = frame.Camera.View * frame.Camera.Projection;
   const bool turned = !(std::exchange(LastView, view) == view), moved = std::exchange(Moving, frame.Moving);
   if (Moving && !moved) Motion++;
-  return Moving && (turned || moved) && options.Quality == SceneQuality::Fast;
+  return Moving && (turned || moved) && QualityOf(frame, options) == SceneQuality::Fast;
 }
 
 // Coarse and full groups meet without gaps, so each takes what there is. What a stroke works on stays full. Missing meshes are
@@ -277,6 +315,34 @@ void SceneView::State::ChooseMeshes(bool coarse, int64_t budget, Statistics& sta
   }
 }
 
+// Over all that the picture depends on besides the data on the device: 64-bit FNV-1a (Fowler, Noll, Vo), a word at a time.
+uint64_t SceneView::State::GetFingerprint(const SceneFrame& frame, const SceneViewOptions& options) const {
+  uint64_t hash = 0xCBF29CE484222325u;
+  const auto add = [&hash](uint64_t word) { hash = (hash ^ word) * 0x100000001B3u; };
+  const auto addFloats = [&](const float* values, int count) {
+    for (int i = 0; i < count; i++) add(std::bit_cast<uint32_t>(values[i]));
+  };
+  addFloats(&frame.Camera.View.m[0][0], 16);
+  addFloats(&frame.Camera.Projection.m[0][0], 16);
+  const SceneViewport& place = frame.Viewport;
+  for (const int value : {place.X, place.Y, place.Width, place.Height, place.WindowHeight, frame.FinalTarget, Generation})
+    add(uint64_t(value));
+  for (const uint32_t color : {frame.BackgroundTop, frame.BackgroundBottom, frame.GridColor}) add(color);
+  for (const bool flag :
+       {frame.Grid, frame.Wireframe, frame.Moving, options.AmbientOcclusion, options.GroundShadow, options.VertexColors})
+    add(flag);
+  for (const int kind : {int(options.Material), int(options.Clay), int(options.Matcap), int(QualityOf(frame, options))})
+    add(uint64_t(kind));
+  addFloats(&Scene.Min.x, 3);
+  addFloats(&Scene.Max.x, 3);
+  const VolumeObject* volume = nullptr;
+  for (const Item& item : Visible) {
+    if (std::exchange(volume, item.Volume) != item.Volume) addFloats(&item.Volume->SpaceMatrix.m[0][0], 16);
+    add(uint64_t(reinterpret_cast<uintptr_t>(item.Mesh)));
+  }
+  return hash ? hash : 1;
+}
+
 comms::ScenePassOptions SceneView::State::MakePasses(const SceneFrame& frame, const SceneViewOptions& options) const {
   comms::ScenePassOptions passes;
   const SceneViewport& viewport = frame.Viewport;
@@ -292,12 +358,14 @@ comms::ScenePassOptions SceneView::State::MakePasses(const SceneFrame& frame, co
   passes.BackgroundGlow = passes.BackgroundTop * 0.35f;
   passes.Vignette = 0.22f;
   if (options.AmbientOcclusion && !Scene.Empty()) passes.OcclusionRadius = OcclusionReach * Length(Scene.Max - Scene.Min);
-  switch (options.Quality) {
+  switch (QualityOf(frame, options)) {
     case SceneQuality::Fast:
+      if (Refined) passes.Supersampling = 2;
       passes.OcclusionStep = 2;
       passes.FormSamples = 8;
       passes.CreaseSamples = 5;
       break;
+    case SceneQuality::Automatic:
     case SceneQuality::Normal:
       passes.Samples = 4;
       break;
@@ -354,9 +422,12 @@ void SceneView::State::DrawGround(VoxelScene& scene, const SceneFrame& frame, co
   // A ground seen from below would hide the scene: it fades where the eye sinks under it.
   const float above = std::clamp((eye.y - Ground) / (0.05f * size), 0.0f, 1.0f);
   if (options.GroundShadow && any && above > 0) DrawShadow(scene, frame.Moving, above);
-  if (!options.Grid) return;
+  if (!frame.Grid) return;
   const cVec3 center =
       any ? cVec3{(Scene.Min.x + Scene.Max.x) / 2, Ground, (Scene.Min.z + Scene.Max.z) / 2} : cVec3{0, Ground, 0};
+  // As wide in a picture that is averaged later.
+  Render->SetShader(Render->GetShaderID("Grid"));
+  Render->SetConstant("c_LineWidth", float(Supersampling));
   Render->DrawGrid({.Center = center,
                     .Half = {4 * size, 4 * size},
                     // Lines at powers of ten; the scene is some ten fine ones wide.
@@ -403,16 +474,29 @@ void SceneView::Draw(cRender& render, VoxelScene& scene, const SceneFrame& frame
   render.State.World = {};
   render.State.View = frame.Camera.View;
   render.State.Projection = frame.Camera.Projection;
-  if (!m_State->Passes.Begin(render, m_State->MakePasses(frame, options))) return;
+  const uint64_t picture = m_State->GetFingerprint(frame, options);
+  const bool same = m_Statistics.Uploads == 0 && picture == m_State->Picture;
+  m_Statistics.Changed = !same;
+  const bool refines = same && frame.Quiet && m_Statistics.WaitingUploads == 0 && !m_State->Refined &&
+                       QualityOf(frame, options) == SceneQuality::Fast;
+  if (same && !refines && m_State->Passes.Repeat(render)) return;
+  m_State->Picture = 0;
+  m_State->Refined = refines || (same && m_State->Refined);
+  const comms::ScenePassOptions passes = m_State->MakePasses(frame, options);
+  m_State->Supersampling = passes.Supersampling;
+  if (!m_State->Passes.Begin(render, passes)) return;
   m_State->SetMaterial(options);
   m_State->DrawGroups(true);
   m_State->Passes.BeginTranslucent();
   m_State->DrawGround(scene, frame, options);
-  if (options.Wireframe) {
+  if (frame.Wireframe) {
     m_State->Passes.SetWire();
     render.SetShader(render.GetShaderID("Matcap", "#define WIRE"));
     render.SetConstant("c_Wire", comms::cVec4{0, 0, 0, 0.45f});
     m_State->DrawGroups(false);
   }
   m_State->Passes.Finish();
+  m_State->Picture = picture;
 }
+
+void SceneView::Forget() { m_State->Picture = 0; }

@@ -13,7 +13,7 @@
 enum class SceneMaterial : int32_t { Clay, Matcap };
 enum class ClayKind : int32_t { Terracotta, Grey, White, Wax, Slate };
 enum class MatcapKind : int32_t { Porcelain, RedWax, Jade, Bronze, Pearl };
-enum class SceneQuality : int32_t { Fast, Normal, Fine };
+enum class SceneQuality : int32_t { Automatic, Fast, Normal, Fine };
 
 /// What a person can choose about the view; a panel is made from its members.
 class SceneViewOptions : public BaseClass {
@@ -24,10 +24,13 @@ class SceneViewOptions : public BaseClass {
   MatcapKind Matcap = MatcapKind::Porcelain;
   bool AmbientOcclusion = true;
   bool GroundShadow = true;
-  bool Grid = true;
   bool VertexColors = true;
-  bool Wireframe = false;
-  SceneQuality Quality = SceneQuality::Normal;
+  SceneQuality Quality = SceneQuality::Automatic;  ///< Automatic: as the device bears, see SceneFrame
+
+  /// "Xmls/View.xml" of the data path; a bad file leaves the defaults. See ObjectFile.h.
+  void Load();
+  bool Store();
+  using BaseClass::Load;
 };
 
 /// Quality at which a device of that name ("Vendor, Renderer") keeps up: drivers that draw on the processor get Fast.
@@ -44,13 +47,17 @@ struct SceneViewport {
   int WindowHeight = 1;
 };
 
-/// What changes from frame to frame and is nobody's preference. Colours are sRGB, 0xAARRGGBB.
+/// What the window gives to each frame. Colours are sRGB, 0xAARRGGBB.
 struct SceneFrame {
   SceneCamera Camera;
   SceneViewport Viewport;
   uint32_t BackgroundTop = 0xFF3A3D42, BackgroundBottom = 0xFF1C1C1E, GridColor = 0xFF6A6E76;
-  bool Moving = false;   ///< the view moves or a stroke runs: what is dear waits until it stands
-  int FinalTarget = -1;  ///< -1: the window
+  bool Grid = true;                                   ///< lines on the ground
+  bool Wireframe = false;                             ///< the edges of the triangles
+  SceneQuality DeviceQuality = SceneQuality::Normal;  ///< what Automatic stands for
+  bool Moving = false;                                ///< the view moves or a stroke runs: what is dear waits until it stands
+  bool Quiet = false;                                 ///< neither the picture nor the hand has moved for a while
+  int FinalTarget = -1;                               ///< -1: the window
 };
 
 /// A ray in world space; Direction has length 1.
@@ -65,6 +72,8 @@ bool ProjectPoint(const SceneCamera& camera, const SceneViewport& viewport, cons
 float PixelSizeAt(const SceneCamera& camera, const SceneViewport& viewport, const comms::cVec3& point);
 /// Box of all that is drawn, world space. False where there is nothing.
 bool GetSceneBounds(const VoxelScene& scene, comms::cVec3& minimum, comms::cVec3& maximum);
+/// The same for a single volume.
+bool GetVolumeBounds(const VolumeObject& volume, comms::cVec3& minimum, comms::cVec3& maximum);
 
 /// Draws; owns what drawing needs on the device. Main thread. Goes before the device does, or after: both are fine.
 class SceneView {
@@ -73,6 +82,7 @@ class SceneView {
     int Groups = 0, VisibleGroups = 0, Uploads = 0, WaitingUploads = 0;
     int64_t Triangles = 0, UploadedBytes = 0;  ///< triangles that were drawn
     int CoarseGroups = 0;                      ///< visible groups that were drawn with fewer triangles
+    bool Changed = false;                      ///< the picture is another than that of the Draw before
   };
 
   SceneView();
@@ -86,10 +96,14 @@ class SceneView {
   /// each group and a draw call for each visible one; no memory in proportion to them.
   ///
   /// At Fast quality, on machines that pay for every triangle, frames in motion show coarser meshes, see CoarseMesh.h, made
-  /// within CoarseBudget as they are wanted; groups that a stroke works on stay full. A view that stands shows everything.
+  /// within CoarseBudget as they are wanted; groups that a stroke works on stay full. A view that stands shows everything, and, once it is quiet, with smooth edges.
+  ///
+  /// A picture of which nothing has changed is kept and shown again, which costs as much whatever the scene.
   void Draw(comms::cRender& render, VoxelScene& scene, const SceneFrame& frame, const SceneViewOptions& options);
   /// Whether another frame would show more: uploads wait.
   bool NeedsAnotherFrame() const { return m_Statistics.WaitingUploads > 0; }
+  /// The next Draw makes the picture anew, as after a change of shaders.
+  void Forget();
   /// Of the last Draw.
   const Statistics& LastStatistics() const { return m_Statistics; }
 

@@ -77,6 +77,7 @@ CommandResult RunStrokes(VoxelScene& scene, VolumeObject& volume, const std::vec
   }
   const StrokeOptions options{.RefreshEachDab = false, .BuildGroups = false};
   StrokeReport sum;
+  const StrokeScope scope(volume);
   for (size_t i = 0; i < strokes.size(); ++i) {
     const bool goOn = comms::ShowProgress(double(i), double(strokes.size()), "Stroke");
     if (goOn) {
@@ -84,13 +85,10 @@ CommandResult RunStrokes(VoxelScene& scene, VolumeObject& volume, const std::vec
       sum.Dabs += report.Dabs;
       sum.Apply = sum.Apply + report.Apply;
     }
-    if (!goOn || sum.Apply.Capped) {
-      volume.EndStroke(true);
-      volume.RefreshSurfaces();
+    if (!goOn || sum.Apply.Capped)
       return CommandResult::Fail(
           goOn ? "a dab reaches more cells than are changed at once; a smaller radius or larger voxels are needed"
                : "cancelled; the volume is as it was");
-    }
   }
   FinishStep(scene, volume, stepName);
   figures.Add("dabs", sum.Dabs).Add("cellsReached", sum.Apply.TargetCells).Add("cellsChanged", sum.Apply.ChangedCells);

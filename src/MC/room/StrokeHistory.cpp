@@ -1,6 +1,7 @@
 #include "MC/room/StrokeHistory.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "ClassEngine/Assert.h"
@@ -31,7 +32,13 @@ void StrokeHistory::OnStrokeEnd(VolumeObject& volume, StrokeCells replaced) {
     m_Steps.pop_back();
   }
   const size_t bytes = BytesOf(replaced);
-  m_Steps.push_back({&volume, std::move(replaced), bytes, "Stroke", ++m_LastNumber});
+  try {
+    m_Steps.push_back({&volume, StrokeCells(volume), bytes, "Stroke", ++m_LastNumber});
+  } catch (const std::bad_alloc&) {
+    volume.ExchangeCells(replaced);  // a change that can't be undone is none
+    throw;
+  }
+  m_Steps.back().Cells = std::move(replaced);
   m_Bytes += bytes;
   m_Done++;
   while (m_Steps.size() > 1 && (m_Bytes > ByteBound || m_Steps.size() > StepBound)) DropOldest();

@@ -3,14 +3,18 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 
+#include "ClassEngine/ClassRegistry.h"
 #include "ClassEngine/ValueTypes.h"
 #include "MC/room/RoomHelpers.h"
+#include "comms/Log.h"
 #include "comms/Str.h"
 #include "interface/Language.h"
 
 using comms::cVec3;
 
+REGISTER_CLASS(VoxelSculptTool, nullptr);
 DECLARE_MEMBERS(VoxelSculptTool) {
   Member<_index>("Brush", CurrentToolId, "VoxelBrushes")
       .Entries({"Sphere", "Carve", "Segment", "Stamp"})
@@ -38,10 +42,14 @@ DECLARE_MEMBERS(VoxelSculptTool) {
   });
 }
 
+/// Radii in voxels beyond which a brush does not grow: a ball stays below the cells that one dab may reach, a segment of some
+/// length as well.
+static constexpr float MostBrushVoxels = 240, MostSegmentVoxels = 512;
+
 /// Digits in groups of three, apart as the language writes them.
 static std::string PrintGrouped(int64_t number) {
   std::string text = std::to_string(number);
-  const std::string& mark = GetText("THOUSANDS_SEPARATOR");
+  const std::string mark = HasText("THOUSANDS_SEPARATOR") ? GetText("THOUSANDS_SEPARATOR") : "";
   for (ptrdiff_t at = ptrdiff_t(text.size()) - 3; at > (number < 0 ? 1 : 0); at -= 3) text.insert(size_t(at), mark);
   return text;
 }
@@ -102,7 +110,11 @@ SurfaceHit VoxelSculptTool::PickAt(float x, float y) const {
 }
 
 float VoxelSculptTool::WorldRadiusAt(const cVec3& point) const {
-  return FixedSize ? SceneRadius : std::max(Radius, 0.5f) * PixelSizeAt(m_Camera, m_Viewport, point);
+  const float wanted = FixedSize ? SceneRadius : std::max(Radius, 0.5f) * PixelSizeAt(m_Camera, m_Viewport, point);
+  const VolumeObject* const volume = CurrentVolume();
+  if (!volume) return wanted;
+  const float voxel = GetVoxelSize(*volume), most = CurrentToolId == VoxelBrush::Segment ? MostSegmentVoxels : MostBrushVoxels;
+  return std::clamp(wanted, 0.5f * voxel, most * voxel);
 }
 
 float VoxelSculptTool::PressurePart(float pressure, float least) const {
@@ -157,8 +169,8 @@ bool VoxelSculptTool::BeginStroke(const Sample& sample, bool invert) {
   m_Stroking = true;
   m_StrokeVolume = volume;
   m_Invert = invert;
-  const float voxel = GetVoxelSize(*volume);
-  m_StrokeRadius = std::clamp(WorldRadiusAt(hit.Position), 0.5f * voxel, MaxRadiusVoxels * voxel);
+  m_StrokeRadius = WorldRadiusAt(hit.Position);
+  m_WasTooLarge = false;
   m_Pieces.clear();
   m_Queue.assign(1, sample);
   m_Report = {};
@@ -218,13 +230,35 @@ void VoxelSculptTool::ApplyQueue() {
   m_Queue.clear();
 }
 
+// A stroke that memory is short for is taken back whole.
+template <class Work>
+void VoxelSculptTool::Guarded(Work&& work) {
+  try {
+    work();
+  } catch (const std::bad_alloc&) {
+    comms::LogError("there is not enough memory for this stroke; it was taken back");
+    CancelStroke();
+  }
+}
+
 void VoxelSculptTool::FinishStroke() {
   m_ReleaseQueued = false;
-  ApplyQueue();
-  if (!m_Stroking) return;
-  EndPiece();
-  m_Stroking = false;
-  ::FinishStroke(*m_StrokeVolume, &m_Scene->History(), {});
+  Guarded([this] {
+    ApplyQueue();
+    if (!m_Stroking) return;
+    EndPiece();
+    TakeBackIfTooLarge();
+    if (!m_Stroking) return;
+    ::FinishStroke(*m_StrokeVolume, &m_Scene->History(), {});
+    m_Stroking = false;
+  });
+}
+
+// A dab that was cut off in its middle leaves a surface that does not join.
+void VoxelSculptTool::TakeBackIfTooLarge() {
+  if (!m_Stroking || !(m_Report.Capped || (m_Run && m_Run->Report().Apply.Capped))) return;
+  CancelStroke();
+  m_WasTooLarge = true;
 }
 
 void VoxelSculptTool::CancelStroke() {
@@ -236,15 +270,22 @@ void VoxelSculptTool::CancelStroke() {
   m_Pieces.clear();
   m_Stroking = false;
   m_StrokeVolume->EndStroke(true);
-  m_StrokeVolume->RefreshChanges();
+  try {
+    m_StrokeVolume->RefreshChanges();
+  } catch (const std::bad_alloc&) {
+    // the marks stay for the next frame
+  }
 }
 
 void VoxelSculptTool::Process(double) {
   if (m_ReleaseQueued) {
     FinishStroke();
   } else if (m_Stroking) {
-    ApplyQueue();
-    if (m_Stroking) m_StrokeVolume->RefreshChanges();
+    Guarded([this] {
+      ApplyQueue();
+      TakeBackIfTooLarge();
+      if (m_Stroking) m_StrokeVolume->RefreshChanges();
+    });
   }
   if (m_Adjusting == Adjusting::None)
     m_Hover = m_PointerInside ? PickAt(m_Pointer.X, m_Pointer.Y) : SurfaceHit{};
@@ -271,6 +312,7 @@ std::vector<std::string> VoxelSculptTool::ListStamps() const {
 }
 
 std::string VoxelSculptTool::GetWorkHint() {
+  if (m_WasTooLarge) return GetText("WORKHINT_TOO_LARGE");
   if (CurrentToolId == VoxelBrush::Stamp && (!m_Scene || !m_Scene->Find(StampVolume.ToString())))
     return GetText("WORKHINT_STAMP");
   const std::string depth = comms::Format("%s %.2f", GetText("Depth").c_str(), double(Depth));
@@ -282,7 +324,7 @@ std::string VoxelSculptTool::GetWorkHint() {
   if (m_Stroking)
     return comms::Format("%s %s   %s", GetText("CHANGED_CELLS").c_str(), PrintGrouped(ChangedCells()).c_str(),
                          GetText("WORKHINT_STROKE").c_str());
-  return GetText("WORKHINT_SCULPT");
+  return GetText(RightDragIsOurs ? "WORKHINT_SCULPT" : "WORKHINT_SCULPT_KEYS");
 }
 
 int32_t VoxelSculptTool::ChangedCells() const { return m_Report.ChangedCells + (m_Run ? m_Run->Report().Apply.ChangedCells : 0); }

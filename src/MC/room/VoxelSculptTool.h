@@ -43,6 +43,8 @@ class VoxelSculptTool : public BasicTool {
   void SetScene(VoxelScene* scene);
   /// Camera and place of the work view. Before the events of a frame, at latest before Process.
   void SetView(const SceneCamera& camera, const SceneViewport& viewport);
+  /// Whether a right drag on the surface comes to this tool, for the hint: else it is the camera's, and the key is told.
+  bool RightDragIsOurs = true;
   /// Ends the tool before; does nothing where `id` is the current one or none of VoxelBrush. `notify` lets the next frame know.
   void SetTool(int32_t id, bool notify);
 
@@ -54,7 +56,7 @@ class VoxelSculptTool : public BasicTool {
   bool TakeRedraw() { return std::exchange(m_Redraw, false); }
   /// Whether the view should treat this frame as one in motion.
   bool IsBusy() const { return m_Stroking || m_Adjusting != Adjusting::None; }
-  /// Ends the stroke as at the release of the button, with its undo step.
+  /// Ends the stroke as at the release of the button, with its undo step. One that memory is short for is taken back.
   void FinishStroke();
   /// Ends the stroke and takes all of it back.
   void CancelStroke();
@@ -110,6 +112,9 @@ class VoxelSculptTool : public BasicTool {
   void ApplyQueue();
   void ApplySample(const Sample& sample);
   void EndPiece();
+  void TakeBackIfTooLarge();
+  template <class Work>
+  void Guarded(Work&& work);
   void DrawBrush(Canvas& canvas, const SurfaceHit& hit, float alpha) const;
   SurfaceHit Mirrored(const SurfaceHit& hit, int axes) const;
 
@@ -121,7 +126,8 @@ class VoxelSculptTool : public BasicTool {
   bool m_PointerInside = false, m_ControlHeld = false, m_Redraw = false;
 
   bool m_Stroking = false, m_ReleaseQueued = false, m_Invert = false;
-  bool m_OnPlane = false;  // the stroke began in an empty volume
+  bool m_OnPlane = false;      // the stroke began in an empty volume
+  bool m_WasTooLarge = false;  // the last stroke was taken back for its size
   VolumeObject* m_StrokeVolume = nullptr;
   float m_StrokeRadius = 0;     // world units, fixed at the press
   std::vector<Sample> m_Queue;  // since the last Process

@@ -53,7 +53,8 @@ void MainForm::AddHistoryActions() {
 }
 
 void MainForm::AddCameraActions() {
-  m_Actions.Add(MakeAction("FrameScene", "Frame", {"F"}, [this] { FrameScene(); }));
+  m_Actions.Add(MakeAction("FrameObject", "Frame", {"F"}, [this] { FrameObject(); }));
+  m_Actions.Add(MakeAction("FrameScene", "Frame", {"Shift+F"}, [this] { FrameScene(); }));
   m_Actions.Add(MakeAction("ViewHome", "Home", {"Home"}, [this] { LookFromHome(); }));
   const struct {
     const char* Name;
@@ -219,7 +220,8 @@ void MainForm::ExportDialog(std::function<void()> done) {
   ChooseFile(m_Parts.Widgets, true, "ExportScene", {"*.obj", "*.stl"}, volume ? volume->Name + ".obj" : "",
              [this, done = std::move(done)](const std::string& path) {
                const bool isStl = path.size() > 4 && comms::EqualsNoCase(std::string_view(path).substr(path.size() - 4), ".stl");
-               const CommandResult result = Run({isStl ? "ExportStl" : "ExportMesh", {{"File", path}}});
+               const CommandResult result = Run(
+                   {isStl ? "ExportStl" : "ExportMesh", {{"File", path}, {"SwapYZ", m_Parts.Options.SwapYZ ? "true" : "false"}}});
                if (!result.Ok()) return Say(result.Message, true);
                KeepSceneState();
                Say(comms::Format("%s: %s", GetText("EXPORTED").c_str(), path.c_str()));

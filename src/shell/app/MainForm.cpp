@@ -22,6 +22,8 @@ using comms::Format;
 static constexpr double SaySeconds = 6;
 /// Seconds after the last move of the view for which it counts as moving.
 static constexpr double SettleSeconds = 0.15;
+/// Seconds without input and change after which there is time for what is dear.
+static constexpr double QuietSeconds = 0.3;
 /// How far around the scene its ground is seen, in diagonals of the scene; and the nearest that is seen then, as a part of the
 /// farthest.
 static constexpr float GroundReach = 3, LeastNearShare = 0.01f;
@@ -72,7 +74,8 @@ MainForm::MainForm(const Parts& parts, FormHost host)
     if (!result.Ok()) Say(result.Message, true);
   };
   m_KeyRunner->Complain = [this](const std::string& sentence) { Say(sentence, true); };
-  m_ViewOptions.RegisterMembers();
+  m_ViewOptions.Load();
+  StoreChanges();
   m_ProgressBox.CanCancel = true;
   PanelWidget::MakeNaviControl = [this] { return MakeNaviControl(); };
   AddPanels();
@@ -109,12 +112,20 @@ void MainForm::Store() {
   m_HotKeys.Store(GetDataPath());
   m_Parts.Options.Store();
   m_Parts.Settings.Store();
+  m_ViewOptions.Store();
+}
+
+void MainForm::StoreChanges() {
+  if (m_OptionsWatch.IsChanged(m_Parts.Options)) m_Parts.Options.Store();
+  if (m_SettingsWatch.IsChanged(m_Parts.Settings)) m_Parts.Settings.Store();
+  if (m_ViewWatch.IsChanged(m_ViewOptions)) m_ViewOptions.Store();
+  if (m_KeysWatch.IsChanged(m_HotKeys)) m_HotKeys.Store(GetDataPath());
 }
 
 void MainForm::Arrange() {
   Canvas& canvas = m_Parts.Widgets.GetCanvas();
   const float width = float(canvas.Width()), height = float(canvas.Height());
-  const float menu = canvas.Px(Measures::MenuBarHeight), status = canvas.Px(Measures::StatusHeight);
+  const float menu = canvas.Px(Measures::MenuBarHeight), status = m_Status->HeightFor(width, canvas);
   m_MenuBar->Arrange({0, 0, width, menu}, canvas);
   // The rooms stand at the right end of the bar, as far as the menus leave space.
   float tabs = 0;
@@ -163,7 +174,7 @@ void MainForm::RunTool(double timeSec) {
   UpdateStatus();
 }
 
-void MainForm::DrawScene(comms::cRender& render) {
+void MainForm::DrawScene(comms::cRender& render, bool atBest) {
   const Theme& theme = GetTheme();
   SceneFrame frame;
   frame.Camera = GetSceneCamera();
@@ -175,11 +186,18 @@ void MainForm::DrawScene(comms::cRender& render) {
   const comms::cMat4 view = frame.Camera.View * frame.Camera.Projection;
   if (!(view == m_LastView)) m_ViewMovedAt = m_TimeSec;
   m_LastView = view;
-  frame.Moving = m_TimeSec - m_ViewMovedAt < SettleSeconds || m_VoxelTool.IsBusy();
+  frame.Moving = !atBest && (m_TimeSec - m_ViewMovedAt < SettleSeconds || m_VoxelTool.IsBusy());
   if (frame.Moving) m_Parts.Widgets.WantFrameIn(SettleSeconds);
-  m_ViewOptions.Grid = m_Parts.Settings.ShowGrid;
-  m_ViewOptions.Wireframe = m_Parts.Settings.Wireframe;
+  frame.Grid = m_Parts.Settings.ShowGrid;
+  frame.Wireframe = m_Parts.Settings.Wireframe;
+  frame.DeviceQuality = m_DeviceQuality;
+  if (std::exchange(m_InputCount, m_Parts.Widgets.InputCount()) != m_Parts.Widgets.InputCount()) m_DisturbedAt = m_TimeSec;
+  frame.Quiet = atBest || (!frame.Moving && m_TimeSec - m_DisturbedAt >= QuietSeconds);
   m_View.Draw(render, m_Parts.Scene, frame, m_ViewOptions);
+  const bool changed = m_View.LastStatistics().Changed;
+  if (changed) m_DisturbedAt = m_TimeSec;
+  if (changed || !frame.Quiet) m_Parts.Widgets.WantFrameIn(QuietSeconds);
+  if (changed && atBest) m_View.Draw(render, m_Parts.Scene, frame, m_ViewOptions);
 }
 
 void MainForm::DrawOverlay(Canvas& canvas) {
@@ -220,7 +238,7 @@ bool MainForm::OnAnywhere(const InputEvent& event) {
 bool MainForm::OpenFile(const std::string& path, std::string& error) {
   const std::string nameBefore = m_Parts.Scene.MeshName();
   std::unique_ptr<comms::cRawMesh> before = m_Parts.Scene.TakeMesh();
-  CommandResult result = Run({"ImportMesh", {{"File", path}}});
+  CommandResult result = Run({"ImportMesh", {{"File", path}, {"SwapYZ", m_Parts.Options.SwapYZ ? "true" : "false"}}});
   if (result.Ok()) result = Run({"Voxelize", {{"Resolution", "256"}}});
   if (!result.Ok()) {
     m_Parts.Scene.SetMesh(std::move(before), nameBefore);
@@ -256,6 +274,7 @@ CommandResult MainForm::Perform(const Command& command, const CommandParameters&
 void MainForm::ApplyOptions() {
   const AppOptions& options = m_Parts.Options;
   m_Navi.Settings = options.GetNaviSettings();
+  m_VoxelTool.RightDragIsOurs = m_Navi.LeavesToTool(MouseButton::Right, 0) && m_Navi.LeavesToTool(MouseButton::Right, ModShift);
   m_Parts.Scene.History().StepBound = size_t(options.UndoDepth);
   m_Parts.Scene.History().ByteBound = size_t(options.UndoMegabytes) << 20;
 }
@@ -290,6 +309,13 @@ void MainForm::Say(const std::string& text, bool warning) {
 void MainForm::FrameScene() {
   SceneBox box = GetSceneBox();
   if (box.Empty()) box = {{-1, -1, -1}, {1, 1, 1}};
+  m_Navi.Frame(box);
+}
+
+void MainForm::FrameObject() {
+  SceneBox box;
+  const VolumeObject* volume = m_Parts.Scene.Current();
+  if (!volume || !GetVolumeBounds(*volume, box.Min, box.Max)) return FrameScene();
   m_Navi.Frame(box);
 }
 
@@ -360,4 +386,5 @@ void MainForm::UpdateStatus() {
   GetCurrentTool().GetStatusText(counts);
   m_Status->Fields.clear();
   if (!counts.empty()) m_Status->Fields.push_back(counts);
+  if (m_Status->HeightFor(m_Status->Rect.W, m_Parts.Widgets.GetCanvas()) != m_Status->Rect.H) Arrange();
 }

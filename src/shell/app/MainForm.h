@@ -23,6 +23,7 @@
 #include "shell/core/CommandTable.h"
 #include "shell/core/HotKeys.h"
 #include "shell/core/NaviSystem.h"
+#include "shell/core/ObjectFile.h"
 #include "shell/core/Progress.h"
 #include "shell/core/ToolInput.h"
 #include "shell/platform/Tablet.h"
@@ -59,6 +60,8 @@ class MainForm {
   void Open();
   /// Before the end of the program: stores layout, hot keys and options.
   void Store();
+  /// Stores options and hot keys that were changed since the last call: what ends without an orderly end loses none of them.
+  void StoreChanges();
   /// Places everything in a window of that size.
   void Arrange();
   /// Makes menus and panels anew, after a change of language, theme or room.
@@ -68,7 +71,8 @@ class MainForm {
   void BeginFrame(double timeSec);
   /// The body of the frame: the tool's work, then the scene.
   void RunTool(double timeSec);
-  void DrawScene(comms::cRender& render);
+  /// `atBest`: with what otherwise waits until the view stands, for a picture that is kept.
+  void DrawScene(comms::cRender& render, bool atBest = false);
   void DrawOverlay(Canvas& canvas);
   /// Keys that no widget wanted, and dropped files.
   bool OnUnhandled(const InputEvent& event);
@@ -80,6 +84,8 @@ class MainForm {
   void Say(const std::string& text, bool warning = false);
   /// Looks at the whole scene.
   void FrameScene();
+  /// Looks at the current volume; at the whole scene where it is empty.
+  void FrameObject();
   /// Goes on looking at the whole scene while it grows, without a transition, until the person has moved the view.
   void FollowScene();
 
@@ -103,6 +109,8 @@ class MainForm {
   HotKeys& Keys() { return m_HotKeys; }
   DockPanels& Docks() { return *m_Docks; }
   SceneViewOptions& ViewOptions() { return m_ViewOptions; }
+  /// What a person gets who has chosen no quality of the view.
+  void SetDeviceQuality(SceneQuality quality) { m_DeviceQuality = quality; }
   VoxelSculptTool& VoxelTool() { return m_VoxelTool; }
   SceneView& View() { return m_View; }
   /// Runs a command with its parameters as on a batch line; what fails is said in the status line.
@@ -170,6 +178,8 @@ class MainForm {
   VoxelSculptTool& m_VoxelTool;  // in ToolList
   SceneView m_View;
   SceneViewOptions m_ViewOptions;
+  SceneQuality m_DeviceQuality = SceneQuality::Normal;
+  ChangeWatch m_OptionsWatch, m_SettingsWatch, m_ViewWatch, m_KeysWatch;
   std::unique_ptr<DockPanels> m_Docks;
   MenuBar* m_MenuBar = nullptr;  // owned by the layer
   BaseWidget* m_RoomTabs = nullptr;
@@ -177,7 +187,8 @@ class MainForm {
   SceneWidget* m_SceneWidget = nullptr;
   std::string m_Said;
   bool m_SaidWarning = false;
-  double m_SaidUntil = 0, m_TimeSec = 0, m_ViewMovedAt = -1;
+  double m_SaidUntil = 0, m_TimeSec = 0, m_ViewMovedAt = -1, m_DisturbedAt = -1;
+  uint32_t m_InputCount = 0;  // at the last frame
   comms::cMat4 m_LastView;
   Camera m_Followed;  // as FollowScene left it
   int m_MenuHash = 0;

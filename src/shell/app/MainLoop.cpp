@@ -63,7 +63,10 @@ void MainLoop::WorkInBackground() {
   if (now < m_NextSecond) return;
   m_NextSecond = now + LongestSleep;
   // Who edits a shader sees it at once.
-  if (m_Render.ReloadChangedShaders() > 0) m_FrameWanted = true;
+  if (m_Render.ReloadChangedShaders() > 0) {
+    m_Form.View().Forget();
+    m_FrameWanted = true;
+  }
   if (EverySecond) EverySecond();
 }
 
@@ -161,7 +164,7 @@ void MainLoop::cMain_OnRender(const cRect& viewport) {
   Trace("SetupVPTM()");
   Trace("ProcessNavy()");
   m_Form.RunTool(now);
-  m_Form.DrawScene(m_Render);
+  m_Form.DrawScene(m_Render, m_Picture != nullptr);
   m_Render.SetViewport(0, 0, width, height);
   m_Render.SetDepthState(m_NoDepth);
   m_Form.DrawOverlay(canvas);

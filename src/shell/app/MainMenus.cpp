@@ -18,6 +18,7 @@ void MainForm::AddToMenu(TextMenu& menu, const std::string& name) {
   if (action->Text) {
     item->Text = action->Text();
     item->Literal = true;
+    item->HintKey = action->TextKey;
   }
   item->Enabled = action->Enabled();
   item->Checked = action->Checked();
@@ -46,9 +47,26 @@ void MainForm::BuildMenus() {
     menu.AddSub(
         "PRESETS", [this](TextMenu& presets) { FillPresets(presets); }, "Brush");
   });
-  addActions("VIEW", {"FrameScene", "ViewHome", "ZoomIn", "ZoomOut", "", "ViewFront", "ViewBack", "ViewRight", "ViewLeft",
-                      "ViewTop", "ViewBottom", "", "ToggleOrthographic", "ShowGrid", "Wireframe", "ShowStatistics", "",
-                      "FullScreen", "StoreScreenshot"});
+  addActions("VIEW", {"FrameObject",
+                      "FrameScene",
+                      "ViewHome",
+                      "ZoomIn",
+                      "ZoomOut",
+                      "",
+                      "ViewFront",
+                      "ViewBack",
+                      "ViewRight",
+                      "ViewLeft",
+                      "ViewTop",
+                      "ViewBottom",
+                      "",
+                      "ToggleOrthographic",
+                      "ShowGrid",
+                      "Wireframe",
+                      "ShowStatistics",
+                      "",
+                      "FullScreen",
+                      "StoreScreenshot"});
   addMenu("PAGES", [this](TextMenu& menu) {
     for (const int page : ListAllowedPages()) AddToMenu(menu, "Page" + GetPageNames()[size_t(page)]);
   });

@@ -55,31 +55,34 @@ class ActionButton : public Button {
 };
 DECLARE_MEMBERS(ActionButton) {}
 
-/// The parameters of a tool, and above them a button with its presets.
-class ToolPanel : public BaseWidget {
-  REFLECTED(ToolPanel, BaseWidget)
+/// The rows of an object, and above them a line of buttons.
+class HeadedPanel : public BaseWidget {
+  REFLECTED(HeadedPanel, BaseWidget)
  public:
-  ToolPanel() = default;
-  ToolPanel(BasicTool& tool, std::function<void(TextMenu&)> fillPresets)
-      : m_Presets(AddChild(new Button("PRESETS", "Menu"))), m_Parameters(AddChild(new PanelWidget(&tool))) {
-    m_Presets->Align = TextAlign::Left;
-    m_Presets->Action = [this, fill = std::move(fillPresets)] { TextMenu::Open(*Manager(), m_Presets->Rect, fill, m_Presets); };
-  }
+  HeadedPanel() = default;
+  HeadedPanel(BaseWidget* head, BaseClass& object) : m_Head(AddChild(head)), m_Parameters(AddChild(new PanelWidget(&object))) {}
   void Arrange(const cRect& rect, Canvas& canvas) override {
     Rect = rect;
-    const float pad = canvas.Px(Measures::Padding), row = canvas.Px(Measures::RowHeight + 4), head = row + pad;
-    m_Presets->Arrange({rect.X + pad, rect.Y + pad, std::max(0.0f, rect.W - 2 * pad), row}, canvas);
+    const float pad = canvas.Px(Measures::Padding), head = AboveRows(rect.W, canvas);
+    m_Head->Arrange({rect.X + pad, rect.Y + pad, std::max(0.0f, rect.W - 2 * pad), head - pad}, canvas);
     m_Parameters->Arrange({rect.X, rect.Y + head, rect.W, std::max(0.0f, rect.H - head)}, canvas);
   }
   float HeightFor(float width, Canvas& canvas) const override {
-    return canvas.Px(Measures::RowHeight + 4 + Measures::Padding) + m_Parameters->HeightFor(width, canvas);
+    return AboveRows(width, canvas) + m_Parameters->HeightFor(width, canvas);
+  }
+  float NarrowestFor(Canvas& canvas) const override {
+    return std::max(m_Head->NarrowestFor(canvas) + 2 * canvas.Px(Measures::Padding), m_Parameters->NarrowestFor(canvas));
   }
 
  private:
-  Button* m_Presets = nullptr;
+  float AboveRows(float width, Canvas& canvas) const {
+    const float pad = canvas.Px(Measures::Padding);
+    return pad + m_Head->HeightFor(std::max(0.0f, width - 2 * pad), canvas) + canvas.Px(4);
+  }
+  BaseWidget* m_Head = nullptr;
   PanelWidget* m_Parameters = nullptr;
 };
-DECLARE_MEMBERS(ToolPanel) {}
+DECLARE_MEMBERS(HeadedPanel) {}
 
 }  // namespace
 
@@ -88,7 +91,7 @@ void MainForm::AddPanels() {
                           float height) {
     m_Docks->Add({key, icon, [this, make] { return (this->*make)(); }, side, width, height});
   };
-  add("ToolsPanel", "Brush", &MainForm::MakeToolsPanel, DockSide::Left, 172, 500);
+  add("ToolsPanel", "Brush", &MainForm::MakeToolsPanel, DockSide::Left, 184, 500);
   add("ToolParamsPanel", "Settings", &MainForm::MakeToolParams, DockSide::Right, 264, 420);
   add("VoxTreePanel", "Layers", &MainForm::MakeVoxTree, DockSide::Right, 264, 180);
   add("ViewPanel", "Visible", &MainForm::MakeViewPanel, DockSide::Right, 264, 400);
@@ -134,15 +137,26 @@ BaseWidget* MainForm::MakeToolsPanel() {
   addTitle("SYMMETRY");
   for (const char* name : {"SymmetryX", "SymmetryY", "SymmetryZ"}) addButton(name);
   addTitle("EDIT");
-  for (const char* name : {"Undo", "Redo", "FrameScene"}) addButton(name);
+  for (const char* name : {"Undo", "Redo", "FrameObject"}) addButton(name);
   return area;
 }
 
 BaseWidget* MainForm::MakeToolParams() {
-  return new ToolPanel(m_VoxelTool, [this](TextMenu& menu) { FillPresets(menu); });
+  auto* presets = new Button("PRESETS", "Menu");
+  presets->Align = TextAlign::Left;
+  presets->Action = [this, presets] {
+    TextMenu::Open(
+        m_Parts.Widgets, presets->Rect, [this](TextMenu& menu) { FillPresets(menu); }, presets);
+  };
+  return new HeadedPanel(presets, m_VoxelTool);
 }
 
-BaseWidget* MainForm::MakeViewPanel() { return new PanelWidget(&m_ViewOptions); }
+// Grid and edges are switches of the program, with keys and menu items of their own.
+BaseWidget* MainForm::MakeViewPanel() {
+  auto* switches = new RowWidget;
+  for (const char* name : {"ShowGrid", "Wireframe"}) switches->AddWeighted(new ActionButton(*m_Actions.Find(name), m_HotKeys), 1);
+  return new HeadedPanel(switches, m_ViewOptions);
+}
 
 // The ball asks for views by the actions of the menu. A drag on it is one across the view, about what is looked at: where it
 // began says nothing about the scene.
@@ -194,7 +208,7 @@ BaseWidget* MainForm::MakePreferences() {
   return panel;
 }
 
-BaseWidget* MainForm::MakeHotKeys() { return new HotKeyWindow(m_HotKeys, m_Actions); }
+BaseWidget* MainForm::MakeHotKeys() { return new HotKeyWindow(m_HotKeys, m_Actions, &m_Parts.Commands); }
 
 BaseWidget* MainForm::MakeCommands() {
   return new CommandPanel(m_Parts.Commands, [this](const BatchLine& line) {

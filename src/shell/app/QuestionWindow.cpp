@@ -30,9 +30,7 @@ void ApplyOptions(const std::string& programData) {
                      (options.Theme == ThemeChoice::System && ReadThemePreference() == ThemePreference::Light);
   SetTheme(light ? ThemeKind::Light : ThemeKind::Dark);
   std::string error;
-  if (LoadLanguage(programData, options.LanguageName(), error)) return;
-  comms::LogWarning("%s", error.c_str());
-  LoadLanguage(programData, "English", error);
+  if (!LoadLanguage(programData, options.LanguageName(), error)) comms::LogWarning("%s", error.c_str());
 }
 
 void DrawQuestion(Window& window, comms::cRender& render, cWidgets& widgets) {

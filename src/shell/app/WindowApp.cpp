@@ -149,6 +149,7 @@ class WindowProgram {
   void ApplyOptions();
   void ApplyTheme();
   void StoreWindowRect();
+  void StoreMissingTexts();
   void LoadArrow();
   void FillCrashScene(CrashScene& scene);
   void StartOpenAutomate();
@@ -288,9 +289,10 @@ void WindowProgram::StartForm() {
   host.FrameMilliseconds = [this] { return m_Loop->FrameMilliseconds; };
   ApplyOptions();
   m_Form = std::make_unique<MainForm>(MainForm::Parts{*m_Widgets, m_Commands, m_Scene, m_Options, m_Settings}, host);
-  m_Form->ViewOptions().Quality = SuggestQuality(m_Render->DeviceName());
+  const SceneQuality quality = SuggestQuality(m_Render->DeviceName());
+  m_Form->SetDeviceQuality(quality);
   // A software driver takes and returns megabytes for every draw call.
-  if (m_Form->ViewOptions().Quality == SceneQuality::Fast) KeepFreedMemory(size_t(128) << 20);
+  if (quality == SceneQuality::Fast) KeepFreedMemory(size_t(128) << 20);
   m_Loop = std::make_unique<MainLoop>(m_Window, *m_Render, *m_Widgets, *m_Form, m_Settings, m_Options);
   m_Loop->MayClose = [this] {
     m_Form->RequestClose();
@@ -299,12 +301,16 @@ void WindowProgram::StartForm() {
   m_Loop->PlacementChanged = [this] { StoreWindowRect(); };
   m_Loop->ScaleChanged = [this] { ApplyOptions(); };
   m_Loop->Background = [this] {
+    m_Messages->TellMemoryFailure();
     if (std::exchange(m_ScreenshotWanted, false)) StoreScreenshot();
     if (m_DesktopTheme.HasAnswer()) ApplyTheme();
     m_CrashSave->Watch();
     return WorkOnScript();
   };
-  m_Loop->EverySecond = RefreshCrashScene;
+  m_Loop->EverySecond = [this] {
+    RefreshCrashScene();
+    m_Form->StoreChanges();
+  };
   // Who only measures or takes a picture wants the window as it is.
   if (m_Job.FramesToRun == 0) m_Loop->StartSplash = std::make_unique<Splash>(Title, m_Job.Version, Window::Now());
   m_Messages->PumpOnce = [this] {
@@ -355,15 +361,18 @@ void WindowProgram::ApplyOptions() {
   ApplyTheme();
   const std::string language = m_Options.LanguageName();
   if (language != m_LanguageShown) {
+    StoreMissingTexts();
     std::string error;
-    if (!LoadLanguage(m_Job.ProgramData, language, error)) {
-      comms::LogWarning("%s", error.c_str());
-      // At the start there is no language yet that could stay.
-      if (m_LanguageShown.empty() && language != "English") LoadLanguage(m_Job.ProgramData, "English", error);
-    }
+    if (!LoadLanguage(m_Job.ProgramData, language, error)) comms::LogWarning("%s", error.c_str());
     m_LanguageShown = language;
     if (m_Form) m_Form->Rebuild();
   }
+}
+
+// For whoever completes the language; before the next one is loaded and at the end.
+void WindowProgram::StoreMissingTexts() {
+  std::string error;
+  if (!m_LanguageShown.empty() && !WriteMissingTexts(GetFullPath("Languages"), error)) comms::LogWarning("%s", error.c_str());
 }
 
 void WindowProgram::StoreWindowRect() {
@@ -494,6 +503,7 @@ void WindowProgram::Stop() {
   if (m_FormOpen) {
     StoreWindowRect();
     m_Form->Store();
+    StoreMissingTexts();
   }
   m_Progress.reset();
   m_Loop.reset();

@@ -1,6 +1,7 @@
 #include "shell/app/WindowMessages.h"
 
 #include "comms/Log.h"
+#include "interface/Language.h"
 #include "interface/MessageBoxWidget.h"
 #include "shell/core/DataPath.h"
 
@@ -17,6 +18,14 @@ int WindowMessages::Ask(const char* title, const char* text, const std::vector<s
       return safe;
     }
   return answer;
+}
+
+void WindowMessages::TellMemoryFailure() {
+  const auto bytes = TakeMemoryFailure();
+  if (!bytes) return;
+  comms::LogError("%s", DescribeMemoryFailure(*bytes).c_str());
+  const MemoryTexts texts{GetText("OUT_OFMEM"), GetText("OUT_OFMEM_BYTES"), GetText("OUT_OFMEM_MEGABYTES")};
+  MessageBoxWidget::Ask(m_Widgets, "FATAL_ERROR", DescribeMemoryFailure(*bytes, texts), {"OK"}, nullptr);
 }
 
 void WindowMessages::Log(const char* text) { comms::LogInfo("%s", text); }

@@ -21,6 +21,9 @@ class WindowMessages : public Messages, public EngineHost {
   bool ShowBox(const char* title, const char* text) override;
   int Ask(const char* title, const char* text, const std::vector<std::string>& answers, int safe) override;
 
+  /// Shows that memory ran out, if it did since the last call. Waits for nobody; between frames, when nothing is half done.
+  void TellMemoryFailure();
+
   void Log(const char* text) override;
   bool IsControlHeld() override { return m_Widgets.Modifiers() & ModControl; }
   std::string GetTempFileName() override;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "ClassEngine/ClassRegistry.h"
 #include "ClassEngine/Enumerator.h"
 #include "ClassEngine/ValueTypes.h"
 #include "comms/Str.h"
@@ -22,6 +23,8 @@ static void FillScales() {
   for (const int percent : AppOptions::GetScaleSteps()) scales.Add(comms::Format("%d %%", percent).c_str(), percent);
 }
 
+REGISTER_CLASS(AppOptions, nullptr);
+REGISTER_CLASS(cSettings, nullptr);
 DECLARE_MEMBERS(AppOptions) {
   FillScales();
   Languages();
@@ -50,6 +53,9 @@ DECLARE_MEMBERS(AppOptions) {
   Separator("Safety");
   Member<CtrlISlider>("UndoDepth", UndoDepth, {1, 1000, 100}).Unit("steps").Hint("Steps that can be undone");
   Member<CtrlISlider>("UndoMegabytes", UndoMegabytes, {64, 65536, 2048}).Unit("MB").Hint("Memory for undo");
+
+  Separator("Meshes");
+  Member<_bool>("SwapYZ", SwapYZ).Hint("Mesh files have z up, for opening and exporting");
 }
 
 float AppOptions::GetScale(float screenScale) const {

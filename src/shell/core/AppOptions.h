@@ -29,6 +29,8 @@ class AppOptions : public BaseClass {
   // Safety
   int UndoDepth = 100;  ///< steps
   int UndoMegabytes = 2048;
+  // Meshes
+  bool SwapYZ = false;  ///< files that are opened and exported have z up
 
   /// The languages to choose from, by the names of their files. English is always among them. Before the first Load.
   static void SetLanguages(const std::vector<std::string>& names);

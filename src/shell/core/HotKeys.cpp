@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ClassEngine/Assert.h"
+#include "ClassEngine/ClassRegistry.h"
 #include "ClassEngine/ValueTypes.h"
 #include "comms/Log.h"
 #include "comms/Str.h"
@@ -11,6 +12,8 @@
 
 static constexpr const char* FileName = "HotKeys.xml";
 
+REGISTER_CLASS(OneHotKey, nullptr);
+REGISTER_CLASS(HotKeys, nullptr);
 DECLARE_MEMBERS(OneHotKey) {
   FillKeyTable();
   Member<_index>("Code", Code, "KEYCODES");
@@ -66,8 +69,10 @@ void HotKeys::RemoveKeys(const HotKeyTarget& target) {
     if (GetTarget(*Keys[i]) == target) Keys.RemoveAt(i);
 }
 
-// The person's keys stand before the defaults.
+// The person's keys stand before the defaults. That a target has no key is only said where it would have one by default.
 void HotKeys::AddKey(const DefaultKey& from, bool userDefined) {
+  const auto isOfTarget = [&](const DefaultKey& key) { return key.Target == from.Target; };
+  if (!from.Combo.Key && std::none_of(m_Defaults.begin(), m_Defaults.end(), isOfTarget)) return;
   auto key = std::make_unique<OneHotKey>();
   key->RegisterMembers();
   key->SetCombo(from.Combo);

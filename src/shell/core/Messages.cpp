@@ -30,4 +30,7 @@ std::string BatchMessages::GetTempFileName() {
   return m_TemporaryFolder.empty() ? EngineHost::GetTempFileName() : comms::JoinPath(m_TemporaryFolder, "tempfile.temp");
 }
 
-std::vector<BatchMessages::Record> BatchMessages::Take() { return std::exchange(m_Records, {}); }
+std::vector<BatchMessages::Record> BatchMessages::Take() {
+  if (const auto bytes = TakeMemoryFailure()) ShowBox("Fatal error", DescribeMemoryFailure(*bytes).c_str());
+  return std::exchange(m_Records, {});
+}

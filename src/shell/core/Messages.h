@@ -32,7 +32,7 @@ class BatchMessages : public Messages, public EngineHost {
   void Log(const char* text) override;
   std::string GetTempFileName() override;
 
-  /// The messages since the last call, oldest first.
+  /// The messages since the last call, oldest first; that memory ran out meanwhile is one of them.
   std::vector<Record> Take();
 
  private:

@@ -184,12 +184,14 @@ const std::vector<NaviPreset>& GetNaviPresets() {
   constexpr MouseButton left = MouseButton::Left, middle = MouseButton::Middle, right = MouseButton::Right;
   constexpr NaviBinding orbitOnEmpty{left, 0, Orbit, true};
   static const std::vector<NaviPreset> presets{
+      // The right button is the brush's over the scene: radius, depth and smoothness.
       {"Default",
        {{left, ModAlt, Orbit},
-        {right, 0, Orbit},
+        {middle, ModShift, Orbit},
+        {right, 0, Orbit, true},
         {middle, 0, Pan},
         {middle, ModAlt, Pan},
-        {right, ModShift, Pan},
+        {right, ModShift, Pan, true},
         {right, ModControl, Zoom},
         {right, ModAlt, Zoom},
         {left, ModAlt | ModShift, Roll},
@@ -216,8 +218,8 @@ const std::vector<NaviPreset>& GetNaviPresets() {
        {{left, ModAlt, Orbit},
         {left, ModAlt | ModShift, Pan},
         {left, ModAlt | ModControl, Zoom},
-        {right, 0, Orbit},
-        {right, ModShift, Pan},
+        {right, 0, Orbit, true},
+        {right, ModShift, Pan, true},
         {right, ModControl, Zoom},
         {right, ModAlt, Roll},
         {left, ModShift, Pan, true},
@@ -227,17 +229,25 @@ const std::vector<NaviPreset>& GetNaviPresets() {
   return presets;
 }
 
-NaviAction NaviSystem::FindAction(const InputEvent& press, bool emptySpace) const {
+const NaviBinding* NaviSystem::FindBinding(MouseButton button, uint8_t modifiers) const {
   const std::vector<NaviPreset>& presets = GetNaviPresets();
   const size_t preset = size_t(std::clamp(Settings.Preset, 0, int(presets.size()) - 1));
-  const uint8_t modifiers = press.Modifiers & uint8_t(~ModSuper);
-  for (const NaviBinding& binding : presets[preset].Bindings) {
-    if (binding.Button != press.Button || binding.Modifiers != modifiers) continue;
-    if (!binding.EmptySpaceOnly) return binding.Action;
-    cVec3 point;
-    if (emptySpace && !(Pick && Pick(press.X, press.Y, point))) return binding.Action;
-  }
-  return NaviAction::None;
+  for (const NaviBinding& binding : presets[preset].Bindings)
+    if (binding.Button == button && binding.Modifiers == (modifiers & uint8_t(~ModSuper))) return &binding;
+  return nullptr;
+}
+
+NaviAction NaviSystem::FindAction(const InputEvent& press, bool emptySpace) const {
+  const NaviBinding* binding = FindBinding(press.Button, press.Modifiers);
+  if (!binding) return NaviAction::None;
+  cVec3 point;
+  const bool holds = !binding->EmptySpaceOnly || (emptySpace && !(Pick && Pick(press.X, press.Y, point)));
+  return holds ? binding->Action : NaviAction::None;
+}
+
+bool NaviSystem::LeavesToTool(MouseButton button, uint8_t modifiers) const {
+  const NaviBinding* binding = FindBinding(button, modifiers);
+  return !binding || binding->EmptySpaceOnly;
 }
 
 bool NaviSystem::OnPress(const InputEvent& press, bool emptySpace) {
@@ -253,7 +263,9 @@ bool NaviSystem::OnPress(const InputEvent& press, bool emptySpace) {
 
 bool NaviSystem::BeginDefault(const InputEvent& press) {
   if (press.Button == MouseButton::None || m_Drag.Action != NaviAction::None) return false;
-  BeginDrag(press.Button == MouseButton::Left    ? NaviAction::Orbit
+  const NaviBinding* binding = FindBinding(press.Button, press.Modifiers);
+  BeginDrag(binding                              ? binding->Action
+            : press.Button == MouseButton::Left  ? NaviAction::Orbit
             : press.Button == MouseButton::Right ? NaviAction::Zoom
                                                  : NaviAction::Pan,
             press);

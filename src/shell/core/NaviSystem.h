@@ -93,9 +93,11 @@ class NaviSystem {
   /// What the bindings of the preset make of this press; None when the camera doesn't want it. `emptySpace`: whether bindings
   /// that hold only where nothing is hit count. Changes nothing.
   NaviAction FindAction(const InputEvent& press, bool emptySpace) const;
+  /// Whether presses over the scene are left to the tool.
+  bool LeavesToTool(MouseButton button, uint8_t modifiers) const;
   /// A press. True: navigation takes it, and the moves and the release of that button with it.
   bool OnPress(const InputEvent& press, bool emptySpace = true);
-  /// A press that nobody wanted: left orbits, middle pans, right zooms.
+  /// A press that nobody wanted: what it does beside the scene; else left orbits, middle pans, right zooms.
   bool BeginDefault(const InputEvent& press);
   /// True while a drag of the camera is going on.
   bool OnMove(const InputEvent& move);
@@ -145,6 +147,7 @@ class NaviSystem {
     double StartSec = 0;
   };
   comms::cVec3 Unproject(const Camera& camera, float x, float y, float depth) const;
+  const NaviBinding* FindBinding(MouseButton button, uint8_t modifiers) const;
   void BeginDrag(NaviAction action, const InputEvent& press);
   /// The point under the pixel, or the one at the target's depth there.
   bool FindPoint(float x, float y, comms::cVec3& point) const;

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string_view>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "ClassEngine/ClassHelp.h"
@@ -30,8 +31,7 @@ static ObjectFileState Refuse(const std::string& path, const std::string& reason
   return ObjectFileState::Damaged;
 }
 
-// What is wrong with these files is one line of the log; a box would ask a person who has seen nothing of the program yet.
-static bool ParseQuietly(XmlNode& root, std::string_view text) {
+bool ParseQuietly(XmlNode& root, std::string_view text) {
   struct QuietHost : EngineHost {
     bool ShowBox(const char*, const char*) override { return false; }
     void Log(const char*) override {}
@@ -77,6 +77,15 @@ bool StoreObjectFile(BaseClass& object, const std::string& path, const char* roo
   if (file.Commit()) return true;
   comms::LogWarning("%s", file.Error().c_str());
   return false;
+}
+
+bool ChangeWatch::IsChanged(BaseClass& object) {
+  XmlNode root;
+  StrBuffer text;
+  object.Save(&root, &object);
+  if (!root.Print(text, 0)) return false;  // storing says it
+  const std::string before = std::exchange(m_Text, std::string(text.View()));
+  return !before.empty() && before != m_Text;
 }
 
 std::string ClampToRanges(BaseClass& object) {

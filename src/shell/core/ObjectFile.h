@@ -16,6 +16,18 @@ enum class ObjectFileState {
 ObjectFileState LoadObjectFile(BaseClass& object, const std::string& path, const char* rootName = nullptr);
 /// Writes it, whole or not at all; makes the folder. False with a line in the log.
 bool StoreObjectFile(BaseClass& object, const std::string& path, const char* rootName = nullptr);
+/// Notices changes of an object by what would be stored of it, whoever made them.
+class ChangeWatch {
+ public:
+  /// Whether it is another than at the last call. The first call only looks.
+  bool IsChanged(BaseClass& object);
+
+ private:
+  std::string m_Text;
+};
 /// Brings every number of the object's own members that lies outside its declared range, or is none, to a valid one; returns the
 /// names, apart by ", ".
 std::string ClampToRanges(BaseClass& object);
+/// XmlNode::Parse without its box, which would ask a person who has seen nothing of the program yet: what is wrong with the text
+/// is for the caller to say. False where it is empty or damaged.
+bool ParseQuietly(XmlNode& root, std::string_view text);

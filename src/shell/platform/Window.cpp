@@ -120,23 +120,18 @@ Window::~Window() { Destroy(); }
 bool Window::Create(const std::string& title, const WindowPlacement& placement, std::string& error) {
   Destroy();
   SetHints();
-  if (!std::getenv("SDL_VIDEODRIVER") && !std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) {
+  const char *display = std::getenv("DISPLAY"), *wayland = std::getenv("WAYLAND_DISPLAY");
+  if (!std::getenv("SDL_VIDEODRIVER") && !display && !wayland) {
     error = "can't open a window, there is no display: neither DISPLAY nor WAYLAND_DISPLAY is set";
     return false;
   }
+  // Left to itself SDL would take a driver that draws where nobody sees it, which would pass for a window.
+  SDL_SetHint(SDL_HINT_VIDEODRIVER, !wayland ? "x11" : display ? "x11,wayland" : "wayland");
   State& state = *m_State;
   state.MainThread = SDL_ThreadID();
   if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
-    error = std::string("can't open a window, there is no display: ") + SDL_GetError();
-    return false;
-  }
-  // Where no display answers SDL takes a driver that draws where nobody sees it, which would pass for a window.
-  const std::string driver = SDL_GetCurrentVideoDriver();
-  if (!std::getenv("SDL_VIDEODRIVER") && driver != "x11" && driver != "wayland") {
-    const char *display = std::getenv("DISPLAY"), *wayland = std::getenv("WAYLAND_DISPLAY");
-    error = "can't open a window, no display answers: DISPLAY is '" + std::string(display ? display : "") +
-            "', WAYLAND_DISPLAY is '" + (wayland ? wayland : "") + "'";
-    SDL_QuitSubSystem(SDL_INIT_VIDEO);
+    error = std::string("can't open a window, no display answers (DISPLAY is '") + (display ? display : "") +
+            "', WAYLAND_DISPLAY is '" + (wayland ? wayland : "") + "'): " + SDL_GetError();
     return false;
   }
   GetWakeEvent();

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 #include <map>
 #include <random>
 #include <string_view>
@@ -136,20 +137,54 @@ TEST_F(SceneViewTest, FirstFrameInMotionHasItsGround) {
 }
 
 TEST_F(SceneViewTest, OptionsChooseThePasses) {
-  const SceneFrame frame = LookFrom({0, 1, 5}, {});
+  SceneFrame frame = LookFrom({0, 1, 5}, {});
   Draw(frame);
   const int all = Count("Draw 3");
-  Options.Grid = Options.GroundShadow = false;
+  frame.Grid = Options.GroundShadow = false;
   Draw(frame);
   EXPECT_EQ(Count("Draw 3"), all - 2);
   Options.AmbientOcclusion = false;
-  Options.Wireframe = true;
+  frame.Wireframe = true;
   Draw(frame);
   EXPECT_EQ(Count("Draw 3"), all - 4);
   EXPECT_EQ(Count("DrawIndexed"), 2 * View.LastStatistics().VisibleGroups);
   // Whoever draws next finds solid triangles.
   const auto states = [&](const char* state) { return std::find(Render.Calls.rbegin(), Render.Calls.rend(), state); };
   EXPECT_LT(states("SetFillState solid") - states("SetFillState wire"), 0);
+}
+
+// One full picture, one with smooth edges once all is quiet, and none after that until something changes.
+TEST_F(SceneViewTest, APictureOfWhichNothingHasChangedIsKept) {
+  Options.Quality = SceneQuality::Fast;
+  SceneFrame frame = LookFrom({0, 1, 5}, {});
+  const auto isDrawn = [&] {
+    Draw(frame);
+    EXPECT_GE(Count("Draw 3"), 1) << "the window shows the picture in any case";
+    return Count("DrawIndexed") > 0;
+  };
+  EXPECT_TRUE(isDrawn());
+  EXPECT_FALSE(isDrawn());
+  frame.Quiet = true;
+  EXPECT_TRUE(isDrawn() && !View.LastStatistics().Changed) << "edges become smooth";
+  EXPECT_FALSE(isDrawn());
+  const std::function<void()> changes[] = {[&] {
+                                             frame.Camera.View = comms::LookAt({0, 1, 4}, {}, {0, 1, 0});
+                                           },
+                                           [&] { frame.Wireframe = true; },
+                                           [&] { Options.Clay = ClayKind::Slate; },
+                                           [&] { frame.Viewport.Width--; },
+                                           [&] { frame.BackgroundTop++; },
+                                           [&] {
+                                             Dab({0, 0, 1});
+                                           },
+                                           [&] { Volume.SpaceMatrix = Volume.SpaceMatrix * comms::cMat4::Scale(1.5f); },
+                                           [&] { View.Forget(); }};
+  for (size_t i = 0; i < std::size(changes); i++) {
+    changes[i]();
+    EXPECT_TRUE(isDrawn() && View.LastStatistics().Changed) << i;
+    EXPECT_TRUE(isDrawn()) << i << ", smooth";
+    EXPECT_FALSE(isDrawn()) << i;
+  }
 }
 
 // Edges without a counterpart in the surface as it is drawn: coarse groups where there are any, full ones elsewhere. Corners are
@@ -178,8 +213,8 @@ int CountOpenEdges(const VolumeObject& volume) {
 }
 
 TEST_F(SceneViewTest, MotionIsCoarseAtFastQualityAndWithoutGaps) {
-  Options.Quality = SceneQuality::Fast;
   SceneFrame frame = LookFrom({0, 0, 5}, {});
+  frame.DeviceQuality = SceneQuality::Fast;
   Draw(frame);
   const SceneView::Statistics& seen = View.LastStatistics();
   const int64_t all = seen.Triangles;
@@ -226,7 +261,7 @@ TEST_F(SceneViewTest, MotionIsCoarseAtFastQualityAndWithoutGaps) {
   View.CoarseBudget = 1000000;
   EXPECT_EQ(turn(0.3f), groups);
   Options.Quality = SceneQuality::Normal;
-  EXPECT_EQ(turn(0.4f), 0);
+  EXPECT_EQ(turn(0.4f), 0) << "what a person chose counts";
 }
 
 TEST(SceneCamera, RaysAndPixelsAgree) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "MC/SurfaceCells.h"
+#include "MC/SurfaceStats.h"
 #include "MC/VolumeChecks.h"
 #include "MC/room/NewScene.h"
 #include "MC/room/RoomCommands.h"
@@ -213,6 +214,24 @@ TEST_F(VoxelSculptToolTest, AnEmptyVolumeTakesItsFirstClay) {
   EXPECT_GT(Volume().RenderGroups.Count(), 0u);
   ASSERT_TRUE(Run("Undo").Ok());
   EXPECT_TRUE(CollectSurfaceCells(Volume()).empty());
+}
+
+// A dab has an end that a brush as large as the scene would reach; then it must not leave the surface torn.
+TEST_F(VoxelSculptToolTest, TheLargestBrushLeavesTheSurfaceWhole) {
+  m_Tool.FixedSize = true;
+  m_Tool.SceneRadius = 1e6f;
+  for (const VoxelBrush brush : {VoxelBrush::Sphere, VoxelBrush::Carve}) {
+    m_Tool.SetTool(int32_t(brush), false);
+    const SampleDump before = Densities(Volume());
+    ASSERT_TRUE(Down(400, 300));
+    Move(410, 300);
+    Up(410, 300);
+    m_Tool.Process(0);
+    Volume().RefreshChanges();
+    EXPECT_EQ(MeasureSurface(Volume()).BoundaryEdges, 0u) << int(brush);
+    EXPECT_FALSE(Densities(Volume()) == before) << int(brush) << ": nothing was done";
+    ASSERT_TRUE(Run("Undo").Ok());
+  }
 }
 
 }  // namespace

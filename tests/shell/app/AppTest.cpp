@@ -54,10 +54,12 @@ TEST_F(AppTest, CommandLine) {
   EXPECT_EQ(Run("--data /no/such/folder --batch -").Code, 3);
   EXPECT_EQ(Run("--mesh-job none.obj").Code, 3);
   EXPECT_EQ(Run("--batch -").Code, 0) << "no commands, no failure";
-  const Outcome window = Run("", "", "env -u DISPLAY -u WAYLAND_DISPLAY SDL_VIDEODRIVER=x11 MORVANE_FILES_PATH=files");
-  EXPECT_EQ(window.Code, 2) << window.Err;
-  EXPECT_NE(window.Err.find("display"), std::string::npos) << window.Err;
-  EXPECT_EQ(std::count(window.Err.begin(), window.Err.end(), '\n'), 1) << window.Err;
+  for (const char* display : {"-u DISPLAY SDL_VIDEODRIVER=x11", "-u DISPLAY", "-u SDL_VIDEODRIVER DISPLAY=:977"}) {
+    const Outcome window = Run("", "", std::string("env -u WAYLAND_DISPLAY ") + display + " MORVANE_FILES_PATH=files");
+    EXPECT_EQ(window.Code, 2) << window.Err;
+    EXPECT_NE(window.Err.find("display"), std::string::npos) << window.Err;
+    EXPECT_EQ(std::count(window.Err.begin(), window.Err.end(), '\n'), 1) << window.Err;
+  }
 }
 
 // The whole way, on one and on two threads: the same bytes.
@@ -114,6 +116,21 @@ TEST_F(AppTest, FullDiskLeavesTheOldFile) {
     EXPECT_TRUE(std::string(".in .out .err old.obj").find(entry.path().filename()) != std::string::npos)
         << "left behind: " << entry.path();
 }
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+TEST_F(AppTest, TooLittleMemoryIsSaidAndChangesNothing) {
+  const Outcome outcome =
+      Run("--batch - --keep-going --threads 2",
+          "NewVolume Name=v VoxelSize=0.005\nDab Center=\"0 0 0\" Radius=1.9\nListVolumes\nDab Center=\"0 0 0\" Radius=0.1\n",
+          "ulimit -v 350000;");
+  EXPECT_EQ(outcome.Code, 1) << outcome.Err;
+  ASSERT_EQ(outcome.Answers.size(), 4u) << outcome.Err;
+  EXPECT_EQ(outcome.Answers[1]["error"], "there is not enough memory for this");
+  EXPECT_TRUE(outcome.Answers[1]["messages"][0]["text"].get<std::string>().starts_with("Out of memory"));
+  EXPECT_EQ(outcome.Answers[2]["volumes"][0]["cells"], 0);
+  EXPECT_EQ(outcome.Answers[3]["ok"], true) << "what fits is done";
+}
+#endif
 
 TEST_F(AppTest, ClosedAnswersEndTheRun) {
   std::string lines;

@@ -289,23 +289,29 @@ TEST_F(JourneyTest, SecondInstanceSaysThatItKeepsNothing) {
 TEST_F(JourneyTest, BrokenFilesStartFine) {
   const fs::path data = CopyData();
   std::ofstream(data / "Languages" / "Broken.xml") << "<Language><Entry><Key>FILE</Key></Entry></Language>";
+  fs::remove(data / "Languages" / "English.xml");
   Write("Options.xml", "<AppOptions><Theme>Dark</Theme><Language>Broken</Language></AppOptions>");
   Write("Temp/page_0.xml", "<DocksLayout><Left>");
   Write("HotKeys.xml", "no hot keys at all");
   Start({"--data", data.string(), WritePost()});
   EXPECT_GT(Detail(Picture("broken-files"), MenuTitles), 1) << "no menu bar";
-  for (const char* name : {"Broken.xml", "page_0.xml", "HotKeys.xml"}) EXPECT_EQ(CountInLog(name), 1) << name << "\n" << Log();
+  for (const char* name : {"English.xml", "Broken.xml", "page_0.xml", "HotKeys.xml"})
+    EXPECT_EQ(CountInLog(name), 1) << name << "\n" << Log();
   EXPECT_EQ(Leave(), 0) << Log();
 }
 
-TEST_F(JourneyTest, MissingShaderIsSaidOnce) {
+// The program has its shaders with it: a file that does not serve costs a line for each variant that is asked for.
+TEST_F(JourneyTest, MissingAndBrokenShadersLeaveThePicture) {
   const fs::path data = CopyData();
   fs::remove(data / "Shaders" / "Grid.glsl");
+  for (const char* name : {"Interface.glsl", "mcubes.glsl", "Background.glsl"})
+    std::ofstream(data / "Shaders" / name) << "broken";
   Start({"--data", data.string(), WritePost()});
-  EXPECT_GT(Detail(Picture("no-grid"), View), 0.02) << "the sculpture is gone with the grid";
+  const cImage picture = Picture("own-shaders");
+  EXPECT_GT(Detail(picture, View), 0.02) << "the sculpture is gone";
+  EXPECT_GT(Detail(picture, MenuTitles), 1) << "the interface is gone";
   Do("key 7 key 1");
-  Picture("no-grid-later");
-  // A line for each variant of the shader that is asked for.
+  Picture("own-shaders-later");
   EXPECT_GE(CountInLog("Grid.glsl"), 1) << Log();
   EXPECT_LE(CountInLog("Grid.glsl"), 2) << Log();
   EXPECT_EQ(Leave(), 0) << Log();

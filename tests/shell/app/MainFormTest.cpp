@@ -10,6 +10,7 @@
 #include "ClassEngine/EngineHost.h"
 #include "MC/room/NewScene.h"
 #include "MC/room/RoomCommands.h"
+#include "comms/Log.h"
 #include "comms/cRenderNull.h"
 #include "interface/Button.h"
 #include "interface/Events.h"
@@ -181,6 +182,13 @@ class MainFormTest : public testing::Test {
     }
   }
 
+  /// The whole scene, at once.
+  void LookAtAll() {
+    Form->Navi().Settings.SmoothViews = false;
+    Form->FrameScene();
+    Frame();
+  }
+
   /// The panel of the commands, with one of them.
   CommandPanel* OpenCommand(const std::string& name) {
     Form->Docks().Open("CommandsPanel");
@@ -321,6 +329,79 @@ TEST_F(MainFormTest, StrokeUndoAndHover) {
   EXPECT_TRUE(Form->VoxelTool().Hover());
   Send(PointerEvent(InputKind::PointerMove, 5, 5));
   EXPECT_FALSE(Form->VoxelTool().Hover()) << "the brush stays behind";
+}
+
+// With every preset: what the line below the view says works, and moves no view; beside the object the right button does.
+TEST_F(MainFormTest, TheBrushIsSizedAsTheStatusLineSays) {
+  ASSERT_TRUE(Form->GetActions().Run("NewSphere"));
+  for (int i = 0; i < 3; i++) Frame();
+  VoxelSculptTool& tool = Form->VoxelTool();
+  int byDrag = 0;
+  for (size_t preset = 0; preset < GetNaviPresets().size(); preset++) {
+    SCOPED_TRACE(GetNaviPresets()[preset].Name);
+    Options.NavigationPreset = int(preset);
+    Form->ApplyOptions();
+    const std::string hint = tool.GetWorkHint();
+    const bool drags = hint.find("Shift + right drag") != std::string::npos;
+    EXPECT_NE(hint.find(drags ? "right drag or B:" : "hold B and move:"), std::string::npos) << hint;
+    byDrag += drags;
+    const auto gesture = [&](float x, float y, bool withKey, uint8_t modifiers) {
+      const cRect view = Form->ViewRect();
+      x = view.X + x * view.W, y = view.Y + y * view.H;
+      const MouseButton button = withKey ? MouseButton::None : MouseButton::Right;
+      Send(PointerEvent(InputKind::PointerMove, x, y, MouseButton::None, modifiers));
+      Send(withKey ? KeyEvent('B', modifiers) : PointerEvent(InputKind::ButtonDown, x, y, button, modifiers));
+      Send(PointerEvent(InputKind::PointerMove, x + 30, y, MouseButton::None, modifiers));
+      Send(withKey ? KeyEvent('B', modifiers, InputKind::KeyUp)
+                   : PointerEvent(InputKind::ButtonUp, x + 30, y, button, modifiers));
+    };
+    for (const bool withKey : {true, false}) {
+      const Camera before = Form->Navi().View;
+      tool.Radius = 40, tool.Smoothness = 0.5f;
+      gesture(0.5f, 0.5f, withKey, 0);
+      EXPECT_EQ(tool.Radius, withKey || drags ? 70 : 40);
+      gesture(0.5f, 0.5f, withKey, ModShift);
+      EXPECT_NEAR(tool.Smoothness, withKey || drags ? 0.65 : 0.5, 1e-3);
+      EXPECT_EQ(Form->Navi().View.Position == before.Position, withKey || drags);
+      LookAtAll();
+    }
+    const Camera before = Form->Navi().View;
+    const float radius = tool.Radius;
+    gesture(0.02f, 0.05f, false, 0);
+    EXPECT_EQ(tool.Radius, radius);
+    EXPECT_FALSE(Form->Navi().View.Position == before.Position) << "beside the object";
+    LookAtAll();
+  }
+  EXPECT_EQ(byDrag, 4) << "all but the one that has the right button for the view";
+}
+
+// A crash loses no choice, and every box of the View panel is about what is drawn.
+TEST_F(MainFormTest, ChoicesAreKeptAsTheyAreMade) {
+  comms::LogRecorder log;
+  Form->Docks().Open("ViewPanel");
+  Frame();
+  auto* edges = Find<Button>(Widgets.Layer(LayerDocks), "Wireframe");
+  ASSERT_TRUE(edges);
+  Click(edges->Rect.X + 5, edges->Rect.Y + 5);
+  EXPECT_TRUE(Settings.Wireframe && edges->IsChecked());
+  Form->ViewOptions().Quality = SceneQuality::Fine;
+  Options.OrbitSpeed = 2;
+  ASSERT_TRUE(Form->Keys().Assign({"ViewHome", {}, {}}, {'J', ModControl}));
+  Form->StoreChanges();
+  EXPECT_NE(Files.Read("Xmls/Settings.xml").find("<Wireframe>true"), std::string::npos);
+  EXPECT_NE(Files.Read("Options.xml").find("<OrbitSpeed>2"), std::string::npos);
+  EXPECT_NE(Files.Read("HotKeys.xml").find("ViewHome"), std::string::npos);
+  Files.Write("Options.xml", "");
+  Form->StoreChanges();
+  EXPECT_EQ(Files.Read("Options.xml"), "") << "written without a change";
+  CloseForm();
+  OpenForm();
+  EXPECT_EQ(Form->ViewOptions().Quality, SceneQuality::Fine);
+  CloseForm();
+  Files.Write("Xmls/View.xml", "<SceneViewOptions><Quality>Fast</Quality>");
+  OpenForm();
+  EXPECT_EQ(Form->ViewOptions().Quality, SceneQuality::Automatic);
+  EXPECT_NE(log.Text().find("View.xml"), std::string::npos);
 }
 
 // Work that no file has is not lost by a key.
@@ -477,6 +558,19 @@ TEST_F(MainFormTest, EveryActionAndCommandIsReached) {
   EXPECT_TRUE(Scene.Find("a \"b\"")) << panel->Answer();
   OpenCommand("Quit")->Run();
   EXPECT_TRUE(Widgets.HasModal()) << "the volume is in no file";
+}
+
+TEST_F(MainFormTest, FramesTheObjectOrEverything) {
+  Press('F');
+  for (int i = 0; i < 2; i++) Frame();
+  MakeSphereVolume(Scene, "large", 3, 0.1f);
+  MakeSphereVolume(Scene, "small", 1, 0.1f);
+  const auto distance = [&](uint8_t modifiers) {
+    Press('F', modifiers);
+    for (int i = 0; i < 2; i++) Frame();
+    return Form->Navi().View.Distance();
+  };
+  EXPECT_NEAR(distance(ModShift) / distance(0), 3, 0.3);
 }
 
 // The camera of a scene that grows follows it only until a hand is on the view.

@@ -134,6 +134,9 @@ TEST_F(BasicToolTest, WhatNobodyHandlesMovesTheCamera) {
     EXPECT_EQ(Navi.CurrentAction(), NaviAction::Orbit);
     EXPECT_FALSE(CurrentStroke.Running);
     EXPECT_TRUE(Release(MouseButton::Left));
+    EXPECT_TRUE(Press(MouseButton::Right));
+    EXPECT_EQ(Navi.CurrentAction(), NaviAction::Orbit) << "as beside the scene";
+    EXPECT_TRUE(Release(MouseButton::Right));
   }
   EXPECT_EQ(A.Notes, "L+");
   const float before = Navi.View.Distance();

@@ -102,7 +102,7 @@ TEST_P(NaviSizes, ZoomKeepsThePointUnderThePointer) {
     EXPECT_NEAR(Length(Navi.View.Position - point) / before, std::pow(0.8, 12), 1e-3);
     for (int i = 0; i < 12; ++i) Navi.OnWheel(WheelEvent(700, 300, -1));
     EXPECT_NEAR(Length(Navi.View.Position - point) / before, 1, 1e-3);
-    Navi.BeginDefault(PointerEvent(InputKind::ButtonDown, 700, 300, MouseButton::Right));
+    Navi.BeginDefault(PointerEvent(InputKind::ButtonDown, 700, 300, MouseButton::Right, ModControl));
     Navi.OnMove(PointerEvent(InputKind::PointerMove, 900, 250));
     ExpectAt(Navi, point, 700, 300, 0.6);
     EXPECT_LT(Length(Navi.View.Position - point), before * 0.5f);
