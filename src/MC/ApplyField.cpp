@@ -236,6 +236,12 @@ class Pass {
  public:
   Pass(VolumeObject& volume, const FieldEvaluator& field, const ApplyOptions& options)
       : m_Volume(volume), m_Field(field), m_Options(options), m_Rule(MergeRuleOf(options.Mode, options.Airbrush)) {}
+  Pass(const Pass&) = delete;
+  Pass& operator=(const Pass&) = delete;
+  ~Pass() {
+    for (const CellWork& work : m_Work)  // what an exception has left uncommitted
+      if (work.Block && !IsInPlace(work)) m_Volume.VoxelPool.Free(work.Block, false);
+  }
 
   /// Merges the field into cells that no earlier call was given. Returns the neighbours that share a changed sample.
   std::vector<CellKey> Run(const Target* targets, size_t count) {
@@ -256,6 +262,8 @@ class Pass {
   int32_t ChangedCells = 0;
 
  private:
+  static bool IsInPlace(const CellWork& work) { return work.Cell && work.Block == work.Cell->Density; }
+
   void Prepare(const Target* targets, size_t count) {
     m_Work.clear();
     m_Work.reserve(count);
@@ -305,29 +313,33 @@ class Pass {
       std::memcpy(work.Block, after, CellSamples * sizeof(uint16_t));
   }
 
-  // The result becomes the cell's content, the content before it the backup's.
+  // The result becomes the cell's content, the content before it the backup's. Where memory ends on the way, the cell is as it
+  // was or has its backup.
   void Commit(CellWork& work) {
-    const bool inPlace = work.Cell && work.Block == work.Cell->Density;
+    const bool inPlace = IsInPlace(work);
     if (!work.Result.Changed) {
-      if (!inPlace) m_Volume.VoxelPool.Free(work.Block, false);
+      if (!inPlace) m_Volume.VoxelPool.Free(std::exchange(work.Block, nullptr), false);
       return;
     }
     const CellKey& key = work.Key;
     VoxelCell& cell = work.Cell ? *work.Cell : *m_Volume.GetCell(key.x, key.y, key.z, true, true, false);
     if (!inPlace) {
-      cell.StrokeBase = work.Block;
       uint16_t* old = std::exchange(cell.Density, nullptr);
-      const bool pending = cell.Flags & FillPending;
-      cell.Flags &= uint8_t(~FillPending);
-      const bool keep = !cell.Backup && old && !pending;
-      if (!cell.Backup) m_Volume.BackupCell(key.x, key.y, key.z);
+      const bool keep = !cell.Backup && old && !(cell.Flags & FillPending);
+      try {
+        if (!cell.Backup) m_Volume.BackupCell(key.x, key.y, key.z);
+      } catch (...) {
+        cell.Density = old;
+        throw;
+      }
       MORVANE_ASSERT(cell.Backup);
       if (keep)
         cell.Backup->Density = old;
       else if (old)
         m_Volume.VoxelPool.Free(old, false);
-      cell.Density = std::exchange(cell.StrokeBase, nullptr);
+      cell.Flags &= uint8_t(~FillPending);
     }
+    cell.Density = std::exchange(work.Block, nullptr);
     // Compaction that a worker could not do: the pool is the calling thread's.
     if (work.Result.Low == work.Result.High) {
       m_Volume.VoxelPool.Free(std::exchange(cell.Density, nullptr), false);
@@ -378,10 +390,8 @@ bool FindCellAt(float x, float y, float z, CellKey& cell) {
   return find(x, cell.x) && find(y, cell.y) && find(z, cell.z);
 }
 
-}  // namespace
-
-ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, const VolumeBox& bounds,
-                           const ApplyOptions& options) {
+ApplyReport WalkAndMerge(VolumeObject& volume, const FieldEvaluator& field, const VolumeBox& bounds, const ApplyOptions& options,
+                         bool wipes) {
   ApplyReport report;
   CellKey start, first, last;
   if (volume.SurfaceMode) return report;
@@ -405,6 +415,19 @@ ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, co
   report.TargetCells = int32_t(walk.Targets.size());
   report.Capped = walk.Capped();
   report.ChangedCells = pass.ChangedCells;
-  if (MergeRuleOf(options.Mode, options.Airbrush) == MergeRule::Min) report.ChangedCells += WipeUnreached(volume);
+  if (wipes) report.ChangedCells += WipeUnreached(volume);
   return report;
+}
+
+}  // namespace
+
+ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, const VolumeBox& bounds,
+                           const ApplyOptions& options) {
+  const bool wipes = MergeRuleOf(options.Mode, options.Airbrush) == MergeRule::Min;
+  try {
+    return WalkAndMerge(volume, field, bounds, options, wipes);
+  } catch (...) {
+    if (wipes) volume.ForEachCell([](const CellKey&, VoxelCell& cell) { cell.Flags &= uint8_t(~FrozenCell); });
+    throw;
+  }
 }

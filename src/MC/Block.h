@@ -7,7 +7,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "ClassEngine/Assert.h"
+#include "ClassEngine/GeneralMemory.h"
 
 template <class T>
 class Block {
@@ -43,13 +43,12 @@ class Block {
     if (Resize(count)) std::memcpy(static_cast<void*>(Data()), elements, size_t(count) * sizeof(T));
   }
   void Assign(const Block& other) { Assign(other.Data(), other.Count()); }
-  /// Sets the count; elements are uninitialised. True when count > 0.
+  /// Sets the count; elements are uninitialised. True when count > 0. The block is empty where std::bad_alloc ends it.
   bool Resize(uint32_t count) {
     if (count == 0) return Free(), false;
     if (!m_Header || count > m_Header->Capacity || count < m_Header->Capacity - m_Header->Capacity / 4) {
       Free();
-      m_Header = static_cast<Header*>(std::malloc(sizeof(Header) + size_t(count) * sizeof(T)));
-      MORVANE_ASSERT(m_Header);
+      m_Header = static_cast<Header*>(GeneralAllocate(sizeof(Header) + size_t(count) * sizeof(T)));
       m_Header->Capacity = count;
     }
     m_Header->Count = count;

@@ -12,12 +12,17 @@
 class CellMerge::BlockCache {
  public:
   explicit BlockCache(VolumeObject& volume) : m_Pool(volume.VoxelPool) {}
-  uint16_t* Take() {
-    if (m_Count == 0) m_Pool.AllocateMany(m_Count = Size, m_Blocks);
-    return static_cast<uint16_t*>(m_Blocks[--m_Count]);
-  }
-  void GiveBack() {
+  ~BlockCache() {
     while (m_Count > 0) m_Pool.Free(m_Blocks[--m_Count], false);
+  }
+  BlockCache(const BlockCache&) = delete;
+  BlockCache& operator=(const BlockCache&) = delete;
+  uint16_t* Take() {
+    if (m_Count == 0) {
+      m_Pool.AllocateMany(Size, m_Blocks);
+      m_Count = Size;
+    }
+    return static_cast<uint16_t*>(m_Blocks[--m_Count]);
   }
 
  private:
@@ -80,7 +85,6 @@ bool CellMerge::Prepare(const std::vector<CellContent>& contents, comms::StagePr
                                 m_Changes[i] = MergeCell(m_Work[i], sampler, cache);
                               progress.Advance(range.size());
                             });
-  for (BlockCache& cache : blocks) cache.GiveBack();
   return !progress.IsCancelled();
 }
 

@@ -1,5 +1,7 @@
 #include "MC/CellTable.h"
 
+#include <memory>
+
 #include "ClassEngine/Assert.h"
 
 namespace {
@@ -47,8 +49,9 @@ void CellTable::Insert(const CellKey& key, VoxelCell* cell) {
   Page* page = const_cast<Page*>(FindPage(pageKey));
   if (!page) {
     if ((m_Pages.size() + 1) * 2 > m_Buckets.size()) Grow();
-    page = new Page{pageKey, 0, {}};
-    m_Pages.push_back(page);
+    auto fresh = std::make_unique<Page>(Page{pageKey, 0, {}});
+    m_Pages.push_back(fresh.get());
+    page = fresh.release();
     EnterPage(uint32_t(m_Pages.size() - 1));
   }
   const int slot = SlotOf(key);

@@ -44,11 +44,27 @@ class CellTable {
     if (!(pageKey == cursor.Key)) cursor = {pageKey, FindPage(pageKey)};
     return cursor.Last ? cursor.Last->Cells[SlotOf(key)] : nullptr;
   }
-  /// Enters a cell; the slot must be empty.
+  /// Enters a cell; the slot must be empty. The table is as it was where std::bad_alloc ends it.
   void Insert(const CellKey& key, VoxelCell* cell);
   /// Takes the cell out of the table and returns it; null when there is none. A page that held no other cell is freed.
   VoxelCell* Remove(const CellKey& key);
   void Clear();
+  /// Takes out the cells for which remove(const CellKey&, VoxelCell&) is true, newest page first. Needs no memory; `remove` may
+  /// free the record.
+  template <class Remove>
+  void RemoveIf(Remove&& remove) {
+    for (size_t i = m_Pages.size(); i-- > 0;) {
+      Page* page = m_Pages[i];
+      for (uint64_t bits = page->Present; bits; bits &= bits - 1) {
+        const int slot = std::countr_zero(bits);
+        if (!remove(KeyAt(*page, slot), *page->Cells[slot])) continue;
+        page->Cells[slot] = nullptr;
+        page->Present &= ~(uint64_t(1) << slot);
+        m_Count--;
+      }
+      if (!page->Present) RemovePage(page);
+    }
+  }
 
   size_t Count() const { return m_Count; }
   size_t Bytes() const;
@@ -60,12 +76,14 @@ class CellTable {
     for (const Page* page : m_Pages)
       for (uint64_t bits = page->Present; bits; bits &= bits - 1) {
         const int slot = std::countr_zero(bits);
-        visit(CellKey{page->Key.x * 4 + (slot & 3), page->Key.y * 4 + (slot >> 2 & 3), page->Key.z * 4 + (slot >> 4)},
-              *page->Cells[slot]);
+        visit(KeyAt(*page, slot), *page->Cells[slot]);
       }
   }
 
  private:
+  static CellKey KeyAt(const Page& page, int slot) {
+    return {page.Key.x * 4 + (slot & 3), page.Key.y * 4 + (slot >> 2 & 3), page.Key.z * 4 + (slot >> 4)};
+  }
   const Page* FindPage(const CellKey& pageKey) const;
   size_t BucketOf(const Page* page) const;
   void EnterPage(uint32_t index);

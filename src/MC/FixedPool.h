@@ -33,7 +33,8 @@ class SpinGuard {
 };
 
 /// Slabs grow from 64 KB to 2 MB; blocks that were never used are handed out in address order, freed ones first come last served.
-/// When the system has no memory the host is asked to free some (EngineHost::OutOfMemory); if it can't, the program ends.
+/// When the system has no memory the host is asked to free some (EngineHost::OutOfMemory); if it can't, std::bad_alloc is thrown
+/// and the pool is as it was.
 class FixedPool {
  public:
   /// `blockBytes`: from the size of a pointer to 64 KB.
@@ -49,6 +50,8 @@ class FixedPool {
   void Free(void* block, bool lock);
   /// Gives all slabs back. No block may be in use.
   void Clear();
+  /// Gives back the slabs of which no block is in use. Needs no memory itself. O(free blocks).
+  void Trim();
 
   size_t BlockBytes() const { return m_BlockBytes; }
   size_t UsedBlocks() const { return m_Used; }
@@ -56,10 +59,17 @@ class FixedPool {
   size_t SlabBytes() const { return m_SlabBytes; }
 
  private:
+  struct Slab {
+    uint8_t* Data;
+    size_t Bytes;
+    size_t FreeBlocks;  // Trim's
+  };
   void AddSlab();
   void* Take();
+  void Return(void* block);
+  Slab& SlabOf(const void* block);
   size_t m_BlockBytes, m_Used = 0, m_SlabBytes = 0;
-  std::vector<void*> m_Slabs;
+  std::vector<Slab> m_Slabs;
   void* m_Free = nullptr;      // newest freed block; each holds the address of the one before
   uint8_t* m_Fresh = nullptr;  // the part of the newest slab that was never handed out
   uint8_t* m_FreshEnd = nullptr;

@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstdlib>
+#include <new>
 
 #ifdef __linux__
 #include <sys/mman.h>
@@ -20,8 +21,7 @@ void* AllocateSlab(size_t bytes) {
 #endif
       return slab;
     }
-    const bool tryAgain = GetEngineHost().OutOfMemory(bytes);
-    MORVANE_ASSERT(tryAgain);
+    if (!GetEngineHost().OutOfMemory(bytes)) throw std::bad_alloc();
   }
 }
 

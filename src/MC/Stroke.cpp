@@ -161,7 +161,7 @@ void StrokeRun::Finish() { m_Runner->Finish(); }
 const StrokeReport& StrokeRun::Report() const { return m_Runner->Report(); }
 
 void FinishStroke(VolumeObject& volume, StrokeListener* listener, const StrokeOptions& options) {
+  Refresh(volume, options);  // first: what it finds no memory for can still be taken back
   StrokeCells replaced = volume.TakeStroke();
   if (listener && !replaced.Empty()) listener->OnStrokeEnd(volume, std::move(replaced));
-  Refresh(volume, options);
 }

@@ -78,8 +78,8 @@ class StrokeRun {
   std::unique_ptr<Runner> m_Runner;
 };
 
-/// Ends a stroke: the listener (null: none) gets the cells as they were before, unless nothing was touched, and the changes are
-/// refreshed.
+/// Ends a stroke: the changes are refreshed, then the listener (null: none) gets the cells as they were before, unless nothing
+/// was touched. Where std::bad_alloc ends it the stroke goes on, and EndStroke can take it back.
 void FinishStroke(VolumeObject& volume, StrokeListener* listener = nullptr, const StrokeOptions& options = {});
 
 /// Whether the axes of a volume are scaled alike: every ratio of two of them lies in 0.98 .. 1.02.

@@ -1,5 +1,6 @@
 #include "MC/StrokeCells.h"
 
+#include <new>
 #include <utility>
 
 #include "ClassEngine/Assert.h"
@@ -39,23 +40,101 @@ StrokeCells VolumeObject::TakeStroke() {
     if (!cell.Backup) return;
     if (cell.StrokeBase) VoxelPool.Free(std::exchange(cell.StrokeBase, nullptr), true);
     if (cell.Surface) MoveSavedSurface(cell);
-    if (cell.Backup->WasMissing) FreeCell(std::exchange(cell.Backup, nullptr));
     replaced.m_Entries.push_back({key, std::exchange(cell.Backup, nullptr)});
   };
-  if (size_t(BackupCount) <= StrokeCellKeys.size()) {
-    for (const CellKey& key : StrokeCellKeys)
-      if (VoxelCell* cell = FindCell(key)) take(key, *cell);
-  } else {
-    ForEachCell(take);  // more cells than keys are kept for
+  try {
+    if (size_t(BackupCount) <= StrokeCellKeys.size()) {
+      for (const CellKey& key : StrokeCellKeys)
+        if (VoxelCell* cell = FindCell(key)) take(key, *cell);
+    } else {
+      ForEachCell(take);  // more cells than keys are kept for
+    }
+  } catch (...) {
+    PutBackups(replaced);
+    throw;
   }
+  for (StrokeCells::Entry& entry : replaced.m_Entries)
+    if (entry.Cell->WasMissing) FreeCell(std::exchange(entry.Cell, nullptr));
   StrokeCellKeys.clear();
   BackupCount = 0;
   return replaced;
 }
 
+void VolumeObject::PutBackups(StrokeCells& taken) {
+  for (const StrokeCells::Entry& entry : taken.m_Entries) FindCell(entry.Key)->Backup = entry.Cell;
+  taken.m_Entries.clear();
+}
+
 void VolumeObject::EndStroke(bool restore) {
-  StrokeCells replaced = TakeStroke();
-  if (restore) ExchangeCells(replaced);
+  if (restore)
+    RestoreStroke();
+  else
+    TakeStroke();
+}
+
+void VolumeObject::MarkOrNote(const CellKey& key, bool boxOnly) {
+  try {
+    MarkCellChanged(key.x, key.y, key.z, boxOnly, false);
+  } catch (const std::bad_alloc&) {
+    m_MarksLost = true;
+  }
+}
+
+/// Makes a cell what its backup says. True where there was none: it is out of use and waits to be removed from the table.
+bool VolumeObject::RestoreCell(const CellKey& key, VoxelCell& cell) {
+  if (!cell.Backup) return false;
+  VoxelCell& backup = *cell.Backup;
+  SurfaceData* surface = cell.Surface;
+  const bool wasSaved = surface && !backup.SurfaceWasStale && !surface->SavedIndices.Empty();
+  const bool hadTriangles = wasSaved || (backup.Surface && !backup.Surface->Indices.Empty());
+  MarkOrNote(key, hadTriangles);
+  // The record of the present surface becomes the old one's where that has none: a new one might find no memory.
+  if (wasSaved) {
+    if (!backup.Surface) {
+      std::swap(cell.Surface, backup.Surface);
+      surface->VertexIds.Free();
+      surface->ColorLayers.Free();
+    }
+    backup.Surface->Vertices = std::move(surface->SavedVertices);
+    backup.Surface->Indices = std::move(surface->SavedIndices);
+    surface->SavedVertices.Free();
+    surface->SavedIndices.Free();
+  }
+  cell.Backup = nullptr;
+  const bool missing = backup.WasMissing;
+  if (!missing) {
+    // The record in the table stays, and with it the stamp that drawing compares and what outlives a stroke.
+    std::swap(cell, backup);
+    std::swap(cell.DrawStamp, backup.DrawStamp);
+    cell.Flags |= backup.Flags & FrozenCell;
+  }
+  FreeCell(&backup);
+  return missing;
+}
+
+void VolumeObject::RestoreStroke() {
+  const auto restore = [&](const CellKey& key, VoxelCell& cell) {
+    const bool missing = RestoreCell(key, cell);
+    if (missing) FreeCell(&cell);
+    return missing;
+  };
+  if (size_t(BackupCount) <= StrokeCellKeys.size()) {
+    for (const CellKey& key : StrokeCellKeys) {
+      VoxelCell* cell = FindCell(key);
+      if (cell && restore(key, *cell)) Cells.Remove(key);
+    }
+  } else {
+    Cells.RemoveIf(restore);  // more cells than keys are kept for
+  }
+  StrokeCellKeys.clear();
+  BackupCount = 0;
+  m_IdsCurrent = false;
+  for (FixedPool* pool : {&VoxelPool, &CellPool, &SurfacePool}) pool->Trim();
+  try {
+    MarkLostMarks();
+  } catch (const std::bad_alloc&) {
+    // the next refresh tries it again
+  }
 }
 
 void VolumeObject::ExchangeCells(StrokeCells& cells) {
@@ -80,7 +159,7 @@ void VolumeObject::ExchangeCells(StrokeCells& cells) {
       std::swap(entry.Cell, present);
     }
     const bool hasTriangles = present && present->Surface && !present->Surface->Indices.Empty();
-    MarkCellChanged(key.x, key.y, key.z, hasTriangles, false);
+    MarkOrNote(key, hasTriangles);
   }
   m_IdsCurrent = false;
 }

@@ -34,8 +34,8 @@ EntryBins::~EntryBins() {
 
 void EntryBins::AddChunk(Bin& bin) {
   if (m_Fresh == m_FreshEnd) {
-    void* slab = AllocateSlab(HugeSlabBytes);
-    m_Slabs.push_back(slab);
+    m_Slabs.push_back(nullptr);
+    void* slab = m_Slabs.back() = AllocateSlab(HugeSlabBytes);
     m_Fresh = static_cast<Entry*>(slab);
     m_FreshEnd = m_Fresh + HugeSlabBytes / sizeof(Entry);
   }

@@ -25,11 +25,22 @@ VoxelCell* VolumeObject::GetCell(int32_t x, int32_t y, int32_t z, bool create, b
   if (missing) {
     if (!create) return nullptr;
     cell = NewCell(lock);
-    Cells.Insert(key, cell);
+    try {
+      Cells.Insert(key, cell);
+    } catch (...) {
+      FreeCell(cell);
+      throw;
+    }
     MinCell = {std::min(MinCell.x, x), std::min(MinCell.y, y), std::min(MinCell.z, z)};
     MaxCell = {std::max(MaxCell.x, x), std::max(MaxCell.y, y), std::max(MaxCell.z, z)};
   }
-  if (backup && !cell->Backup) MakeBackup(key, *cell, missing, lock);
+  if (!backup || cell->Backup) return cell;
+  try {
+    MakeBackup(key, *cell, missing, lock);
+  } catch (...) {
+    if (missing) FreeCell(Cells.Remove(key));
+    throw;
+  }
   return cell;
 }
 
@@ -42,27 +53,40 @@ VoxelCell* VolumeObject::BackupCell(int32_t x, int32_t y, int32_t z) {
 void VolumeObject::MakeBackup(const CellKey& key, VoxelCell& source, bool wasMissing, bool lock) {
   VoxelCell* copy = NewCell(lock);
   copy->WasMissing = wasMissing;
+  try {
+    FillBackup(key, source, *copy, lock);
+    if (StrokeCellKeys.size() < MaxStrokeKeys) StrokeCellKeys.push_back(key);
+  } catch (...) {
+    FreeCell(copy);
+    if (SurfaceData* surface = source.Surface) {
+      surface->SavedVertices.Free();
+      surface->SavedIndices.Free();
+    }
+    throw;
+  }
+  source.Backup = copy;
+  BackupCount++;
+}
+
+void VolumeObject::FillBackup(const CellKey& key, VoxelCell& source, VoxelCell& copy, bool lock) {
   if (SurfaceData* surface = source.Surface) {
     if (surface->SavedVertices.Empty()) surface->SavedVertices.Assign(surface->Vertices);
     if (surface->SavedIndices.Empty()) surface->SavedIndices.Assign(surface->Indices);
     const int32_t* dirty = DirtyCells.Find(key);
-    copy->SurfaceWasStale = dirty && *dirty == DirtyPolygonize;
+    copy.SurfaceWasStale = dirty && *dirty == DirtyPolygonize;
     if (!surface->VertexIds.Empty() || surface->ColorLayers.Count()) {
-      AllocateSurface(*copy);
-      copy->Surface->VertexIds.Assign(surface->VertexIds);
-      copy->Surface->ColorLayers.Assign(surface->ColorLayers);
+      AllocateSurface(copy);
+      copy.Surface->VertexIds.Assign(surface->VertexIds);
+      copy.Surface->ColorLayers.Assign(surface->ColorLayers);
     }
   }
-  copy->Edge = source.Edge;
-  copy->UniformValue = source.UniformValue;
-  copy->Flags = uint8_t((source.Flags & (HasOutside | HasInside | ShadowCell)) | Touched);
+  copy.Edge = source.Edge;
+  copy.UniformValue = source.UniformValue;
+  copy.Flags = uint8_t((source.Flags & (HasOutside | HasInside | ShadowCell)) | Touched);
   if (source.HasSamples()) {
-    copy->Density = static_cast<uint16_t*>(VoxelPool.Allocate(lock));
-    std::copy_n(source.Density, CellSamples, copy->Density);
+    copy.Density = static_cast<uint16_t*>(VoxelPool.Allocate(lock));
+    std::copy_n(source.Density, CellSamples, copy.Density);
   }
-  source.Backup = copy;
-  BackupCount++;
-  if (StrokeCellKeys.size() < MaxStrokeKeys) StrokeCellKeys.push_back(key);
 }
 
 const VoxelCell* VolumeObject::FindCellOrBackup(int32_t x, int32_t y, int32_t z) const {
@@ -118,5 +142,5 @@ void VolumeObject::Clear() {
   RenderGroups.Clear();
   BoxTree.Clear();
   NextVertexId = 0;
-  m_IdsCurrent = false;
+  m_IdsCurrent = m_MarksLost = false;
 }

@@ -63,7 +63,8 @@ class VolumeObject {
 
   // --- cells -------------------------------------------------------------------------------------------------------------
   /// The cell at a key. Missing: null, or with `create` a new empty one (Touched, HasOutside, uniform 0). `backup` keeps a copy
-  /// for undo on the first touch of a stroke. `lock` holds the table's spin lock.
+  /// for undo on the first touch of a stroke. `lock` holds the table's spin lock. The volume is as it was where std::bad_alloc
+  /// ends it.
   VoxelCell* GetCell(int32_t x, int32_t y, int32_t z, bool create, bool backup, bool lock);
   VoxelCell* FindCell(const CellKey& key) const { return Cells.Find(key); }
   /// Copies a cell into its Backup (density, ids, colours; vertices and indices into the Saved blocks of the source), if it has
@@ -74,13 +75,15 @@ class VolumeObject {
   /// Takes a cell out of the table and returns all it holds to the pools, its backup too: a stroke that is to be undone must not.
   void DeleteCell(const CellKey& key);
   /// Ends the stroke and hands over every cell that it backed up, as the cell was before: for undo. Cells that the stroke created
-  /// have a null entry. Empties StrokeCellKeys and BackupCount; all backups are null then.
+  /// have a null entry. Empties StrokeCellKeys and BackupCount; all backups are null then. The stroke goes on where
+  /// std::bad_alloc ends it.
   StrokeCells TakeStroke();
   /// Puts `cells` in place of the present ones, which `cells` holds afterwards, and marks them changed: undo, and redo on the
   /// next call. All bytes come back, those of the triangles too where they were current; the others are made anew by the next
   /// refresh. Not within a stroke.
   void ExchangeCells(StrokeCells& cells);
-  /// Ends the stroke for good: its backups are dropped, or put back (`restore`).
+  /// Ends the stroke for good: its backups are dropped, or put back (`restore`), which needs no memory and gives back what the
+  /// stroke took, so that a stroke that ran out of it can be taken back.
   void EndStroke(bool restore);
   void AllocateSurface(VoxelCell& cell);
   void FreeSurface(VoxelCell& cell);
@@ -157,13 +160,20 @@ class VolumeObject {
   VoxelCell* NewCell(bool lock);
   friend class StrokeCells;
   void MakeBackup(const CellKey& key, VoxelCell& source, bool wasMissing, bool lock);
+  void FillBackup(const CellKey& key, VoxelCell& source, VoxelCell& copy, bool lock);
   void MoveSavedSurface(VoxelCell& cell);
+  void PutBackups(StrokeCells& taken);
+  bool RestoreCell(const CellKey& key, VoxelCell& cell);
+  void RestoreStroke();
+  void MarkOrNote(const CellKey& key, bool boxOnly);
+  void MarkLostMarks();
   void FreeCell(VoxelCell* cell);
   void FreeAllCells();
   void PolygonizeMarked();
   void RefreshGroups();
   SpinLock m_TableLock;  // of Cells and of the three lists of changes
   std::atomic<bool> m_IdsCurrent{false};
+  bool m_MarksLost = false;  // there was no memory to list a change: the next refresh takes all for changed
 };
 
 /// Unit normal at a world position over several volumes, in world space: each volume with density there adds its central normal,

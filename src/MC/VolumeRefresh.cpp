@@ -73,7 +73,16 @@ void VolumeObject::RefreshSurfaces() {
   BoxTree.Update(*this);
 }
 
+void VolumeObject::MarkLostMarks() {
+  if (!m_MarksLost) return;
+  MarkAllChanged();
+  RenderGroups.ForEach([&](const CellKey& group, const RenderGroup&) { DirtyGroups.Set(group, 1); });
+  BoxTree.RequestRebuild();
+  m_MarksLost = false;
+}
+
 void VolumeObject::PolygonizeMarked() {
+  MarkLostMarks();
   std::vector<CellKey> rebuild, boxOnly;
   // Surface records are taken here, on one thread, so that the workers leave their pool alone.
   DirtyCells.ForEach([&](const CellKey& key, int32_t state) {

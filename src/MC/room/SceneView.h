@@ -96,7 +96,8 @@ class SceneView {
   /// each group and a draw call for each visible one; no memory in proportion to them.
   ///
   /// At Fast quality, on machines that pay for every triangle, frames in motion show coarser meshes, see CoarseMesh.h, made
-  /// within CoarseBudget as they are wanted; groups that a stroke works on stay full. A view that stands shows everything, and, once it is quiet, with smooth edges.
+  /// within CoarseBudget as they are wanted; groups that a stroke works on stay full. A view that stands shows everything, and,
+  /// once it is quiet, with smooth edges.
   ///
   /// A picture of which nothing has changed is kept and shown again, which costs as much whatever the scene.
   void Draw(comms::cRender& render, VoxelScene& scene, const SceneFrame& frame, const SceneViewOptions& options);
