@@ -143,6 +143,7 @@ class WindowProgram {
 
  private:
   bool StartFolders(std::string& error);
+  void TakeSettingsAlong() const;
   bool StartWindow(std::string& error);
   void StartForm();
   void StartScene();
@@ -161,7 +162,7 @@ class WindowProgram {
 
   WindowJob m_Job;
   InstanceLock m_Lock;
-  std::string m_UserData;  // that of the first instance
+  std::string m_FirstPath;  // the data path of the first instance
   std::unique_ptr<LogFile> m_Log;
   cSettings m_Settings;
   AppOptions m_Options;
@@ -188,8 +189,11 @@ class WindowProgram {
 bool WindowProgram::StartFolders(std::string& error) {
   if (!InitDataPath(m_Job.ProgramData, error)) return false;
   if (!m_Lock.Acquire(GetDataPath(), error)) return false;
-  m_UserData = GetFullPath("UserData");
-  if (m_Lock.IsSecond()) SetDataPath(m_Lock.Folder() + "/", m_Job.ProgramData);
+  m_FirstPath = GetDataPath();
+  if (m_Lock.IsSecond()) {
+    SetDataPath(m_Lock.Folder() + "/", m_Job.ProgramData);
+    TakeSettingsAlong();
+  }
   m_Log = std::make_unique<LogFile>(GetFullPath("Log.txt"));
   comms::LogInfo("Morvane %s; data path %s", m_Job.Version.c_str(), GetDataPath().c_str());
   if (m_Lock.IsSecond()) {
@@ -206,6 +210,18 @@ bool WindowProgram::StartFolders(std::string& error) {
   m_Options.Load();
   if (m_Options.Theme == ThemeChoice::System) m_DesktopTheme.Ask();
   return true;
+}
+
+// A second instance begins with what the person has set, and changes its own copy.
+void WindowProgram::TakeSettingsAlong() const {
+  for (const char* name : {"Options.xml", "HotKeys.xml", "Xmls", "Temp", "ToolsPresets", "UserData/Layouts"}) {
+    const std::filesystem::path from = comms::JoinPath(m_FirstPath, name), to = GetFullPath(name);
+    std::error_code fault;
+    if (!std::filesystem::exists(from, fault)) continue;
+    std::filesystem::create_directories(to.parent_path(), fault);
+    std::filesystem::copy(from, to, std::filesystem::copy_options::recursive, fault);
+    if (fault) comms::LogWarning("%s can't be taken along: %s", from.c_str(), fault.message().c_str());
+  }
 }
 
 bool WindowProgram::StartWindow(std::string& error) {
@@ -338,7 +354,8 @@ void WindowProgram::StartForm() {
   m_FormOpen = true;
   AddCrashInfo([this](CrashScene& scene) { FillCrashScene(scene); });
   RefreshCrashScene();
-  m_CrashSave = std::make_unique<CrashSave>(CrashSave::Parts{m_Scene, m_Commands, m_Window, m_Job.ProgramData, m_UserData,
+  m_CrashSave = std::make_unique<CrashSave>(CrashSave::Parts{m_Scene, m_Commands, m_Window, m_Job.ProgramData,
+                                                             comms::JoinPath(m_FirstPath, "UserData"),
                                                              [this] { return m_Form->IsSceneModified(); }});
 }
 
@@ -401,7 +418,7 @@ void WindowProgram::StartScene() {
 bool WindowProgram::OfferBackup() {
   // Runs that end by themselves have nobody who answers, and what the first instance left waits for its next start.
   if (m_Job.FramesToRun > 0 || m_Lock.IsSecond()) return false;
-  const std::string path = FindCrashBackup(m_UserData);
+  const std::string path = FindCrashBackup(comms::JoinPath(m_FirstPath, "UserData"));
   if (path.empty()) return false;
   enum { Load, Delete, Skip };
   switch (m_Messages->Ask("AutoBackup", "PrevBackupFound", {"LOAD", "DELETE", "SKIP"}, Skip)) {
@@ -422,7 +439,7 @@ bool WindowProgram::LoadBackup(const std::string& path) {
   if (!m_Form->RunCommand("ImportMesh File=" + QuoteBatchValue(path)) || !m_Form->RunCommand("Voxelize" + size)) return false;
   m_Form->FrameScene();
   // Kept until the next one: the scene is not stored anywhere else yet.
-  const std::string old = comms::JoinPath(m_UserData, "AutoBackupOnCrash.loaded.obj");
+  const std::string old = comms::JoinPath(m_FirstPath, "UserData/AutoBackupOnCrash.loaded.obj");
   if (std::rename(path.c_str(), old.c_str()) != 0)
     comms::LogWarning("%s can't be renamed to %s: %s", path.c_str(), old.c_str(), std::strerror(errno));
   comms::LogInfo("%s is loaded", path.c_str());
@@ -449,12 +466,12 @@ bool WindowProgram::WorkOnScript() {
   return true;
 }
 
-// "Screenshots/Morvane 001.png" and on, in the data path.
+// "Screenshots/Morvane 001.png" and on, in the data path, that of the first instance.
 void WindowProgram::StoreScreenshot() {
   comms::cImage image;
   std::string path, error;
   for (int number = 1; path.empty() || std::filesystem::exists(path); number++)
-    path = GetFullPath(comms::Format("Screenshots/%s %03d.png", Title, number));
+    path = comms::JoinPath(m_FirstPath, comms::Format("Screenshots/%s %03d.png", Title, number));
   if (!m_Loop->TakePicture(image))
     m_Form->Say("the window can't be read", true);
   else if (!MakeFolderOf(path) || !comms::SavePng(image, path, error))

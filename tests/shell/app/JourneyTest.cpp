@@ -273,14 +273,16 @@ TEST_F(JourneyTest, LayoutAndLanguageSurviveARestart) {
   EXPECT_EQ(Leave(), 0) << Log();
 }
 
-TEST_F(JourneyTest, SecondInstanceSaysThatItKeepsNothing) {
+TEST_F(JourneyTest, SecondInstanceBeginsWithTheSettingsOfTheFirst) {
+  Write("Options.xml", "<AppOptions><Theme>Light</Theme><SmoothViews>false</SmoothViews></AppOptions>");
   Start({WritePost()});
   m_Second = Launch({WritePost(), "--frames", "3", "--picture", (m_Folder / "second.png").string()});
   EXPECT_EQ(WaitForEnd(m_Second), 0);
   EXPECT_NE(Read("stderr.txt").find("in use by another"), std::string::npos) << Read("stderr.txt");
   cImage image;
   std::string error;
-  EXPECT_TRUE(comms::LoadPng((m_Folder / "second.png").string(), image, error)) << error;
+  ASSERT_TRUE(comms::LoadPng((m_Folder / "second.png").string(), image, error)) << error;
+  EXPECT_GT(image.Pixel(image.Width() / 2, 4)[0], 150) << "the theme is not the person's";
   Do("windowfocus " + m_Window + " sleep 0.3");  // it had been the other's
   EXPECT_EQ(Leave(), 0) << Log();
 }
