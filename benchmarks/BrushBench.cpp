@@ -1,5 +1,6 @@
 // Dabs and strokes against OpenVDB 10: union and difference of level-set spheres with the same places over the same scan, and
-// volumeToMesh of the leaves that were touched. Copies of the peer's grid and our way back to the unchanged volume are not timed.
+// volumeToMesh of the leaves that were touched. Copies of the peer's grid, the way of these leaves out of it and our way back to
+// the unchanged volume are not timed.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -25,7 +26,7 @@ using comms::cVec3;
 
 namespace {
 
-constexpr int Pairs = 7, DabsPerPair = 24;
+constexpr int Pairs = 5, DabsPerPair = 24;
 constexpr float DabRadius = 32, CarveRadius = 16;
 constexpr int CarveSegments = 200;
 constexpr float CarveStep = 3;  // voxels between two pen samples
@@ -50,10 +51,10 @@ struct Timings {
   }
 };
 
-// The scan in voxels: 256 along its longest side, centred on the origin.
-TriangleSoup LoadScan(float resolution) {
+// A scan in voxels: `resolution` along its longest side, centred on the origin.
+TriangleSoup LoadScan(const char* file, float resolution) {
   TriangleSoup mesh;
-  if (!LoadBenchMesh("nefertiti.obj", mesh)) return {};
+  if (!LoadBenchMesh(file, mesh)) return {};
   float low[3] = {1e30f, 1e30f, 1e30f}, high[3] = {-1e30f, -1e30f, -1e30f}, longest = 0;
   for (size_t i = 0; i < mesh.Positions.size(); i++) {
     low[i % 3] = std::min(low[i % 3], mesh.Positions[i]);
@@ -82,36 +83,49 @@ bool FillWithScan(VolumeObject& volume, const TriangleSoup& scan, std::string& e
   return filled;
 }
 
-std::vector<cVec3> PickPlaces(const TriangleSoup& scan, int count) {
-  std::mt19937 random(11);
-  std::vector<cVec3> places;
-  for (int i = 0; i < count; i++) places.push_back(VertexOf(scan, random() % (scan.Positions.size() / 3)));
-  return places;
+bool IsInside(const VolumeObject& volume, const cVec3& p) { return volume.SampleTrilinear(p.x, p.y, p.z, false) >= SurfaceLevel; }
+
+// Moves `p` along `out`, which points out of the solid, to where the density crosses the surface; false where it does not within
+// `reach` voxels either way.
+bool MoveToSurface(const VolumeObject& volume, const cVec3& out, float reach, cVec3& p) {
+  float low = -reach, high = -reach;
+  if (!IsInside(volume, p + out * low)) return false;
+  while (IsInside(volume, p + out * high)) {
+    low = high;
+    high += 0.5f;
+    if (low >= reach) return false;
+  }
+  for (int i = 0; i < 12; i++) {
+    const float middle = (low + high) / 2;
+    (IsInside(volume, p + out * middle) ? low : high) = middle;
+  }
+  p = p + out * low;
+  return true;
 }
 
-// Pen samples round the scan at half its height, CarveStep apart: the hull of a thin slice, walked again until there are enough.
-std::vector<PenSample> MakeCarvePath(const TriangleSoup& scan) {
-  constexpr int rays = 512;
-  std::vector<float> reach(rays, 0);
-  for (size_t v = 0; v < scan.Positions.size() / 3; v++) {
-    const cVec3 p = VertexOf(scan, v);
-    if (std::fabs(p.y) > 3) continue;
-    for (int i = 0; i < rays; i++) {
-      const float angle = float(i) * 6.2831853f / rays;
-      reach[size_t(i)] = std::max(reach[size_t(i)], p.x * std::cos(angle) + p.z * std::sin(angle));
-    }
-  }
+// Pen samples on the surface of the scan, CarveStep apart: round it at half its height and slowly upwards, so that no lap runs in
+// the trace of the one before. Fewer than asked for where the surface is lost.
+std::vector<PenSample> MakeCarvePath(const VolumeObject& volume) {
+  constexpr float rise = 0.15f;
+  const cVec3 up{0, 1, 0};
+  const VolumeBox box = GetSolidBox(volume);
+  PenSample sample;
+  sample.Radius = CarveRadius;
+  sample.Height = 0.5f;
+  sample.Position = {box.MaxX + 1, 0, 0};
+  while (sample.Position.x > box.MinX && !IsInside(volume, sample.Position)) sample.Position.x -= 0.5f;
   std::vector<PenSample> path;
-  float angle = 0;
+  cVec3 heading;
   while (path.size() <= CarveSegments) {
-    const float radius = reach[size_t(angle / 6.2831853f * rays) % rays];
-    PenSample sample;
-    sample.Normal = {std::cos(angle), 0, std::sin(angle)};
-    sample.Position = sample.Normal * radius;
-    sample.Radius = CarveRadius;
-    sample.Height = 0.5f;
+    const cVec3 out = -volume.GetCentralNormal(sample.Position.x, sample.Position.y, sample.Position.z);
+    if (Dot(out, out) < 0.5f || !MoveToSurface(volume, out, 3, sample.Position)) break;
+    sample.Normal = out;
     path.push_back(sample);
-    angle += CarveStep / radius;
+    // Where the surface lies level, the walk goes straight on.
+    const cVec3 round = Cross(out, up);
+    if (path.size() == 1 || Dot(round, round) > 0.1f) heading = comms::Normalized(round) + up * rise;
+    heading = comms::Normalized(heading - out * Dot(heading, out));
+    sample.Position = sample.Position + heading * CarveStep;
   }
   return path;
 }
@@ -129,22 +143,34 @@ void Restore(VolumeObject& volume) {
   volume.RefreshChanges();
 }
 
-double TimeDab(VolumeObject& volume, const cVec3& place, int mode, bool refresh) {
-  const double seconds = Seconds([&] {
-    ApplySphereDab(volume, place, DabRadius, {mode, false, MirrorNone});
-    if (refresh) volume.RefreshChanges();
-  });
-  if (!refresh) volume.RefreshChanges();
-  Restore(volume);
-  return seconds;
-}
-
 double TimeCarve(VolumeObject& volume, const Stroke& stroke) {
   StrokeOptions options;
   options.RefreshEachDab = true;
   const double seconds = Seconds([&] { ApplyStroke(volume, stroke, options); });
   Restore(volume);
   return seconds;
+}
+
+// The share of the samples of a stroke that change a cell; the first one does nothing until the second comes.
+Claim CheckReach(VolumeObject& volume, const Stroke& stroke, const std::string& name) {
+  Claim claim;
+  claim.Text = "Carve stroke at 256, " + name + ": share of the pen samples whose dab changes cells";
+  claim.Goal = ">= 0.95";
+  StrokeRun run(volume, stroke);
+  int changing = 0;
+  for (const PenSample& sample : stroke.Samples) {
+    const int32_t before = run.Report().Apply.ChangedCells;
+    run.Add(sample);
+    changing += run.Report().Apply.ChangedCells > before;
+  }
+  run.Finish();
+  volume.RefreshChanges();
+  Restore(volume);
+  claim.Ours = changing;
+  claim.Peer = CarveSegments;
+  claim.Ratio = claim.Ours / claim.Peer;
+  claim.Note = "dabs; " + std::to_string(stroke.Samples.size()) + " samples on the surface";
+  return claim;
 }
 
 // A block with `side` voxels along its edges whose top lies in the plane z = 0, so that every size looks alike from above.
@@ -203,6 +229,23 @@ void BenchObjectSize(std::vector<Claim>& claims) {
 
 #ifdef HAS_OPENVDB
 
+std::vector<cVec3> PickPlaces(const TriangleSoup& scan, int count) {
+  std::mt19937 random(11);
+  std::vector<cVec3> places;
+  for (int i = 0; i < count; i++) places.push_back(VertexOf(scan, random() % (scan.Positions.size() / 3)));
+  return places;
+}
+
+double TimeDab(VolumeObject& volume, const cVec3& place, int mode, bool refresh) {
+  const double seconds = Seconds([&] {
+    ApplySphereDab(volume, place, DabRadius, {mode, false, MirrorNone});
+    if (refresh) volume.RefreshChanges();
+  });
+  if (!refresh) volume.RefreshChanges();
+  Restore(volume);
+  return seconds;
+}
+
 openvdb::FloatGrid::Ptr MakePeerGrid(const TriangleSoup& scan) {
   std::vector<openvdb::Vec3s> points;
   for (size_t v = 0; v < scan.Positions.size() / 3; v++) {
@@ -216,81 +259,81 @@ openvdb::FloatGrid::Ptr MakePeerGrid(const TriangleSoup& scan) {
                                                             triangles, 3);
 }
 
-// Meshes the leaves that a ball reaches, with a margin of one leaf for the surface between them. Regions without a leaf keep
-// their sign.
-size_t RemeshTouchedLeaves(const openvdb::FloatGrid& grid, const cVec3& center, float radius) {
-  const int reach = int(radius) + 3;
-  const openvdb::Coord middle(int(std::floor(center.x)), int(std::floor(center.y)), int(std::floor(center.z)));
-  openvdb::FloatGrid::Ptr touched = openvdb::FloatGrid::create(grid.background());
-  touched->setGridClass(openvdb::GRID_LEVEL_SET);
-  const auto& tree = grid.tree();
-  const openvdb::Coord first = (middle.offsetBy(-reach - 8)) & ~7, last = (middle.offsetBy(reach + 8)) & ~7;
+using Leaf = openvdb::FloatTree::LeafNodeType;
+
+// The leaves of `grid` at `origins`, and round them what volumeToMesh reads to close them: copies of the neighbour leaves with
+// all voxels inactive, and tiles where the solid goes on. Edges without an active end make no quad, so exactly the leaves asked
+// for are meshed.
+openvdb::FloatGrid::Ptr CutOutLeaves(const openvdb::FloatGrid& grid, const std::vector<openvdb::Coord>& origins) {
+  openvdb::FloatGrid::Ptr cut = openvdb::FloatGrid::create(grid.background());
+  cut->setGridClass(openvdb::GRID_LEVEL_SET);
   openvdb::FloatGrid::ConstAccessor from = grid.getConstAccessor();
-  openvdb::FloatGrid::Accessor to = touched->getAccessor();
-  for (int x = first.x(); x <= last.x(); x += 8)
-    for (int y = first.y(); y <= last.y(); y += 8)
-      for (int z = first.z(); z <= last.z(); z += 8) {
-        const openvdb::Coord origin(x, y, z);
-        // distance of the leaf, grown by the margin, from the centre
-        double squared = 0;
-        for (int k = 0; k < 3; k++) {
-          const double low = origin[k] - 8, high = origin[k] + 15, c = center[k];
-          const double outside = c < low ? low - c : c > high ? c - high : 0;
-          squared += outside * outside;
-        }
-        if (squared > double(reach) * reach) continue;
-        if (const auto* leaf = from.probeConstLeaf(origin))
-          to.addLeaf(new openvdb::FloatTree::LeafNodeType(*leaf));
-        else if (tree.getValue(origin) < 0)
-          to.addTile(1, origin, tree.getValue(origin), false);
+  openvdb::FloatGrid::Accessor to = cut->getAccessor();
+  for (const openvdb::Coord& origin : origins)
+    if (const Leaf* const leaf = from.probeConstLeaf(origin)) to.addLeaf(new Leaf(*leaf));
+  for (const openvdb::Coord& origin : origins)
+    for (int i = 0; i < 27; i++) {
+      const openvdb::Coord beside = origin.offsetBy(8 * (i % 3 - 1), 8 * (i / 3 % 3 - 1), 8 * (i / 9 - 1));
+      if (to.probeLeaf(beside)) continue;
+      if (const Leaf* const leaf = from.probeConstLeaf(beside)) {
+        to.addLeaf(new Leaf(*leaf));
+        to.probeLeaf(beside)->setValuesOff();
+      } else if (from.getValue(beside) < 0) {
+        to.addTile(1, beside, from.getValue(beside), false);
       }
-  std::vector<openvdb::Vec3s> points;
-  std::vector<openvdb::Vec4I> quads;
-  openvdb::tools::volumeToMesh(*touched, points, quads);
-  return quads.size();
+    }
+  return cut;
 }
 
-void MergePeerBall(openvdb::FloatGrid& grid, const cVec3& center, float radius, int mode) {
-  const auto ball = openvdb::tools::createLevelSetSphere<openvdb::FloatGrid>(radius, {center.x, center.y, center.z}, 1, 3);
-  if (mode == ApplyAdd)
-    openvdb::tools::csgUnion(grid, *ball);
-  else
-    openvdb::tools::csgDifference(grid, *ball);
+// Seconds of a ball's union or difference and, with `remesh`, of meshing the leaves that it touched: those that the ball has
+// itself. Cutting these out of the grid is not timed.
+double TimePeerBall(openvdb::FloatGrid& grid, const cVec3& center, float radius, int mode, bool remesh) {
+  openvdb::FloatGrid::Ptr ball;
+  double seconds = Seconds([&] {
+    ball = openvdb::tools::createLevelSetSphere<openvdb::FloatGrid>(radius, {center.x, center.y, center.z}, 1, 3);
+  });
+  std::vector<openvdb::Coord> touched;
+  for (auto leaf = ball->tree().cbeginLeaf(); leaf; ++leaf) touched.push_back(leaf->origin());
+  seconds += Seconds([&] {
+    if (mode == ApplyAdd)
+      openvdb::tools::csgUnion(grid, *ball);
+    else
+      openvdb::tools::csgDifference(grid, *ball);
+  });
+  if (!remesh) return seconds;
+  const openvdb::FloatGrid::Ptr cut = CutOutLeaves(grid, touched);
+  return seconds + Seconds([&] {
+           std::vector<openvdb::Vec3s> points;
+           std::vector<openvdb::Vec4I> quads;
+           openvdb::tools::volumeToMesh(*cut, points, quads);
+         });
 }
 
 double TimePeerDab(const openvdb::FloatGrid& grid, const cVec3& place, int mode, bool remesh) {
   const openvdb::FloatGrid::Ptr copy = grid.deepCopy();
-  return Seconds([&] {
-    MergePeerBall(*copy, place, DabRadius, mode);
-    if (remesh) RemeshTouchedLeaves(*copy, place, DabRadius);
-  });
+  return TimePeerBall(*copy, place, DabRadius, mode, remesh);
 }
 
 double TimePeerCarve(const openvdb::FloatGrid& grid, const std::vector<PenSample>& path) {
   const openvdb::FloatGrid::Ptr copy = grid.deepCopy();
-  return Seconds([&] {
-    for (int i = 1; i <= CarveSegments; i++) {
-      const cVec3 place = path[size_t(i)].Position;
-      MergePeerBall(*copy, place, CarveRadius, ApplyAdd);
-      RemeshTouchedLeaves(*copy, place, CarveRadius);
-    }
-  });
+  double seconds = 0;
+  for (size_t i = 1; i < path.size(); i++) seconds += TimePeerBall(*copy, path[i].Position, CarveRadius, ApplyAdd, true);
+  return seconds;
 }
 
-void BenchAgainstPeer(std::vector<Claim>& claims, VolumeObject& volume, const TriangleSoup& scan) {
+void BenchAgainstPeer(std::vector<Claim>& claims, VolumeObject& volume, const TriangleSoup& scan, const std::string& name) {
   openvdb::initialize();
   const openvdb::FloatGrid::Ptr grid = MakePeerGrid(scan);
   const std::vector<cVec3> places = PickPlaces(scan, DabsPerPair);
   struct Row {
-    const char* Text;
+    const char *Text, *Peer;
     const char* Goal;
     int Mode;
     bool Refresh;
   };
-  const Row rows[] = {
-      {"Sphere dab of radius 32 into the scan at 256, add: dabs, ours / OpenVDB union", ">= 3", ApplyAdd, false},
-      {"Sphere dab of radius 32 into the scan at 256, subtract: dabs, ours / OpenVDB difference", ">= 3", ApplySubtract, false},
-      {"Sphere dab with refresh, add: dabs, ours / OpenVDB union and re-meshing of touched leaves", ">= 2", ApplyAdd, true}};
+  const Row rows[] = {{"Dab of radius 32 at 256, add, ", "OpenVDB union", ">= 3", ApplyAdd, false},
+                      {"Dab of radius 32 at 256, subtract, ", "OpenVDB difference", ">= 3", ApplySubtract, false},
+                      {"Dab with refresh at 256, add, ", "OpenVDB union, touched leaves re-meshed", ">= 2", ApplyAdd, true}};
   for (const Row& row : rows) {
     Timings timings;
     for (int pair = 0; pair < Pairs; pair++) {
@@ -303,21 +346,22 @@ void BenchAgainstPeer(std::vector<Claim>& claims, VolumeObject& volume, const Tr
       timings.Peer.push_back(peer);
     }
     Claim claim;
-    claim.Text = row.Text;
+    claim.Text = row.Text + name + ": dabs, ours / " + row.Peer;
     claim.Goal = row.Goal;
     timings.Finish(claim, DabsPerPair);
     claims.push_back(claim);
   }
 
-  const std::vector<PenSample> path = MakeCarvePath(scan);
+  const std::vector<PenSample> path = MakeCarvePath(volume);
   const Stroke stroke = MakeCarveStroke(path);
+  claims.push_back(CheckReach(volume, stroke, name));
   Timings timings;
   for (int pair = 0; pair < Pairs; pair++) {
     timings.Ours.push_back(TimeCarve(volume, stroke));
     timings.Peer.push_back(TimePeerCarve(*grid, path));
   }
   Claim claim;
-  claim.Text = "Carve stroke of 200 segments, radius 16, with refresh: segments, ours / OpenVDB unions with re-meshing";
+  claim.Text = "Carve, 200 segments of radius 16, refreshed, " + name + ": segments, ours / OpenVDB unions, re-meshed";
   claim.Goal = ">= 1";
   timings.Finish(claim, CarveSegments);
   claims.push_back(claim);
@@ -325,14 +369,13 @@ void BenchAgainstPeer(std::vector<Claim>& claims, VolumeObject& volume, const Tr
 
 #endif
 
-void BenchBrushes(std::vector<Claim>& claims) {
-  BenchObjectSize(claims);
+void BenchScan(const char* file, const std::string& name, std::vector<Claim>& claims) {
   Claim skipped;
-  skipped.Text = "Dabs and Carve stroke against OpenVDB";
+  skipped.Text = "Dabs and Carve stroke against OpenVDB, " + name;
   skipped.Goal = ">= 3";
-  const TriangleSoup scan = LoadScan(256);
+  const TriangleSoup scan = LoadScan(file, 256);
   if (scan.Triangles.empty()) {
-    skipped.Skipped = "nefertiti.obj is not there";
+    skipped.Skipped = std::string(file) + " is not there";
     claims.push_back(skipped);
     return;
   }
@@ -342,13 +385,19 @@ void BenchBrushes(std::vector<Claim>& claims) {
     return;
   }
 #ifdef HAS_OPENVDB
-  BenchAgainstPeer(claims, volume, scan);
+  BenchAgainstPeer(claims, volume, scan, name);
 #else
+  const Stroke stroke = MakeCarveStroke(MakeCarvePath(volume));
+  claims.push_back(CheckReach(volume, stroke, name));
   skipped.Skipped = "OpenVDB is not installed; ./bench --with-peers installs it";
   claims.push_back(skipped);
 #endif
 }
 
-const Benchmark brushes("Brush", BenchBrushes);
+const Benchmark brushes("Brush", [](std::vector<Claim>& claims) {
+  BenchObjectSize(claims);
+  BenchScan("koala.obj", "koala", claims);
+  BenchScan("nefertiti_280k.ply", "nefertiti 280 k", claims);
+});
 
 }  // namespace

@@ -47,6 +47,7 @@ bool Holds(const Claim& claim) {
   char comparison[3] = {};
   double bound = 0;
   if (std::sscanf(claim.Goal.c_str(), "%2[<>=] %lf", comparison, &bound) != 2) return false;
+  if (comparison[0] == '=') return claim.Ratio == bound;
   return comparison[0] == '<' ? claim.Ratio <= bound : claim.Ratio >= bound;
 }
 
@@ -71,9 +72,11 @@ Pair MeasurePairs(int pairs, const std::function<void()>& ours, const std::funct
     if (preparePeer) preparePeer();
     peerTimes.push_back(Seconds(peer));
   }
-  Pair result{Median(ourTimes), Median(peerTimes), 0};
-  const auto [fastest, slowest] = std::minmax_element(ourTimes.begin(), ourTimes.end());
-  result.Spread = (*slowest - *fastest) / result.Ours;
+  Pair result{.Ours = Median(ourTimes), .Peer = Median(peerTimes)};
+  std::sort(ourTimes.begin(), ourTimes.end());
+  const size_t quarter = ourTimes.size() / 4;
+  result.Spread = (ourTimes.back() - ourTimes.front()) / result.Ours;
+  result.HalfSpread = (ourTimes[ourTimes.size() - 1 - quarter] - ourTimes[quarter]) / result.Ours;
   return result;
 }
 

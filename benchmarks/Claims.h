@@ -13,7 +13,7 @@ struct Claim {
   std::string Text{};         ///< what is claimed, in words: "Sphere dab radius 32, add: dabs a second, ours / OpenVDB"
   double Ours = 0, Peer = 0;  ///< in the unit that Text names
   double Ratio = 0;           ///< the figure that is held against Goal
-  std::string Goal{};         ///< ">= 3", "<= 0.125": comparison and bound
+  std::string Goal{};         ///< ">= 3", "<= 0.125", "== 0": comparison and bound
   std::string Skipped{};      ///< why there is no figure (peer not installed, mesh absent); empty when measured
   std::string Note{};         ///< spread of the pairs, or what else the reader needs
 };
@@ -36,7 +36,8 @@ double Seconds(const std::function<void()>& work);
 /// Medians in seconds of at least five pairs, run in turn. `prepareX` runs before each timed call, untimed (may be empty).
 struct Pair {
   double Ours = 0, Peer = 0;
-  double Spread = 0;  ///< (slowest - fastest) / median of ours
+  double Spread = 0;      ///< (slowest - fastest) / median of ours
+  double HalfSpread = 0;  ///< the same of the middle half of ours
 };
 Pair MeasurePairs(int pairs, const std::function<void()>& ours, const std::function<void()>& peer,
                   const std::function<void()>& prepareOurs = {}, const std::function<void()>& preparePeer = {});

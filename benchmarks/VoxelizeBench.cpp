@@ -1,11 +1,8 @@
-// Mesh to volume: against OpenVDB 10's meshToVolume of the same mesh and voxel size, and how well the surface comes back.
-#include <algorithm>
-#include <cmath>
+// Mesh to volume, against OpenVDB 10's meshToVolume of the same mesh and voxel size.
 #include <cstdio>
 #include <memory>
 
 #include "Claims.h"
-#include "MC/SurfaceStats.h"
 #include "MC/VolumeObject.h"
 #include "ScanVolume.h"
 
@@ -16,7 +13,6 @@
 #endif
 
 using namespace bench;
-using comms::cVec3;
 
 namespace {
 
@@ -30,18 +26,6 @@ struct Input {
 constexpr Input Inputs[] = {{"koala.obj", "koala", 0, "<= 0.125"},
                             {"nefertiti_280k.ply", "nefertiti 280 k", 0, "<= 0.125"},
                             {"nefertiti_280k.ply", "nefertiti 4.5 M", 2, "<= 0.0834"}};
-
-double EnclosedVolume(const TriangleSoup& mesh) {
-  double volume = 0;
-  for (size_t i = 0; i < mesh.Triangles.size(); i += 3) {
-    double p[3][3];
-    for (size_t corner = 0; corner < 3; corner++)
-      for (size_t k = 0; k < 3; k++) p[corner][k] = mesh.Positions[size_t(mesh.Triangles[i + corner]) * 3 + k];
-    volume += p[0][0] * (p[1][1] * p[2][2] - p[1][2] * p[2][1]) + p[0][1] * (p[1][2] * p[2][0] - p[1][0] * p[2][2]) +
-              p[0][2] * (p[1][0] * p[2][1] - p[1][1] * p[2][0]);
-  }
-  return volume / 6;
-}
 
 #ifdef HAS_OPENVDB
 /// The mesh as the peer takes it, in the voxels of its grid.
@@ -89,26 +73,6 @@ void BenchTime(const TriangleSoup& mesh, const Input& input, int resolution, std
   claims.push_back(claim);
 }
 
-void BenchSurface(const TriangleSoup& mesh, const Input& input, std::vector<Claim>& claims) {
-  const std::unique_ptr<VolumeObject> volume = VoxelizeScan(mesh, LongestSide(mesh) / 256);
-  if (!volume) return;
-  volume->RefreshSurfaces();
-  const SurfaceStats stats = MeasureSurface(*volume);
-  Claim closed;
-  closed.Text = std::string("Surface of ") + input.Name + " at 256: boundary and non-manifold edges";
-  closed.Goal = "<= 0";
-  closed.Ours = closed.Ratio = double(stats.BoundaryEdges + stats.NonManifoldEdges);
-  closed.Note = "genus " + std::to_string(stats.Genus) + ", components " + std::to_string(stats.Components);
-  claims.push_back(closed);
-  Claim enclosed;
-  enclosed.Text = std::string("Volume of ") + input.Name + " at 256: relative error against the mesh";
-  enclosed.Goal = "<= 0.005";
-  enclosed.Ours = stats.Volume;
-  enclosed.Peer = EnclosedVolume(mesh);
-  enclosed.Ratio = std::fabs(enclosed.Ours / enclosed.Peer - 1);
-  claims.push_back(enclosed);
-}
-
 void BenchVoxelize(std::vector<Claim>& claims) {
 #ifdef HAS_OPENVDB
   openvdb::initialize();
@@ -125,7 +89,6 @@ void BenchVoxelize(std::vector<Claim>& claims) {
     }
     for (int i = 0; i < input.Subdivisions; i++) mesh = Subdivide(mesh);
     for (const int resolution : {256, 512}) BenchTime(mesh, input, resolution, claims);
-    if (input.Subdivisions == 0) BenchSurface(mesh, input, claims);
   }
 }
 
