@@ -26,15 +26,15 @@ constexpr float LetterDepth = -0.15f;   // ends behind the rim have no letter
 constexpr float FacingDepth = 0.9995f;  // within two degrees of the line of sight
 
 struct AxisEnd {
-  cVec3 Direction;
   uint32_t Theme::*Color;
   const char* Letter;
+  cVec3 Direction;
   bool Negative;
 };
 /// By StandardView: where the viewer of that view stands.
 constexpr AxisEnd Ends[] = {
-    {{0, 0, 1}, &Theme::AxisZ, "Z", false}, {{0, 0, -1}, &Theme::AxisZ, "−Z", true}, {{-1, 0, 0}, &Theme::AxisX, "−X", true},
-    {{1, 0, 0}, &Theme::AxisX, "X", false}, {{0, 1, 0}, &Theme::AxisY, "Y", false},  {{0, -1, 0}, &Theme::AxisY, "−Y", true},
+    {&Theme::AxisZ, "Z", {0, 0, 1}, false}, {&Theme::AxisZ, "−Z", {0, 0, -1}, true}, {&Theme::AxisX, "−X", {-1, 0, 0}, true},
+    {&Theme::AxisX, "X", {1, 0, 0}, false}, {&Theme::AxisY, "Y", {0, 1, 0}, false},  {&Theme::AxisY, "−Y", {0, -1, 0}, true},
 };
 constexpr std::array AllEnds{StandardView::Front, StandardView::Back, StandardView::Left,
                              StandardView::Right, StandardView::Top,  StandardView::Bottom};
