@@ -15,27 +15,20 @@
 
 namespace {
 
-/// Bytes that the allocator really spends on a block, its own word included.
-template <class T>
-size_t HeapCost(const Block<T>& block) {
-  // A block begins eight bytes before its elements.
-  return block.Data()
-             ? malloc_usable_size(const_cast<uint8_t*>(reinterpret_cast<const uint8_t*>(block.Data()) - 8)) + sizeof(size_t)
-             : 0;
+/// Bytes that the allocator really spends on the triangles of a cell, its own word included.
+size_t HeapCost(const CellMesh& mesh) {
+  // The allocation begins before the first vertex.
+  if (mesh.Empty()) return 0;
+  void* begin = const_cast<uint8_t*>(reinterpret_cast<const uint8_t*>(mesh.Vertices().Data()) - CellMesh::HeaderBytes);
+  return malloc_usable_size(begin) + sizeof(size_t);
 }
 
-// What a surface cell may spend, by the fields of its records. A cell record: five pointers, two 16-bit and two 8-bit numbers. A
-// surface record: four 16-bit numbers, six floats, eight blocks and an object at a pointer each. Pointers take eight bytes here
-// and a record ends at a multiple of that; with pointers of four bytes the two were 28 and 68. The figures are written out, so
-// that a record that grows is seen as one.
-constexpr size_t PointerBytes = 8;
-constexpr size_t ListedCell = 5 * PointerBytes + 2 * 2 + 2 * 1 + 2;  // 48, two bytes of padding
-constexpr size_t ListedSurface = 4 * 2 + 6 * 4 + 9 * PointerBytes;   // 104
-constexpr size_t ListedDensity = 9 * 9 * 9 * 2, ListedVertex = 28, ListedIndex = 2, TableEntry = 16, BlockOverhead = 16;
-constexpr size_t NarrowCell = 28, NarrowSurface = 68;
-static_assert(sizeof(void*) == PointerBytes && ListedCell == 48 && ListedSurface == 104);
+// What a surface cell may spend: the bare contents of its records with pointers of four bytes, a table entry, and two blocks with
+// a header each. The figures are written out, so that a record that grows is seen as one.
+constexpr size_t ListedCell = 28, ListedSurface = 68, ListedDensity = 9 * 9 * 9 * 2, ListedVertex = 28, ListedIndex = 2;
+constexpr size_t TableEntry = 16, BlockOverhead = 16;
 static_assert(sizeof(VoxelCell) <= 48, "the record of a cell grew");
-static_assert(sizeof(SurfaceData) <= 112, "the record of a surface grew");  // the count of the paint layers stands beside them
+static_assert(sizeof(SurfaceData) <= 56, "the record of a surface grew");
 
 bench::Claim MeasureSurfaceCells(const VolumeObject& volume, const std::string& name) {
   size_t surfaceCells = 0, blocks = 0, listedBlocks = 0;
@@ -43,8 +36,8 @@ bench::Claim MeasureSurfaceCells(const VolumeObject& volume, const std::string& 
     if (!cell.CrossesSurface() || !cell.Surface) return;
     const SurfaceData& s = *cell.Surface;
     surfaceCells++;
-    blocks += HeapCost(s.Vertices) + HeapCost(s.Indices);
-    listedBlocks += s.Vertices.Count() * ListedVertex + s.Indices.Count() * ListedIndex + 2 * BlockOverhead;
+    blocks += HeapCost(s.Mesh);
+    listedBlocks += s.Vertices().Count() * ListedVertex + s.Indices().Count() * ListedIndex + 2 * BlockOverhead;
   });
   const size_t records = volume.CellPool.BlockBytes() + volume.VoxelPool.BlockBytes() + volume.SurfacePool.BlockBytes();
   constexpr size_t listedRecords = ListedCell + ListedDensity + ListedSurface;
@@ -56,14 +49,13 @@ bench::Claim MeasureSurfaceCells(const VolumeObject& volume, const std::string& 
   claim.Peer = double(listedRecords + TableEntry) + double(listedBlocks) / double(surfaceCells);
   claim.Ratio = claim.Ours - claim.Peer;
   char note[400];
-  std::snprintf(
-      note, sizeof note,
-      "%zu surface cells; limit: cell 5*8+2*2+2*1+2 = %zu, surface 4*2+6*4+9*8 = %zu, samples %zu, table %zu, two blocks "
-      "with 16 each; above it: records %zd, table %.1f, blocks %.1f; sizes %zu + %zu, that is %zu above the %zu + %zu of "
-      "4-byte pointers",
-      surfaceCells, ListedCell, ListedSurface, ListedDensity, TableEntry, ptrdiff_t(records) - ptrdiff_t(listedRecords),
-      tableShare - TableEntry, (double(blocks) - double(listedBlocks)) / double(surfaceCells), sizeof(VoxelCell),
-      sizeof(SurfaceData), sizeof(VoxelCell) + sizeof(SurfaceData) - NarrowCell - NarrowSurface, NarrowCell, NarrowSurface);
+  std::snprintf(note, sizeof note,
+                "%zu surface cells; limit: cell %zu, surface %zu, samples %zu, table %zu, two blocks with %zu each; above it: "
+                "records %zd (ours %zu + %zu + %zu), table %.1f, blocks %.1f",
+                surfaceCells, ListedCell, ListedSurface, ListedDensity, TableEntry, BlockOverhead,
+                ptrdiff_t(records) - ptrdiff_t(listedRecords), volume.CellPool.BlockBytes(), volume.SurfacePool.BlockBytes(),
+                volume.VoxelPool.BlockBytes(), tableShare - TableEntry,
+                (double(blocks) - double(listedBlocks)) / double(surfaceCells));
   claim.Note = note;
   return claim;
 }
@@ -93,7 +85,7 @@ bool ApplyDabs(VolumeObject& volume, int mode) {
   std::vector<comms::cVec3> places;
   const std::vector<SurfaceCell> cells = CollectSurfaceCells(volume);
   for (size_t i = 0; i < cells.size(); i += cells.size() / 24 + 1) {
-    const VolumeVertex& v = cells[i].Surface->Vertices[0];
+    const VolumeVertex& v = cells[i].Surface->Vertices()[0];
     places.push_back({v.x, v.y, v.z});
   }
   ApplyReport report;

@@ -74,9 +74,14 @@ static int OpenTemporary(const std::string& folder, std::string& name) {
 
 WriterFile::~WriterFile() { Drop(); }
 
+static std::string DescribeError(int code) {
+  if (code == ENOSPC || code == EDQUOT) return "There is not enough disk";
+  return std::generic_category().message(code);
+}
+
 bool WriterFile::Fail(int error, const char* reason) {
   if (!Failed.exchange(true)) {
-    Reason = reason ? reason : std::generic_category().message(errno);
+    Reason = reason ? reason : DescribeError(errno);
     SetStreamError(StreamError(error), FinalName.empty() ? TempName : FinalName);
   }
   return false;

@@ -271,7 +271,7 @@ class Pass {
     for (size_t i = 0; i < count; i++) {
       VoxelCell* cell = m_Volume.FindCell(targets[i].Key);
       MORVANE_ASSERT(!cell || cell->Edge == CellEdge);
-      if (m_Rule == MergeRule::Min && cell) cell->Flags |= FrozenCell;
+      if (m_Options.Mode == ApplyIntersect && cell) cell->Flags |= FrozenCell;
       if (!HasBlock(cell) && IsSettled(m_Rule, cell ? cell->UniformValue : 0)) continue;
       m_Work.push_back({targets[i].Key, targets[i].Reached, cell, nullptr, 0, {}});
       const bool inPlace = HasBlock(cell) && cell->Backup && !m_Options.Compare;
@@ -348,7 +348,7 @@ class Pass {
       cell.UniformValue = cell.Density[0];
     }
     cell.Flags = uint8_t((cell.Flags & ~(HasOutside | HasInside | Unpacked | UniformKept | FillPending)) | Touched |
-                         SidesOf(work.Result) | (m_Rule == MergeRule::Min ? FrozenCell : 0));
+                         SidesOf(work.Result) | (m_Options.Mode == ApplyIntersect ? FrozenCell : 0));
     m_Volume.MarkCellChanged(key.x, key.y, key.z, false, false);
     ChangedCells++;
   }
@@ -361,14 +361,33 @@ class Pass {
   std::vector<uint16_t*> m_Spare;
 };
 
+void ReleaseFrozen(VolumeObject& volume) {
+  volume.ForEachCell([](const CellKey&, VoxelCell& cell) { cell.Flags &= uint8_t(~FrozenCell); });
+}
+
+// An airbrush leaves the reached cells what it doesn't take away. The samples that they share with a wiped one are wiped too.
+void WipeShared(VolumeObject& volume, const CellKey& wiped) {
+  for (int bit = 0; bit < 27; bit++) {
+    const CellKey step = NeighbourStep(bit), key = wiped + step;
+    VoxelCell* cell = volume.FindCell(key);
+    if (!cell || !cell->Has(FrozenCell) || (!cell->HasSamples() && !cell->UniformValue)) continue;
+    volume.GetCell(key.x, key.y, key.z, false, true, false);
+    cell->Expand(ExpandAllocate | ExpandFill, false);
+    const auto first = [](int to) { return to < 0 ? CellSize : 0; };
+    const auto last = [](int to) { return to > 0 ? 0 : CellSize; };
+    for (int z = first(step.z); z <= last(step.z); z++)
+      for (int y = first(step.y); y <= last(step.y); y++)
+        for (int x = first(step.x); x <= last(step.x); x++) cell->Density[SampleIndex(x, y, z)] = 0;
+    cell->Analyze(true, false);
+    volume.MarkCellChanged(key.x, key.y, key.z, false, false);
+  }
+}
+
 // After an intersection all that the operand did not reach is outside of it.
-int32_t WipeUnreached(VolumeObject& volume) {
+int32_t WipeUnreached(VolumeObject& volume, bool airbrush) {
   std::vector<CellKey> wiped;
   volume.ForEachCell([&](const CellKey& key, VoxelCell& cell) {
-    if (cell.Flags & FrozenCell)
-      cell.Flags &= uint8_t(~FrozenCell);
-    else if (cell.Density || cell.UniformValue || cell.Surface)
-      wiped.push_back(key);
+    if (!cell.Has(FrozenCell) && (cell.Density || cell.UniformValue || cell.Surface)) wiped.push_back(key);
   });
   for (const CellKey& key : wiped) {
     VoxelCell& cell = *volume.GetCell(key.x, key.y, key.z, false, true, false);
@@ -376,7 +395,9 @@ int32_t WipeUnreached(VolumeObject& volume) {
     cell.SetUniform(0, false);
     cell.Flags = HasOutside | HasInside | Touched;
     volume.MarkCellChanged(key.x, key.y, key.z, false, false);
+    if (airbrush) WipeShared(volume, key);
   }
+  ReleaseFrozen(volume);
   return int32_t(wiped.size());
 }
 
@@ -390,8 +411,8 @@ bool FindCellAt(float x, float y, float z, CellKey& cell) {
   return find(x, cell.x) && find(y, cell.y) && find(z, cell.z);
 }
 
-ApplyReport WalkAndMerge(VolumeObject& volume, const FieldEvaluator& field, const VolumeBox& bounds, const ApplyOptions& options,
-                         bool wipes) {
+ApplyReport WalkAndMerge(VolumeObject& volume, const FieldEvaluator& field, const VolumeBox& bounds,
+                         const ApplyOptions& options) {
   ApplyReport report;
   CellKey start, first, last;
   if (volume.SurfaceMode) return report;
@@ -415,7 +436,7 @@ ApplyReport WalkAndMerge(VolumeObject& volume, const FieldEvaluator& field, cons
   report.TargetCells = int32_t(walk.Targets.size());
   report.Capped = walk.Capped();
   report.ChangedCells = pass.ChangedCells;
-  if (wipes) report.ChangedCells += WipeUnreached(volume);
+  if (options.Mode == ApplyIntersect) report.ChangedCells += WipeUnreached(volume, options.Airbrush);
   return report;
 }
 
@@ -423,11 +444,10 @@ ApplyReport WalkAndMerge(VolumeObject& volume, const FieldEvaluator& field, cons
 
 ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, const VolumeBox& bounds,
                            const ApplyOptions& options) {
-  const bool wipes = MergeRuleOf(options.Mode, options.Airbrush) == MergeRule::Min;
   try {
-    return WalkAndMerge(volume, field, bounds, options, wipes);
+    return WalkAndMerge(volume, field, bounds, options);
   } catch (...) {
-    if (wipes) volume.ForEachCell([](const CellKey&, VoxelCell& cell) { cell.Flags &= uint8_t(~FrozenCell); });
+    if (options.Mode == ApplyIntersect) ReleaseFrozen(volume);
     throw;
   }
 }

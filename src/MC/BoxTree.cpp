@@ -20,7 +20,7 @@ void ABOcTree::Update(VolumeObject& volume) {
   if (m_RebuildAll) {
     m_RebuildAll = false;
     volume.ForEachCell([&](const CellKey& key, VoxelCell& cell) {
-      if (!cell.Surface || cell.Surface->Vertices.Empty()) return;
+      if (!cell.Surface || cell.Surface->Empty()) return;
       cell.Surface->UpdateBox();
       SetBox(0, key, cell.Surface->Box);
     });

@@ -41,9 +41,6 @@ inline float SmoothFalloff(float x) {
   return Clamp01((a * series + 1) * 0.5f);
 }
 
-/// Crease term 0.75 exp(-50 x) for x up to 0.2, 0 above.
-inline float CreaseFalloff(float x) { return x <= 0.2f ? 0.75f * std::exp(-50 * x) : 0; }
-
 /// Quadratic ball: 0.5 + (1 - |p - c|^2 / r^2) / (2 K) with K = ramp / r.
 class SphereField {
  public:

@@ -335,8 +335,7 @@ VoxelCell* VolumeObject::PolygonizeCell(int32_t x, int32_t y, int32_t z) {
   if (m_IdsCurrent.load(std::memory_order_relaxed)) m_IdsCurrent.store(false, std::memory_order_relaxed);
   if (!cell->CrossesSurface() || !cell->HasSamples()) {
     if (SurfaceData* surface = cell->Surface) {
-      surface->Indices.Free();
-      surface->Vertices.Free();
+      surface->Mesh.Free();
       surface->VertexIds.Free();
       surface->Box = {};
     }
@@ -355,8 +354,7 @@ VoxelCell* VolumeObject::PolygonizeCell(int32_t x, int32_t y, int32_t z) {
 
   AllocateSurface(*cell);
   SurfaceData& surface = *cell->Surface;
-  surface.Indices.Assign(work.Indices, counts.Indices);
-  surface.Vertices.Assign(work.Finished, counts.Vertices);
+  surface.Mesh.Assign({work.Finished, counts.Vertices}, {work.Indices, counts.Indices});
   surface.VertexIds.Free();
   surface.UpdateBox();
   return cell;

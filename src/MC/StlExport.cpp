@@ -29,7 +29,7 @@ std::vector<Piece> CollectPieces(const std::vector<const VolumeObject*>& volumes
   for (const VolumeObject* volume : volumes)
     for (const SurfaceCell& cell : CollectSurfaceCells(*volume)) {
       pieces.push_back({volume, cell.Surface, 0});
-      triangles += cell.Surface->Indices.Count() / 3;
+      triangles += cell.Surface->Indices().Count() / 3;
     }
   return pieces;
 }
@@ -43,8 +43,8 @@ void FormatPiece(const Piece& piece, const StlOptions& options, uint8_t* to) {
     to += sizeof turned;
   };
   const VolumeObject& volume = *piece.Volume;
-  const Block<VolumeVertex>& vertices = piece.Surface->Vertices;
-  const Block<uint16_t>& indices = piece.Surface->Indices;
+  const BlockView<const VolumeVertex> vertices = piece.Surface->Vertices();
+  const BlockView<const uint16_t> indices = piece.Surface->Indices();
   for (uint32_t i = 0; i + 2 < indices.Count(); i += 3) {
     const VolumeVertex* corners[3] = {&vertices[indices[i]], &vertices[indices[i + 1]], &vertices[indices[i + 2]]};
     cVec3 normal;  // those of the vertices point into the solid
@@ -63,7 +63,7 @@ size_t WriteBatch(comms::SafeFileWriter& file, std::vector<Piece>& pieces, size_
   size_t end = first, triangles = 0;
   for (; end < pieces.size() && triangles < BatchTriangles; end++) {
     pieces[end].FirstTriangle = triangles;
-    triangles += pieces[end].Surface->Indices.Count() / 3;
+    triangles += pieces[end].Surface->Indices().Count() / 3;
   }
   bytes.resize(triangles * TriangleBytes);
   tbb::parallel_for(tbb::blocked_range<size_t>(first, end, 32), [&](const tbb::blocked_range<size_t>& range) {

@@ -23,14 +23,10 @@ void StrokeCells::Free() {
 
 /// The triangles that a cell had when the stroke began go to its backup, as the backup's own.
 void VolumeObject::MoveSavedSurface(VoxelCell& cell) {
-  SurfaceData& surface = *cell.Surface;
-  if (!cell.Backup->SurfaceWasStale && !surface.SavedIndices.Empty()) {
-    AllocateSurface(*cell.Backup);
-    cell.Backup->Surface->Vertices = std::move(surface.SavedVertices);
-    cell.Backup->Surface->Indices = std::move(surface.SavedIndices);
-  }
-  surface.SavedVertices.Free();
-  surface.SavedIndices.Free();
+  CellMesh saved = cell.Surface->TakeSaved();
+  if (cell.Backup->SurfaceWasStale || saved.Empty()) return;
+  AllocateSurface(*cell.Backup);
+  cell.Backup->Surface->Mesh = std::move(saved);
 }
 
 StrokeCells VolumeObject::TakeStroke() {
@@ -85,20 +81,17 @@ bool VolumeObject::RestoreCell(const CellKey& key, VoxelCell& cell) {
   if (!cell.Backup) return false;
   VoxelCell& backup = *cell.Backup;
   SurfaceData* surface = cell.Surface;
-  const bool wasSaved = surface && !backup.SurfaceWasStale && !surface->SavedIndices.Empty();
-  const bool hadTriangles = wasSaved || (backup.Surface && !backup.Surface->Indices.Empty());
+  const bool wasSaved = surface && !backup.SurfaceWasStale && !surface->Saved().Empty();
+  const bool hadTriangles = wasSaved || (backup.Surface && !backup.Surface->Empty());
   MarkOrNote(key, hadTriangles);
   // The record of the present surface becomes the old one's where that has none: a new one might find no memory.
   if (wasSaved) {
     if (!backup.Surface) {
       std::swap(cell.Surface, backup.Surface);
       surface->VertexIds.Free();
-      surface->ColorLayers.Free();
+      surface->FreeColorLayers();
     }
-    backup.Surface->Vertices = std::move(surface->SavedVertices);
-    backup.Surface->Indices = std::move(surface->SavedIndices);
-    surface->SavedVertices.Free();
-    surface->SavedIndices.Free();
+    backup.Surface->Mesh = surface->TakeSaved();
   }
   cell.Backup = nullptr;
   const bool missing = backup.WasMissing;
@@ -144,10 +137,7 @@ void VolumeObject::ExchangeCells(StrokeCells& cells) {
     VoxelCell* present = FindCell(key);
     // Triangles that wait for a refresh are of no use to whoever brings the cell back.
     const int32_t* dirty = DirtyCells.Find(key);
-    if (present && present->Surface && dirty && *dirty == DirtyPolygonize) {
-      present->Surface->Vertices.Free();
-      present->Surface->Indices.Free();
-    }
+    if (present && present->Surface && dirty && *dirty == DirtyPolygonize) present->Surface->Mesh.Free();
     if (present && entry.Cell) {
       // The record in the table stays, and with it the stamp that drawing compares and what outlives a stroke.
       std::swap(*present, *entry.Cell);
@@ -158,7 +148,7 @@ void VolumeObject::ExchangeCells(StrokeCells& cells) {
       if (entry.Cell) Cells.Insert(key, entry.Cell);
       std::swap(entry.Cell, present);
     }
-    const bool hasTriangles = present && present->Surface && !present->Surface->Indices.Empty();
+    const bool hasTriangles = present && present->Surface && !present->Surface->Empty();
     MarkOrNote(key, hasTriangles);
   }
   m_IdsCurrent = false;

@@ -7,11 +7,11 @@ namespace {
 /// visit(from, to, triangle, corner) for every side of a cell's triangles.
 template <class Visit>
 void ForEachSide(const SurfaceData& surface, Visit&& visit) {
-  const uint32_t triangles = surface.Indices.Count() / 3;
+  const BlockView<const uint16_t> indices = surface.Indices();
+  const uint32_t triangles = indices.Count() / 3;
   for (uint32_t t = 0; t < triangles; t++) {
     uint32_t ids[3];
-    for (uint32_t corner = 0; corner < 3; corner++)
-      ids[corner] = surface.VertexIds[surface.Indices[3 * t + corner]] & ~SharedVertexBit;
+    for (uint32_t corner = 0; corner < 3; corner++) ids[corner] = surface.VertexIds[indices[3 * t + corner]] & ~SharedVertexBit;
     for (uint32_t corner = 0; corner < 3; corner++) visit(ids[corner], ids[(corner + 1) % 3], t, corner);
   }
 }
@@ -25,7 +25,7 @@ SurfaceEdges::SurfaceEdges(VolumeObject& volume) {
   m_First.assign(size_t(vertices) + 1, 0);
   uint64_t total = 0;
   for (const SurfaceCell& cell : m_Cells) {
-    total += cell.Surface->Indices.Count();
+    total += cell.Surface->Indices().Count();
     ForEachSide(*cell.Surface, [&](uint32_t from, uint32_t, uint32_t, uint32_t) { m_First[from + 1]++; });
   }
   MORVANE_ASSERT(total <= UINT32_MAX);

@@ -51,9 +51,10 @@ void WriteVertices(const Part& part, cRawMesh& mesh) {
   std::vector<uint32_t> owned(part.Cells.size());
   tbb::parallel_for(size_t(0), part.Cells.size(), [&](size_t i) {
     const SurfaceData& surface = *part.Cells[i].Surface;
-    for (uint32_t v = 0; v < surface.Vertices.Count(); v++)
-      if (IsOwnedVertex(surface.Vertices[v])) {
-        writer.Write(surface.Vertices[v], surface.VertexIds[v]);
+    const BlockView<const VolumeVertex> vertices = surface.Vertices();
+    for (uint32_t v = 0; v < vertices.Count(); v++)
+      if (IsOwnedVertex(vertices[v])) {
+        writer.Write(vertices[v], surface.VertexIds[v]);
         owned[i]++;
       }
   });
@@ -62,9 +63,9 @@ void WriteVertices(const Part& part, cRawMesh& mesh) {
   if (written == part.Vertices) return;
   // Vertices whose owner is missing have ids above all others; any of their copies will do.
   for (const SurfaceCell& cell : part.Cells)
-    for (uint32_t v = 0; v < cell.Surface->Vertices.Count(); v++)
+    for (uint32_t v = 0; v < cell.Surface->Vertices().Count(); v++)
       if ((cell.Surface->VertexIds[v] & ~SharedVertexBit) >= written)
-        writer.Write(cell.Surface->Vertices[v], cell.Surface->VertexIds[v]);
+        writer.Write(cell.Surface->Vertices()[v], cell.Surface->VertexIds[v]);
 }
 
 void WriteTriangles(const Part& part, cRawMesh& mesh) {
@@ -72,11 +73,12 @@ void WriteTriangles(const Part& part, cRawMesh& mesh) {
   tbb::parallel_for(size_t(0), part.Cells.size(), [&](size_t i) {
     const SurfaceData& surface = *part.Cells[i].Surface;
     cRawPolyRec* out = mesh.Polygons.data() + part.FirstRecord[i];
+    const BlockView<const uint16_t> indices = surface.Indices();
     auto corner = [&](uint32_t index) {
-      const int32_t vertex = int32_t(part.FirstVertex + (surface.VertexIds[surface.Indices[index]] & ~SharedVertexBit));
+      const int32_t vertex = int32_t(part.FirstVertex + (surface.VertexIds[indices[index]] & ~SharedVertexBit));
       return cRawPolyRec{{vertex, -1, vertex}};
     };
-    for (uint32_t t = 0; t + 2 < surface.Indices.Count(); t += 3) {
+    for (uint32_t t = 0; t + 2 < indices.Count(); t += 3) {
       *out++ = {{3, 0, part.Object}};
       *out++ = corner(t);
       *out++ = corner(mirrored ? t + 2 : t + 1);
@@ -96,7 +98,7 @@ std::unique_ptr<cRawMesh> ExtractSurface(const std::vector<VolumeObject*>& volum
     part.Cells = CollectSurfaceCells(*volume);
     for (const SurfaceCell& cell : part.Cells) {
       part.FirstRecord.push_back(records);
-      records += size_t(cell.Surface->Indices.Count()) / 3 * 4;
+      records += size_t(cell.Surface->Indices().Count()) / 3 * 4;
     }
     vertices += part.Vertices;
     comms::cRawObject object;

@@ -89,15 +89,17 @@ struct CellSums {
 
 CellSums MeasureCell(const VolumeObject& volume, const SurfaceData& surface, const cVec3& origin) {
   CellSums sums;
-  std::vector<cVec3> world(surface.Vertices.Count());
-  for (uint32_t i = 0; i < surface.Vertices.Count(); i++) {
-    const VolumeVertex& v = surface.Vertices[i];
+  const BlockView<const VolumeVertex> vertices = surface.Vertices();
+  const BlockView<const uint16_t> indices = surface.Indices();
+  std::vector<cVec3> world(vertices.Count());
+  for (uint32_t i = 0; i < vertices.Count(); i++) {
+    const VolumeVertex& v = vertices[i];
     const cVec3 p = world[i] = volume.VolumeToWorld({v.x, v.y, v.z});
     sums.Min = {std::min(sums.Min.x, p.x), std::min(sums.Min.y, p.y), std::min(sums.Min.z, p.z)};
     sums.Max = {std::max(sums.Max.x, p.x), std::max(sums.Max.y, p.y), std::max(sums.Max.z, p.z)};
   }
-  for (uint32_t i = 0; i + 2 < surface.Indices.Count(); i += 3) {
-    const cVec3 &a = world[surface.Indices[i]], &b = world[surface.Indices[i + 1]], &c = world[surface.Indices[i + 2]];
+  for (uint32_t i = 0; i + 2 < indices.Count(); i += 3) {
+    const cVec3 &a = world[indices[i]], &b = world[indices[i + 1]], &c = world[indices[i + 2]];
     const D3 normal = Cross(Difference(b, a), Difference(c, a));
     sums.Area2 += std::sqrt(Dot(normal, normal));
     sums.Volume6 += Dot(Difference(a, origin), normal);
@@ -108,7 +110,7 @@ CellSums MeasureCell(const VolumeObject& volume, const SurfaceData& surface, con
 void AddSums(SurfaceStats& stats, const VolumeObject& volume, const std::vector<SurfaceCell>& cells) {
   if (cells.empty()) return;
   // Tetrahedra about a point of the surface, so that a volume far from the origin loses no digits.
-  const VolumeVertex& v = cells.front().Surface->Vertices[0];
+  const VolumeVertex& v = cells.front().Surface->Vertices()[0];
   const cVec3 origin = volume.VolumeToWorld({v.x, v.y, v.z});
   std::vector<CellSums> sums(cells.size());
   tbb::parallel_for(size_t(0), cells.size(), [&](size_t i) { sums[i] = MeasureCell(volume, *cells[i].Surface, origin); });
@@ -133,7 +135,7 @@ SurfaceStats MeasureSurface(VolumeObject& volume) {
   const SurfaceEdges edges(volume);
   stats.SurfaceCells = edges.Cells().size();
   stats.Vertices = edges.VertexCount();
-  for (const SurfaceCell& cell : edges.Cells()) stats.Triangles += cell.Surface->Indices.Count() / 3;
+  for (const SurfaceCell& cell : edges.Cells()) stats.Triangles += cell.Surface->Indices().Count() / 3;
   AddSums(stats, volume, edges.Cells());
   const EdgeCounts counts = CountEdges(edges);
   stats.BoundaryEdges = counts.Boundary;

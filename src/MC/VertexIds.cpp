@@ -20,9 +20,10 @@ constexpr uint32_t Unset = ~0u;
 
 /// Numbers the vertices that a cell owns from `first` on.
 void NumberOwned(SurfaceData& surface, uint32_t first) {
-  surface.VertexIds.Resize(surface.Vertices.Count());
-  for (uint32_t i = 0; i < surface.Vertices.Count(); i++) {
-    const VolumeVertex& v = surface.Vertices[i];
+  const BlockView<const VolumeVertex> vertices = surface.Vertices();
+  surface.VertexIds.Resize(vertices.Count());
+  for (uint32_t i = 0; i < vertices.Count(); i++) {
+    const VolumeVertex& v = vertices[i];
     if (!IsOwnedVertex(v))
       surface.VertexIds[i] = Unset;
     else
@@ -35,8 +36,9 @@ bool TakeFromNeighbours(const VolumeObject& volume, const SurfaceCell& cell, Cel
   // Entries left by other cells are harmless: each is checked against the vertex that it leads to.
   thread_local std::array<uint16_t, FarAxes.size()> vertexOf{};
   SurfaceData& surface = *cell.Surface;
+  const BlockView<const VolumeVertex> vertices = surface.Vertices();
   uint8_t needed = 0;
-  for (const VolumeVertex& v : surface.Vertices)
+  for (const VolumeVertex& v : vertices)
     if (v.EdgeKey != InteriorEdge) needed |= uint8_t(1 << FarAxes[v.EdgeKey]);
   bool complete = true;
   for (int far = 1; far < 8; far++) {
@@ -44,15 +46,16 @@ bool TakeFromNeighbours(const VolumeObject& volume, const SurfaceCell& cell, Cel
     const VoxelCell* neighbour =
         volume.Cells.Find({cell.Key.x + (far & 1), cell.Key.y + (far >> 1 & 1), cell.Key.z + (far >> 2)}, cursor);
     const SurfaceData* owner = neighbour && !neighbour->Has(ShadowCell) ? neighbour->Surface : nullptr;
-    const uint32_t ownerCount = owner ? owner->Vertices.Count() : 0;
-    for (uint32_t i = 0; i < ownerCount; i++)
-      if (owner->Vertices[i].EdgeKey != InteriorEdge) vertexOf[owner->Vertices[i].EdgeKey] = uint16_t(i);
+    BlockView<const VolumeVertex> owned;
+    if (owner) owned = owner->Vertices();
+    for (uint32_t i = 0; i < owned.Count(); i++)
+      if (owned[i].EdgeKey != InteriorEdge) vertexOf[owned[i].EdgeKey] = uint16_t(i);
     const int shift = 8 * ((far & 1) + 9 * (far >> 1 & 1) + 81 * (far >> 2));
-    for (uint32_t i = 0; i < surface.Vertices.Count(); i++) {
-      const uint16_t key = surface.Vertices[i].EdgeKey;
+    for (uint32_t i = 0; i < vertices.Count(); i++) {
+      const uint16_t key = vertices[i].EdgeKey;
       if (key == InteriorEdge || FarAxes[key] != far) continue;
       const uint16_t near = uint16_t(key - shift), found = vertexOf[near];
-      if (found < ownerCount && owner->Vertices[found].EdgeKey == near)
+      if (found < owned.Count() && owned[found].EdgeKey == near)
         surface.VertexIds[i] = owner->VertexIds[found];
       else
         complete = false;
@@ -63,9 +66,10 @@ bool TakeFromNeighbours(const VolumeObject& volume, const SurfaceCell& cell, Cel
 
 /// Where the owner is missing the copies that there are still weld, by their place in the volume.
 void WeldOrphans(const SurfaceCell& cell, CoordHash<std::array<uint32_t, 3>>& orphans, uint32_t& nextId) {
-  for (uint32_t i = 0; i < cell.Surface->Vertices.Count(); i++) {
+  const BlockView<const VolumeVertex> vertices = cell.Surface->Vertices();
+  for (uint32_t i = 0; i < vertices.Count(); i++) {
     if (cell.Surface->VertexIds[i] != Unset) continue;
-    const int key = cell.Surface->Vertices[i].EdgeKey;
+    const int key = vertices[i].EdgeKey;
     bool added = false;
     auto& ids =
         orphans.FindOrAdd(CellKey{key % 9 + 8 * cell.Key.x, key / 9 % 9 + 8 * cell.Key.y, key / 81 % 9 + 8 * cell.Key.z}, &added);
@@ -83,7 +87,7 @@ uint32_t VolumeObject::AssignVertexIds() {
   const std::vector<SurfaceCell> cells = CollectSurfaceCells(*this);
   std::vector<uint32_t> first(cells.size());
   tbb::parallel_for(size_t(0), cells.size(), [&](size_t i) {
-    const Block<VolumeVertex>& vertices = cells[i].Surface->Vertices;
+    const BlockView<const VolumeVertex> vertices = cells[i].Surface->Vertices();
     first[i] = uint32_t(std::count_if(vertices.begin(), vertices.end(), IsOwnedVertex));
   });
   uint64_t next = 0;

@@ -58,10 +58,7 @@ void VolumeObject::MakeBackup(const CellKey& key, VoxelCell& source, bool wasMis
     if (StrokeCellKeys.size() < MaxStrokeKeys) StrokeCellKeys.push_back(key);
   } catch (...) {
     FreeCell(copy);
-    if (SurfaceData* surface = source.Surface) {
-      surface->SavedVertices.Free();
-      surface->SavedIndices.Free();
-    }
+    if (source.Surface) source.Surface->TakeSaved();
     throw;
   }
   source.Backup = copy;
@@ -70,14 +67,13 @@ void VolumeObject::MakeBackup(const CellKey& key, VoxelCell& source, bool wasMis
 
 void VolumeObject::FillBackup(const CellKey& key, VoxelCell& source, VoxelCell& copy, bool lock) {
   if (SurfaceData* surface = source.Surface) {
-    if (surface->SavedVertices.Empty()) surface->SavedVertices.Assign(surface->Vertices);
-    if (surface->SavedIndices.Empty()) surface->SavedIndices.Assign(surface->Indices);
+    if (surface->Saved().Empty() && !surface->Empty()) surface->NeedExtras().Saved.Assign(surface->Mesh);
     const int32_t* dirty = DirtyCells.Find(key);
     copy.SurfaceWasStale = dirty && *dirty == DirtyPolygonize;
-    if (!surface->VertexIds.Empty() || surface->ColorLayers.Count()) {
+    if (!surface->VertexIds.Empty() || surface->ColorLayers().Count()) {
       AllocateSurface(copy);
       copy.Surface->VertexIds.Assign(surface->VertexIds);
-      copy.Surface->ColorLayers.Assign(surface->ColorLayers);
+      if (surface->ColorLayers().Count()) copy.Surface->NeedExtras().ColorLayers.Assign(surface->ColorLayers());
     }
   }
   copy.Edge = source.Edge;
@@ -118,7 +114,7 @@ void VolumeObject::FreeCell(VoxelCell* cell) {
 void VolumeObject::DeleteCell(const CellKey& key) {
   VoxelCell* cell = Cells.Remove(key);
   if (!cell) return;
-  if (cell->Surface && !cell->Surface->Vertices.Empty()) m_IdsCurrent = false;
+  if (cell->Surface && !cell->Surface->Empty()) m_IdsCurrent = false;
   FreeCell(cell);
 }
 

@@ -148,14 +148,14 @@ std::unique_ptr<BaseMesh> VolumeObject::BuildGroupMesh(int32_t gx, int32_t gy, i
   ForEachDrawnCell(Cells, gx, gy, gz, [&](const VoxelCell& cell) {
     box.Add(cell.Surface->Box);
     Merge(rect, cell.Surface->ScreenRect);
-    vertexTotal += cell.Surface->Vertices.Count();
-    indexTotal += cell.Surface->Indices.Count();
+    vertexTotal += cell.Surface->Vertices().Count();
+    indexTotal += cell.Surface->Indices().Count();
   });
   if (vertexTotal == 0 || indexTotal == 0) return nullptr;
   auto mesh = std::make_unique<BaseMesh>(vertexTotal, indexTotal, CellVertexLayout());
   ForEachDrawnCell(Cells, gx, gy, gz, [&](const VoxelCell& cell) {
     const SurfaceData& surface = *cell.Surface;
-    mesh->Append(surface.Vertices.Data(), surface.Vertices.Count(), surface.Indices.Data(), surface.Indices.Count());
+    mesh->Append(surface.Vertices().Data(), surface.Vertices().Count(), surface.Indices().Data(), surface.Indices().Count());
   });
   mesh->Finish();
   return mesh;

@@ -67,16 +67,47 @@ size_t ColorLayerList::HeapBytes() const {
   return bytes;
 }
 
+const SurfaceExtras& SurfaceData::Extras() const {
+  static const SurfaceExtras none;
+  return m_Extras ? *m_Extras : none;
+}
+
+SurfaceExtras& SurfaceData::NeedExtras() {
+  if (!m_Extras) m_Extras = std::make_unique<SurfaceExtras>();
+  return *m_Extras;
+}
+
+void SurfaceData::DropEmptyExtras() {
+  const SurfaceExtras& e = Extras();
+  if (e.Saved.Empty() && e.ExtraVertices.Empty() && e.Auxiliary.Empty() && !e.ColorLayers.Count() && !e.Attachment)
+    m_Extras.reset();
+}
+
+CellMesh SurfaceData::TakeSaved() {
+  if (!m_Extras) return {};
+  CellMesh saved = std::move(m_Extras->Saved);
+  DropEmptyExtras();
+  return saved;
+}
+
+void SurfaceData::FreeColorLayers() {
+  if (!m_Extras) return;
+  m_Extras->ColorLayers.Free();
+  DropEmptyExtras();
+}
+
 void SurfaceData::UpdateBox() {
   Box = {};
-  if (Vertices.Empty()) return;
-  Box.Add(Vertices[0].x, Vertices[0].y, Vertices[0].z);
-  for (const VolumeVertex& v : Vertices) Extend(Box, {v.x, v.y, v.z, v.x, v.y, v.z});
+  const BlockView<const VolumeVertex> vertices = std::as_const(Mesh).Vertices();
+  if (vertices.Empty()) return;
+  Box.Add(vertices[0].x, vertices[0].y, vertices[0].z);
+  for (const VolumeVertex& v : vertices) Extend(Box, {v.x, v.y, v.z, v.x, v.y, v.z});
 }
 
 size_t SurfaceData::OtherHeapBytes() const {
-  return SavedVertices.HeapBytes() + SavedIndices.HeapBytes() + ExtraVertices.HeapBytes() + Auxiliary.HeapBytes() +
-         VertexIds.HeapBytes() + ColorLayers.HeapBytes();
+  const SurfaceExtras& e = Extras();
+  return (m_Extras ? sizeof(SurfaceExtras) : 0) + e.Saved.HeapBytes() + e.ExtraVertices.HeapBytes() + e.Auxiliary.HeapBytes() +
+         VertexIds.HeapBytes() + e.ColorLayers.HeapBytes();
 }
 
 void VoxelCell::Expand(int mode, bool lock) {

@@ -1,9 +1,11 @@
 #pragma once
 // The records of one 8 x 8 x 8 cell of a volume: its density samples and its polygonal surface.
 #include <cstdint>
+#include <memory>
 
 #include "MC/Block.h"
 #include "MC/CellKey.h"
+#include "MC/CellMesh.h"
 
 class VolumeObject;
 
@@ -14,15 +16,6 @@ inline constexpr uint16_t SurfaceLevel = 32768;                     // at least 
 /// Index of a sample in a density block; x, y, z in 0 .. 8.
 inline constexpr int SampleIndex(int x, int y, int z) { return (z * CellEdge + y) * CellEdge + x; }
 
-/// Vertex of a cell's mesh. Position in voxels of volume space; the normal is the density gradient and points into the solid.
-struct VolumeVertex {
-  float x, y, z;
-  float nx, ny, nz;
-  uint16_t EdgeKey;  ///< 65535 inside the cell, else x + 9 y + 81 z + 729 axis of the grid edge on the cell's boundary
-  uint16_t Pass;     ///< free for passes
-};
-static_assert(sizeof(VolumeVertex) == 28);
-inline constexpr uint16_t InteriorEdge = 65535;
 inline constexpr uint32_t SharedVertexBit = 0x80000000;  ///< in VertexIds: a vertex on a cell's boundary
 
 /// Axis-aligned box in volume space. The empty box is inverted: min 100000, max -100000; adding it changes nothing.
@@ -71,24 +64,48 @@ class SurfaceAttachment {
   virtual ~SurfaceAttachment() = default;
 };
 
-/// Polygonal data of a cell that crosses the surface. Lives in SurfacePool of its volume.
+/// What a surface has only during a stroke, or only where something was painted or hung on it.
+struct SurfaceExtras {
+  CellMesh Saved;  ///< the mesh at the start of the stroke
+  Block<VolumeVertex> ExtraVertices;
+  Block<uint32_t> Auxiliary;
+  ColorLayerList ColorLayers;
+  std::unique_ptr<SurfaceAttachment> Attachment;
+};
+
+/// Polygonal data of a cell that crosses the surface. Lives in SurfacePool of its volume. Most surfaces are at rest and bare, so
+/// the rest of the record stands apart and costs a pointer where there is none.
 struct SurfaceData {
   ::ScreenRect ScreenRect;
   VolumeBox Box;
-  Block<VolumeVertex> Vertices;
-  Block<VolumeVertex> SavedVertices;  ///< Vertices at the start of the stroke
-  Block<uint16_t> SavedIndices;
-  Block<VolumeVertex> ExtraVertices;
-  Block<uint16_t> Indices;
-  Block<uint32_t> Auxiliary;
+  CellMesh Mesh;
   Block<uint32_t> VertexIds;  ///< one global id a vertex, see VolumeObject::AssignVertexIds
-  ColorLayerList ColorLayers;
-  SurfaceAttachment* Attachment = nullptr;
-  ~SurfaceData() { delete Attachment; }
-  /// Sets Box to the extent of Vertices; inverted when there are none.
+
+  BlockView<VolumeVertex> Vertices() { return Mesh.Vertices(); }
+  BlockView<const VolumeVertex> Vertices() const { return std::as_const(Mesh).Vertices(); }
+  BlockView<uint16_t> Indices() { return Mesh.Indices(); }
+  BlockView<const uint16_t> Indices() const { return std::as_const(Mesh).Indices(); }
+  bool Empty() const { return Mesh.Empty(); }
+
+  /// Vertices and indices at the start of the stroke; empty between strokes.
+  const CellMesh& Saved() const { return Extras().Saved; }
+  const ColorLayerList& ColorLayers() const { return Extras().ColorLayers; }
+  /// To read; what nobody asked for is empty.
+  const SurfaceExtras& Extras() const;
+  /// To write; makes the record. std::bad_alloc leaves the surface as it was.
+  SurfaceExtras& NeedExtras();
+  /// Hands out the mesh at the start of the stroke and has none after.
+  CellMesh TakeSaved();
+  void FreeColorLayers();
+
+  /// Sets Box to the extent of the vertices; inverted when there are none.
   void UpdateBox();
-  /// Heap bytes of all blocks but Vertices and Indices.
+  /// Heap bytes of all but Mesh.
   size_t OtherHeapBytes() const;
+
+ private:
+  void DropEmptyExtras();
+  std::unique_ptr<SurfaceExtras> m_Extras;
 };
 
 enum CellFlag : uint8_t {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "MC/Dabs.h"
 #include "MC/VolumeChecks.h"
 
@@ -14,8 +16,8 @@ struct Merge {
   int Mode;
   bool Airbrush;
 };
-constexpr Merge AllMerges[] = {{ApplyAdd, false},     {ApplySubtract, false}, {ApplyAdd, true},
-                               {ApplySubtract, true}, {ApplyIntersect, true}, {ApplyIntersect, false}};
+constexpr Merge AllMerges[] = {
+    {ApplyAdd, false}, {ApplySubtract, false}, {ApplyAdd, true}, {ApplySubtract, true}, {ApplyIntersect, false}};
 
 VolumeBox BoxAt(const cVec3& c) { return {c.x - 1, c.y - 1, c.z - 1, c.x + 1, c.y + 1, c.z + 1}; }
 
@@ -77,6 +79,36 @@ TEST(ApplyField, EqualsAPlainLoopForEveryFieldAndRule) {
     EXPECT_EQ(FindDifference(volume, plain), "");
     ExpectSound(volume);
   }
+}
+
+// It takes away where it reaches, and all that it does not reach goes too: of a ball the cells about the dab stay, with a hole.
+TEST(ApplyField, AnAirbrushedIntersectionWipesWhatItDoesNotReach) {
+  const cVec3 center{10.3f, 0.4f, -0.7f};
+  VolumeObject volume, plain;
+  for (VolumeObject* each : {&volume, &plain}) ApplySphereDab(*each, {}, 30, {});
+  volume.EndStroke(false);
+  const auto before = DumpSamples(volume);
+  const SphereField field(center, 9, 4);
+  ApplyPlainly(plain, field, ApplySubtract, true);
+  const auto forEachSample = [](const CellKey& key, const auto& visit) {
+    for (int i = 0; i < CellSamples; i++) visit(i, key.x * 8 + i % 9, key.y * 8 + i / 9 % 9, key.z * 8 + i / 81);
+  };
+  std::vector<bool> wiped(81 * 81 * 81);  // by place, of the 10 x 10 x 10 cells that the plain volume has
+  const auto at = [](int x, int y, int z) { return size_t(((z + 40) * 81 + y + 40) * 81 + x + 40); };
+  plain.ForEachCell([&](const CellKey& key, const VoxelCell&) {
+    bool reached = false;
+    forEachSample(key, [&](int, int x, int y, int z) { reached |= field(float(x), float(y), float(z)) * 65535 >= 1; });
+    if (!reached) forEachSample(key, [&](int, int x, int y, int z) { wiped[at(x, y, z)] = true; });
+  });
+  plain.ForEachCell([&](const CellKey& key, VoxelCell& cell) {
+    forEachSample(key, [&](int i, int x, int y, int z) { cell.Density[i] *= !wiped[at(x, y, z)]; });
+  });
+
+  ApplySphereDab(volume, center, 9, {ApplyIntersect, true});
+  EXPECT_EQ(FindDifference(volume, plain), "");
+  ExpectSound(volume);
+  volume.EndStroke(true);
+  EXPECT_TRUE(DumpSamples(volume) == before);
 }
 
 TEST(ApplyField, WhatChangesNothingLeavesNoTrace) {

@@ -21,8 +21,8 @@ void ExpectOneVertexOnEveryCrossedEdge(const VolumeObject& volume) {
   volume.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
     if (!cell.Density) return;
     std::map<int, VolumeVertex> vertexOf;
-    for (uint32_t i = 0; cell.Surface && i < cell.Surface->Vertices.Count(); i++)
-      ASSERT_TRUE(vertexOf.emplace(EdgeOf(cell.Surface->Vertices[i], key), cell.Surface->Vertices[i]).second);
+    for (uint32_t i = 0; cell.Surface && i < cell.Surface->Vertices().Count(); i++)
+      ASSERT_TRUE(vertexOf.emplace(EdgeOf(cell.Surface->Vertices()[i], key), cell.Surface->Vertices()[i]).second);
     size_t crossed = 0;
     for (int edge = 0; edge < 3 * CellSamples; edge++) {
       const int axis = edge / CellSamples, from = edge % CellSamples, local[3] = {from % 9, from / 9 % 9, from / 81};
@@ -66,9 +66,9 @@ TEST(Polygonise, FarCellsHaveTheTrianglesOfNearOnes) {
     here.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
       const CellKey moved{key.x - near.x + origin.x, key.y - near.y + origin.y, key.z - near.z + origin.z};
       const SurfaceData &one = *cell.Surface, &other = *there.FindCell(moved)->Surface;
-      EXPECT_TRUE(std::equal(one.Indices.begin(), one.Indices.end(), other.Indices.begin(), other.Indices.end()));
-      for (uint32_t i = 0; i < one.Vertices.Count(); i++)
-        ASSERT_FLOAT_EQ(other.Vertices[i].y, float(one.Vertices[i].y + 8.0 * (origin.y - near.y)));
+      EXPECT_TRUE(std::equal(one.Indices().begin(), one.Indices().end(), other.Indices().begin(), other.Indices().end()));
+      for (uint32_t i = 0; i < one.Vertices().Count(); i++)
+        ASSERT_FLOAT_EQ(other.Vertices()[i].y, float(one.Vertices()[i].y + 8.0 * (origin.y - near.y)));
     });
   }
 }

@@ -79,8 +79,8 @@ TEST(Stroke, EndHandsOverWhatItReplacedAndItComesBackExactly) {
   volume.AssignVertexIds();
   volume.ForEachCell([](const CellKey& key, VoxelCell& cell) {
     if (!cell.Surface) return;
-    Block<uint32_t>& colors = cell.Surface->ColorLayers.Add(7).Colors;
-    colors.Resize(cell.Surface->Vertices.Count());
+    Block<uint32_t>& colors = cell.Surface->NeedExtras().ColorLayers.Add(7).Colors;
+    colors.Resize(cell.Surface->Vertices().Count());
     for (uint32_t i = 0; i < colors.Count(); i++) colors[i] = uint32_t(key.x * 31 + key.y * 7 + key.z) + i;
   });
   const auto before = DumpCells(volume);
@@ -132,20 +132,32 @@ TEST(Stroke, EndHandsOverWhatItReplacedAndItComesBackExactly) {
 }
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // their shadow memory can't be told from what is asked for
-// Address space for so many bytes more than the process has now, while it lives.
+// While it lives, the process gets so many bytes of address space more than it has, and what earlier tests gave back to the heap
+// is taken.
 class MemoryLimit {
  public:
   explicit MemoryLimit(size_t more) {
     size_t pages = 0;
     std::ifstream("/proc/self/statm") >> pages;
     getrlimit(RLIMIT_AS, &m_Before);
-    const rlimit tight{pages * size_t(sysconf(_SC_PAGESIZE)) + more, m_Before.rlim_max};
+    rlimit tight{pages * size_t(sysconf(_SC_PAGESIZE)), m_Before.rlim_max};
+    setrlimit(RLIMIT_AS, &tight);
+    for (size_t size = 1 << 20; size >= 512; size /= 2)
+      while (void* piece = std::malloc(size)) {
+        *static_cast<void**>(piece) = m_Taken;
+        m_Taken = piece;
+      }
+    tight.rlim_cur += more;
     setrlimit(RLIMIT_AS, &tight);
   }
-  ~MemoryLimit() { setrlimit(RLIMIT_AS, &m_Before); }
+  ~MemoryLimit() {
+    setrlimit(RLIMIT_AS, &m_Before);
+    while (m_Taken) std::free(std::exchange(m_Taken, *static_cast<void**>(m_Taken)));
+  }
 
  private:
   rlimit m_Before{};
+  void* m_Taken = nullptr;
 };
 
 // Wherever memory ends, in the merge, in the backups, in the refresh: what the dabs did is taken back to the last byte, and no
@@ -199,7 +211,7 @@ TEST(Stroke, RadiiAreInWorldUnits) {
     const auto surface = CollectSurfaceCells(volume);
     EXPECT_GT(surface.size(), 10u);
     for (const SurfaceCell& cell : surface)
-      for (const VolumeVertex& v : cell.Surface->Vertices) {
+      for (const VolumeVertex& v : cell.Surface->Vertices()) {
         const cVec3 p = volume.VolumeToWorld({v.x, v.y, v.z});
         const float t = std::clamp(Dot(p - a, b - a) / Dot(b - a, b - a), 0.0f, 1.0f);
         const float radius = 3 - t;

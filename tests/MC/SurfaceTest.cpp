@@ -37,8 +37,8 @@ TEST(VertexIds, WeldExactlyTheCopiesOfOneVertex) {
     std::map<uint32_t, std::array<float, 6>> placeOf;
     std::vector<bool> seen(count);
     for (const SurfaceCell& cell : CollectSurfaceCells(volume))
-      for (uint32_t i = 0; i < cell.Surface->Vertices.Count(); i++) {
-        const VolumeVertex& v = cell.Surface->Vertices[i];
+      for (uint32_t i = 0; i < cell.Surface->Vertices().Count(); i++) {
+        const VolumeVertex& v = cell.Surface->Vertices()[i];
         const uint32_t id = cell.Surface->VertexIds[i], number = id & ~SharedVertexBit;
         ASSERT_LT(number, count);
         ASSERT_EQ(bool(id & SharedVertexBit), v.EdgeKey != InteriorEdge);
@@ -108,10 +108,10 @@ TEST(Surface, SymmetricVolumeHasASymmetricSurface) {
     const auto collect = [&](int mirror) {
       std::vector<Triangle> all;
       for (const auto& [key, surface] : CollectSurfaceCells(volume))
-        for (uint32_t i = 0; i < surface->Indices.Count(); i += 3) {
+        for (uint32_t i = 0; i < surface->Indices().Count(); i += 3) {
           Triangle& t = all.emplace_back();
           for (uint32_t k = 0; k < 3; k++) {
-            const VolumeVertex& v = surface->Vertices[surface->Indices[i + (mirror >= 0 ? 2 - k : k)]];
+            const VolumeVertex& v = surface->Vertices()[surface->Indices()[i + (mirror >= 0 ? 2 - k : k)]];
             float f[6] = {v.x, v.y, v.z, v.nx, v.ny, v.nz};
             if (mirror >= 0) f[mirror] = 0 - f[mirror], f[mirror + 3] = 0 - f[mirror + 3];
             t[k] = std::bit_cast<Corner>(f);
@@ -192,12 +192,12 @@ TEST(Refresh, GroupsAndBoxesFollowTheSurface) {
     std::map<std::tuple<int, int, int>, int64_t> vertices;
     for (const SurfaceCell& cell : CollectSurfaceCells(volume)) {
       VolumeBox box;
-      for (const VolumeVertex& v : cell.Surface->Vertices) box.Add(v.x, v.y, v.z);
+      for (const VolumeVertex& v : cell.Surface->Vertices()) box.Add(v.x, v.y, v.z);
       ASSERT_EQ(box, cell.Surface->Box);
       const auto [x, y, z] = cell.Key;
       for (int level = 0; level < ABOcTree::LevelCount; level++) boxes[level][{z >> level, y >> level, x >> level}].Add(box);
       groups[Ordered(GroupOf(cell.Key))].Add(box);
-      vertices[Ordered(GroupOf(cell.Key))] += cell.Surface->Vertices.Count();
+      vertices[Ordered(GroupOf(cell.Key))] += cell.Surface->Vertices().Count();
     }
     for (int level = 0; level < ABOcTree::LevelCount; level++) {
       size_t filled = 0;
@@ -255,13 +255,13 @@ TEST(Refresh, TouchesOnlyWhatIsMarked) {
   const auto mark = [&](bool boxOnly) { volume.MarkCellChanged(-1, -1, -1, boxOnly, true); };
   const uint16_t stamp = cell->DrawStamp;
   cell->Flags &= ~Touched;
-  cell->Surface->Vertices[0].Pass = other->Surface->Vertices[0].Pass = 77;
+  cell->Surface->Vertices()[0].Pass = other->Surface->Vertices()[0].Pass = 77;
   mark(true);  // the box alone: triangles stay
   EXPECT_TRUE(cell->Has(Touched));
   EXPECT_EQ(cell->DrawStamp, uint16_t(stamp - 1234));
-  cell->Surface->Vertices[0].x = -50;
+  cell->Surface->Vertices()[0].x = -50;
   volume.RefreshSurfaces();
-  EXPECT_EQ(cell->Surface->Vertices[0].Pass, 77);
+  EXPECT_EQ(cell->Surface->Vertices()[0].Pass, 77);
   EXPECT_EQ(volume.BoxTree.FindBox(0, CellKey{-1, -1, -1})->MinX, -50);
   EXPECT_TRUE(volume.DirtyGroups.Contains(CellKey{-1, -1, -1})) << "kept for the refresh that draws";
   mark(true);
@@ -274,9 +274,30 @@ TEST(Refresh, TouchesOnlyWhatIsMarked) {
   for (const int x : {9, 10}) volume.MarkCellChanged(x, 9, 9, false, false);
   volume.RefreshChanges();
   EXPECT_FALSE(full->Surface || fresh->Surface);
-  EXPECT_EQ(cell->Surface->Vertices[0].Pass, 0);
-  EXPECT_EQ(other->Surface->Vertices[0].Pass, 77);
+  EXPECT_EQ(cell->Surface->Vertices()[0].Pass, 0);
+  EXPECT_EQ(other->Surface->Vertices()[0].Pass, 77);
   EXPECT_TRUE(volume.DirtyGroups.Empty() && volume.DirtyCells.Empty() && volume.RedrawCells.Empty());
+}
+
+// What stands in for another volume's cell is neither drawn nor exported, and lends nobody its vertices.
+TEST(Surface, CopiesOfOtherVolumesCellsStayOut) {
+  FilledVolume volume(2, Sphere{}), without(2, Sphere{});
+  VoxelCell* shadow = volume.FindCell({0, 0, 0});
+  ASSERT_FALSE(shadow->Surface->Empty());
+  shadow->Flags |= ShadowCell;
+  without.DeleteCell({0, 0, 0});
+  for (VolumeObject* each : {&volume, &without}) {
+    each->MarkCellChanged(-1, 0, 0, false, false);
+    each->RefreshSurfaces();
+  }
+  EXPECT_EQ(volume.AssignVertexIds(), without.AssignVertexIds());
+  EXPECT_EQ(CollectSurfaceCells(volume).size(), CollectSurfaceCells(without).size());
+  EXPECT_EQ(ExtractSurface({&volume})->Polygons.size(), ExtractSurface({&without})->Polygons.size());
+  VolumeBox box, wanted;
+  ScreenRect rect;
+  const auto mesh = volume.BuildGroupMesh(0, 0, 0, box, rect), expected = without.BuildGroupMesh(0, 0, 0, wanted, rect);
+  EXPECT_EQ(mesh->Bytes(), expected->Bytes());
+  EXPECT_EQ(box.MinX, wanted.MinX);
 }
 
 TEST(Refresh, RedrawAreaCoversWhatChanged) {

@@ -70,12 +70,12 @@ inline std::map<std::tuple<int, int, int>, std::vector<uint8_t>> DumpCells(const
     if (cell.Density) add(cell.Density, CellSamples * 2);
     if (!cell.Surface) return;
     const SurfaceData& surface = *cell.Surface;
-    addBlock(surface.Vertices);
-    addBlock(surface.Indices);
-    addBlock(surface.SavedVertices);
+    addBlock(surface.Vertices());
+    addBlock(surface.Indices());
+    addBlock(surface.Saved().Vertices());
     addBlock(surface.VertexIds);
-    if (!surface.Vertices.Empty()) add(&surface.Box, sizeof surface.Box);
-    for (uint32_t i = 0; i < surface.ColorLayers.Count(); i++) addBlock(surface.ColorLayers[i].Colors);
+    if (!surface.Empty()) add(&surface.Box, sizeof surface.Box);
+    for (uint32_t i = 0; i < surface.ColorLayers().Count(); i++) addBlock(surface.ColorLayers()[i].Colors);
   });
   return dump;
 }

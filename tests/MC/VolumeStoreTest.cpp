@@ -1,12 +1,15 @@
 #include <gtest/gtest.h>
 #include <oneapi/tbb/parallel_for.h>
 
+#include <cstring>
 #include <map>
 #include <random>
 #include <set>
 #include <tuple>
 #include <utility>
 
+#include "MC/Dabs.h"
+#include "MC/SurfaceCells.h"
 #include "MC/VolumeChecks.h"
 #include "MC/VolumeFixtures.h"
 
@@ -192,7 +195,7 @@ TEST(VolumeStore, BackupIsOfTheFirstTouchAndIsReadInItsPlace) {
   EXPECT_EQ(volume.SampleTrilinear(-1, 1, 1, true), before);
   EXPECT_EQ(volume.FindCellOrBackup(5, 5, 5)->UniformValue, 0);
   volume.EndStroke(false);
-  EXPECT_FALSE(cell->Backup || !cell->Surface->SavedVertices.Empty());
+  EXPECT_FALSE(cell->Backup || !cell->Surface->Saved().Empty());
   EXPECT_EQ(cell->UniformValue, 9);
 }
 
@@ -254,4 +257,32 @@ TEST(VolumeSampling, TheDeeperVolumeDecidesTheBlendedNormal) {
   EXPECT_NEAR(GetBlendedNormal(both, {-0.5f, 0, 100}).x, -1, 1e-3);
   EXPECT_EQ(GetBlendedNormal(both, {8, 0, 100}), cVec3());  // no direction so deep inside
   EXPECT_EQ(GetBlendedNormal(both, {0, 50, 100}), cVec3());
+}
+
+// The lines count records by their bare contents; the real figures stand behind.
+TEST(VolumeMemory, ReportCountsBareRecordsAndTakesTheTriangles) {
+  VolumeObject volume;
+  ApplySphereDab(volume, {}, 60, {});
+  volume.EndStroke(false);
+  volume.RefreshSurfaces();
+  size_t uniform = 0, filled = 0, surface = 0, vertices = 0, indices = 0;
+  volume.ForEachCell([&](const CellKey&, const VoxelCell& cell) {
+    (cell.Surface ? surface : cell.Density ? filled : uniform)++;
+    if (!cell.Surface || cell.Surface->Empty()) return;
+    vertices += 16 + cell.Surface->Vertices().Count() * 28;
+    indices += 16 + cell.Surface->Indices().Count() * 2;
+  });
+  ASSERT_TRUE(uniform && surface);
+  char lines[400];
+  std::snprintf(lines, sizeof lines,
+                "\nMemory usage report:\nCells: %zu\nEmpty cells: %zu (%.02f mb)\nSurfaceCells: %zu (%.02f mb)\n"
+                "Filled cells: %zu (%.02f mb)\nVertex cash: %.02f mb\nIndex cash: %.02f mb\n",
+                uniform + filled + surface, uniform, double(uniform) * 44e-6, surface, double(surface) * 1570e-6, filled,
+                double(filled) * 1502e-6, double(vertices) * 1e-6, double(indices) * 1e-6);
+  const size_t real = volume.CountMemory().Total();
+  const std::string report = volume.MemoryReport();
+  EXPECT_EQ(report.substr(0, strlen(lines)), lines);
+  std::snprintf(lines, sizeof lines, " mb (%.02f mb)\nvpool: ", double(real) * 1e-6);
+  EXPECT_NE(report.find(lines), std::string::npos) << report.substr(0, 400);
+  EXPECT_TRUE(CollectSurfaceCells(volume).empty());
 }

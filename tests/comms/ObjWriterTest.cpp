@@ -199,7 +199,7 @@ TEST(ObjWriter, FailedWritesLeaveTheOldPair) {
   std::filesystem::create_symlink("/dev/full", folder.Path("full.obj"));
   folder.Write("full.mtl", "old");
   EXPECT_FALSE(save(*large, "full.obj"));
-  EXPECT_THAT(log.Text(), HasSubstr("full.obj"));
+  EXPECT_THAT(log.Text(), HasSubstr("full.obj\": There is not enough disk."));
   std::filesystem::rename(folder.Path("full.obj"), folder.Path("other.mtl"));
   folder.Write("other.obj", "old");
   EXPECT_FALSE(save(*good, "other.obj"));

@@ -29,7 +29,7 @@ std::vector<VolumeObject*> PrepareVolumes(const VoxelScene& scene, const ExportP
   for (VolumeObject* volume : volumes) {
     volume->RefreshSurfaces();
     volume->ForEachCell([&](const CellKey&, const VoxelCell& cell) {
-      if (cell.Surface && !cell.Has(ShadowCell)) triangles += cell.Surface->Indices.Count() / 3;
+      if (cell.Surface && !cell.Has(ShadowCell)) triangles += cell.Surface->Indices().Count() / 3;
     });
   }
   if (!volumes.empty() && triangles == 0) {

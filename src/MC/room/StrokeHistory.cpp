@@ -12,8 +12,8 @@ size_t BytesOf(const VoxelCell& cell) {
   size_t bytes = sizeof(VoxelCell);
   if (cell.Density) bytes += CellSamples * sizeof(uint16_t);
   if (const SurfaceData* surface = cell.Surface)
-    bytes += sizeof(SurfaceData) + surface->Vertices.Count() * sizeof(VolumeVertex) +
-             surface->Indices.Count() * sizeof(uint16_t) + surface->OtherHeapBytes();
+    bytes += sizeof(SurfaceData) + surface->Vertices().Count() * sizeof(VolumeVertex) +
+             surface->Indices().Count() * sizeof(uint16_t) + surface->OtherHeapBytes();
   return bytes;
 }
 

@@ -8,7 +8,7 @@ using comms::cVec3;
 bool GetSurfaceBounds(const VolumeObject& volume, cVec3& minimum, cVec3& maximum) {
   VolumeBox box;
   volume.ForEachCell([&](const CellKey&, const VoxelCell& cell) {
-    if (cell.Surface && !cell.Surface->Vertices.Empty()) box.Add(cell.Surface->Box);
+    if (cell.Surface && !cell.Surface->Empty()) box.Add(cell.Surface->Box);
   });
   if (box.Empty()) return false;
   constexpr float infinite = INFINITY;

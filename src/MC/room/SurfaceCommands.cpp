@@ -32,10 +32,10 @@ CommandResult Polygonize(const VoxelScene& scene, const PolygonizeParams& parame
   volume->RefreshChanges();
   size_t surfaceCells = 0, vertices = 0, triangles = 0;
   volume->ForEachCell([&](const CellKey&, const VoxelCell& cell) {
-    if (!cell.Surface || cell.Surface->Vertices.Empty()) return;
+    if (!cell.Surface || cell.Surface->Empty()) return;
     ++surfaceCells;
-    vertices += cell.Surface->Vertices.Count();
-    triangles += cell.Surface->Indices.Count() / 3;
+    vertices += cell.Surface->Vertices().Count();
+    triangles += cell.Surface->Indices().Count() / 3;
   });
   return CommandResult::Done(
       JsonObject().Add("surfaceCells", surfaceCells).Add("cellVertices", vertices).Add("triangles", triangles));
