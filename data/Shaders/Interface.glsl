@@ -22,7 +22,7 @@ void main() {
 }
 
 // Fragment shader
-uniform sampler2D s_Atlas;  // four masks side by side, one a channel
+uniform sampler2D s_Glyphs;  // icons too: four masks side by side, one a channel
 uniform sampler2D s_Image;
 in vec4 v_Color;
 in vec4 v_BorderColor;
@@ -57,7 +57,7 @@ vec4 shadow(float blur) {
 
 // The exponent gives thin bright strokes on dark ground the weight that blending in sRGB takes from them.
 vec4 mask(int channel, float exponent) {
-  float coverage = texelFetch(s_Atlas, ivec2(floor(v_Place.xy)), 0)[channel];
+  float coverage = texelFetch(s_Glyphs, ivec2(floor(v_Place.xy)), 0)[channel];
   return premultiplied(v_Color) * pow(coverage, exponent);
 }
 

@@ -11,6 +11,9 @@ BaseClass* GetWalked(BaseClass* type, void* data) { return data && type->IsRefle
 
 bool AdmitsAll(int options) { return (options & (RowsNotFixed | RowsFixed)) == (RowsNotFixed | RowsFixed); }
 
+// Below an element that shows through to what it holds, no container is offered anything; that element itself is.
+bool IsBelowTransparent(const BaseClass& container) { return container.Parent && container.Parent->IsTransparentElement(); }
+
 bool IsAdmitted(BaseClass* walked, int32_t i, void* data, int options) {
   if (walked->IsVisibleElementHidden(i, data, options)) return false;
   const bool fixed = walked->IsVisibleElementBlocked(i, data, options) && !walked->IsTransparentElement();
@@ -29,7 +32,7 @@ int32_t BaseClass::GetVisibleElementCount(void* data, int options) {
     for (int32_t i = 0; i < elements; i++) count += IsAdmitted(walked, i, data, options);
   const int rules = walked->GetExpansionRules();
   if ((rules & AddAtMostOne) && count) return count;
-  return count + (rules && (options & RowsWithAdd));
+  return count + (rules && (options & RowsWithAdd) && !IsBelowTransparent(*walked));
 }
 
 int32_t BaseClass::VisibleToRealIndex(int32_t row, void* data, int options) {

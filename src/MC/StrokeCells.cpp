@@ -130,23 +130,39 @@ void VolumeObject::RestoreStroke() {
   }
 }
 
+/// Enters the cells that are to come to keys without one: what needs memory, and all or none of it.
+static void InsertMissing(CellTable& table, const std::vector<StrokeCells::Entry>& entries) {
+  size_t done = 0;
+  try {
+    for (; done < entries.size(); done++)
+      if (entries[done].Cell && !table.Find(entries[done].Key)) table.Insert(entries[done].Key, entries[done].Cell);
+  } catch (const std::bad_alloc&) {
+    for (size_t i = 0; i < done; i++)
+      if (entries[i].Cell && table.Find(entries[i].Key) == entries[i].Cell) table.Remove(entries[i].Key);
+    throw;
+  }
+}
+
 void VolumeObject::ExchangeCells(StrokeCells& cells) {
   MORVANE_ASSERT(cells.m_Volume == this && BackupCount == 0);
+  InsertMissing(Cells, cells.m_Entries);
   for (StrokeCells::Entry& entry : cells.m_Entries) {
     const CellKey& key = entry.Key;
     VoxelCell* present = FindCell(key);
+    const bool wasMissing = present && present == entry.Cell;
     // Triangles that wait for a refresh are of no use to whoever brings the cell back.
     const int32_t* dirty = DirtyCells.Find(key);
-    if (present && present->Surface && dirty && *dirty == DirtyPolygonize) present->Surface->Mesh.Free();
-    if (present && entry.Cell) {
+    if (present && !wasMissing && present->Surface && dirty && *dirty == DirtyPolygonize) present->Surface->Mesh.Free();
+    if (wasMissing) {
+      entry.Cell = nullptr;
+    } else if (present && entry.Cell) {
       // The record in the table stays, and with it the stamp that drawing compares and what outlives a stroke.
       std::swap(*present, *entry.Cell);
       std::swap(present->DrawStamp, entry.Cell->DrawStamp);
       present->Flags |= entry.Cell->Flags & FrozenCell;
-    } else {
-      if (present) Cells.Remove(key);
-      if (entry.Cell) Cells.Insert(key, entry.Cell);
-      std::swap(entry.Cell, present);
+    } else if (present) {
+      entry.Cell = Cells.Remove(key);
+      present = nullptr;
     }
     const bool hasTriangles = present && present->Surface && !present->Surface->Empty();
     MarkOrNote(key, hasTriangles);

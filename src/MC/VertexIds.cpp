@@ -55,7 +55,7 @@ bool TakeFromNeighbours(const VolumeObject& volume, const SurfaceCell& cell, Cel
       const uint16_t key = vertices[i].EdgeKey;
       if (key == InteriorEdge || FarAxes[key] != far) continue;
       const uint16_t near = uint16_t(key - shift), found = vertexOf[near];
-      if (found < owned.Count() && owned[found].EdgeKey == near)
+      if (owner && found < owned.Count() && owned[found].EdgeKey == near)
         surface.VertexIds[i] = owner->VertexIds[found];
       else
         complete = false;

@@ -80,7 +80,7 @@ class VolumeObject {
   StrokeCells TakeStroke();
   /// Puts `cells` in place of the present ones, which `cells` holds afterwards, and marks them changed: undo, and redo on the
   /// next call. All bytes come back, those of the triangles too where they were current; the others are made anew by the next
-  /// refresh. Not within a stroke.
+  /// refresh. Not within a stroke. Both are as they were where std::bad_alloc ends it.
   void ExchangeCells(StrokeCells& cells);
   /// Ends the stroke for good: its backups are dropped, or put back (`restore`), which needs no memory and gives back what the
   /// stroke took, so that a stroke that ran out of it can be taken back.

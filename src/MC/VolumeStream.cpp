@@ -91,6 +91,7 @@ class VolumeReader {
 };
 
 bool VolumeReader::Read(std::vector<std::unique_ptr<VolumeObject>>& volumes) {
+  if (!HasItems(m_In, 2, 4)) return Fail("the stream ends before version and count");
   const uint32_t word = ReadDWORD(m_In);
   m_Version = word & VersionMask;
   if ((m_Version != ShortKeys && m_Version != LongKeys) || (word & ExtendedPart))

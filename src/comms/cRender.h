@@ -102,6 +102,8 @@ class cRender {
   /// In pixels of the current target, from its lower left corner; the standard uniforms follow.
   virtual void SetViewport(int x, int y, int width, int height) = 0;
   virtual void Clear(const cVec4& color, float depth) = 0;
+  /// Leaves the colours as they are.
+  virtual void ClearDepth(float depth) = 0;
   /// Drawing and clearing reach only this part of the target, pixels from its lower left corner; a negative width ends that.
   virtual void SetScissor(int x, int y, int width, int height) = 0;
 

@@ -19,6 +19,7 @@ class cRenderNull : public cRender {
 
   void SetViewport(int x, int y, int width, int height) override;
   void Clear(const cVec4&, float) override { Note("Clear"); }
+  void ClearDepth(float) override { Note("ClearDepth"); }
   void SetScissor(int x, int y, int width, int height) override { Note("SetScissor %d %d %d %d", x, y, width, height); }
 
   int CreateTexture(const TextureDesc& desc, const void* pixels) override;

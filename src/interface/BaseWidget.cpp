@@ -55,7 +55,9 @@ void BaseWidget::RemoveChildren() {
 
 void BaseWidget::DrawTree(Canvas& canvas) {
   if (!Visible) return;
+  const int cut = canvas.TextsCut();
   Draw(canvas);
+  m_TextCut = canvas.TextsCut() > cut;
   const bool clips = ClipsChildren();
   if (clips) canvas.PushClip(Rect);
   for (int32_t i = 0; ShowsChildren() && i < Children.Count; i++) {

@@ -109,6 +109,8 @@ class BaseWidget : public BaseClass {
   bool IsCaptured() const;  ///< it has captured the mouse
   bool IsFocused() const;
   bool IsEnabled() const;  ///< it and all above it are
+  /// Whether some text of its own found no room when it was drawn last; its hint tells the whole of GetText then.
+  bool IsTextCut() const { return m_TextCut; }
 
   cRect Rect;
   bool Visible = true, Enabled = true;
@@ -122,4 +124,5 @@ class BaseWidget : public BaseClass {
 
  private:
   void AppendChild(BaseWidget* child);
+  bool m_TextCut = false;
 };

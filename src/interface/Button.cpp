@@ -53,9 +53,9 @@ void Button::Draw(Canvas& canvas) {
       box.X += size + gap;
     }
     const TextAlign align = Icon.empty() ? Align : TextAlign::Left;
-    if (breaks) box.Y += std::floor((box.H - canvas.ParagraphHeight(room, caption, Style)) / 2);
+    if (breaks) box.Y += std::floor((box.H - canvas.ParagraphHeight(room, caption, Style, LongWords::Cut)) / 2);
     if (breaks)
-      canvas.Paragraph(box, caption, text, Style, align);
+      canvas.Paragraph(box, caption, text, Style, align, LongWords::Cut);
     else
       canvas.Text(box, caption, text, Style, align);
   }
@@ -67,13 +67,13 @@ float Button::Around(Canvas& canvas) const {
   return 2 * PaddingOf(*this, canvas) + (Icon.empty() ? 0 : SideOf(*this, canvas) + canvas.Px(IconGap));
 }
 
-// A caption breaks into lines rather than being cut.
+// A caption breaks into lines; a single word that is too wide is cut.
 float Button::HeightFor(float width, Canvas& canvas) const {
   const float row = std::max(canvas.Px(Measures::RowHeight), IconSize > 0 ? canvas.Px(IconSize + 10) : 0.0f);
   const std::string caption = GetText();
   const float room = std::max(0.0f, width - Around(canvas));
   if (canvas.TextWidth(caption, Style) <= room) return row;
-  return std::max(row, canvas.ParagraphHeight(room, caption, Style) + canvas.Px(4));
+  return std::max(row, canvas.ParagraphHeight(room, caption, Style, LongWords::Cut) + canvas.Px(4));
 }
 
 float Button::WidthFor(Canvas& canvas) const {

@@ -67,6 +67,7 @@ void DockPanels::State::Drag(const InputEvent& event, bool ended) {
   if (ended) {
     EndMark();
     DropOn(target, std::exchange(Dragged, nullptr));
+    KeepPositions();
   }
   Widgets.RequestArrange();
 }

@@ -84,6 +84,8 @@ DockTab DockPanels::State::MakeTab(const DockPanel& panel) const {
 void DockPanels::State::Float(DockGroup* group, const cRect& place) {
   DetachWidget(*group);
   group->Floating = true;
+  group->Squeezed = false;
+  group->SetActive(group->Active);
   group->Place = place;
   Widgets.Layer(LayerFloating).AddChild(group);
 }
@@ -122,8 +124,20 @@ LastPlace DockPanels::State::Remember(const DockGroup& group) const {
   return last;
 }
 
+void DockPanels::State::KeepPositions() const {
+  for (const DockGroup* group : Groups())
+    for (const DockTab& tab : group->Tabs)
+      if (group->Floating) {
+        WindowPos& kept = Widgets.Positions.Keep(tab.Key, group->Place);
+        kept.EnableTopmost = kept.EnableSize = true;
+      } else if (WindowPos* known = Widgets.Positions.Find(tab.Key)) {
+        known->EnableTopmost = false;
+      }
+}
+
 void DockPanels::State::CloseTab(DockGroup& group, int index) {
   if (index < 0 || index >= int(group.Tabs.size())) return;
+  KeepPositions();
   Last[group.Tabs[size_t(index)].Key] = Remember(group);
   const DockTab tab = group.TakeTab(index);
   Discard(tab.Content);
@@ -145,7 +159,7 @@ void DockPanels::State::Open(const DockPanel& panel) {
   }
   const auto known = Last.find(panel.Key);
   if (known == Last.end()) {
-    OpenFirst(panel, std::move(tab));
+    OpenNew(panel, std::move(tab));
     return;
   }
   const LastPlace last = known->second;
@@ -163,6 +177,15 @@ void DockPanels::State::Open(const DockPanel& panel) {
     Dock(group, last.Side, last.Index);
 }
 
+void DockPanels::State::OpenNew(const DockPanel& panel, DockTab tab) {
+  const WindowPos* kept = Widgets.Positions.Find(panel.Key);
+  if (!kept || !kept->EnableTopmost) return OpenFirst(panel, std::move(tab));
+  DockGroup* group = MakeGroup();
+  group->AddTab(std::move(tab));
+  Float(group, kept->Place());
+  Widgets.RequestArrange();
+}
+
 void DockPanels::State::OpenFirst(const DockPanel& panel, DockTab tab) {
   DockGroup* group = MakeGroup();
   group->AddTab(std::move(tab));
@@ -177,10 +200,12 @@ void DockPanels::State::ToggleFloat(DockGroup& group) {
     const cRect place = PlaceOf(group);
     DockSpace* space = group.Space();
     LastPlace last = Remember(group);
-    Float(&group, {place.X + 24, place.Y + 24, place.W, std::min(place.H, 480.0f)});
+    const WindowPos* kept = Widgets.Positions.Find(group.Tabs[size_t(group.Active)].Key);
+    Float(&group, kept ? kept->Place() : cRect{place.X + 24, place.Y + 24, place.W, std::min(place.H, 480.0f)});
     if (space && !space->GroupCount()) space->Size = 0;
     for (const DockTab& tab : group.Tabs) DockedAt[tab.Key] = last;
   } else {
+    KeepPositions();
     const auto known = DockedAt.find(group.Tabs[0].Key);
     const DockPanel* panel = FindPanel(group.Tabs[0].Key);
     const DockSide side = known != DockedAt.end() ? known->second.Side : panel ? panel->Side : DockSide::Right;
@@ -188,6 +213,7 @@ void DockPanels::State::ToggleFloat(DockGroup& group) {
     if (space.Size <= 0) space.Size = space.IsColumn() ? group.Place.W : group.Place.H;
     Dock(&group, side, known != DockedAt.end() ? known->second.Index : -1);
   }
+  KeepPositions();
   Widgets.RequestArrange();
 }
 
@@ -265,7 +291,9 @@ void DockPanels::Add(DockPanel panel) {
 const std::vector<DockPanel>& DockPanels::All() const { return m_State->Panels; }
 bool DockPanels::IsOpen(const std::string& key) const { return m_State->FindGroup(key) != nullptr; }
 void DockPanels::Open(const std::string& key) {
-  if (const DockPanel* panel = m_State->FindPanel(key)) m_State->Open(*panel);
+  const DockPanel* panel = m_State->FindPanel(key);
+  if (panel) m_State->Open(*panel);
+  if (DockGroup* group = m_State->FindGroup(key)) group->AskForRoom();
 }
 void DockPanels::Close(const std::string& key) {
   int tab = -1;
@@ -286,7 +314,15 @@ bool DockPanels::StoreLayout(const std::string& path) const {
   DocksLayout layout;
   layout.RegisterMembers();
   m_State->Capture(layout);
+  m_State->KeepPositions();
   return StoreObjectFile(layout, path);
+}
+
+bool DockPanels::IsLayoutChanged() {
+  DocksLayout layout;
+  layout.RegisterMembers();
+  m_State->Capture(layout);
+  return m_State->Watch.IsChanged(layout);
 }
 
 bool DockPanels::RestoreLayout(const std::string& path) {
@@ -302,7 +338,9 @@ void DockPanels::SetDefault(const std::vector<std::string>& keys) {
   CloseAll();
   m_State->Last.clear();
   for (DockSpace* space : m_State->Spaces) space->Collapsed = false;
-  for (const std::string& key : keys) Open(key);
+  for (const std::string& key : keys)
+    if (const DockPanel* panel = m_State->FindPanel(key))
+      if (DockTab tab = m_State->MakeTab(*panel); tab.Content) m_State->OpenFirst(*panel, std::move(tab));
 }
 
 void DockPanels::Rebuild() {

@@ -47,6 +47,8 @@ class DockPanels {
 
   /// The layout as a DocksLayout file; false with a line in the log.
   bool StoreLayout(const std::string& path) const;
+  /// Whether the layout is another than at the last call. The first call only looks.
+  bool IsLayoutChanged();
   /// False, with one line in the log and the layout as it was, where the file is missing, broken or names no panel that is known.
   /// What is wrong with single elements is brought to what is possible, and said once.
   bool RestoreLayout(const std::string& path);

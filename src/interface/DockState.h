@@ -10,6 +10,7 @@
 
 #include "interface/DockLayout.h"
 #include "interface/DockWidgets.h"
+#include "shell/core/ObjectFile.h"
 
 class DockRoot;
 class DockTargetMark;
@@ -52,8 +53,12 @@ struct DockPanels::State : DockController {
   /// The content of a panel goes after drawing, and not under the hands of its own button.
   void Discard(BaseWidget* content);
   LastPlace Remember(const DockGroup& group) const;
+  /// Which panels float and where, for pages that don't know them.
+  void KeepPositions() const;
   void CloseTab(DockGroup& group, int index) override;
   void Open(const DockPanel& panel);
+  /// Where it stood on another page, or at its first place.
+  void OpenNew(const DockPanel& panel, DockTab tab);
   void OpenFirst(const DockPanel& panel, DockTab tab);
   void ToggleFloat(DockGroup& group) override;
   void ExpandSpace(DockSpace& space) override;
@@ -86,6 +91,7 @@ struct DockPanels::State : DockController {
   std::array<DockSpace*, DockSideCount> Spaces{};
   cRect Area, Scene;
   uint32_t Counter = 0;
+  ChangeWatch Watch;  // of the layout
   DockGroup* Dragged = nullptr;
   std::unique_ptr<DocksLayout> BeforeDrag;
   DockTargetMark* Mark = nullptr;

@@ -57,13 +57,21 @@ DockTab DockGroup::TakeTab(int index) {
 
 void DockGroup::SetActive(int index) {
   Active = index;
-  for (int i = 0; i < int(Tabs.size()); i++) Tabs[size_t(i)].Content->Visible = i == Active && !Collapsed;
+  for (int i = 0; i < int(Tabs.size()); i++) Tabs[size_t(i)].Content->Visible = i == Active && !IsFolded();
   if (cWidgets* manager = Manager()) manager->RequestArrange();
 }
 
 void DockGroup::SetCollapsed(bool collapsed) {
   Collapsed = collapsed;
+  if (!collapsed) AskForRoom();
   SetActive(Active);
+}
+
+void DockGroup::AskForRoom() {
+  DockSpace* space = Space();
+  if (!space) return;
+  for (int i = 0; i < space->GroupCount(); i++) Asked = std::max(Asked, space->Group(i).Asked + 1);
+  if (cWidgets* manager = Manager()) manager->RequestArrange();
 }
 
 int DockGroup::FindTab(std::string_view key) const {
@@ -89,7 +97,7 @@ void DockGroup::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
   const float header = std::min(rect.H, Header->HeightFor(rect.W, canvas)), edge = canvas.Px(1);
   Header->Arrange({rect.X, rect.Y, rect.W, header}, canvas);
-  if (Collapsed || Tabs.empty()) return;
+  if (IsFolded() || Tabs.empty()) return;
   const cRect inside{rect.X + edge, rect.Y + header, std::max(0.0f, rect.W - 2 * edge), std::max(0.0f, rect.H - header - edge)};
   Tabs[size_t(Active)].Content->Arrange(inside, canvas);
 }
@@ -172,7 +180,7 @@ DockableHeader::DockableHeader(DockGroup& group) : m_Group(&group) {
     button->Action = std::move(action);
     return button;
   };
-  m_Fold = add("ArrowDown", "PANEL_FOLD", [this] { m_Group->SetCollapsed(!m_Group->Collapsed); });
+  m_Fold = add("ArrowDown", "PANEL_FOLD", [this] { m_Group->SetCollapsed(!m_Group->IsFolded()); });
   m_Float = add("Float", "PANEL_FLOAT", [this] { m_Group->Controller->ToggleFloat(*m_Group); });
   m_Close = add("Close", "PANEL_CLOSE", [this] { m_Group->Controller->CloseTab(*m_Group, m_Group->Active); });
 }
@@ -200,7 +208,7 @@ float DockableHeader::TabWidth(int index, Canvas& canvas) const {
 // A narrow header gives the titles the room: the menu of the right button has all that the buttons do.
 void DockableHeader::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
-  m_Fold->Icon = m_Group->Collapsed ? "ArrowRight" : "ArrowDown";
+  m_Fold->Icon = m_Group->IsFolded() ? "ArrowRight" : "ArrowDown";
   m_Float->Icon = m_Group->Floating ? "Pin" : "Float";
   m_Float->HintKey = m_Group->Floating ? "PANEL_DOCK" : "PANEL_FLOAT";
   const float size = canvas.Px(18), gap = canvas.Px(2);
@@ -251,7 +259,7 @@ void DockableHeader::Draw(Canvas& canvas) {
   const Theme& theme = GetTheme();
   const float radius = canvas.Px(Measures::Radius);
   canvas.FillRoundRect(Rect, radius, theme.PanelHeader);
-  if (!m_Group->Collapsed) canvas.FillRect({Rect.X, Rect.Bottom() - radius, Rect.W, radius}, theme.PanelHeader);
+  if (!m_Group->IsFolded()) canvas.FillRect({Rect.X, Rect.Bottom() - radius, Rect.W, radius}, theme.PanelHeader);
   if (m_Group->Tabs.size() == 1) {
     const cRect box = TabRect(0, canvas);
     const float icon = canvas.Px(14), gap = canvas.Px(6);
@@ -281,7 +289,7 @@ bool DockableHeader::OpenMenu(const InputEvent& event) {
   cWidgets* manager = Manager();
   DockGroup* group = m_Group;
   const auto fill = [group](TextMenu& menu) {
-    menu.Add(group->Collapsed ? "PANEL_UNFOLD" : "PANEL_FOLD", [group] { group->SetCollapsed(!group->Collapsed); });
+    menu.Add(group->IsFolded() ? "PANEL_UNFOLD" : "PANEL_FOLD", [group] { group->SetCollapsed(!group->IsFolded()); });
     menu.Add(group->Floating ? "PANEL_DOCK" : "PANEL_FLOAT", [group] { group->Controller->ToggleFloat(*group); });
     menu.Add("PANEL_CLOSE", [group] { group->Controller->CloseTab(*group, group->Active); });
   };
@@ -296,7 +304,8 @@ bool DockableHeader::OnMouse(const InputEvent& event) {
   if (event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Left) {
     m_Tab = TabAt(event.X, event.Y);
     if (m_Tab >= 0) m_Group->SetActive(m_Tab);
-    if (event.Clicks == 2) m_Group->SetCollapsed(!m_Group->Collapsed);
+    if (m_Group->Squeezed && event.Clicks == 1) m_Group->AskForRoom();
+    if (event.Clicks == 2 && !m_Group->Squeezed) m_Group->SetCollapsed(!m_Group->Collapsed);
     m_Pressed = event.Clicks != 2;
     m_Dragging = false;
     m_Press = event;
@@ -334,7 +343,8 @@ int DockSpace::IndexOf(const DockGroup& group) const {
 }
 
 void DockSpace::InsertGroup(DockGroup* group, int index) {
-  group->Floating = false;
+  group->Floating = group->Squeezed = false;
+  group->Asked = 0;
   AddChild(group);
   if (index >= 0 && index < GroupCount() - 1) Children.MoveElement(GroupCount() - 1, index - (GroupCount() - 1));
 }
@@ -366,13 +376,33 @@ void DockSpace::Arrange(const cRect& rect, Canvas& canvas) {
   ArrangeAlong(rect.Shrunk(dist), canvas);
 }
 
+// Where the least heights of all don't fit, those that were asked for last keep the room; of equals the first.
+void DockSpace::Squeeze(float length, Canvas& canvas) {
+  const float header = canvas.Px(Measures::HeaderHeight), more = canvas.Px(DockLeastHeight);
+  std::vector<DockGroup*> open;
+  for (int i = 0; i < GroupCount(); i++) {
+    length -= header;
+    if (IsColumn() && !Group(i).Collapsed) open.push_back(&Group(i));
+  }
+  std::stable_sort(open.begin(), open.end(), [](const DockGroup* a, const DockGroup* b) { return a->Asked > b->Asked; });
+  const size_t fitting = std::max(size_t(1), size_t(std::max(0.0f, length) / more));
+  for (int i = 0; i < GroupCount(); i++) {
+    DockGroup& group = Group(i);
+    const auto at = std::find(open.begin(), open.end(), &group);
+    group.Squeezed = at != open.end() && size_t(at - open.begin()) >= fitting;
+    for (int t = 0; t < int(group.Tabs.size()); t++)
+      group.Tabs[size_t(t)].Content->Visible = t == group.Active && !group.IsFolded();
+  }
+}
+
 // Folded groups are as high as their title bar; the others share the rest by their sizes, whole pixels each.
 void DockSpace::ArrangeAlong(const cRect& inside, Canvas& canvas) {
   const float dist = canvas.Px(DockSpaceDist), header = canvas.Px(Measures::HeaderHeight);
   float left = Along(inside) - dist * float(std::max(0, GroupCount() - 1)), sum = 0;
   int last = -1;
+  Squeeze(left, canvas);
   for (int i = 0; i < GroupCount(); i++) {
-    if (Group(i).Collapsed && IsColumn()) {
+    if (Group(i).IsFolded() && IsColumn()) {
       left -= header;
     } else {
       sum += std::max(1.0f, Group(i).Size);
@@ -384,7 +414,7 @@ void DockSpace::ArrangeAlong(const cRect& inside, Canvas& canvas) {
   for (int i = 0; i < GroupCount(); i++) {
     DockGroup& group = Group(i);
     float size = header;
-    if (!(group.Collapsed && IsColumn())) {
+    if (!(group.IsFolded() && IsColumn())) {
       size = i == last ? rest : std::round(left * std::max(1.0f, group.Size) / sum);
       rest -= size;
     }
@@ -407,7 +437,7 @@ DockSpace::Part DockSpace::PartAt(float x, float y, int& index) const {
   for (int i = 0; i + 1 < GroupCount(); i++) {
     const cRect &before = Group(i).Rect, &after = Group(i + 1).Rect;
     const float from = IsColumn() ? before.Bottom() : before.Right(), to = IsColumn() ? after.Y : after.X;
-    if (at < from || at >= to || Group(i).Collapsed || Group(i + 1).Collapsed) continue;
+    if (at < from || at >= to || Group(i).IsFolded() || Group(i + 1).IsFolded()) continue;
     index = i;
     return Part::Between;
   }
@@ -458,7 +488,10 @@ bool DockSpace::OnMouse(const InputEvent& event) {
   if (event.Kind == InputKind::ButtonDown && event.Button == MouseButton::Left) {
     std::vector<Icon> icons;
     if (IsStrip()) {
-      if (const Icon* icon = IconAt(event.X, event.Y, icons)) Group(icon->Group).SetActive(icon->Tab);
+      if (const Icon* icon = IconAt(event.X, event.Y, icons)) {
+        Group(icon->Group).SetActive(icon->Tab);
+        Group(icon->Group).AskForRoom();
+      }
       Controller->ExpandSpace(*this);
       return true;
     }
@@ -486,7 +519,7 @@ bool DockSpace::OnMouse(const InputEvent& event) {
     // Sizes are shares: what they are on the screen now is what the drag starts from.
     DockGroup &before = Group(m_Splitter), &after = Group(m_Splitter + 1);
     for (int i = 0; i < GroupCount(); i++)
-      if (!Group(i).Collapsed) Group(i).Size = Along(Group(i).Rect) / scale;
+      if (!Group(i).IsFolded()) Group(i).Size = Along(Group(i).Rect) / scale;
     const float step =
         std::clamp(moved, DockLeastHeight - before.Size, std::max(DockLeastHeight - before.Size, after.Size - DockLeastHeight));
     before.Size += step;

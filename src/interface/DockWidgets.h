@@ -65,12 +65,19 @@ class DockGroup : public BaseWidget {
   DockTab TakeTab(int index);
   void SetActive(int index);
   void SetCollapsed(bool collapsed);
+  /// It gets room before the others of its space.
+  void AskForRoom();
   int FindTab(std::string_view key) const;
   DockSpace* Space() const;  ///< null while it floats
 
   std::vector<DockTab> Tabs;
+  /// Nothing but its header is there.
+  bool IsFolded() const { return Collapsed || Squeezed; }
   int Active = 0;
-  bool Collapsed = false, Floating = false;
+  bool Collapsed = false;  ///< folded by the person
+  bool Squeezed = false;   ///< folded because its space has no room; the ones that were asked for last keep it
+  uint32_t Asked = 0;      ///< when the person asked to see it last, among those of its space
+  bool Floating = false;
   float Size = 300;  ///< along the space, at scale 1: its share among the others
   cRect Place;       ///< floating: in the area, at scale 1
   DockableHeader* Header = nullptr;
@@ -147,6 +154,7 @@ class DockSpace : public BaseWidget {
     int Group, Tab;
   };
   Part PartAt(float x, float y, int& index) const;
+  void Squeeze(float length, Canvas& canvas);
   void ArrangeAlong(const cRect& inside, Canvas& canvas);
   std::vector<Icon> Icons(Canvas& canvas) const;
   const Icon* IconAt(float x, float y, std::vector<Icon>& icons) const;

@@ -35,6 +35,9 @@ std::string HomeFolder() {
   return home && *home ? home : "/";
 }
 
+// Where title, search and room around are more than a window has to give.
+bool IsSmall(const cRect& screen, const Canvas& canvas) { return screen.H < canvas.Px(230) || screen.W < canvas.Px(300); }
+
 bool IsFolder(const std::string& path) {
   std::error_code fault;
   return fs::is_directory(path, fault);
@@ -252,17 +255,27 @@ bool FileBrowser::OnKey(const InputEvent& event) {
 // --- looks -------------------------------------------------------------------------------------------------------------------
 
 cRect FileBrowser::PlaceIn(const cRect& screen, Canvas& canvas) {
-  const float margin = canvas.Px(12);
+  const float margin = IsSmall(screen, canvas) ? 0 : canvas.Px(12);
   const float width = std::min(canvas.Px(BoxWidth), screen.W - 2 * margin),
               height = std::min(canvas.Px(BoxHeight), screen.H - 2 * margin);
-  return {std::floor((screen.W - width) / 2), std::floor((screen.H - height) / 2), width, height};
+  const cRect middle{std::floor((screen.W - width) / 2), std::floor((screen.H - height) / 2), width, height};
+  return m_Place.PlaceIn(screen, middle, *this, canvas);
+}
+
+// What is behind the box gets nothing.
+bool FileBrowser::OnMouse(const InputEvent& event) {
+  m_Place.OnMouse(*this, m_Path->Rect.Y - Rect.Y, event);
+  return true;
 }
 
 void FileBrowser::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
-  const cRect inside = rect.Shrunk(canvas.Px(Inset));
-  const float field = canvas.Px(FieldHeight), gap = canvas.Px(10), title = canvas.LineHeight(TextStyle::Title);
-  const float top = inside.Y + title + gap, bottom = inside.Bottom() - field;
+  const bool small = IsSmall(rect, canvas), saves = m_Request.What == FileBrowserRequest::Kind::Save;
+  m_ShowsTitle = !small;
+  m_Name->Visible = saves || (!small && m_Request.What == FileBrowserRequest::Kind::Open);
+  const cRect inside = rect.Shrunk(canvas.Px(small ? 6 : Inset));
+  const float field = canvas.Px(FieldHeight), gap = canvas.Px(small ? 4 : 10), title = canvas.LineHeight(TextStyle::Title);
+  const float top = inside.Y + (small ? 0 : title + gap), bottom = inside.Bottom() - field;
   m_Path->Arrange({inside.X, top, inside.W, field}, canvas);
   const float places = inside.W > canvas.Px(420) ? canvas.Px(PlacesWidth) : 0, y = top + field + canvas.Px(6);
   const float line = m_Name->Visible ? field + gap : 0, height = std::max(0.0f, bottom - gap - line - y);
@@ -273,11 +286,15 @@ void FileBrowser::Arrange(const cRect& rect, Canvas& canvas) {
   m_Name->Arrange({inside.X + left, y + height + gap, inside.W - left, field}, canvas);
   float x = inside.Right();
   for (Button* button : {m_Cancel, m_Accept}) {
-    const float width = std::max(canvas.Px(ButtonWidth), button->WidthFor(canvas));
+    const float width = std::max(canvas.Px(small ? 0 : ButtonWidth), button->WidthFor(canvas));
     x -= width;
     button->Arrange({x, bottom, width, field}, canvas);
     x -= canvas.Px(8);
   }
+  // Without room for its words it is a picture.
+  m_NewFolder->Text = "ADD_NEW_FOLDER";
+  if (m_NewFolder->WidthFor(canvas) > x - inside.X) m_NewFolder->Text = "";
+  m_NewFolder->HintKey = m_NewFolder->Text.Empty() ? "ADD_NEW_FOLDER" : "";
   m_NewFolder->Arrange({inside.X, bottom, std::min(m_NewFolder->WidthFor(canvas), std::max(0.0f, x - inside.X)), field}, canvas);
 }
 
@@ -285,8 +302,9 @@ void FileBrowser::Draw(Canvas& canvas) {
   const Theme& theme = GetTheme();
   DrawPopupGround(canvas, Rect, theme.Panel);
   const cRect inside = Rect.Shrunk(canvas.Px(Inset));
-  canvas.Text({inside.X, inside.Y, inside.W, canvas.LineHeight(TextStyle::Title)}, ::GetText(m_Request.Title), theme.TextTitle,
-              TextStyle::Title);
+  if (m_ShowsTitle)
+    canvas.Text({inside.X, inside.Y, inside.W, canvas.LineHeight(TextStyle::Title)}, ::GetText(m_Request.Title), theme.TextTitle,
+                TextStyle::Title);
   if (m_Error.empty()) return;
   const float left = m_NewFolder->Rect.Right() + canvas.Px(12);
   canvas.Text({left, m_Accept->Rect.Y, std::max(0.0f, m_Accept->Rect.X - left - canvas.Px(12)), m_Accept->Rect.H}, m_Error,

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "interface/BaseWidget.h"
+#include "interface/BoxPlace.h"
 
 class Button;
 class FileList;
@@ -53,7 +54,9 @@ class FileBrowser : public BaseWidget {
   void Draw(Canvas& canvas) override;
   void Arrange(const cRect& rect, Canvas& canvas) override;
   cRect PlaceIn(const cRect& screen, Canvas& canvas) override;
-  bool OnMouse(const InputEvent&) override { return true; }
+  bool OnMouse(const InputEvent& event) override;
+  bool UndoDrag() override { return m_Place.UndoDrag(*this); }
+  MouseCursor GetCursor(float x, float y) const override { return m_Place.GetCursor(*this, x, y); }
   bool OnKey(const InputEvent& event) override;
 
   const std::string& Folder() const { return m_Folder; }
@@ -76,9 +79,11 @@ class FileBrowser : public BaseWidget {
   void MakeNewFolder();
   bool OnName(BaseWidget* widget, const WidgetEvent& event);
 
+  BoxPlace m_Place{"FileBrowser", 320, 240};
   FileBrowserRequest m_Request;
   std::function<void(const std::string&)> m_Chosen;
   std::string m_Folder, m_Error;
+  bool m_ShowsTitle = true;
   RowWidget* m_Path = nullptr;
   BaseWidget* m_Places = nullptr;
   FileList* m_List = nullptr;

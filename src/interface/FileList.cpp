@@ -126,7 +126,7 @@ static std::string PrintSize(int64_t bytes) {
   double size = double(bytes) / 1024;
   int unit = 0;
   while (size >= 1000 && unit < 3) size /= 1024, unit++;
-  return comms::Format(size < 10 ? "%.1f %s" : "%.0f %s", size, units[unit]).c_str();
+  return ShowNumber(std::string(comms::Format(size < 10 ? "%.1f %s" : "%.0f %s", size, units[unit])));
 }
 
 static std::string PrintTime(int64_t timeSec) {

@@ -13,6 +13,7 @@
 #include "interface/TextWidget.h"
 #include "interface/WidgetDraw.h"
 #include "interface/cWidgets.h"
+#include "shell/core/BasicTool.h"
 
 DECLARE_MEMBERS(HotKeyWindow) {}
 
@@ -216,11 +217,27 @@ void HotKeyWindow::AddRow(const HotKeyTarget& target) {
 void HotKeyWindow::FillList() {
   m_List->Content().RemoveChildren();
   for (const Action& action : m_Actions->All()) AddRow({action.Name, {}, {}});
+  for (const BasicTool* tool : ToolList)
+    if (*tool->GetToolKey()) AddRow({{}, {}, tool->GetToolKey()});
   for (const OneHotKey* key : m_Keys->Keys) AddRow(GetTarget(*key));
-  if (m_Commands)
+  if (m_Commands) {
     for (const Command& command : m_Commands->All())
       if (command.Required.empty()) AddRow({command.Name, {}, {}});
+    for (const Command& command : m_Commands->All())
+      if (!command.Required.empty() && Matches({command.Name, {}, {}})) AddLineToComplete(command);
+  }
   if (!m_List->Content().Children.Count) AddTypedLine();
+}
+
+// Begins the line of a command with what it asks for, for the person to go on.
+void HotKeyWindow::AddLineToComplete(const Command& command) {
+  std::string line = command.Name;
+  for (const std::string& name : command.Required) line += " " + name + "=";
+  auto* button = m_List->Content().AddChild(new Button(line + "…", "Keyboard"));
+  button->Literal = button->Flat = true;
+  button->Align = TextAlign::Left;
+  button->HintKey = "KEY_FOR_LINE";
+  button->Action = [this, line] { m_Search->BeginEdit(line, false); };
 }
 
 // What was typed as a line of a command with its parameters, or why nothing is shown.

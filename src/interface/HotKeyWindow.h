@@ -32,7 +32,7 @@ class HotKeyWindow : public BaseWidget {
   const HotKeyTarget& Capturing() const { return m_Capturing; }
   /// Gives the target that key. Where it is another's, asks the person whether to take it over.
   void Assign(const HotKeyTarget& target, const KeyCombo& combo);
-  /// What is listed now: the actions, whatever else has a key, and the commands that run without parameters.
+  /// What is listed now: the actions, the tools, whatever else has a key, and the commands that run without parameters.
   std::vector<HotKeyTarget> Listed() const;
   HotKeys& Keys() const { return *m_Keys; }
 
@@ -41,6 +41,7 @@ class HotKeyWindow : public BaseWidget {
   bool OnSearch(BaseWidget* widget, const WidgetEvent& event);
   void FillList();
   void AddRow(const HotKeyTarget& target);
+  void AddLineToComplete(const Command& command);
   void AddTypedLine();
   void AskTakeOver(const HotKeyTarget& target, const KeyCombo& combo, const HotKeyTarget& taken);
   void ResetOne(const HotKeyTarget& target);

@@ -11,7 +11,8 @@
 #include <map>
 #include <unordered_map>
 
-#include "ClassEngine/BaseClass.h"
+#include "ClassEngine/ClassRegistry.h"
+#include "ClassEngine/ValueTypes.h"
 #include "ClassEngine/Xml.h"
 #include "comms/SafeFile.h"
 #include "comms/Str.h"
@@ -158,6 +159,12 @@ const std::string& GetText(std::string_view key) {
   return texts.Missing.emplace(std::string(key), std::string(key)).first->second;
 }
 
+std::string ShowNumber(std::string text) {
+  static const std::string key = "DECIMAL_SEPARATOR";
+  const size_t point = HasText(key) ? text.find('.') : text.npos;
+  return point == text.npos ? text : text.replace(point, 1, GetText(key));
+}
+
 std::string FillIn(std::string text, std::string_view word) {
   const size_t place = text.find("%s");
   return place == text.npos ? text : text.replace(place, 2, word);
@@ -208,6 +215,28 @@ std::vector<std::string> ListLanguages(const std::string& dataFolder) {
   if (std::find(names.begin(), names.end(), "English") == names.end()) names.emplace_back("English");
   std::sort(names.begin(), names.end());
   return names;
+}
+
+REGISTER_CLASS(OneLang, nullptr);
+DECLARE_MEMBERS(OneLang) {
+  Member<_str>("Name", Name);
+  Member<_str>("Own", Own).NoSave();
+}
+
+const char* OneLang::GetDisplayName(void*) { return Own.Empty() ? Name.Get() : Own.Get(); }
+
+void ListLanguages(const std::string& dataFolder, ClonesArray<OneLang>& list) {
+  list.Clear();
+  for (const std::string& name : ListLanguages(dataFolder)) {
+    auto* language = new OneLang;
+    language->RegisterMembers();
+    language->Name = name;
+    TextTable table;
+    std::string error;
+    ReadTable(comms::JoinPath(LanguageFolder(dataFolder), name + ".xml"), table, error);  // a bad file is said when it is chosen
+    if (const auto own = table.find(name); own != table.end()) language->Own = own->second;
+    list.Add(language);
+  }
 }
 
 bool WriteMissingTexts(const std::string& folder, std::string& error) {

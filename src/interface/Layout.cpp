@@ -39,6 +39,30 @@ float ColumnWidget::NarrowestFor(Canvas& canvas) const {
   return width;
 }
 
+// Those whose share is too small get what they need, which makes the shares of the others smaller in turn.
+void RowWidget::GiveNarrowest(std::vector<float>& weights, std::vector<float>& widths, float& left, Canvas& canvas) const {
+  std::vector<float> needs(weights.size(), 0.0f);
+  float all = 0, sum = 0;
+  for (size_t i = 0; i < weights.size(); i++) {
+    if (weights[i] > 0) needs[i] = std::ceil(Children[int32_t(i)]->NarrowestFor(canvas));
+    all += needs[i];
+    sum += weights[i];
+  }
+  if (all > left) return;
+  for (bool again = true; again && sum > 0;) {
+    again = false;
+    for (size_t i = 0; i < weights.size(); i++) {
+      if (weights[i] <= 0 || left * weights[i] / sum >= needs[i]) continue;
+      widths[i] = needs[i];
+      left -= needs[i];
+      sum -= weights[i];
+      weights[i] = 0;
+      again = true;
+      break;
+    }
+  }
+}
+
 // Whole pixels, so that borders stay sharp; what rounding leaves goes to the last one.
 std::vector<float> RowWidget::Widths(float width, Canvas& canvas) const {
   std::vector<float> widths(size_t(Children.Count), 0.0f), weights(size_t(Children.Count), 0.0f);
@@ -52,14 +76,15 @@ std::vector<float> RowWidget::Widths(float width, Canvas& canvas) const {
     const float weight = given >= 0 ? given : own > 0 ? 0.0f : 1.0f;
     if (weight > 0) {
       weights[size_t(i)] = weight;
-      sum += weight;
-      last = i;
     } else {
       widths[size_t(i)] = std::ceil(own);
       left -= widths[size_t(i)];
     }
   }
   left = std::max(0.0f, left - float(std::max(0, shown - 1)) * canvas.Px(Measures::Gap));
+  GiveNarrowest(weights, widths, left, canvas);
+  for (int32_t i = 0; i < Children.Count; i++)
+    if (weights[size_t(i)] > 0) sum += weights[size_t(i)], last = i;
   float rest = left;
   for (int32_t i = 0; i < Children.Count; i++) {
     if (weights[size_t(i)] <= 0) continue;

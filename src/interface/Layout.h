@@ -18,7 +18,8 @@ class ColumnWidget : public BaseWidget {
   float NarrowestFor(Canvas& canvas) const override;
 };
 
-/// Children side by side: those that know their width get it, the others share what is left by their weights.
+/// Children side by side: those that know their width get it, the others share what is left by their weights, but none gets less
+/// than what it shows needs as long as that is there for all of them.
 class RowWidget : public BaseWidget {
   REFLECTED(RowWidget, BaseWidget)
  public:
@@ -36,4 +37,5 @@ class RowWidget : public BaseWidget {
 
  private:
   std::vector<float> Widths(float width, Canvas& canvas) const;
+  void GiveNarrowest(std::vector<float>& weights, std::vector<float>& widths, float& left, Canvas& canvas) const;
 };

@@ -7,13 +7,15 @@
 #include "interface/WidgetDraw.h"
 #include "interface/cWidgets.h"
 #include "shell/core/KeyTable.h"
+#include "shell/core/Pages.h"
 
 DECLARE_MEMBERS(MenuBar) {}
 
 static const std::string MoreText = "»";
 
 void MenuBar::AddMenu(std::string_view text, std::function<void(TextMenu&)> fill) {
-  m_Titles.push_back({std::string(text), std::move(fill), {}});
+  if (!IsShownOnPage(text, CurrentPage)) return;
+  m_Titles.push_back({StripPageTags(text), std::move(fill), {}});
   if (cWidgets* manager = Manager()) manager->RequestArrange();
 }
 

@@ -12,6 +12,7 @@ class TextMenu;
 class MenuBar : public BaseWidget {
   REFLECTED(MenuBar, BaseWidget)
  public:
+  /// `text`: language key, with tags of pages where the menu is of those alone (IsShownOnPage); none is added on other pages.
   void AddMenu(std::string_view text, std::function<void(TextMenu&)> fill);
   /// Closes what is open and takes all menus away.
   void RemoveMenus();

@@ -5,6 +5,9 @@
 #include "interface/BoxParts.h"
 #include "interface/Button.h"
 #include "interface/Language.h"
+#include "interface/ScrollArea.h"
+#include "interface/TextWidget.h"
+#include "interface/WidgetDraw.h"
 #include "interface/cWidgets.h"
 #include "interface/draw/Theme.h"
 #include "shell/core/KeyTable.h"
@@ -12,7 +15,14 @@
 DECLARE_MEMBERS(MessageBoxWidget) {}
 
 // At scale 1.
-static constexpr float TextWidth = 360, AboveText = 10, AboveButtons = 18;
+static constexpr float TextWidth = 360, AboveButtons = 18;
+
+static TextWidget* AddText(BaseWidget& to, const std::string& text, TextStyle style) {
+  auto* widget = to.AddChild(new TextWidget(text));
+  widget->Literal = widget->Wraps = true;
+  widget->Style = style;
+  return widget;
+}
 
 MessageBoxWidget* MessageBoxWidget::Ask(cWidgets& widgets, std::string_view title, std::string_view text,
                                         std::vector<std::string> answers, std::function<void(int)> answered) {
@@ -27,6 +37,9 @@ MessageBoxWidget* MessageBoxWidget::Ask(cWidgets& widgets, std::string_view titl
     button->Action = [box, i] { box->Answer(int(i)); };
     box->m_Buttons.push_back(button);
   }
+  box->m_Content = box->AddChild(new ScrollArea);
+  AddText(box->m_Content->Content(), box->Title, TextStyle::Title);
+  if (!box->Text.empty()) AddText(box->m_Content->Content(), box->Text, TextStyle::Normal);
   widgets.OpenModal(box);
   return box;
 }
@@ -43,22 +56,23 @@ void MessageBoxWidget::Answer(int index) {
 cRect MessageBoxWidget::PlaceIn(const cRect& screen, Canvas& canvas) {
   const float wanted =
       std::max({canvas.Px(TextWidth), BoxButtonsWidth(m_Buttons, canvas), canvas.TextWidth(Title, TextStyle::Title) + 1});
-  const float inside = std::min(wanted, screen.W - 2 * canvas.Px(BoxInset));
-  float height = canvas.LineHeight(TextStyle::Title) + canvas.Px(AboveButtons + BoxButtonHeight);
-  if (!Text.empty()) height += canvas.Px(AboveText) + canvas.ParagraphHeight(inside, Text);
+  const float inside = std::min(wanted, screen.W - 2 * BoxInset(canvas));
+  const float height =
+      m_Content->HeightFor(inside, canvas) + canvas.Px(AboveButtons) + BoxButtonsHeight(m_Buttons, inside, canvas);
   return PlaceBox(screen, inside, height, canvas);
 }
 
 void MessageBoxWidget::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
   ArrangeBoxButtons(m_Buttons, rect, canvas);
+  cRect inside = rect.Shrunk(BoxInset(canvas));
+  const float foot = BoxButtonsHeight(m_Buttons, inside.W, canvas);
+  const float gap = std::min(canvas.Px(AboveButtons), std::max(0.0f, inside.H - foot - m_Content->HeightFor(inside.W, canvas)));
+  inside.H = std::max(0.0f, inside.H - foot - std::max(gap, canvas.Px(6)));
+  m_Content->Arrange(inside, canvas);
 }
 
-void MessageBoxWidget::Draw(Canvas& canvas) {
-  const cRect inside = DrawBoxGround(canvas, Rect, Title);
-  const float y = inside.Y + canvas.Px(AboveText);
-  if (!Text.empty()) canvas.Paragraph({inside.X, y, inside.W, inside.Bottom() - y}, Text, GetTheme().Text);
-}
+void MessageBoxWidget::Draw(Canvas& canvas) { DrawPopupGround(canvas, Rect, GetTheme().Panel); }
 
 bool MessageBoxWidget::OnMouse(const InputEvent&) { return true; }
 

@@ -6,6 +6,7 @@
 #include "interface/BaseWidget.h"
 
 class Button;
+class ScrollArea;
 
 /// A question in the middle of the window. Enter gives the first answer, Esc the last.
 class MessageBoxWidget : public BaseWidget {
@@ -26,6 +27,7 @@ class MessageBoxWidget : public BaseWidget {
   std::string Title, Text;
 
  private:
+  ScrollArea* m_Content = nullptr;  // title and text, scrolled where the window is too low for them
   std::vector<Button*> m_Buttons;
   std::function<void(int)> m_Answered;
 };

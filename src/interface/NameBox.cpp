@@ -71,16 +71,17 @@ void NameBox::Close() {
 }
 
 cRect NameBox::PlaceIn(const cRect& screen, Canvas& canvas) {
-  const float inside = std::min(canvas.Px(InsideWidth), screen.W - 2 * canvas.Px(BoxInset));
-  float height = canvas.LineHeight(TextStyle::Title) + canvas.Px(AboveField + FieldHeight + AboveField + BoxButtonHeight);
+  const float inside = std::min(canvas.Px(InsideWidth), screen.W - 2 * BoxInset(canvas));
+  float height = BoxTitleHeight(m_Title, inside, canvas) + canvas.Px(AboveField + FieldHeight + AboveField) +
+                 BoxButtonsHeight(std::array{m_Accept, m_Cancel}, inside, canvas);
   if (!m_Expected.empty()) height += canvas.Px(6) + canvas.ParagraphHeight(inside, m_Expected);
   return PlaceBox(screen, inside, height, canvas);
 }
 
 void NameBox::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
-  const cRect inside = rect.Shrunk(canvas.Px(BoxInset));
-  const float field = inside.Y + canvas.LineHeight(TextStyle::Title) + canvas.Px(AboveField);
+  const cRect inside = rect.Shrunk(BoxInset(canvas));
+  const float field = inside.Y + BoxTitleHeight(m_Title, inside.W, canvas) + canvas.Px(AboveField);
   m_Name->Arrange({inside.X, field, inside.W, canvas.Px(FieldHeight)}, canvas);
   ArrangeBoxButtons(std::array{m_Accept, m_Cancel}, rect, canvas);
 }

@@ -6,6 +6,7 @@
 
 #include "ClassEngine/ValueText.h"
 #include "comms/Str.h"
+#include "interface/Language.h"
 #include "interface/SimpleSlider.h"
 #include "interface/TextEdit.h"
 #include "interface/WidgetDraw.h"
@@ -21,7 +22,7 @@ NumberField::NumberField() {
   m_Edit->Commit = [this](const std::string& text, std::string& expected) {
     double value;
     if (!ReadSliderNumber(text, Unit, value)) {
-      expected = Value.IsWhole() ? "1, 2, 3" : "1.25";
+      expected = Value.IsWhole() ? "1, 2, 3" : ShowNumber("1.25");
       return false;
     }
     if (text == GetText()) return true;
@@ -34,7 +35,7 @@ NumberField::NumberField(const ValueBinding& value) : NumberField() { Value = va
 
 std::string NumberField::GetText() const {
   const double number = Value.GetNumber();
-  std::string text = Value.IsWhole() ? PrintNumber(number) : PrintShortest(float(number));
+  const std::string text = ShowNumber(Value.IsWhole() ? PrintNumber(number) : PrintShortest(float(number)));
   return Unit.empty() ? text : text + " " + Unit;
 }
 

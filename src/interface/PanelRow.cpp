@@ -34,6 +34,12 @@ float PanelRow::LabelTextWidth(Canvas& canvas) const {
   return HasLabel() && !IsBelow() ? canvas.TextWidth(GetText(), LabelStyle()) + 1 : 0;
 }
 
+// With the label above.
+float PanelRow::NarrowestFor(Canvas& canvas) const {
+  const float word = HasLabel() ? FindWidestWord(GetText(), LabelStyle(), canvas) + 1 : 0;
+  return std::max(word, m_Control->NarrowestFor(canvas));
+}
+
 // The label stands above where one of its words or the control needs more than its part of the row; in either place it breaks
 // into lines. Curves and the like always stand below their label, as wide as the panel.
 PanelRow::Plan PanelRow::MakePlan(float width, Canvas& canvas) const {
@@ -47,7 +53,8 @@ PanelRow::Plan PanelRow::MakePlan(float width, Canvas& canvas) const {
     plan.LabelWidth = plan.Stacked ? width : column;
     plan.LabelHeight = RowHeight(canvas);
     if (canvas.TextWidth(label, LabelStyle()) > plan.LabelWidth)
-      plan.LabelHeight = std::max(plan.LabelHeight, canvas.ParagraphHeight(plan.LabelWidth, label, LabelStyle()) + canvas.Px(2));
+      plan.LabelHeight =
+          std::max(plan.LabelHeight, canvas.ParagraphHeight(plan.LabelWidth, label, LabelStyle(), LongWords::Cut) + canvas.Px(2));
     if (!plan.Stacked) plan.ControlWidth = rest;
   }
   plan.ControlHeight = m_Place.Signs.Height > 0
@@ -86,7 +93,8 @@ void PanelRow::Draw(Canvas& canvas) {
   if (m_Label.empty()) return;
   const uint32_t color = IsEnabled() ? GetTheme().TextDim : GetTheme().TextDisabled;
   if (m_Wraps)
-    canvas.Paragraph({m_LabelRect.X, m_LabelRect.Y + canvas.Px(1), m_LabelRect.W, m_LabelRect.H}, m_Label, color, LabelStyle());
+    canvas.Paragraph({m_LabelRect.X, m_LabelRect.Y + canvas.Px(1), m_LabelRect.W, m_LabelRect.H}, m_Label, color, LabelStyle(),
+                     TextAlign::Left, LongWords::Cut);
   else
     canvas.Text(m_LabelRect, m_Label, color, LabelStyle());
 }

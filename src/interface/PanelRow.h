@@ -43,7 +43,7 @@ class PanelRow : public BaseWidget {
   void Draw(Canvas& canvas) override;
   void Arrange(const cRect& rect, Canvas& canvas) override;
   float HeightFor(float width, Canvas& canvas) const override;
-  float NarrowestFor(Canvas& canvas) const override { return m_Control->NarrowestFor(canvas); }
+  float NarrowestFor(Canvas& canvas) const override;
   bool OnMouse(const InputEvent& event) override;
   std::string GetText() const override;
   std::string GetHintText(float x, float y) const override;

@@ -182,6 +182,74 @@ std::string ItemTitle(const RowPlace& place) {
   return place.Member ? type : type + " " + std::to_string(place.Element + 1);
 }
 
+/// An item of a container as the row of a tree. Its object may draw the row, take its clicks, keep its fold in a member of its
+/// own and be dragged onto other items.
+class ItemFolder : public WidgetsFolder {
+  REFLECTED(ItemFolder, WidgetsFolder)
+ public:
+  ItemFolder() = default;
+  ItemFolder(BaseClass& object, std::string_view title) : ItemFolder(object, title, FindState(object)) {}
+  void Draw(Canvas& canvas) override {
+    const ::RowRect row{Header(canvas)};
+    if (!m_Object || !m_Object->OnRowDraw(this, &row)) WidgetsFolder::Draw(canvas);
+  }
+  void Process(double) override {
+    if (m_State.IsBound()) SetOpen(m_State.GetBool());
+  }
+  // What can be dragged folds at the release: the press may begin a drag.
+  bool OnMouse(const InputEvent& event) override {
+    cWidgets* manager = Manager();
+    if (!m_Object) return WidgetsFolder::OnMouse(event);
+    const bool isLeft = event.Button == MouseButton::Left;
+    if (manager && event.Kind == InputKind::ButtonDown && isLeft && Header(manager->GetCanvas()).Contains(event.X, event.Y)) {
+      const WidgetEvent click{WidgetEventKind::Click, &event, nullptr};
+      m_Takes = m_Object->OnRowClick(this, &click);
+      if (!m_Takes && !m_Object->CanDragRow()) return WidgetsFolder::OnMouse(event);
+      m_Pressed = true;
+      m_X = event.X;
+      m_Y = event.Y;
+      return true;
+    }
+    if (!manager || !m_Pressed || !IsCaptured()) return WidgetsFolder::OnMouse(event);
+    const float away = manager->GetCanvas().Px(6);
+    if (event.Kind == InputKind::PointerMove && m_Object->CanDragRow() &&
+        std::max(std::fabs(event.X - m_X), std::fabs(event.Y - m_Y)) >= away) {
+      m_Pressed = false;
+      manager->BeginDrag(m_Object, GetText(), this);
+    } else if (event.Kind == InputKind::ButtonUp && isLeft) {
+      m_Pressed = false;
+      if (!m_Takes && Header(manager->GetCanvas()).Contains(event.X, event.Y)) SetOpen(!IsOpen(), &event);
+    }
+    return true;
+  }
+  bool AcceptsDrag(const BaseClass* object, const BaseWidget* source) const override {
+    return m_Object && object != m_Object && dynamic_cast<const ItemFolder*>(source);
+  }
+  void OnEvent(const WidgetEvent& event) override {
+    if (event.Kind == WidgetEventKind::Change && m_State.IsBound()) m_State.SetBool(IsOpen());
+    if (!m_Object) return;
+    if (event.Kind == WidgetEventKind::DragOver) m_Object->OnRowDrag(this, &event);
+    if (event.Kind == WidgetEventKind::Drop) m_Object->OnRowDrop(this, &event);
+  }
+
+ private:
+  ItemFolder(BaseClass& object, std::string_view title, const ValueBinding& state)
+      : WidgetsFolder(title, !state.IsBound() || state.GetBool()), m_Object(&object), m_State(state) {
+    Literal = true;
+  }
+  static ValueBinding FindState(BaseClass& object) {
+    for (int32_t i = 0; i < object.GetElementCount(); i++)
+      if (const char* name = object.GetElementName(i); name && object.IsRowStateMember(name))
+        return {object.GetElementType(i), object.GetElementData(i, &object), object.GetElementExtra(i)};
+    return {};
+  }
+  BaseClass* m_Object = nullptr;
+  ValueBinding m_State;  // where the object keeps whether it is open
+  bool m_Pressed = false, m_Takes = false;
+  float m_X = 0, m_Y = 0;
+};
+DECLARE_MEMBERS(ItemFolder) {}
+
 // A line between rows of one group and of the next; a row's hint key is its name with the group.
 void SeparateGroups(BaseWidget& rows) {
   int group = -1;
@@ -215,10 +283,12 @@ BaseWidget* BuildGroup(BaseWidget& rows, const RowPlace& place, int depth) {
   if (IsCommandList(place)) return BuildCommandList(rows, place, depth);
   BaseWidget* inside = &rows;
   if (!place.Signs.NoLabel || !place.Member) {
-    auto* folder =
-        rows.AddChild(new WidgetsFolder(place.Member ? place.Signs.Name : ItemTitle(place), place.Signs.Bold || !place.Member));
-    folder->Literal = !place.Member;
-    inside = folder;
+    WidgetsFolder* folder = nullptr;
+    if (place.Member)
+      folder = new WidgetsFolder(place.Signs.Name, place.Signs.Bold);
+    else
+      folder = new ItemFolder(*object, ItemTitle(place));
+    inside = rows.AddChild(folder);
   }
   const bool enabled = !place.ReadOnly;
   const int32_t first = inside->Children.Count;
@@ -261,7 +331,7 @@ bool FindRow(BaseClass& owner, int row, const PanelWidget& panel, RowSource& sou
   if (source.Element < 0) return true;
   if (owner.IsElementHiddenInPanel(row, &owner, options)) return false;
   source.Member = owner.FindElementMember(source.Element);
-  if (source.Member && !panel.Admits(owner, source.Name)) return false;
+  if (source.Member && (owner.IsRowStateMember(source.Name) || !panel.Admits(owner, source.Name))) return false;
   source.Value.Type = owner.GetVisibleElementType(row, &owner, options);
   source.Value.Data = owner.GetVisibleElementData(row, &owner, options);
   source.Value.Extra = owner.GetVisibleElementExtra(row, &owner, options);

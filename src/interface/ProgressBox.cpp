@@ -24,9 +24,10 @@ std::string ProgressBox::GetText() const {
 }
 
 cRect ProgressBox::PlaceIn(const cRect& screen, Canvas& canvas) {
-  float height = canvas.LineHeight(TextStyle::Bold) + canvas.Px(AboveBar + BarHeight);
+  const float inside = std::min(canvas.Px(InsideWidth), screen.W - 2 * BoxInset(canvas));
+  float height = BoxTitleHeight(::GetText(Title), inside, canvas, TextStyle::Bold) + canvas.Px(AboveBar + BarHeight);
   if (CanCancel) height += canvas.Px(AboveButton + BoxButtonHeight);
-  return PlaceBox(screen, canvas.Px(InsideWidth), height, canvas);
+  return PlaceBox(screen, inside, height, canvas);
 }
 
 void ProgressBox::Arrange(const cRect& rect, Canvas& canvas) {

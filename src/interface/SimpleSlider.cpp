@@ -55,7 +55,7 @@ double SimpleSlider::Step() const {
 }
 
 std::string SimpleSlider::Print(double value) const {
-  std::string text = PrintSliderNumber(value, std::fabs(double(Range.MaxValue) - Range.MinValue), Value.IsWhole());
+  std::string text = ShowNumber(PrintSliderNumber(value, std::fabs(double(Range.MaxValue) - Range.MinValue), Value.IsWhole()));
   if (!Unit.empty()) text += (Unit == "%" || Unit == "°" ? "" : " ") + Unit;
   return text;
 }
@@ -221,7 +221,7 @@ void SimpleSlider::OpenEntry(std::string_view typed) {
   m_Entry->Commit = [this](const std::string& text, std::string& expected) {
     double value;
     if (!ReadSliderNumber(text, Unit, value)) {
-      expected = PrintNumber(double(Range.MinValue)) + " .. " + PrintNumber(double(Range.MaxValue));
+      expected = ShowNumber(PrintNumber(double(Range.MinValue))) + " .. " + ShowNumber(PrintNumber(double(Range.MaxValue)));
       return false;
     }
     SetNumber(value, nullptr);
@@ -229,7 +229,7 @@ void SimpleSlider::OpenEntry(std::string_view typed) {
   };
   m_Entry->Ended = [this] { CloseEntry(); };
   const double shown = Value.GetNumber();
-  const std::string text = Value.IsWhole() ? PrintNumber(shown) : PrintShortest(float(shown));
+  const std::string text = ShowNumber(Value.IsWhole() ? PrintNumber(shown) : PrintShortest(float(shown)));
   m_Entry->BeginEdit(typed.empty() ? std::string_view(text) : typed, typed.empty());
 }
 

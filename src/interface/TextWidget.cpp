@@ -23,14 +23,14 @@ void TextWidget::Draw(Canvas& canvas) {
                          : Style == TextStyle::Title ? theme.TextTitle
                                                      : theme.Text;
   if (Wraps)
-    canvas.Paragraph(Rect, GetText(), color, Style);
+    canvas.Paragraph(Rect, GetText(), color, Style, TextAlign::Left, LongWords::Cut);
   else
     canvas.Text(Rect, GetText(), color, Style, Align);
 }
 
 float TextWidget::HeightFor(float width, Canvas& canvas) const {
   const float row = std::max(RowHeight(canvas), canvas.LineHeight(Style));
-  return Wraps ? std::max(row, canvas.ParagraphHeight(width, GetText(), Style)) : row;
+  return Wraps ? std::max(row, canvas.ParagraphHeight(width, GetText(), Style, LongWords::Cut)) : row;
 }
 
 float TextWidget::WidthFor(Canvas& canvas) const { return Wraps ? 0 : canvas.TextWidth(GetText(), Style) + 1; }

@@ -217,6 +217,9 @@ void cWidgets::DrawHint() {
   std::string text;
   for (const BaseWidget* widget = m_Hot; widget && text.empty(); widget = widget->Owner)
     text = widget->GetHintText(m_PointerX, m_PointerY);
+  if (m_Hot->IsTextCut())
+    if (const std::string whole = m_Hot->GetText(); !whole.empty() && !text.starts_with(whole))
+      text = text.empty() ? whole : whole + "\n" + text;
   if (text.empty()) return;
   const double waited = m_TimeSec - m_HotSince;
   if (waited < HintDelay) {

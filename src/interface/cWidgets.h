@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "interface/BaseWidget.h"
+#include "interface/WindowPos.h"
 
 /// Layers of the interface; 33 in all. Higher ones lie over lower ones and are asked for input first.
 enum WidgetLayer : int { LayerScene = 0, LayerDocks = 1, LayerFloating = 2, LayerMenus = 3, LayerModal = 4, LayerCount = 33 };
@@ -26,6 +27,7 @@ class cWidgets {
   /// Size of the window in pixels and scale of the interface. A change closes menus and arranges everything anew.
   void SetSize(int width, int height, float scale);
   float Scale() const { return m_Scale; }
+  WindowPositions Positions;  ///< of floating panels and of boxes, as the person left them
   bool ShowHints = true;
   double HintDelay = 0.6;  ///< seconds for which the pointer rests before a hint appears
   /// Asks for a new arrangement before the next drawing.

@@ -122,6 +122,15 @@ TEST(ReflectedContainers, RowWalk) {
   EXPECT_THAT(GetRows(pointer, 7), ElementsAre("add..."));
   pointer.Set(new Leaf);
   EXPECT_THAT(GetRows(pointer, 7), ElementsAre("Leaf"));
+  Branch root;
+  root.RegisterMembers();
+  auto* below = new Branch;
+  below->RegisterMembers();
+  root.Single.Set(below);  // shows through to the branch, and nothing is added to what stands below
+  for (BaseClass* container : {static_cast<BaseClass*>(&root.Mixed), static_cast<BaseClass*>(&root.Clones)})
+    EXPECT_THAT(GetRows(*container, 7), ElementsAre("add..."));
+  for (BaseClass* container : {static_cast<BaseClass*>(&below->Mixed), static_cast<BaseClass*>(&below->Single)})
+    EXPECT_THAT(GetRows(*container, 7), ElementsAre());
 }
 
 TEST(ReflectedContainers, AddableClasses) {

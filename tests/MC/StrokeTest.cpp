@@ -192,6 +192,29 @@ TEST(Stroke, WhatRunsOutOfMemoryIsTakenBack) {
   EXPECT_FALSE(failed);
   EXPECT_GT(failures, 3);
 }
+
+// Undo and redo exchange all cells of a stroke or none.
+TEST(Stroke, AnExchangeThatRunsOutOfMemoryChangesNothing) {
+  VolumeObject volume;
+  ApplySphereDab(volume, {}, 220, {});
+  StrokeCells cells = volume.TakeStroke();
+  volume.ExchangeCells(cells);
+  ASSERT_EQ(volume.Cells.Count(), 0u);
+  int failures = 0;
+  for (size_t more = 0; volume.Cells.Count() == 0 && more < size_t(1) << 28; more += size_t(128) << 10) {
+    try {
+      const MemoryLimit limit(more);
+      volume.ExchangeCells(cells);
+    } catch (const std::bad_alloc&) {
+      failures++;
+      ASSERT_EQ(volume.Cells.Count(), 0u) << more << " bytes";
+    }
+  }
+  EXPECT_GT(failures, 1);
+  EXPECT_EQ(volume.Cells.Count(), cells.Entries().size());
+  volume.ExchangeCells(cells);
+  EXPECT_EQ(volume.Cells.Count(), 0u) << "nothing is lost for the next undo";
+}
 #endif
 
 // Lengths of a stroke are world units, whatever the volume's space is.

@@ -1,7 +1,7 @@
 #pragma once
 // Files of a test: a folder that goes with it, whole texts in and out; names of a mesh's lists.
-#include <unistd.h>
-
+#include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -9,11 +9,11 @@
 
 class TestFolder {
  public:
+  // Never one that is there already: a run that was killed leaves its own, and process numbers come back.
   TestFolder() {
-    static int count = 0;
-    m_Path =
-        std::filesystem::temp_directory_path() / ("morvane-mesh-" + std::to_string(getpid()) + "-" + std::to_string(count++));
-    std::filesystem::create_directories(m_Path);
+    std::string pattern = (std::filesystem::temp_directory_path() / "morvane-mesh-XXXXXX").string();
+    if (!mkdtemp(pattern.data())) throw std::filesystem::filesystem_error("mkdtemp", pattern, {errno, std::generic_category()});
+    m_Path = pattern;
   }
   ~TestFolder() {
     std::error_code ignored;

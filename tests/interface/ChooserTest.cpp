@@ -1,5 +1,6 @@
 // The boxes in which a person chooses files and keys.
 #include "WidgetFixture.h"
+#include "interface/Button.h"
 #include "interface/DockWidgets.h"
 #include "interface/FileBrowser.h"
 #include "interface/FileList.h"
@@ -7,6 +8,7 @@
 #include "interface/HotKeyWindow.h"
 #include "interface/Language.h"
 #include "interface/MessageBoxWidget.h"
+#include "interface/NameBox.h"
 #include "interface/TextMenu.h"
 #include "shell/TestFolder.h"
 
@@ -83,6 +85,60 @@ TEST_F(FileBrowserTest, OpensByKeyboard) {
   EXPECT_EQ(box->Folder() + "/", Folder.Path());
   Key(KeyEsc);
   EXPECT_EQ(Answers, std::vector<std::string>{""});
+}
+
+TEST_F(FileBrowserTest, OpensWhereThePersonLeftIt) {
+  FileBrowser* box = Open(FileBrowserRequest::Kind::Open);
+  DrawAll();
+  const cRect first = box->Rect;
+  // By its title, then at its lower right corner, and far past the least size and the window.
+  DragAlong({{first.X + 200, first.Y + 20}, {first.X + 190, first.Y + 5}});
+  EXPECT_EQ(box->Rect, (cRect{first.X - 10, first.Y - 15, first.W, first.H}));
+  const auto corner = [&] { return comms::cVec2{box->Rect.Right() - 2, box->Rect.Bottom() - 2}; };
+  DragAlong({corner(), {corner().x - 100, corner().y - 50}});
+  const cRect left = box->Rect;
+  EXPECT_EQ(left, (cRect{first.X - 10, first.Y - 15, first.W - 100, first.H - 50}));
+  Key(KeyEsc);
+  box = Open(FileBrowserRequest::Kind::Open);
+  DrawAll();
+  EXPECT_EQ(box->Rect, left);
+  Press(corner().x, corner().y);
+  Move(5, 5);
+  EXPECT_EQ(box->Rect.W, 320);
+  EXPECT_TRUE(box->UndoDrag());
+  DrawAll();
+  EXPECT_EQ(box->Rect, left);
+  Resize(400, 300);
+  DrawAll();
+  EXPECT_EQ(box->Rect.Intersection(Screen.Screen()), box->Rect) << "a smaller window holds it whole";
+}
+
+TEST_F(FileBrowserTest, NothingOfABoxOverlapsInASmallWindow) {
+  std::string error;
+  ASSERT_TRUE(LoadLanguage(MORVANE_DATA_DIR, "German", error)) << error;
+  for (const float scale : {1.0f, 1.5f, 2.0f, 3.0f}) {
+    Resize(640, 480, scale);
+    MessageBoxWidget::Ask(Widgets, "SAVE_CHANGES_HDR", "SAVE_CHANGES", {"SAVE_AS", "DONT_SAVE", "CANCEL"}, nullptr);
+    NameBox::Ask(Widgets, "StoreThisPageLayout", "", [](const std::string&, std::string&) { return true; });
+    Open(FileBrowserRequest::Kind::Open);
+    Open(FileBrowserRequest::Kind::Save);
+    while (BaseWidget* box = Widgets.TopModal()) {
+      DrawAll();
+      EXPECT_EQ(Screen.TextsCut(), 0) << box->GetClassName() << " at " << scale;
+      for (int i = 0; i < box->Children.Count; i++) {
+        const BaseWidget& child = *box->Children[i];
+        if (!child.Visible) continue;
+        EXPECT_EQ(child.Rect.Intersection(box->Rect), child.Rect) << box->GetClassName() << i << " at " << scale;
+        for (int k = 0; k < i; k++) {
+          const cRect both = child.Rect.Intersection(box->Children[k]->Rect);
+          EXPECT_FALSE(box->Children[k]->Visible && both.W > 0 && both.H > 0) << box->GetClassName() << k << i << " at " << scale;
+        }
+      }
+      Widgets.CloseModal(box);
+      Widgets.EmptyDeferredList();
+    }
+  }
+  LoadLanguage(MORVANE_DATA_DIR, "English", error);
 }
 
 TEST_F(FileBrowserTest, AsksBeforeAFileIsWrittenOver) {
@@ -202,6 +258,22 @@ TEST_F(HotKeyWindowTest, SearchLooksAtNamesAndKeys) {
                                                                    {" Export  Radius=2 ", {"Export|Radius=2"}},
                                                                    {"Export Size=2", {}}};
   for (const auto& [text, listed] : rows) EXPECT_EQ(Listed(text), listed) << text;
+  // A command that asks for parameters is offered as the beginning of its line.
+  Listed("exp");
+  const std::function<Button*(BaseWidget&)> find = [&](BaseWidget& root) -> Button* {
+    auto* button = dynamic_cast<Button*>(&root);
+    if (button && button->GetText() == "Export Radius=…") return button;
+    for (BaseWidget* child : root.Children)
+      if (Button* found = find(*child)) return found;
+    return nullptr;
+  };
+  Button* const offer = find(*Window);
+  ASSERT_TRUE(offer);
+  offer->Action();
+  Send(TextEvent("5"));
+  DrawAll();
+  ASSERT_EQ(Window->Listed().size(), 1u);
+  EXPECT_EQ(Window->Listed()[0], (HotKeyTarget{"Export", "Radius=5", {}}));
 }
 
 TEST_F(HotKeyWindowTest, CommandsAndToolsAreGivenKeysToo) {

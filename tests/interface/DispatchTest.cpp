@@ -1,6 +1,7 @@
 #include <vector>
 
 #include "WidgetFixture.h"
+#include "interface/Button.h"
 #include "interface/CheckBox.h"
 #include "interface/Layout.h"
 #include "interface/MessageBoxWidget.h"
@@ -143,6 +144,20 @@ TEST_F(DispatchTest, TabWalksInTheOrderOfTheTree) {
   EXPECT_EQ(Widgets.Focused(), last);
   Key(KeyTab, ModShift);
   EXPECT_EQ(Widgets.Focused(), inside);
+}
+
+TEST_F(DispatchTest, WhatIsCutIsToldWholeByTheHint) {
+  for (const bool wide : {true, false}) {
+    auto* button = Place(new Button("Unabbreviated"), {100, 100, wide ? 200.0f : 50.0f, 20});
+    Widgets.Process(1);
+    Move(110, 110);
+    Widgets.Process(1 + Widgets.HintDelay);
+    DrawAll();
+    EXPECT_EQ(button->IsTextCut(), !wide);
+    EXPECT_EQ(Widgets.HintRect().W > Screen.TextWidth("Unabbreviated"), !wide);
+    Widgets.DeleteLater(button);
+    Move(1, 1);
+  }
 }
 
 TEST_F(DispatchTest, ABoxBlocksAllBelowAndAnswersByKey) {

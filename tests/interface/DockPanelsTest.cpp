@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "ClassEngine/Xml.h"
 #include "WidgetFixture.h"
 #include "comms/Log.h"
 #include "interface/Button.h"
@@ -9,6 +10,7 @@
 #include "interface/Layout.h"
 #include "interface/draw/Theme.h"
 #include "shell/TestFolder.h"
+#include "shell/core/DataPath.h"
 
 namespace {
 
@@ -163,6 +165,55 @@ TEST_F(DockPanelsTest, TheSceneKeepsItsShareOfASmallWindow) {
   EXPECT_TRUE((folded == left ? right : left)->IsStrip());
   ArrangeDocks(1200, 800);
   EXPECT_FALSE(left->IsStrip() || right->IsStrip()) << "all is back in a large window";
+}
+
+TEST_F(DockPanelsTest, WhereNotAllFitTheOneThatWasAskedForHasTheRoom) {
+  ArrangeDocks(1200, 90);
+  EXPECT_TRUE(Find("Tree")->Squeezed && !Find("Params")->Squeezed) << "the first one";
+  ClickOn(*Find("Tree")->Header);
+  ArrangeDocks(1200, 90);
+  EXPECT_TRUE(!Find("Tree")->Squeezed && Find("Params")->Squeezed);
+  EXPECT_FALSE(Find("Params")->Tabs[0].Content->Visible);
+  Docks.Open("Params");
+  ArrangeDocks(1200, 90);
+  EXPECT_TRUE(Find("Params")->Tabs[0].Content->Visible);
+  Settle();
+  EXPECT_FALSE(Find("Tree")->IsFolded() || Find("Params")->IsFolded()) << "all are back in a large window";
+}
+
+TEST_F(DockPanelsTest, AFloatingPanelStandsWhereItWasOnEveryPage) {
+  Drag(*Find("Tree"), 600, 400);
+  const cRect place = Find("Tree")->Rect;
+  Docks.SetDefault({"Tools"});  // a page whose layout knows nothing of it
+  Docks.Open("Tree");
+  Settle();
+  EXPECT_EQ(Find("Tree")->Rect, place);
+  WindowPos& kept = *Widgets.Positions.Find("Tree");
+  kept.WndName = "Layers";
+  kept.tpX = 120, kept.tpY = 64, kept.Width = 300, kept.Height = 400;
+  XmlNode node;
+  kept.Save(&node);
+  StrBuffer text;
+  node.Print(text, 0);
+  EXPECT_EQ(text.View(),
+            "<WindowPos>\n <WndName>Layers</WndName>\n <EnableTopmost>true</EnableTopmost>\n <EnablePopup>false</EnablePopup>\n"
+            " <Width>300</Width>\n <Height>400</Height>\n <tpX>120</tpX>\n <tpY>64</tpY>\n <EnableSize>true</EnableSize>\n"
+            "</WindowPos>\n");
+  SetDataPath(Folder.Path(), MORVANE_DATA_DIR);
+  ASSERT_TRUE(Widgets.Positions.Store());
+  WindowPositions again;
+  again.Load();
+  ASSERT_TRUE(again.Find("Layers"));
+  EXPECT_EQ(again.Find("Layers")->Place(), (cRect{120, 64, 300, 400}));
+  Folder.Write("Xmls/WindowPositions.xml",
+               "<WindowPositions><Windows><WindowPos><WndName>Far</WndName><Width>-7</Width><tpX>999999999</tpX></WindowPos>"
+               "</Windows></WindowPositions>");
+  again.Load();
+  ASSERT_TRUE(again.Find("Far"));
+  EXPECT_EQ(again.Find("Far")->Place(), (cRect{20000, 0, 0, 0})) << "a place that a window can be brought back from";
+  // The default has every panel at its first place, and there it is to be docked when it is opened again.
+  Docks.SetDefault({"Tree"});
+  EXPECT_FALSE(Find("Tree")->Floating);
 }
 
 TEST_F(DockPanelsTest, ADockIsAsWideAsItsButtonsNeed) {

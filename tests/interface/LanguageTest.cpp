@@ -19,7 +19,8 @@ class LanguageTest : public testing::Test {
           "is</Text></Entry>"
           "<Entry><Key>BRUSHES</Key><Text>Brushes</Text></Entry></Language>");
     Write("German.xml",
-          "<Language><Entry><Key>BRUSH</Key><Text>Pinselgröße</Text></Entry><Entry><Key>Key.Ctrl</Key><Text>Strg</Text></Entry></"
+          "<Language><Entry><Key>BRUSH</Key><Text>Pinselgröße</Text></Entry><Entry><Key>Key.Ctrl</Key><Text>Strg</Text></Entry>"
+          "<Entry><Key>DECIMAL_SEPARATOR</Key><Text>,</Text></Entry><Entry><Key>German</Key><Text>Deutsch</Text></Entry></"
           "Language>");
   }
   ~LanguageTest() override {
@@ -49,6 +50,13 @@ TEST_F(LanguageTest, LooksUpOverEnglishAndWithoutGroups) {
   EXPECT_EQ(GetHintText("BRUSHES"), "");
   EXPECT_EQ(GetKeyText("Ctrl+Shift+Z"), "Strg+Shift+Z");
   EXPECT_THAT(ListLanguages(m_Folder.Path()), testing::ElementsAre("English", "German"));
+  ClonesArray<OneLang> list;
+  for (int i = 0; i < 2; i++) ListLanguages(m_Folder.Path(), list);
+  ASSERT_EQ(list.Count, 2);
+  EXPECT_STREQ(list[0]->GetDisplayName(nullptr), "English") << "its file doesn't say";
+  EXPECT_STREQ(list[1]->GetDisplayName(nullptr), "Deutsch");
+  EXPECT_EQ(list[1]->Name, "German");
+  EXPECT_EQ(ShowNumber("-0.25 mm"), "-0,25 mm");
 }
 
 TEST_F(LanguageTest, MissingKeysAreListedForCompletion) {

@@ -1,10 +1,12 @@
 #include "WidgetFixture.h"
+#include "interface/ActionWidgets.h"
 #include "interface/ComboBox.h"
 #include "interface/Language.h"
 #include "interface/MenuBar.h"
 #include "interface/StatusLine.h"
 #include "interface/TextMenu.h"
 #include "interface/draw/Theme.h"
+#include "shell/core/Pages.h"
 
 namespace {
 
@@ -228,6 +230,43 @@ TEST_F(MenuTest, AComboBoxWritesTheValueOfTheEntry) {
   EXPECT_FALSE(Widgets.HasPopups()) << "a second press closes the list";
   mode = 33;  // no entry
   EXPECT_EQ(combo->GetText(), "");
+}
+
+// By the tags in an item's text, whoever builds the menu; and the key that an item tells is that of now.
+TEST_F(MenuTest, ItemsOfOtherPagesAreLeftOut) {
+  Actions actions;
+  for (const char* name : {"Layers[Page1][Page3]", "Everywhere"}) {
+    Action action;
+    action.Name = action.TextKey = name;
+    action.DefaultKeys = {*name == 'L' ? "L" : "E"};
+    action.Run = [] {};
+    actions.Add(action);
+  }
+  HotKeys keys;
+  keys.RegisterMembers();
+  keys.SetDefaults(actions);
+  SetActionSource(&actions, &keys);
+  for (CurrentPage = 0; CurrentPage < 5; CurrentPage++) {
+    SCOPED_TRACE(CurrentPage);
+    const bool shown = CurrentPage == 1 || CurrentPage == 3;
+    TextMenu menu;
+    AddActionItems(menu, {"Layers[Page1][Page3]", "Everywhere"});
+    ASSERT_EQ(menu.Children.Count, shown ? 2 : 1);
+    EXPECT_EQ(menu.Item(0)->GetText(), shown ? "Layers" : "Everywhere");
+    EXPECT_EQ(menu.Item(0)->HotKey, shown ? "L" : "E");
+    BaseWidget panel;
+    AddActionButtons(panel, "TOOLS", {"Layers[Page1][Page3]"});
+    ASSERT_EQ(panel.Children.Count, shown ? 2 : 1) << "below the title";
+    EXPECT_TRUE(!shown || panel.Children[1]->GetText() == "Layers");
+    auto* bar = Place(new MenuBar, {0, 0, 400, 20});
+    bar->AddMenu("Layers[Page1][Page3]", [this](TextMenu& list) { Fill(list); });
+    bar->Arrange(bar->Rect, Screen);
+    bar->OpenMenu(0, false);
+    EXPECT_EQ(Widgets.HasPopups(), shown);
+    Widgets.ClosePopups();
+  }
+  CurrentPage = 0;
+  SetActionSource(nullptr, nullptr);
 }
 
 // As a member with choices makes it.

@@ -31,6 +31,29 @@ DECLARE_MEMBERS(PanelHeavyPart) { Member<_int>("Mass", Mass); }
 REGISTER_CLASS(PanelPart, "Plain");
 REGISTER_CLASS(PanelHeavyPart, "Heavy");
 
+/// A row of a tree that notes what is done with it.
+class PanelTwig : public BaseClass {
+  REFLECTED(PanelTwig, BaseClass)
+ public:
+  bool IsRowStateMember(const char* name) const override { return std::string_view(name) == "OpenState"; }
+  bool OnRowClick(BaseWidget*, const WidgetEvent*) override { return Clicks++, false; }
+  bool CanDragRow() const override { return true; }
+  bool OnRowDrop(BaseWidget*, const WidgetEvent* event) override { return Dropped = event->Dragged, true; }
+  bool OnRowDraw(BaseWidget*, const RowRect* rect) override { return Height = rect->H, false; }
+  bool OpenState = false;
+  int Clicks = 0;
+  float Height = 0;
+  BaseClass* Dropped = nullptr;
+};
+DECLARE_MEMBERS(PanelTwig) { Member<_bool>("OpenState", OpenState); }
+
+class PanelTree : public BaseClass {
+  REFLECTED(PanelTree, BaseClass)
+ public:
+  ClonesArray<PanelTwig> Twigs;
+};
+DECLARE_MEMBERS(PanelTree) { Member<ClonesArray<PanelTwig>>("#Twigs", Twigs); }
+
 class PanelCommands : public BaseClass {
   REFLECTED(PanelCommands, BaseClass)
  public:
@@ -194,6 +217,30 @@ TEST_F(PanelWidgetTest, GroupsOfACommandListStandApart) {
   std::string rows;
   for (const BaseWidget* row : first->Owner->Children) rows += (dynamic_cast<const Button*>(row) ? row->GetText() : "-") + " ";
   EXPECT_EQ(rows, "Carve Fill - Clear - Last ");
+}
+
+TEST_F(PanelWidgetTest, ObjectsHearWhatIsDoneWithTheirRows) {
+  PanelTree tree;
+  tree.RegisterMembers();
+  for (int i = 0; i < 2; i++) tree.Twigs.ExpandWith("PanelTwig");
+  tree.Twigs[1]->OpenState = true;
+  Panel = Place(new PanelWidget(&tree), {10, 5, 300, 590});
+  DrawAll();
+  const auto row = [&](int number) { return FindWith<WidgetsFolder>("PanelTwig " + std::to_string(number)); };
+  ASSERT_TRUE(row(1) && row(2));
+  EXPECT_TRUE(!row(1)->IsOpen() && row(2)->IsOpen()) << "as the objects keep it";
+  EXPECT_FALSE(Find("OpenState")) << "that is no row of its own";
+  EXPECT_GT(tree.Twigs[0]->Height, 0);
+  const cRect first = row(1)->Header(Screen), second = row(2)->Header(Screen);
+  DragAlong({{first.X + 50, first.Y + 5}, {first.X + 60, first.Y + 15}, {second.X + 50, second.Y + 5}});
+  EXPECT_EQ(tree.Twigs[1]->Dropped, tree.Twigs[0]);
+  EXPECT_FALSE(tree.Twigs[0]->OpenState) << "a drag does not fold";
+  ClickOnRect(first);
+  EXPECT_TRUE(tree.Twigs[0]->OpenState && row(1)->IsOpen());
+  EXPECT_EQ(tree.Twigs[0]->Clicks, 2);
+  tree.Twigs[0]->OpenState = false;
+  NextFrame();
+  EXPECT_FALSE(row(1)->IsOpen());
 }
 
 // The preferences in every language and at every scale, from the narrowest dock to a wide one.

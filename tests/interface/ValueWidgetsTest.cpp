@@ -6,6 +6,7 @@
 #include "interface/CheckBox.h"
 #include "interface/ColorPicker.h"
 #include "interface/CurvesWindow.h"
+#include "interface/Language.h"
 #include "interface/MessageBoxWidget.h"
 #include "interface/NumberField.h"
 #include "interface/SimpleSlider.h"
@@ -102,10 +103,18 @@ TEST_F(ValueWidgetsTest, NumberFieldStepsDragsAndTypes) {
   Click(130, 110);
   Key(KeyUp, ModControl);
   EXPECT_FLOAT_EQ(value, 2) << "held to the limit";
-  TypeAnew("0.5");
-  Key(KeyEnter);
-  EXPECT_FLOAT_EQ(value, 0.5f);
-  EXPECT_EQ(notes.Done, 6);
+  std::string error;
+  for (const auto& [language, shown] : {std::pair{"German", "0,5"}, {"English", "0.5"}}) {
+    ASSERT_TRUE(LoadLanguage(MORVANE_DATA_DIR, language, error)) << error;
+    for (const char* typed : {"1", "0.5", "1", "0,5"}) {
+      Click(130, 110);
+      TypeAnew(typed);
+      Key(KeyEnter);
+    }
+    EXPECT_EQ(value, 0.5f);
+    EXPECT_EQ(field->GetText(), shown);
+  }
+  EXPECT_EQ(notes.Done, 13);
 }
 
 TEST_F(ValueWidgetsTest, ButtonsClickWhereThePressEndsOnThem) {

@@ -1,14 +1,27 @@
 // Undo, Redo.
+#include <new>
+
 #include "MC/room/RoomCommands.h"
 
 namespace {
 
-CommandResult Answer(VoxelScene& scene, VolumeObject* volume) {
-  volume->RefreshSurfaces();
+using Step = VolumeObject* (StrokeHistory::*)();
+
+// Where there is no memory for the surface that the step needs it is taken back: the scene is as it was.
+CommandResult Take(VoxelScene& scene, Step step, Step back) {
+  StrokeHistory& history = scene.History();
+  VolumeObject* volume = (history.*step)();
+  if (!volume) return CommandResult::Fail("a stroke runs; it must end first");
+  try {
+    volume->RefreshSurfaces();
+  } catch (const std::bad_alloc&) {
+    (history.*back)();
+    throw;
+  }
   return CommandResult::Done(JsonObject()
                                  .Add("volume", volume->Name)
-                                 .Add("undoSteps", scene.History().UndoSteps())
-                                 .Add("redoSteps", scene.History().Steps() - scene.History().UndoSteps()));
+                                 .Add("undoSteps", history.UndoSteps())
+                                 .Add("redoSteps", history.Steps() - history.UndoSteps()));
 }
 
 }  // namespace
@@ -16,12 +29,10 @@ CommandResult Answer(VoxelScene& scene, VolumeObject* volume) {
 void AddHistoryCommands(CommandTable& table, VoxelScene& scene) {
   table.Add<NoParameters>("Undo", "Takes the last stroke, dab or merged mesh back.", [&](const NoParameters&) {
     if (!scene.History().CanUndo()) return CommandResult::Fail("there is nothing to undo");
-    VolumeObject* volume = scene.History().Undo();
-    return volume ? Answer(scene, volume) : CommandResult::Fail("a stroke runs; it must end first");
+    return Take(scene, &StrokeHistory::Undo, &StrokeHistory::Redo);
   });
   table.Add<NoParameters>("Redo", "Does again what was taken back last.", [&](const NoParameters&) {
     if (!scene.History().CanRedo()) return CommandResult::Fail("there is nothing to redo");
-    VolumeObject* volume = scene.History().Redo();
-    return volume ? Answer(scene, volume) : CommandResult::Fail("a stroke runs; it must end first");
+    return Take(scene, &StrokeHistory::Redo, &StrokeHistory::Undo);
   });
 }

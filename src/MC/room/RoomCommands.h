@@ -9,7 +9,7 @@ void AddRoomCommands(CommandTable& table, VoxelScene& scene, Messages& messages)
 
 /// ImportMesh, Validate, Voxelize.
 void AddMeshCommands(CommandTable& table, VoxelScene& scene, Messages& messages);
-/// NewVolume, SelectVolume, DeleteVolume, ListVolumes.
+/// NewVolume, SelectVolume, DeleteVolume, ListVolumes, ClearScene.
 void AddVolumeCommands(CommandTable& table, VoxelScene& scene, Messages& messages);
 /// Stroke, Dab.
 void AddSculptCommands(CommandTable& table, VoxelScene& scene);

@@ -57,7 +57,6 @@ SceneQuality SuggestQuality(const std::string& deviceName) {
 
 namespace {
 
-constexpr float Exposure = 0.46f;
 constexpr float OcclusionReach = 0.11f;  // as a part of the diagonal of the scene
 constexpr int MatcapSide = 256;
 
@@ -114,7 +113,7 @@ float ToLinear(float c) { return c <= 0.04045f ? c / 12.92f : std::pow((c + 0.05
 float LightOf(float color) {
   const double y = std::min(double(ToLinear(color)), 0.98);
   const double a = 2.51 - 2.43 * y, b = 0.03 - 0.59 * y, c = -0.14 * y;
-  return float((-b + std::sqrt(b * b - 4 * a * c)) / (2 * a)) / Exposure;
+  return float((-b + std::sqrt(b * b - 4 * a * c)) / (2 * a)) / SceneExposure;
 }
 cVec3 LightOfColor(uint32_t argb) {
   return {LightOf(float(argb >> 16 & 255) / 255), LightOf(float(argb >> 8 & 255) / 255), LightOf(float(argb & 255) / 255)};
@@ -333,6 +332,7 @@ uint64_t SceneView::State::GetFingerprint(const SceneFrame& frame, const SceneVi
     add(flag);
   for (const int kind : {int(options.Material), int(options.Clay), int(options.Matcap), int(QualityOf(frame, options))})
     add(uint64_t(kind));
+  add(frame.MoreState);
   addFloats(&Scene.Min.x, 3);
   addFloats(&Scene.Max.x, 3);
   const VolumeObject* volume = nullptr;
@@ -351,7 +351,7 @@ comms::ScenePassOptions SceneView::State::MakePasses(const SceneFrame& frame, co
   passes.Width = viewport.Width;
   passes.Height = viewport.Height;
   passes.FinalTarget = frame.FinalTarget;
-  passes.Exposure = Exposure;
+  passes.Exposure = SceneExposure;
   passes.Albedo = options.Material == SceneMaterial::Clay ? GetClayAlbedo(options.Clay) : cVec3{0.4f, 0.4f, 0.4f};
   passes.BackgroundTop = LightOfColor(frame.BackgroundTop);
   passes.BackgroundBottom = LightOfColor(frame.BackgroundBottom);
@@ -487,6 +487,10 @@ void SceneView::Draw(cRender& render, VoxelScene& scene, const SceneFrame& frame
   if (!m_State->Passes.Begin(render, passes)) return;
   m_State->SetMaterial(options);
   m_State->DrawGroups(true);
+  if (frame.DrawMore) {
+    m_State->Passes.SetSolid();
+    frame.DrawMore(render);
+  }
   m_State->Passes.BeginTranslucent();
   m_State->DrawGround(scene, frame, options);
   if (frame.Wireframe) {

@@ -1,5 +1,6 @@
 #pragma once
 // The scene as the window shows it: every volume's group meshes in the chosen material, ground, shadow and background.
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,6 +34,9 @@ class SceneViewOptions : public BaseClass {
   using BaseClass::Load;
 };
 
+/// What the light of the scene is multiplied with before it is brought into the range of the screen.
+inline constexpr float SceneExposure = 0.46f;
+
 /// Quality at which a device of that name ("Vendor, Renderer") keeps up: drivers that draw on the processor get Fast.
 SceneQuality SuggestQuality(const std::string& deviceName);
 
@@ -58,6 +62,10 @@ struct SceneFrame {
   bool Moving = false;                                ///< the view moves or a stroke runs: what is dear waits until it stands
   bool Quiet = false;                                 ///< neither the picture nor the hand has moved for a while
   int FinalTarget = -1;                               ///< -1: the window
+  /// Draws more into the scene, behind the solid surfaces and before what is translucent; empty: nothing. See
+  /// BasicTool::DrawIn3D.
+  std::function<void(comms::cRender&)> DrawMore;
+  uint64_t MoreState = 0;  ///< another number after every change of what DrawMore draws
 };
 
 /// A ray in world space; Direction has length 1.

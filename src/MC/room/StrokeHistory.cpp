@@ -61,14 +61,16 @@ VolumeObject* StrokeHistory::Exchange(Step& step) {
 
 VolumeObject* StrokeHistory::Undo() {
   if (!CanUndo() || m_Steps[m_Done - 1].Volume->BackupCount != 0) return nullptr;
+  VolumeObject* volume = Exchange(m_Steps[m_Done - 1]);
   m_Done--;
-  return Exchange(m_Steps[m_Done]);
+  return volume;
 }
 
 VolumeObject* StrokeHistory::Redo() {
   if (!CanRedo() || m_Steps[m_Done].Volume->BackupCount != 0) return nullptr;
+  VolumeObject* volume = Exchange(m_Steps[m_Done]);
   m_Done++;
-  return Exchange(m_Steps[m_Done - 1]);
+  return volume;
 }
 
 void StrokeHistory::Forget(const VolumeObject& volume) {

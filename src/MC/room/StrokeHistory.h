@@ -27,7 +27,7 @@ class StrokeHistory : public StrokeListener {
   /// Stands for what the steps have made of the volumes: the same number again once what followed is undone.
   uint64_t State() const { return m_Done ? m_Steps[m_Done - 1].Number : m_FirstState; }
   /// Puts all bytes of the last stroke's cells back as they were before it. Returns the volume, which waits for a refresh; null
-  /// where there is nothing to undo, or where a stroke runs on it.
+  /// where there is nothing to undo, or where a stroke runs on it. All is as it was where std::bad_alloc ends it.
   VolumeObject* Undo();
   VolumeObject* Redo();
   /// Drops the steps of a volume.

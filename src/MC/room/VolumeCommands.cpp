@@ -1,7 +1,8 @@
-// NewVolume, SelectVolume, DeleteVolume, ListVolumes.
+// NewVolume, SelectVolume, DeleteVolume, ListVolumes, ClearScene.
 #include "ClassEngine/ValueTypes.h"
 #include "MC/room/RoomCommands.h"
 #include "MC/room/RoomHelpers.h"
+#include "shell/core/BasicTool.h"
 
 namespace {
 
@@ -83,6 +84,12 @@ void AddVolumeCommands(CommandTable& table, VoxelScene& scene, Messages& message
         return CommandResult::Done(JsonObject().Add("volumes", scene.Volumes().size()));
       },
       {"Name"}, true);
+  table.Add<NoParameters>("ClearScene", "Takes all volumes and the imported mesh out of the scene.", [&](const NoParameters&) {
+    const size_t count = scene.Volumes().size();
+    scene.Clear();
+    TellNewScene();
+    return CommandResult::Done(JsonObject().Add("volumes", count));
+  });
   table.Add<NoParameters>("ListVolumes", "Tells the volumes of the scene.",
                           [&](const NoParameters&) { return ListVolumes(scene); });
 }

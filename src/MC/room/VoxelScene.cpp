@@ -52,6 +52,14 @@ void VoxelScene::Remove(VolumeObject& volume) {
   if (wasCurrent) m_Current = m_Volumes.empty() ? nullptr : m_Volumes[before].get();
 }
 
+void VoxelScene::Clear() {
+  Touch();
+  m_History.Clear();
+  m_Volumes.clear();
+  m_Current = nullptr;
+  SetMesh(nullptr, {});
+}
+
 void VoxelScene::SetMesh(std::unique_ptr<comms::cRawMesh> mesh, std::string name) {
   m_Mesh = std::move(mesh);
   m_MeshName = std::move(name);

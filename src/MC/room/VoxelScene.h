@@ -32,6 +32,8 @@ class VoxelScene {
   void Select(VolumeObject& volume) { m_Current = &volume; }
   /// The volume before it, else the first one, becomes current.
   void Remove(VolumeObject& volume);
+  /// Takes everything out: volumes, history and the imported mesh.
+  void Clear();
 
   /// Undo and redo of strokes. Volumes that leave the scene leave it too.
   StrokeHistory& History() { return m_History; }

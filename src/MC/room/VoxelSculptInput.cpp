@@ -5,6 +5,7 @@
 #include "MC/room/VoxelSculptTool.h"
 #include "comms/Log.h"
 #include "shell/core/KeyTable.h"
+#include "shell/core/ToolInput.h"
 
 namespace {
 
@@ -20,8 +21,7 @@ bool VoxelSculptTool::OnLeftDown(const InputEvent& event) {
   m_PointerInside = true;
   if (m_Adjusting != Adjusting::None) return true;
   if (m_ReleaseQueued) FinishStroke();  // the next press came within the same frame
-  const bool invert = (event.Modifiers & ModControl) != 0;
-  return BeginStroke(m_Pointer, invert != event.IsEraser);
+  return BeginStroke(m_Pointer, (StrokeMode == 1) != event.IsEraser);
 }
 
 bool VoxelSculptTool::OnLeftUp(const InputEvent& event) {

@@ -1,4 +1,5 @@
-// State, strokes and adjusting. Input is in VoxelSculptInput.cpp, the cursor in VoxelSculptCursor.cpp.
+// State, strokes and adjusting. Input is in VoxelSculptInput.cpp, the cursor in VoxelSculptCursor.cpp, menus and lists of
+// commands are in VoxelSculptMenus.cpp.
 #include "MC/room/VoxelSculptTool.h"
 
 #include <algorithm>
@@ -315,10 +316,12 @@ std::string VoxelSculptTool::GetWorkHint() {
   if (m_WasTooLarge) return GetText("WORKHINT_TOO_LARGE");
   if (CurrentToolId == VoxelBrush::Stamp && (!m_Scene || !m_Scene->Find(StampVolume.ToString())))
     return GetText("WORKHINT_STAMP");
-  const std::string depth = comms::Format("%s %.2f", GetText("Depth").c_str(), double(Depth));
-  if (m_Adjusting == Adjusting::Smoothness) return comms::Format("%s %.2f", GetText("Smoothness").c_str(), double(Smoothness));
-  if (m_Adjusting == Adjusting::RadiusDepth && FixedSize)
-    return comms::Format("%s %.4g   %s", GetText("SceneRadius").c_str(), double(SceneRadius), depth.c_str());
+  const auto show = [](const char* key, const char* format, float value) {
+    return GetText(key) + " " + ShowNumber(comms::Format(format, double(value)));
+  };
+  const std::string depth = show("Depth", "%.2f", Depth);
+  if (m_Adjusting == Adjusting::Smoothness) return show("Smoothness", "%.2f", Smoothness);
+  if (m_Adjusting == Adjusting::RadiusDepth && FixedSize) return show("SceneRadius", "%.4g", SceneRadius) + "   " + depth;
   if (m_Adjusting == Adjusting::RadiusDepth)
     return comms::Format("%s %.0f px   %s", GetText("Radius").c_str(), double(Radius), depth.c_str());
   if (m_Stroking)
@@ -328,6 +331,13 @@ std::string VoxelSculptTool::GetWorkHint() {
 }
 
 int32_t VoxelSculptTool::ChangedCells() const { return m_Report.ChangedCells + (m_Run ? m_Run->Report().Apply.ChangedCells : 0); }
+
+// Whether a step along each axis of the volume is as long as along the others.
+static bool IsUniform(const VolumeObject& volume) {
+  const float x = Length(volume.VolumeToWorldDirection({1, 0, 0})), y = Length(volume.VolumeToWorldDirection({0, 1, 0})),
+              z = Length(volume.VolumeToWorldDirection({0, 0, 1}));
+  return std::max({x, y, z}) - std::min({x, y, z}) <= 1e-4f * std::max({x, y, z});
+}
 
 void VoxelSculptTool::GetStatusText(std::string& out) {
   int64_t triangles = 0, all = 0;
@@ -339,6 +349,12 @@ void VoxelSculptTool::GetStatusText(std::string& out) {
       all += own;
       if (volume.get() == CurrentVolume()) triangles = own;
     }
-  out = comms::Format("%s: %s   %s: %s", GetText("CurrObjTriangles").c_str(), PrintGrouped(triangles).c_str(),
-                      GetText("OverallTriangles").c_str(), PrintGrouped(all).c_str());
+  // What is told first gives way first where there is little room.
+  out.clear();
+  if (const VolumeObject* volume = CurrentVolume())
+    out = comms::Format("%s: %s %s, %s\n", GetText("LinearScale").c_str(),
+                        ShowNumber(comms::Format("%.4g", double(GetVoxelSize(*volume)))).c_str(),
+                        GetText("UNITS_PER_VOXEL").c_str(), GetText(IsUniform(*volume) ? "Uniform" : "NonUniform").c_str());
+  out += comms::Format("%s: %s\n%s: %s", GetText("CurrObjTriangles").c_str(), PrintGrouped(triangles).c_str(),
+                       GetText("OverallTriangles").c_str(), PrintGrouped(all).c_str());
 }

@@ -83,7 +83,11 @@ class VoxelSculptTool : public BasicTool {
   const char* GetRoomName() const override { return "Voxels"; }
   std::string GetWorkHint() override;
   bool FilterParam(const char* name) override;
+  void BuildRoomMenu(MenuBar& bar) override;
+  void BuildRoomPopups(TextMenu& menu) override;
+  void BuildToolButtons(BaseWidget& panel) override;
   void GetStatusText(std::string& out) override;
+  void AddActions(Actions& actions) override;
   bool UsesPen() const override { return true; }
   bool UsesPressure() const override { return true; }
   bool UsesStroke() const override { return true; }

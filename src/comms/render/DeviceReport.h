@@ -22,4 +22,7 @@ cStr MakeDeviceReport(const DeviceFacts& facts);
 /// missing.
 cStr DescribeMissingNeeds(const DeviceFacts& facts);
 
+/// Of the context that is current: what DescribeMissingNeeds says, or, where that is nothing, renderer and version.
+cStr DescribeCurrentDevice();
+
 }  // namespace comms

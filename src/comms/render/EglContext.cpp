@@ -3,6 +3,7 @@
 #include <epoxy/egl.h>
 #include <iterator>
 
+#include "comms/render/DeviceReport.h"
 #include "comms/render/GlDebug.h"
 
 namespace comms {
@@ -60,7 +61,16 @@ bool EglContext::Open(void* display, cStr& reason) {
                                   IsGlDebugWanted() ? EGL_CONTEXT_OPENGL_DEBUG_BIT_KHR : 0,
                                   EGL_NONE};
   m_Context = eglCreateContext(display, config, EGL_NO_CONTEXT, contextWanted);
-  if (!m_Context) return reason = EglFailure("eglCreateContext for OpenGL 3.3"), false;
+  if (!m_Context) {
+    reason = EglFailure("eglCreateContext for OpenGL 3.3");
+    // What there is in its place is told.
+    m_Context = eglCreateContext(display, config, EGL_NO_CONTEXT, nullptr);
+    if (m_Context && MakeCurrent()) {
+      reason += ": " + DescribeCurrentDevice();
+      reason.pop_back();  // its full stop
+    }
+    return false;
+  }
   if (!epoxy_has_egl_extension(display, "EGL_KHR_surfaceless_context") && config) {
     const EGLint surfaceWanted[] = {EGL_WIDTH, 1, EGL_HEIGHT, 1, EGL_NONE};
     m_Surface = eglCreatePbufferSurface(display, config, surfaceWanted);

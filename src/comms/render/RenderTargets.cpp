@@ -104,8 +104,10 @@ void cRenderGL::ResolveTarget(int from, int to) {
   const GLbitfield depth = source->Desc.DepthFormat == target->Desc.DepthFormat && source->Desc.DepthFormat != TextureFormat::None
                                ? GL_DEPTH_BUFFER_BIT
                                : 0;
+  if (m_Scissor.Width >= 0) glDisable(GL_SCISSOR_TEST);  // it would cut the copy
   glBlitFramebuffer(0, 0, source->Desc.Width, source->Desc.Height, 0, 0, target->Desc.Width, target->Desc.Height,
                     GL_COLOR_BUFFER_BIT | depth, GL_NEAREST);
+  if (m_Scissor.Width >= 0) glEnable(GL_SCISSOR_TEST);
   BindTarget();
 }
 

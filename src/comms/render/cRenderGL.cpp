@@ -48,6 +48,13 @@ static void ReadLimits(DeviceFacts& facts) {
   facts.DrawTargets = GetInteger(GL_MAX_DRAW_BUFFERS);
 }
 
+cStr DescribeCurrentDevice() {
+  const DeviceFacts facts = ReadVersion();
+  const cStr missing = DescribeMissingNeeds(facts);
+  return !missing.empty() ? missing
+                          : Format("The graphics driver of \"%s\" offers \"%s\".", facts.Renderer.c_str(), facts.Version.c_str());
+}
+
 bool cRenderGL::Init(const Options& options, cStr& error) {
   m_Options = options;
   const DeviceFacts facts = ReadVersion();
@@ -170,8 +177,11 @@ void cRenderGL::Reload() {
 
 void cRenderGL::BeginFrame(double timeSec) {
   FreeReleasedBuffers();
-  State.FrameTimeSec = float(timeSec) - State.TimeSec;
-  State.TimeSec = float(timeSec);
+  // A clock that counts from the start of the machine soon outgrows the digits of a float.
+  if (m_FirstTime < 0) m_FirstTime = m_LastTime = timeSec;
+  State.TimeSec = float(timeSec - m_FirstTime);
+  State.FrameTimeSec = float(timeSec - m_LastTime);
+  m_LastTime = timeSec;
 }
 void cRenderGL::EndFrame() {
   if (!m_Loaded) return;
@@ -268,6 +278,14 @@ void cRenderGL::Clear(const cVec4& color, float depth) {
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   ApplyDepthState();
   ApplyBlendState();
+}
+
+void cRenderGL::ClearDepth(float depth) {
+  if (!m_Loaded) return;
+  glDepthMask(GL_TRUE);
+  glClearDepth(depth);
+  glClear(GL_DEPTH_BUFFER_BIT);
+  ApplyDepthState();
 }
 
 void cRenderGL::SetScissor(int x, int y, int width, int height) {

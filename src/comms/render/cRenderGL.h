@@ -35,6 +35,7 @@ class cRenderGL : public cRender {
   /// none. Counted at once where the driver reports them (see GlDebug), else at EndFrame.
   int GlErrorCount() const { return m_Debug.ErrorCount(); }
 
+  /// State counts the time from the first frame.
   void BeginFrame(double timeSec) override;
   void EndFrame() override;
 
@@ -47,6 +48,7 @@ class cRenderGL : public cRender {
 
   void SetViewport(int x, int y, int width, int height) override;
   void Clear(const cVec4& color, float depth) override;
+  void ClearDepth(float depth) override;
   void SetScissor(int x, int y, int width, int height) override;
 
   int CreateTexture(const TextureDesc& desc, const void* pixels) override;
@@ -206,7 +208,8 @@ class cRenderGL : public cRender {
   int m_MaxTargetSize = 0, m_MaxSamples = 1;
   float m_MaxAnisotropy = 1;
   bool m_HasDxt = false, m_HasKhrRobustness = false, m_HasArbRobustness = false;
-  bool m_Loaded = false;  // objects are on the device
+  bool m_Loaded = false;                     // objects are on the device
+  double m_FirstTime = -1, m_LastTime = -1;  // of the frames
   mutable GlDebug m_Debug;
   cList<DepthState> m_DepthStates;
   cList<BlendState> m_BlendStates;

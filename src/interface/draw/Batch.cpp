@@ -152,7 +152,7 @@ void Batch::Flush() {
       m_Render.UpdateBuffer(m_VertexBuffer, m_Vertices.size(), m_Vertices.data());
     }
     SetState();
-    const int atlas = m_Render.GetTextureParam("s_Atlas"), image = m_Render.GetTextureParam("s_Image");
+    const int atlas = m_Render.GetTextureParam("s_Glyphs"), image = m_Render.GetTextureParam("s_Image");
     for (size_t i = 0; i < m_Calls.size(); i++) {
       const size_t end = i + 1 < m_Calls.size() ? m_Calls[i + 1].FirstQuad : quads;
       if (end == m_Calls[i].FirstQuad) continue;

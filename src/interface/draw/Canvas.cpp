@@ -29,8 +29,8 @@ struct Canvas::State {
   void AddMask(const AtlasSpot& spot, float x, float y, uint32_t color, float exponent);
   void DrawRun(const TextRun& run, float x, float baseLine, uint32_t color, TextStyle style);
   const TextRun& Fit(std::string_view text, float width, TextStyle style);
-  void BreakLines(std::string_view text, float width, TextStyle style);
-  void BreakLine(std::string_view text, size_t from, size_t to, float width, TextStyle style);
+  void BreakLines(std::string_view text, float width, TextStyle style, LongWords longWords);
+  void BreakLine(std::string_view text, size_t from, size_t to, float width, TextStyle style, LongWords longWords);
 
   Fonts FontFiles;
   Icons IconDrawings;
@@ -312,41 +312,50 @@ size_t Canvas::CaretIndex(std::string_view text, float x, TextStyle style) {
 
 // --- paragraphs --------------------------------------------------------------------------------------------------------------
 
-// Greedy. A word that is wider than the line is broken between characters.
-void Canvas::State::BreakLine(std::string_view text, size_t from, size_t to, float width, TextStyle style) {
+// Paths, names and combinations of keys are read on behind these.
+static bool IsJoint(char symbol) { return std::string_view("/\\-_+.,:;|").find(symbol) != std::string_view::npos; }
+
+// Greedy. A word that is wider than the line has one to itself, or is broken behind its last joint that fits; a word without a
+// joint, between characters.
+void Canvas::State::BreakLine(std::string_view text, size_t from, size_t to, float width, TextStyle style, LongWords longWords) {
   const TextRun& run = Runs.Get(text.substr(from, to - from), style);
-  size_t begin = 0, blank = 0;  // carets: of the line's start, and behind its last blank
+  size_t begin = 0, blank = 0, joint = 0;  // carets: of the line's start, and behind its last blank and joint
   for (size_t i = 1; i < run.Carets.size(); i++) {
     const char before = text[from + run.Carets[i - 1].Byte];
     // Right-to-left writing runs the other way.
     const float reach = std::fabs(run.Carets[i].X - run.Carets[begin].X);
     if (before != ' ' && reach > width + 0.5f && i - 1 > begin) {
-      const size_t next = blank > begin ? blank : i - 1;
-      Lines.push_back({from + run.Carets[begin].Byte, from + run.Carets[next].Byte});
+      const size_t inWord = longWords == LongWords::Cut ? begin : joint > begin ? joint : i - 1;
+      const size_t next = blank > begin ? blank : inWord;
+      if (next > begin) Lines.push_back({from + run.Carets[begin].Byte, from + run.Carets[next].Byte});
       begin = next;
     }
     if (before == ' ') blank = i;
+    if (IsJoint(before)) joint = i;
   }
   Lines.push_back({from + run.Carets[begin].Byte, to});
 }
 
-void Canvas::State::BreakLines(std::string_view text, float width, TextStyle style) {
+void Canvas::State::BreakLines(std::string_view text, float width, TextStyle style, LongWords longWords) {
   Lines.clear();
   for (size_t from = 0; from <= text.size();) {
     const size_t end = std::min(text.find('\n', from), text.size());
-    BreakLine(text, from, end, width, style);
+    BreakLine(text, from, end, width, style, longWords);
     from = end + 1;
   }
 }
 
-float Canvas::Paragraph(const cRect& rect, std::string_view text, uint32_t color, TextStyle style, TextAlign align) {
+float Canvas::Paragraph(const cRect& rect, std::string_view text, uint32_t color, TextStyle style, TextAlign align,
+                        LongWords longWords) {
   State& s = *m_State;
-  s.BreakLines(text, rect.W, style);
+  s.BreakLines(text, rect.W, style, longWords);
   const float height = LineHeight(style);
   cRect line = {rect.X, rect.Y, rect.W, height};
   for (const auto& [from, to] : s.Lines) {
     if (line.Y < Clip().Bottom() && line.Bottom() > Clip().Y) {
-      const TextRun& run = s.Runs.Get(text.substr(from, to - from), style);
+      std::string_view words = text.substr(from, to - from);
+      if (longWords == LongWords::Cut) words = words.substr(0, words.find_last_not_of(' ') + 1);
+      const TextRun& run = longWords == LongWords::Cut ? s.Fit(words, rect.W, style) : s.Runs.Get(words, style);
       s.DrawRun(run, std::round(line.X + GetIndent(line.W - run.Width, align)), GetBaseLine(line, s.FontFiles.Metrics(style)),
                 color, style);
     }
@@ -355,7 +364,7 @@ float Canvas::Paragraph(const cRect& rect, std::string_view text, uint32_t color
   return height * float(s.Lines.size());
 }
 
-float Canvas::ParagraphHeight(float width, std::string_view text, TextStyle style) {
-  m_State->BreakLines(text, width, style);
+float Canvas::ParagraphHeight(float width, std::string_view text, TextStyle style, LongWords longWords) {
+  m_State->BreakLines(text, width, style, longWords);
   return LineHeight(style) * float(m_State->Lines.size());
 }

@@ -25,6 +25,9 @@ struct cRect {
 /// Sizes of the one type scale; pixels at scale 1 are in Fonts.cpp.
 enum class TextStyle : uint8_t { Small, Normal, Bold, Title, Number };
 enum class TextAlign : uint8_t { Left, Center, Right };
+/// What becomes of a word that is wider than its paragraph: it goes on in the next line, from one of its joints ("/", "-" ...)
+/// where there is one; or it is cut with "…", where the whole text can be read elsewhere.
+enum class LongWords : uint8_t { Break, Cut };
 
 /// The standard fonts by the names that files and panels know them by: each stands for a style of the interface's own font.
 std::span<const std::string_view> GetFontNames();
@@ -79,10 +82,11 @@ class Canvas {
              TextAlign align = TextAlign::Left);
   /// Breaks at blanks and line ends to the width of the box, from its top down. Returns the height that all lines need.
   float Paragraph(const cRect& rect, std::string_view text, uint32_t color, TextStyle style = TextStyle::Normal,
-                  TextAlign align = TextAlign::Left);
+                  TextAlign align = TextAlign::Left, LongWords longWords = LongWords::Break);
   float TextWidth(std::string_view text, TextStyle style = TextStyle::Normal);
   /// Height that Paragraph needs.
-  float ParagraphHeight(float width, std::string_view text, TextStyle style = TextStyle::Normal);
+  float ParagraphHeight(float width, std::string_view text, TextStyle style = TextStyle::Normal,
+                        LongWords longWords = LongWords::Break);
   float LineHeight(TextStyle style = TextStyle::Normal) const;
   /// Distance from the start of the text to the caret before byte `index`; on the boundary of a character.
   float CaretX(std::string_view text, size_t index, TextStyle style = TextStyle::Normal);
@@ -91,7 +95,7 @@ class Canvas {
 
   /// Draw calls since Begin.
   int DrawCalls() const;
-  /// Texts since Begin that Text had to cut.
+  /// Texts since Begin that had to be cut.
   int TextsCut() const;
 
  private:

@@ -48,7 +48,8 @@ Mask Icons::Rasterize(std::string_view name, int side) {
   if (const auto found = m_Drawings.find(name); found != m_Drawings.end()) {
     drawing = found->second;
   } else {
-    if (m_SaidMissing.size() < 1000 && m_SaidMissing.emplace(name).second)
+    // Without any icon the file is at fault, which was said when it was read.
+    if (!m_Drawings.empty() && m_SaidMissing.size() < 1000 && m_SaidMissing.emplace(name).second)
       LogWarning("There is no icon \"%s\"; a plain outline stands in its place.", cStr(name).c_str());
     drawing = {{{{{{5, 5}, {19, 5}, {19, 19}, {5, 19}}, true}}, false}};
   }

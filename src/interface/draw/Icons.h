@@ -22,7 +22,8 @@ class Icons {
   /// Pixels that an icon in a box of `side` pixels really has a side: the pen is a whole number of pixels wide, and with an odd
   /// one the middle of an odd picture.
   static int FitSide(int side);
-  /// The icon with `side` pixels a side, out of FitSide. For a name without a drawing, said once in the log, a plain outline.
+  /// The icon with `side` pixels a side, out of FitSide. For a name without a drawing, said once in the log, a plain outline; not
+  /// said where no icon was read at all.
   Mask Rasterize(std::string_view name, int side);
   const std::map<comms::cStr, Drawing, std::less<>>& All() const { return m_Drawings; }
 

@@ -92,6 +92,7 @@ int RunApp(const std::vector<std::string>& words, const BuildFacts& build) {
   CrashOptions crash;
   crash.Folder = LookUpDataPath(dataFolder);
   crash.Version = "Morvane " + build.Version;
+  crash.Reporter = GetReporterFile();
   if (!InstallCrashHandler(crash, error)) comms::LogWarning("%s", error.c_str());
 
   std::unique_ptr<tbb::global_control> threads;

@@ -98,14 +98,21 @@ void CommandPanel::Arrange(const cRect& rect, Canvas& canvas) {
     left.H -= height + gap;
   };
   take(*m_Choice, canvas.Px(ButtonHeight));
-  take(*m_Help, m_Help->HeightFor(left.W, canvas));
-  const float rows = std::clamp(m_Rows->HeightFor(rect.W, canvas), 0.0f, std::max(0.0f, left.H * RowsShare));
+  // What runs the command stays; its explanation gives way first, and is then a hint.
+  left.H = std::max(0.0f, left.H - canvas.Px(ButtonHeight) - gap);
+  const float help = m_Help->HeightFor(left.W, canvas);
+  const float wanted = m_Rows->HeightFor(rect.W, canvas);
+  m_Help->Visible = help + std::min(wanted, left.H * RowsShare) <= left.H;
+  if (m_Help->Visible) take(*m_Help, help);
+  const float rows = std::clamp(wanted, 0.0f, std::max(0.0f, left.H * RowsShare));
   m_Rows->Arrange({rect.X, left.Y, rect.W, rows}, canvas);  // they bring their own margins
   left.Y += rows + gap;
-  left.H -= rows + gap;
+  left.H += canvas.Px(ButtonHeight) - rows;
   take(*m_RunButton, canvas.Px(ButtonHeight));
   take(*m_AnswerArea, left.H);
 }
+
+std::string CommandPanel::GetHintText(float, float) const { return m_Help->Visible ? std::string() : m_Help->GetText(); }
 
 float CommandPanel::HeightFor(float width, Canvas& canvas) const {
   const float inside = std::max(0.0f, width - 2 * canvas.Px(Measures::Padding));

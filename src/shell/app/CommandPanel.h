@@ -20,6 +20,7 @@ class CommandPanel : public BaseWidget {
   CommandPanel(const CommandTable& table, std::function<CommandResult(const BatchLine&)> run);
   void Arrange(const cRect& rect, Canvas& canvas) override;
   float HeightFor(float width, Canvas& canvas) const override;
+  std::string GetHintText(float x, float y) const override;
 
   /// Shows a command's parameters at their defaults.
   void Choose(const Command& command);

@@ -7,22 +7,13 @@
 #include <vector>
 
 #include "MC/room/VoxelScene.h"
-#include "shell/core/CommandTable.h"
 #include "shell/platform/Window.h"
-
-/// Where the work is saved: "AutoBackupOnCrash.obj" of the folder, or with a number behind it where an earlier one lies there.
-std::string ChooseCrashBackup(const std::string& folder);
-/// The newest of them; empty where there is none.
-std::string FindCrashBackup(const std::string& folder);
-/// Side of the voxels that a backup was made of, in world units; 0 where the file does not tell.
-float ReadBackupVoxelSize(const std::string& path);
 
 /// Belongs to the crash handler from its making to its end. One at a time, main thread.
 class CrashSave {
  public:
   struct Parts {
     VoxelScene& Scene;
-    const CommandTable& Commands;
     Window& MainWindow;
     std::string ProgramData;
     std::string Folder;  ///< for the backup: where the next start looks for it, also where this is a second instance
@@ -41,7 +32,6 @@ class CrashSave {
  private:
   bool IsWorthSaving() const;
   void Run();
-  bool Save(const std::string& path, std::string& error);
 
   Parts m_Parts;
   std::vector<std::string> m_Question;

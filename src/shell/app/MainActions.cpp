@@ -7,6 +7,8 @@
 #include "interface/Button.h"
 #include "interface/FileBrowser.h"
 #include "interface/Language.h"
+#include "interface/Layout.h"
+#include "interface/MessageBoxWidget.h"
 #include "interface/draw/Theme.h"
 #include "shell/app/MainForm.h"
 #include "shell/core/Pages.h"
@@ -31,6 +33,7 @@ void MainForm::AddActions() {
     MakeSphereVolume(m_Parts.Scene, "sphere", 1, 0.02f);
     FrameScene();
   }));
+  m_Actions.Add(MakeAction("ClearScene", "Delete", {"Ctrl+Shift+N"}, [this] { ClearScene(); }));
   m_Actions.Add(MakeAction("QuitProgram", "Close", {"Ctrl+Q"}, [this] { RequestClose(); }));
   AddHistoryActions();
   AddCameraActions();
@@ -83,6 +86,7 @@ void MainForm::AddViewActions() {
   addSwitch("ShowGrid", "Grid", "G", m_Parts.Settings.ShowGrid);
   addSwitch("Wireframe", "Surface", "W", m_Parts.Settings.Wireframe);
   addSwitch("ShowStatistics", "Info", "F3", m_Parts.Settings.ShowStatistics);
+  addSwitch("ShowStillImages", "Layers", "I", m_StillImages.Visible);
   m_Actions.Add(MakeAction(
       "FullScreen", "Window", {"F11"}, [this] { m_Parts.Settings.FullScreen = !m_Parts.Settings.FullScreen; },
       [this] { return m_Parts.Settings.FullScreen; }));
@@ -133,24 +137,13 @@ void MainForm::AddRoomActions() {
     m_Actions.Add(MakeAction(("Page" + name).c_str(), name.c_str(), {"F" + std::to_string(5 + page)},
                              [page] { SwitchPage(page); }, [page] { return CurrentPage == page; }));
   }
-  const struct {
-    const char *Name, *Icon, *Key;
-    VoxelBrush Brush;
-  } brushes[] = {{"BrushCarve", "Carve", "C", VoxelBrush::Carve},
-                 {"BrushSphere", "Sphere", "S", VoxelBrush::Sphere},
-                 {"BrushSegment", "Pen", "L", VoxelBrush::Segment},
-                 {"BrushStamp", "Copy", "P", VoxelBrush::Stamp}};
-  for (const auto& brush : brushes)
-    m_Actions.Add(MakeAction(
-        brush.Name, brush.Icon, {brush.Key}, [this, id = brush.Brush] { m_VoxelTool.SetTool(int32_t(id), true); },
-        [this, id = brush.Brush] { return m_VoxelTool.CurrentToolId == id; }));
-  const auto addSymmetry = [this](const char* name, const char* key, bool& value) {
-    m_Actions.Add(MakeAction(
-        name, "Symmetry", {key}, [&value] { value = !value; }, [&value] { return value; }));
-  };
-  addSymmetry("SymmetryX", "X", m_VoxelTool.SymmetryX);
-  addSymmetry("SymmetryY", "Y", m_VoxelTool.SymmetryY);
-  addSymmetry("SymmetryZ", "Z", m_VoxelTool.SymmetryZ);
+  for (BasicTool* tool : ToolList) tool->AddActions(m_Actions);
+  Action points = MakeAction(
+      "EditPoints", "Pin", {"V"}, [] { AlternativeInput = !AlternativeInput; }, [] { return AlternativeInput; });
+  points.Release = [] { AlternativeInput = false; };
+  points.Hold = true;
+  points.IsEnabled = [] { return GetCurrentTool().EditsPoints(); };
+  m_Actions.Add(std::move(points));
 }
 
 void MainForm::AddPanelActions() {
@@ -168,6 +161,28 @@ void MainForm::AddPanelActions() {
   addLayout("ResetAllPagesToDefault", ResetAllPagesToDefault);
 }
 
+// An empty scene; asks first where the present one is in no file.
+void MainForm::ClearScene() {
+  const auto clear = [this] {
+    if (!RunCommand("ClearScene")) return;
+    KeepSceneState();
+    LookFromHome();
+  };
+  if (!IsSceneModified()) return clear();
+  MessageBoxWidget::Ask(m_Parts.Widgets, "CLEAR_SCENE_HDR", "CLEAR_SCENE", {"CLEAR_SCENE_YES", "CANCEL"}, [clear](int answer) {
+    if (answer == 0) clear();
+  });
+}
+
+// Back to the room's own tool the second time.
+void MainForm::SwitchMeasuring() {
+  if (!m_MeasureTool.IsActive()) return RadioActivate(m_MeasureTool);
+  if (BasicTool* room = FindMainTool(CurrentPage))
+    RadioActivate(*room);
+  else
+    DeactivateTools();
+}
+
 void MainForm::BuildRoomTabs() {
   for (const int page : ListAllowedPages()) {
     const Action* action = m_Actions.Find("Page" + GetPageNames()[size_t(page)]);
@@ -180,16 +195,15 @@ void MainForm::BuildRoomTabs() {
 }
 
 // The desktop's dialog where there is one, else the interface's own browser.
-static void ChooseFile(cWidgets& widgets, bool save, const char* titleKey, std::vector<std::string> patterns,
-                       const std::string& fileName, std::function<void(const std::string& path)> chosen) {
+void MainForm::ChooseFile(bool save, const char* titleKey, std::vector<std::string> patterns, const std::string& fileName,
+                          std::function<void(const std::string& path)> chosen) {
   FileDialogRequest request;
   request.What = save ? FileDialogRequest::Kind::SaveFile : FileDialogRequest::Kind::OpenFile;
   request.Title = GetText(titleKey);
   request.FileName = fileName;
   request.Filters = {{GetText("MESH_FILES"), patterns}};
   std::vector<std::string> paths;
-  switch (ShowFileDialog(
-      request, [] {}, paths)) {
+  switch (ShowFileDialog(request, m_Host.KeepAlive, paths)) {
     case FileDialogResult::Chosen:
       if (!paths.empty()) chosen(paths.front());
       return;
@@ -203,13 +217,13 @@ static void ChooseFile(cWidgets& widgets, bool save, const char* titleKey, std::
   own.Title = titleKey;
   own.FileName = fileName;
   own.Patterns = std::move(patterns);
-  FileBrowser::Open(widgets, std::move(own), [chosen = std::move(chosen)](const std::string& path) {
+  FileBrowser::Open(m_Parts.Widgets, std::move(own), [chosen = std::move(chosen)](const std::string& path) {
     if (!path.empty()) chosen(path);
   });
 }
 
 void MainForm::OpenMeshDialog() {
-  ChooseFile(m_Parts.Widgets, false, "OpenMesh", {"*.obj"}, {}, [this](const std::string& path) {
+  ChooseFile(false, "OpenMesh", {"*.obj"}, {}, [this](const std::string& path) {
     std::string error;
     if (!OpenFile(path, error)) Say(error, true);
   });
@@ -217,7 +231,7 @@ void MainForm::OpenMeshDialog() {
 
 void MainForm::ExportDialog(std::function<void()> done) {
   const VolumeObject* volume = m_Parts.Scene.Current();
-  ChooseFile(m_Parts.Widgets, true, "ExportScene", {"*.obj", "*.stl"}, volume ? volume->Name + ".obj" : "",
+  ChooseFile(true, "ExportScene", {"*.obj", "*.stl"}, volume ? volume->Name + ".obj" : "",
              [this, done = std::move(done)](const std::string& path) {
                const bool isStl = path.size() > 4 && comms::EqualsNoCase(std::string_view(path).substr(path.size() - 4), ".stl");
                const CommandResult result = Run(

@@ -3,9 +3,13 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <sstream>
 
+#include "ClassEngine/Xml.h"
+#include "comms/BaseMesh.h"
 #include "comms/Log.h"
 #include "comms/Str.h"
+#include "interface/ActionWidgets.h"
 #include "interface/Language.h"
 #include "interface/Layout.h"
 #include "interface/MessageBoxWidget.h"
@@ -24,6 +28,8 @@ static constexpr double SaySeconds = 6;
 static constexpr double SettleSeconds = 0.15;
 /// Seconds without input and change after which there is time for what is dear.
 static constexpr double QuietSeconds = 0.3;
+/// In the data path.
+static constexpr const char* StillImagesFile = "Xmls/StillImages.xml";
 /// How far around the scene its ground is seen, in diagonals of the scene; and the nearest that is seen then, as a part of the
 /// farthest.
 static constexpr float GroundReach = 3, LeastNearShare = 0.01f;
@@ -37,17 +43,23 @@ static comms::cVec3 HomeDirection() {
 }
 
 MainForm::MainForm(const Parts& parts, FormHost host)
-    : m_Parts(parts), m_Host(std::move(host)), m_ToolInput(m_Navi), m_VoxelTool(CreateTool<VoxelSculptTool>()) {
+    : m_Parts(parts),
+      m_Host(std::move(host)),
+      m_ToolInput(m_Navi),
+      m_VoxelTool(CreateTool<VoxelSculptTool>()),
+      m_MeasureTool(CreateTool<MeasureTool>()),
+      m_StillImages(CreateTool<StillImageTool>()) {
   m_Docks = std::make_unique<DockPanels>(m_Parts.Widgets);
   m_SceneWidget = m_Parts.Widgets.Layer(LayerScene).AddChild(new SceneWidget(m_ToolInput));
-  m_MenuBar = m_Parts.Widgets.Layer(LayerDocks).AddChild(new MenuBar);
-  m_RoomTabs = m_Parts.Widgets.Layer(LayerDocks).AddChild(new RowWidget);
-  m_Status = m_Parts.Widgets.Layer(LayerDocks).AddChild(new StatusLine);
+  m_Top = m_Parts.Widgets.Layer(LayerDocks).AddChild(new IntfWidget1);
+  m_Foot = m_Parts.Widgets.Layer(LayerDocks).AddChild(new IntfWidget2);
+  m_MenuBar = m_Top->Menus;
+  m_RoomTabs = m_Top->Rooms;
+  m_Status = m_Foot->Status;
   m_Parts.Widgets.SetKeyFallback(m_MenuBar);
   m_Parts.Widgets.Unhandled = [this](const InputEvent& event) { return OnUnhandled(event); };
 
-  m_VoxelTool.IsRoomTool = true;
-  m_VoxelTool.SetScene(&m_Parts.Scene);
+  m_ToolInput.IsBlocked = [this] { return !m_SceneWidget->IsEnabled(); };
   m_ToolInput.IsMouseCaptured = [this] {
     const BaseWidget* captured = m_Parts.Widgets.Captured();
     return captured && captured != m_SceneWidget;
@@ -57,14 +69,14 @@ MainForm::MainForm(const Parts& parts, FormHost host)
     if (hit) point = hit.Position;
     return bool(hit);
   };
-  PresetsManager::Load(m_VoxelTool);
+  StartTools();
   ApplyOptions();
   m_KeptState = m_Parts.Scene.State();
 
   InitRooms();
   AddActions();
   m_HotKeys.RegisterMembers();
-  m_HotKeys.SetDefaults(m_Actions);
+  m_HotKeys.SetDefaults(m_Actions, {{{{}, {}, m_MeasureTool.GetToolKey()}, "M"}});
   m_HotKeys.Load(GetDataPath());
   m_KeyRunner = std::make_unique<HotKeyRunner>(m_HotKeys, m_Actions, &m_Parts.Commands);
   m_KeyRunner->RunCommand = [this](const Command& command, const CommandParameters& parameters) {
@@ -75,22 +87,36 @@ MainForm::MainForm(const Parts& parts, FormHost host)
   };
   m_KeyRunner->Complain = [this](const std::string& sentence) { Say(sentence, true); };
   m_ViewOptions.Load();
+  m_Parts.Widgets.Positions.Load();
   StoreChanges();
   m_ProgressBox.CanCancel = true;
   PanelWidget::MakeNaviControl = [this] { return MakeNaviControl(); };
+  SetActionSource(&m_Actions, &m_HotKeys);
   AddPanels();
   BuildRoomTabs();
 }
 
+void MainForm::StartTools() {
+  m_VoxelTool.SetScene(&m_Parts.Scene);
+  m_MeasureTool.SetScene(&m_Parts.Scene);
+  for (BasicTool* tool : ToolList) {
+    auto& defaults = m_ToolDefaults[tool] = std::make_unique<XmlNode>();
+    tool->Save(defaults.get(), tool);
+    PresetsManager::Load(*tool);
+  }
+  LoadObjectFile(m_StillImages, GetFullPath(StillImagesFile));
+}
+
 MainForm::~MainForm() {
+  SetActionSource(nullptr, nullptr);
   m_VoxelTool.SetScene(nullptr);
+  m_MeasureTool.SetScene(nullptr);
   m_Parts.Widgets.SetKeyFallback(nullptr);
   m_Parts.Widgets.Unhandled = {};
   PanelWidget::MakeNaviControl = {};
   // What they show and call is the form's.
   m_Parts.Widgets.ClosePopups();
-  for (BaseWidget* widget : std::initializer_list<BaseWidget*>{m_SceneWidget, m_MenuBar, m_RoomTabs, m_Status})
-    m_Parts.Widgets.DeleteLater(widget);
+  for (BaseWidget* widget : std::initializer_list<BaseWidget*>{m_SceneWidget, m_Top, m_Foot}) m_Parts.Widgets.DeleteLater(widget);
   m_Docks.reset();
   m_Parts.Widgets.EmptyDeferredList();
 }
@@ -113,29 +139,28 @@ void MainForm::Store() {
   m_Parts.Options.Store();
   m_Parts.Settings.Store();
   m_ViewOptions.Store();
+  m_Parts.Widgets.Positions.Store();
+  StoreObjectFile(m_StillImages, GetFullPath(StillImagesFile));
 }
 
 void MainForm::StoreChanges() {
   if (m_OptionsWatch.IsChanged(m_Parts.Options)) m_Parts.Options.Store();
   if (m_SettingsWatch.IsChanged(m_Parts.Settings)) m_Parts.Settings.Store();
   if (m_ViewWatch.IsChanged(m_ViewOptions)) m_ViewOptions.Store();
+  if (m_ImagesWatch.IsChanged(m_StillImages)) StoreObjectFile(m_StillImages, GetFullPath(StillImagesFile));
+  if (m_PositionsWatch.IsChanged(m_Parts.Widgets.Positions)) m_Parts.Widgets.Positions.Store();
   if (m_KeysWatch.IsChanged(m_HotKeys)) m_HotKeys.Store(GetDataPath());
+  if (m_Docks->IsLayoutChanged() && m_LayoutSeen) StorePageLayout();
+  m_LayoutSeen = true;
 }
 
 void MainForm::Arrange() {
   Canvas& canvas = m_Parts.Widgets.GetCanvas();
   const float width = float(canvas.Width()), height = float(canvas.Height());
-  const float menu = canvas.Px(Measures::MenuBarHeight), status = m_Status->HeightFor(width, canvas);
-  m_MenuBar->Arrange({0, 0, width, menu}, canvas);
-  // The rooms stand at the right end of the bar, as far as the menus leave space.
-  float tabs = 0;
-  for (int i = 0; i < m_RoomTabs->Children.Count; i++)
-    tabs += m_RoomTabs->Children[i]->WidthFor(canvas) + canvas.Px(Measures::Gap);
-  const float edge = canvas.Px(2);
-  m_RoomTabs->Visible = tabs <= width - m_MenuBar->WidthFor(canvas);
-  m_RoomTabs->Arrange({width - tabs, edge, tabs, menu - 2 * edge}, canvas);
-  m_Status->Arrange({0, height - status, width, status}, canvas);
-  m_Docks->Arrange({0, menu, width, std::max(0.0f, height - menu - status)}, canvas);
+  const float top = m_Top->HeightFor(width, canvas), foot = m_Foot->HeightFor(width, canvas);
+  m_Top->Arrange({0, 0, width, top}, canvas);
+  m_Foot->Arrange({0, height - foot, width, foot}, canvas);
+  m_Docks->Arrange({0, top, width, std::max(0.0f, height - top - foot)}, canvas);
   m_SceneWidget->Rect = m_Docks->SceneRect();
   const cRect& view = m_SceneWidget->Rect;
   m_Navi.SetViewport(view.X, view.Y, view.W, view.H);
@@ -151,16 +176,28 @@ void MainForm::BeginFrame(double timeSec) {
   m_TimeSec = timeSec;
   const Canvas& canvas = m_Parts.Widgets.GetCanvas();
   const int hash = GetMenuStateHash(canvas.Width(), canvas.Height(), CurrentPage);
-  if (std::exchange(m_RebuildWanted, false) || hash != m_MenuHash) BuildMenus();
+  if (std::exchange(m_RebuildWanted, false))
+    Rebuild();
+  else if (hash != m_MenuHash)
+    BuildMenus();
   m_MenuHash = hash;
   Arrange();
   m_Navi.View.FovDegrees = m_Parts.Options.FieldOfView;
+  TellView();
+}
+
+void MainForm::TellView() {
   m_VoxelTool.SetView(GetSceneCamera(), GetSceneViewport());
+  m_MeasureTool.SetView(GetSceneCamera(), GetSceneViewport());
+}
+
+void MainForm::ProcessNavy(double timeSec) {
+  m_Navi.Process(timeSec);
+  FitDepth();
+  TellView();
 }
 
 void MainForm::RunTool(double timeSec) {
-  m_Navi.Process(timeSec);
-  FitDepth();
   // The work view hears of the pointer only while it is over it, or holds it.
   const BaseWidget *hot = m_Parts.Widgets.Hot(), *captured = m_Parts.Widgets.Captured();
   if ((captured ? captured : hot) != m_SceneWidget) {
@@ -169,8 +206,7 @@ void MainForm::RunTool(double timeSec) {
     leave.Modifiers = m_Parts.Widgets.Modifiers();
     GetCurrentTool().ProcessInput(leave);
   }
-  m_VoxelTool.SetView(GetSceneCamera(), GetSceneViewport());
-  GetCurrentTool().Process(timeSec);
+  for (BasicTool* tool : ListToolsInCycle()) tool->Process(timeSec);
   UpdateStatus();
 }
 
@@ -193,6 +229,15 @@ void MainForm::DrawScene(comms::cRender& render, bool atBest) {
   frame.DeviceQuality = m_DeviceQuality;
   if (std::exchange(m_InputCount, m_Parts.Widgets.InputCount()) != m_Parts.Widgets.InputCount()) m_DisturbedAt = m_TimeSec;
   frame.Quiet = atBest || (!frame.Moving && m_TimeSec - m_DisturbedAt >= QuietSeconds);
+  const std::vector<BasicTool*> tools = ListToolsInCycle();
+  frame.DrawMore = [&tools](comms::cRender& device) {
+    for (BasicTool* tool : tools) {
+      if (!tool->GetDrawState()) continue;
+      tool->DrawIn3D(device);
+      if (comms::BaseMesh* preview = tool->GetPreviewMesh()) preview->Draw(&device);
+    }
+  };
+  for (const BasicTool* tool : tools) frame.MoreState = frame.MoreState * 0x100000001B3u ^ tool->GetDrawState();
   m_View.Draw(render, m_Parts.Scene, frame, m_ViewOptions);
   const bool changed = m_View.LastStatistics().Changed;
   if (changed) m_DisturbedAt = m_TimeSec;
@@ -204,7 +249,7 @@ void MainForm::DrawOverlay(Canvas& canvas) {
   const cRect& view = m_SceneWidget->Rect;
   if (view.W < 1 || view.H < 1) return;
   canvas.PushClip(view);
-  GetCurrentTool().DrawOverlay(canvas);
+  for (BasicTool* tool : ListToolsInCycle()) tool->DrawOverlay(canvas);
   if (m_Parts.Settings.ShowStatistics && m_Host.FrameMilliseconds) {
     const SceneView::Statistics& seen = m_View.LastStatistics();
     const std::string text = Format("%.1f ms   %d / %d groups   %lld triangles", double(m_Host.FrameMilliseconds()),
@@ -352,7 +397,8 @@ bool MainForm::WantsFrame() { return m_VoxelTool.TakeRedraw() || m_View.NeedsAno
 
 // The net of lines goes on in front of the scene and behind it; the eye's own scale of depth serves what is worked on first.
 void MainForm::FitDepth() {
-  const SceneBox box = GetSceneBox();
+  SceneBox box = GetSceneBox();
+  m_StillImages.AddBounds(box);
   m_Navi.FitDepth(box);
   if (!m_Parts.Settings.ShowGrid) return;
   Camera& camera = m_Navi.View;
@@ -374,17 +420,22 @@ SceneBox MainForm::GetSceneBox() const {
   return box;
 }
 
+// What the current tool says of itself; of a room's objects its main tool knows more than one that leaves that open.
 void MainForm::UpdateStatus() {
+  BasicTool &tool = GetCurrentTool(), *room = FindMainTool(CurrentPage);
   if (m_TimeSec < m_SaidUntil) {
     m_Status->Message = m_Said;
     m_Status->IsWarning = m_SaidWarning;
   } else {
-    m_Status->Message = GetCurrentTool().GetWorkHint();
+    m_Status->Message = tool.GetWorkHint();
+    if (m_Status->Message.empty() && HasText(tool.GetHintKey())) m_Status->Message = GetText(tool.GetHintKey());
     m_Status->IsWarning = false;
   }
   std::string counts;
-  GetCurrentTool().GetStatusText(counts);
+  tool.GetStatusText(counts);
+  if (counts.empty() && room) room->GetStatusText(counts);
   m_Status->Fields.clear();
-  if (!counts.empty()) m_Status->Fields.push_back(counts);
+  std::istringstream lines(counts);
+  for (std::string line; std::getline(lines, line);) m_Status->Fields.push_back(line);
   if (m_Status->HeightFor(m_Status->Rect.W, m_Parts.Widgets.GetCanvas()) != m_Status->Rect.H) Arrange();
 }

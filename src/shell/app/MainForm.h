@@ -3,6 +3,7 @@
 // behind menus and keys.
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -12,12 +13,15 @@
 #include "MC/room/VoxelScene.h"
 #include "MC/room/VoxelSculptTool.h"
 #include "interface/DockPanels.h"
+#include "interface/IntfWidgets.h"
 #include "interface/MenuBar.h"
 #include "interface/PageLayouts.h"
 #include "interface/ProgressBox.h"
 #include "interface/StatusLine.h"
 #include "interface/cWidgets.h"
+#include "shell/app/MeasureTool.h"
 #include "shell/app/SceneWidget.h"
+#include "shell/app/StillImageTool.h"
 #include "shell/core/Actions.h"
 #include "shell/core/AppOptions.h"
 #include "shell/core/CommandTable.h"
@@ -28,15 +32,19 @@
 #include "shell/core/ToolInput.h"
 #include "shell/platform/Tablet.h"
 
+class OneLang;
 class TextMenu;
+class XmlNode;
 
 /// What the form asks of the window; a test gives its own.
 struct FormHost {
   std::function<void()> Close;            ///< the program is to end, and nothing stands against it
   bool AsksBeforeClose = true;            ///< false: changes of the scene don't stand against it (runs without a person)
+  std::function<void()> KeepAlive;        ///< many times a second while a dialog of the desktop is open
   std::function<void()> WorkEnded;        ///< a command has ended that may have shown its progress
   std::function<void()> StoreScreenshot;  ///< the next picture of the window goes to a file
   std::function<PenState()> GetPenState;
+  std::function<void(ClonesArray<OneLang>&)> ListLanguages;
   std::function<void()> ApplyOptions;        ///< theme, scale or language were changed
   std::function<float()> FrameMilliseconds;  ///< CPU time of the last frames, for the statistics
 };
@@ -60,7 +68,8 @@ class MainForm {
   void Open();
   /// Before the end of the program: stores layout, hot keys and options.
   void Store();
-  /// Stores options and hot keys that were changed since the last call: what ends without an orderly end loses none of them.
+  /// Stores options, hot keys and the page's layout that were changed since the last call: what ends without an orderly end loses
+  /// none of them.
   void StoreChanges();
   /// Places everything in a window of that size.
   void Arrange();
@@ -69,6 +78,10 @@ class MainForm {
 
   /// Before the input of a frame: the camera and the work view are told to who needs them.
   void BeginFrame(double timeSec);
+  /// Tells the tools where the camera is, as the input or the navigation has left it.
+  void TellView();
+  /// Lets the navigation move the camera.
+  void ProcessNavy(double timeSec);
   /// The body of the frame: the tool's work, then the scene.
   void RunTool(double timeSec);
   /// `atBest`: with what otherwise waits until the view stands, for a picture that is kept.
@@ -112,6 +125,8 @@ class MainForm {
   /// What a person gets who has chosen no quality of the view.
   void SetDeviceQuality(SceneQuality quality) { m_DeviceQuality = quality; }
   VoxelSculptTool& VoxelTool() { return m_VoxelTool; }
+  MeasureTool& Measuring() { return m_MeasureTool; }
+  StillImageTool& StillImages() { return m_StillImages; }
   SceneView& View() { return m_View; }
   /// Runs a command with its parameters as on a batch line; what fails is said in the status line.
   bool RunCommand(const std::string& line);
@@ -129,23 +144,28 @@ class MainForm {
   void AddCameraActions();
   void AddRoomActions();
   void AddPanelActions();
+  void ClearScene();
+  void SwitchMeasuring();
   void BuildRoomTabs();
   // MainMenus.cpp
   void BuildMenus();
-  void AddToMenu(TextMenu& menu, const std::string& action);
+  void FillView(TextMenu& menu);
+  void FillWindows(TextMenu& menu);
+  void FillLanguages(TextMenu& menu);
   void FillLayouts(TextMenu& menu);
   void FillPresets(TextMenu& menu);
   void AskName(const char* title, const std::string& name, const std::function<bool(const std::string&)>& exists,
                const std::function<bool(const std::string&)>& store);
   void AskToDelete(const std::string& name, std::function<bool()> remove);
-  void SayWhetherDone(bool done);
-  void LoadPreset(const std::string& name);
-  void ResetTool();
+  /// A false answer is said in the status line.
+  void DoAndSay(const std::function<bool()>& action);
+  void ResetTool(BasicTool& tool);
   // MainPanels.cpp
   void AddPanels();
   BaseWidget* MakeToolsPanel();
   BaseWidget* MakeToolParams();
   BaseWidget* MakeViewPanel();
+  BaseWidget* MakeStillImages();
   BaseWidget* MakeNaviControl();
   BaseWidget* MakeVoxTree();
   BaseWidget* MakeTabletPanel();
@@ -159,11 +179,14 @@ class MainForm {
   SceneCamera GetSceneCamera() const;
   SceneViewport GetSceneViewport() const;
   SceneBox GetSceneBox() const;
+  void StartTools();
   void LookFromHome();
   void ZoomView(float notches);
   void FitDepth();
   void UpdateStatus();
   CommandResult Perform(const Command& command, const CommandParameters& parameters);
+  void ChooseFile(bool save, const char* titleKey, std::vector<std::string> patterns, const std::string& fileName,
+                  std::function<void(const std::string& path)> chosen);
   void OpenMeshDialog();
   /// `done` is called after the file was written.
   void ExportDialog(std::function<void()> done = {});
@@ -175,14 +198,19 @@ class MainForm {
   std::unique_ptr<HotKeyRunner> m_KeyRunner;
   NaviSystem m_Navi;
   ToolInput m_ToolInput;
-  VoxelSculptTool& m_VoxelTool;  // in ToolList
+  VoxelSculptTool& m_VoxelTool;  // the tools are in ToolList
+  MeasureTool& m_MeasureTool;
+  StillImageTool& m_StillImages;
+  std::map<const BasicTool*, std::unique_ptr<XmlNode>> m_ToolDefaults;  // as the program brings them
   SceneView m_View;
   SceneViewOptions m_ViewOptions;
   SceneQuality m_DeviceQuality = SceneQuality::Normal;
-  ChangeWatch m_OptionsWatch, m_SettingsWatch, m_ViewWatch, m_KeysWatch;
+  ChangeWatch m_OptionsWatch, m_SettingsWatch, m_ViewWatch, m_KeysWatch, m_PositionsWatch, m_ImagesWatch;
   std::unique_ptr<DockPanels> m_Docks;
-  MenuBar* m_MenuBar = nullptr;  // owned by the layer
-  BaseWidget* m_RoomTabs = nullptr;
+  IntfWidget1* m_Top = nullptr;  // owned by the layer, as is what follows
+  IntfWidget2* m_Foot = nullptr;
+  MenuBar* m_MenuBar = nullptr;
+  RowWidget* m_RoomTabs = nullptr;
   StatusLine* m_Status = nullptr;
   SceneWidget* m_SceneWidget = nullptr;
   std::string m_Said;
@@ -193,6 +221,7 @@ class MainForm {
   Camera m_Followed;  // as FollowScene left it
   int m_MenuHash = 0;
   bool m_RebuildWanted = false, m_CloseAsked = false;
+  bool m_LayoutSeen = false;                  // by StoreChanges, since the page was entered
   std::pair<uint64_t, uint64_t> m_KeptState;  // of the scene
   ProgressBox m_ProgressBox;
 };

@@ -26,6 +26,7 @@ MainLoop::MainLoop(Window& window, comms::cRender& render, cWidgets& widgets, Ma
 bool MainLoop::cWinMain_OneIterationOfMessageLoop(WindowMessage& message, bool poll) {
   Trace("cWinMain_OneIterationOfMessageLoop");
   InputEvent event;
+  if (std::exchange(m_CloseWaits, false)) TakeMessage(WindowMessage::Close, event);
   if (SleepState()) {
     message = poll ? m_Window.Poll(event) : m_Window.Wait(event, m_DeviceLost ? LongestSleep : -1);
     Trace("msg2: %08X", m_Window.LastMessageCode());
@@ -55,6 +56,22 @@ bool MainLoop::cWinMain_OneIterationOfMessageLoop(WindowMessage& message, bool p
   }
   Trace("endof : cWinMain_OneIterationOfMessageLoop");
   return !m_Quitting;
+}
+
+bool MainLoop::IsRelease(const InputEvent& event) {
+  return event.Kind == InputKind::ButtonUp || event.Kind == InputKind::KeyUp || event.Kind == InputKind::FocusLost;
+}
+
+void MainLoop::KeepAlive() {
+  InputEvent event;
+  for (WindowMessage message; (message = m_Window.Poll(event)) != WindowMessage::None;) {
+    if (message == WindowMessage::Close)
+      m_CloseWaits = true;
+    else if (message != WindowMessage::Input || IsRelease(event))
+      TakeMessage(message, event);
+  }
+  WorkInBackground();
+  if (!m_Window.IsAsleep() && SecondsToSleep() <= 0) RenderIfPossible();
 }
 
 void MainLoop::WorkInBackground() {
@@ -92,6 +109,7 @@ void MainLoop::TakeMessage(WindowMessage message, const InputEvent& event) {
 }
 
 double MainLoop::SecondsToSleep() {
+  if (!MayDraw()) return LongestSleep;
   if (m_FrameWanted || m_Form.WantsFrame()) return 0;
   return std::min(m_Widgets.SecondsToNextFrame(), LongestSleep);
 }
@@ -112,73 +130,60 @@ bool MainLoop::HasDevice() {
   return true;
 }
 
+bool MainLoop::MayDraw() const { return !RenderRefused && !BlockRender && m_Window.Width() >= 1 && m_Window.Height() >= 1; }
+
 void MainLoop::RenderIfPossible() {
   if (RenderRefused || !HasDevice()) return;
   if (m_Settings.FullScreen != m_Window.IsFullScreen()) m_Window.SetFullScreen(m_Settings.FullScreen);
   if (m_Window.Width() >= 1 && m_Window.Height() >= 1) cMain_OnRender({0, 0, float(m_Window.Width()), float(m_Window.Height())});
 }
 
+// A breadcrumb stands behind its step: the last one of a report names the last step that was completed.
 void MainLoop::cMain_OnRender(const cRect& viewport) {
   Trace("cMain_OnRender");
   if (BlockRender) return;
   m_FrameWanted = false;
   const double started = ThreadSeconds();
+  const int64_t drawnBefore = FramesDrawn;
   Trace("ProcessInet");
   FrameCounter++;
-  const double now = Window::Now();
-  if (StartSplash && StartSplash->IsOver(now)) StartSplash.reset();
-  m_Widgets.Process(now);
+  if (StartSplash && StartSplash->IsOver(Clock())) StartSplash.reset();
+  m_Widgets.Process(Clock());
   Trace("GlobalProcessWidgets");
+  const double now = Clock();
   Trace("cTimer::Acquire()");
   m_Render.BeginFrame(now);
   Trace("cRender::BeginFrame()");
 
-  const int width = int(viewport.W), height = int(viewport.H);
-  Canvas& canvas = m_Widgets.GetCanvas();
-  m_Widgets.SetSize(width, height, m_Options.GetScale(m_Window.Scale()));
-  canvas.Begin(width, height, m_Widgets.Scale());
-  m_Form.BeginFrame(now);
-  m_Widgets.ArrangeIfWanted();
+  SetUpViewport(int(viewport.W), int(viewport.H), now);
   Trace("cInput::Acquire()");
-  m_Render.SetTarget(-1);
-  m_Render.SetViewport(0, 0, width, height);
   m_Render.Clear({0, 0, 0, 1}, 1);
   Trace("RenderBackground(WorkVP)");
   m_Widgets.HandleInputEvents();
   Trace("cWidgets::HandleInputEvents()");
-
-  if (m_DepthState3D < 0) {
-    m_DepthState3D = m_Render.CreateDepthState({});
-    m_NoDepth = m_Render.CreateDepthState({false, false, true});
-    m_BlendState3D = m_Render.CreateBlendState({comms::BlendMode::Alpha, true});
-    m_FillState3D = m_Render.CreateFillState({});
+  if (FramesDrawn != drawnBefore) {
+    // A question or a file dialog that the input led to has drawn frames of its own: the time and the place of this one are past.
+    m_FrameWanted = true;
+    m_Render.EndFrame();
+    FrameCounter--;
+    return;
   }
-  const auto setSolidStates = [this] {
-    m_Render.SetDepthState(m_DepthState3D);
-    m_Render.SetBlendState(m_BlendState3D);
-    m_Render.SetFillState(m_FillState3D);
-  };
-  setSolidStates();
-  Trace("cRender::DrawGrid()");
+
+  SetSolidStates();
+  // The lines of the grid are part of the scene's picture, where what stands on them hides them.
+  if (m_Settings.ShowGrid) Trace("cRender::DrawGrid()");
   m_Widgets.DrawLayer(LayerScene);
+  m_Form.TellView();
   Trace("SetupVPTM()");
+  m_Form.ProcessNavy(now);
   Trace("ProcessNavy()");
   m_Form.RunTool(now);
   m_Form.DrawScene(m_Render, m_Picture != nullptr);
-  m_Render.SetViewport(0, 0, width, height);
-  m_Render.SetDepthState(m_NoDepth);
-  m_Form.DrawOverlay(canvas);
+  m_Render.SetViewport(0, 0, int(viewport.W), int(viewport.H));
+  m_Form.DrawOverlay(m_Widgets.GetCanvas());
   Trace("TestObj()");
 
-  m_Widgets.ArrangeIfWanted();
-  for (const int layer : {LayerDocks, LayerFloating, LayerMenus, LayerModal}) m_Widgets.DrawLayer(layer);
-  if (StartSplash) {
-    StartSplash->Draw(canvas);
-    m_Widgets.WantFrameIn(Splash::Seconds);
-  }
-  canvas.End();
-  m_Widgets.EmptyDeferredList();
-  setSolidStates();
+  DrawInterface();
   UpdateCursor();
   UpdateTextInput();
   FrameMilliseconds += (float((ThreadSeconds() - started) * 1000) - FrameMilliseconds) * 0.1f;
@@ -188,6 +193,47 @@ void MainLoop::cMain_OnRender(const cRect& viewport) {
   Trace("cRender::EndFrame()");
   FrameCounter--;
   FramesDrawn++;
+}
+
+// The form takes the size of the frame, and whoever reads the mouse or the pen sees the camera in it.
+void MainLoop::SetUpViewport(int width, int height, double now) {
+  Canvas& canvas = m_Widgets.GetCanvas();
+  m_Widgets.SetSize(width, height, m_Options.GetScale(m_Window.Scale()));
+  canvas.Begin(width, height, m_Widgets.Scale());
+  m_Form.BeginFrame(now);
+  m_Widgets.ArrangeIfWanted();
+  m_Render.SetTarget(-1);
+  m_Render.SetViewport(0, 0, width, height);
+}
+
+// Those of the 3D pass, made on first use.
+void MainLoop::SetSolidStates() {
+  if (m_DepthState3D < 0) {
+    m_DepthState3D = m_Render.CreateDepthState({});
+    m_NoDepth = m_Render.CreateDepthState({false, false, true});
+    m_BlendState3D = m_Render.CreateBlendState({comms::BlendMode::Alpha, true});
+    m_FillState3D = m_Render.CreateFillState({});
+  }
+  m_Render.SetDepthState(m_DepthState3D);
+  m_Render.SetBlendState(m_BlendState3D);
+  m_Render.SetFillState(m_FillState3D);
+}
+
+// Layers 1 to 4 over the scene. The canvas gathers them and draws all of them at once, in their order.
+void MainLoop::DrawInterface() {
+  Canvas& canvas = m_Widgets.GetCanvas();
+  m_Widgets.ArrangeIfWanted();
+  m_Render.ClearDepth(1);
+  m_Widgets.DrawLayer(LayerDocks);
+  m_Render.SetDepthState(m_NoDepth);
+  for (const int layer : {LayerFloating, LayerMenus, LayerModal}) m_Widgets.DrawLayer(layer);
+  if (StartSplash) {
+    StartSplash->Draw(canvas);
+    m_Widgets.WantFrameIn(Splash::Seconds);
+  }
+  canvas.End();
+  m_Widgets.EmptyDeferredList();
+  SetSolidStates();
 }
 
 bool MainLoop::TakePicture(comms::cImage& image) {

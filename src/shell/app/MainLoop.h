@@ -21,6 +21,11 @@ class MainLoop {
   /// One pass: takes a message, or, where none waits, draws a frame. `poll`: never sleeps, for long work that keeps the window
   /// alive. `message` is the one that was taken. False once the program is to end.
   bool cWinMain_OneIterationOfMessageLoop(WindowMessage& message, bool poll);
+  /// In place of passes while a dialog of the desktop has the person's attention: the window goes on drawing, and mouse and keys
+  /// do nothing in it. A wish to close it waits for the next pass.
+  void KeepAlive();
+  /// Whether an event ends something that was begun before: where input is not taken, a drag or a stroke would go on without it.
+  static bool IsRelease(const InputEvent& event);
   /// Draws unless something forbids it or there is nothing to draw into.
   void RenderIfPossible();
   /// Draws one frame into a part of the window.
@@ -55,12 +60,19 @@ class MainLoop {
   int64_t FramesDrawn = 0;
   /// CPU time of our own part of a frame, milliseconds, smoothed.
   float FrameMilliseconds = 0;
+  /// Seconds, for the frames; another clock lets them come at a pace of their own.
+  std::function<double()> Clock = Window::Now;
 
  private:
   /// Makes everything anew on a device that was reset. False while there is none.
   bool HasDevice();
   /// Nobody sees the window, or there is nothing to draw with.
   bool SleepState() const { return m_DeviceLost || m_Window.IsAsleep(); }
+  /// Whether a frame that is wanted now would be drawn: else the loop sleeps over the wish.
+  bool MayDraw() const;
+  void SetUpViewport(int width, int height, double now);
+  void SetSolidStates();
+  void DrawInterface();
   void TakeMessage(WindowMessage message, const InputEvent& event);
   void WorkInBackground();
   double SecondsToSleep();
@@ -75,7 +87,7 @@ class MainLoop {
   const AppOptions& m_Options;
   int m_DepthState3D = -1, m_BlendState3D = -1, m_FillState3D = -1, m_NoDepth = -1;
   comms::cImage* m_Picture = nullptr;  // where the frame that is drawn is to be stored
-  bool m_DeviceLost = false;
+  bool m_DeviceLost = false, m_CloseWaits = false;
   bool m_Quitting = false, m_FrameWanted = true, m_TextInput = false;
   double m_NextSecond = 0;
   const BaseWidget* m_TextPlace = nullptr;  // compared only: it may be gone

@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "ClassEngine/Enumerator.h"
 #include "ClassEngine/Xml.h"
+#include "interface/ActionWidgets.h"
 #include "interface/Language.h"
 #include "interface/MessageBoxWidget.h"
 #include "interface/NameBox.h"
@@ -12,86 +14,80 @@
 #include "shell/core/Pages.h"
 #include "shell/core/PresetsManager.h"
 
-void MainForm::AddToMenu(TextMenu& menu, const std::string& name) {
-  const Action* action = m_Actions.Find(name);
-  TextItem* item = menu.Add(action->TextKey, action->Run, m_HotKeys.KeyText(action->Name), action->Icon);
-  if (action->Text) {
-    item->Text = action->Text();
-    item->Literal = true;
-    item->HintKey = action->TextKey;
-  }
-  item->Enabled = action->Enabled();
-  item->Checked = action->Checked();
+// The room's own menus stand behind those for every room's work.
+void MainForm::BuildMenus() {
+  BasicTool* const room = FindMainTool(CurrentPage);
+  m_MenuBar->RemoveMenus();
+  AddActionMenu(*m_MenuBar, "FILE", {"NewSphere", "OpenMesh", "ExportScene", "", "QuitProgram"});
+  AddActionMenu(*m_MenuBar, "EDIT",
+                {"Undo", "Redo", "", "SymmetryX", "SymmetryY", "SymmetryZ", "", "Preferences", "AssignHotKeys"});
+  if (room) room->BuildRoomMenu(*m_MenuBar);
+  m_MenuBar->AddMenu("VIEW", [this](TextMenu& menu) { FillView(menu); });
+  if (room)
+    m_MenuBar->AddMenu("POPUPS", [this, room](TextMenu& menu) {
+      menu.AddSub(
+          "PRESETS", [this](TextMenu& presets) { FillPresets(presets); }, "Brush");
+      room->BuildRoomPopups(menu);
+    });
+  m_MenuBar->AddMenu("PAGES", [](TextMenu& menu) {
+    for (const int page : ListAllowedPages()) AddActionItems(menu, {"Page" + GetPageNames()[size_t(page)]});
+  });
+  m_MenuBar->AddMenu("WINDOWS", [this](TextMenu& menu) { FillWindows(menu); });
+  m_Parts.Widgets.RequestArrange();
 }
 
-void MainForm::BuildMenus() {
-  const auto addMenu = [this](const std::string& title, std::function<void(TextMenu&)> fill) {
-    if (IsShownOnPage(title, CurrentPage)) m_MenuBar->AddMenu(StripPageTags(title), std::move(fill));
-  };
-  // An empty name stands for a line.
-  const auto addActions = [&](const std::string& title, std::vector<const char*> actions) {
-    addMenu(title, [this, actions = std::move(actions)](TextMenu& menu) {
-      for (const char* name : actions)
-        if (*name)
-          AddToMenu(menu, name);
-        else
-          menu.AddLine();
-    });
-  };
-  m_MenuBar->RemoveMenus();
-  addActions("FILE", {"NewSphere", "OpenMesh", "ExportScene", "", "QuitProgram"});
-  addActions("EDIT", {"Undo", "Redo", "", "SymmetryX", "SymmetryY", "SymmetryZ", "", "Preferences", "AssignHotKeys"});
-  addMenu("VOXMENU[Page0]", [this](TextMenu& menu) {
-    for (const char* name : {"BrushCarve", "BrushSphere", "BrushSegment", "BrushStamp"}) AddToMenu(menu, name);
-    menu.AddLine();
-    menu.AddSub(
-        "PRESETS", [this](TextMenu& presets) { FillPresets(presets); }, "Brush");
-  });
-  addActions("VIEW", {"FrameObject",
-                      "FrameScene",
-                      "ViewHome",
-                      "ZoomIn",
-                      "ZoomOut",
-                      "",
-                      "ViewFront",
-                      "ViewBack",
-                      "ViewRight",
-                      "ViewLeft",
-                      "ViewTop",
-                      "ViewBottom",
-                      "",
-                      "ToggleOrthographic",
-                      "ShowGrid",
-                      "Wireframe",
-                      "ShowStatistics",
-                      "",
-                      "FullScreen",
-                      "StoreScreenshot"});
-  addMenu("PAGES", [this](TextMenu& menu) {
-    for (const int page : ListAllowedPages()) AddToMenu(menu, "Page" + GetPageNames()[size_t(page)]);
-  });
-  addMenu("WINDOWS", [this](TextMenu& menu) {
-    for (const DockPanel& panel : m_Docks->All()) {
-      TextItem* item = menu.Add(
-          panel.Key, [this, key = panel.Key] { m_Docks->IsOpen(key) ? m_Docks->Close(key) : m_Docks->Open(key); }, {},
-          panel.Icon);
-      item->Checked = m_Docks->IsOpen(panel.Key);
-    }
-    menu.AddLine();
-    menu.AddSub(
-        "LAYOUTS", [this](TextMenu& layouts) { FillLayouts(layouts); }, "Window");
-    menu.AddLine();
-    for (const char* name : {"ThemeSystem", "ThemeDark", "ThemeLight"}) AddToMenu(menu, name);
-    menu.AddLine();
-    for (const char* name : {"ScaleUp", "ScaleDown", "ScaleAutomatic"}) AddToMenu(menu, name);
-  });
-  m_Parts.Widgets.RequestArrange();
+void MainForm::FillView(TextMenu& menu) {
+  AddActionItems(menu, {"FrameObject", "FrameScene", "ViewHome", "ZoomIn", "ZoomOut", "", "ViewFront", "ViewBack", "ViewRight",
+                        "ViewLeft", "ViewTop", "ViewBottom", "", "ToggleOrthographic", "ShowGrid", "Wireframe", "ShowStillImages",
+                        "ShowStatistics", ""});
+  TextItem* measure = menu.Add(
+      m_MeasureTool.GetToolKey(), [this] { SwitchMeasuring(); },
+      m_HotKeys.KeyText(HotKeyTarget{{}, {}, m_MeasureTool.GetToolKey()}), "Segment");
+  measure->Checked = m_MeasureTool.IsActive();
+  AddActionItems(menu, {"EditPoints", "", "FullScreen", "StoreScreenshot"});
+}
+
+void MainForm::FillWindows(TextMenu& menu) {
+  for (const DockPanel& panel : m_Docks->All()) {
+    if (!IsShownOnPage(GetText(panel.Key), CurrentPage)) continue;
+    TextItem* item = menu.Add(
+        panel.Key, [this, key = panel.Key] { m_Docks->IsOpen(key) ? m_Docks->Close(key) : m_Docks->Open(key); }, {}, panel.Icon);
+    item->Checked = m_Docks->IsOpen(panel.Key);
+  }
+  menu.AddLine();
+  menu.AddSub(
+      "LAYOUTS", [this](TextMenu& layouts) { FillLayouts(layouts); }, "Window");
+  menu.AddSub("Language", [this](TextMenu& languages) { FillLanguages(languages); });
+  menu.AddLine();
+  AddActionItems(menu, {"ThemeSystem", "ThemeDark", "ThemeLight", "", "ScaleUp", "ScaleDown", "ScaleAutomatic"});
 }
 
 // --- what is kept under a name -------------------------------------------------------------------------------------------------
 
-void MainForm::SayWhetherDone(bool done) {
-  if (!done) Say(GetText("NOT_DONE_SEE_LOG"), true);
+// Each by its own name: who has come to a language by mistake finds the way back.
+void MainForm::FillLanguages(TextMenu& menu) {
+  ClonesArray<OneLang> languages;
+  if (m_Host.ListLanguages) m_Host.ListLanguages(languages);
+  const Enumerator& numbers = EnumRegistry::FindOrCreate("Languages");
+  for (OneLang* language : languages) {
+    const int32_t number = numbers.FindValue(language->Name.Get());
+    if (number < 0) continue;  // its file came after the start
+    TextItem* item = menu.Add(language->GetDisplayName(language), [this, number] {
+      m_Parts.Options.Language = number;
+      m_Host.ApplyOptions();
+    });
+    item->Literal = true;
+    item->Checked = number == m_Parts.Options.Language;
+  }
+}
+
+void MainForm::DoAndSay(const std::function<bool()>& action) {
+  ClearStreamError();
+  if (action()) return;
+  if (LastStreamError == StreamNoFile)
+    Say(FillIn(GetText("ATTEMPT_TO_WRITE"), LastStreamFile()), true);
+  else
+    Say(LastStreamError == StreamShortWrite ? "There is not enough disk" : GetText("NOT_DONE_SEE_LOG"), true);
 }
 
 void MainForm::AskName(const char* title, const std::string& name, const std::function<bool(const std::string&)>& exists,
@@ -101,7 +97,7 @@ void MainForm::AskName(const char* title, const std::string& name, const std::fu
       expected = GetText("EXPECTED_TITLE");
       return false;
     }
-    const auto keep = [=, this] { SayWhetherDone(store(chosen)); };
+    const auto keep = [=, this] { DoAndSay([&] { return store(chosen); }); };
     if (!exists(chosen)) {
       keep();
     } else {
@@ -117,7 +113,7 @@ void MainForm::AskName(const char* title, const std::string& name, const std::fu
 void MainForm::AskToDelete(const std::string& name, std::function<bool()> remove) {
   MessageBoxWidget::Ask(m_Parts.Widgets, "DELETE_HDR", FillIn(GetText("DELETE_NAMED"), name), {"DELETE", "CANCEL"},
                         [this, remove = std::move(remove)](int answer) {
-                          if (answer == 0) SayWhetherDone(remove());
+                          if (answer == 0) DoAndSay(remove);
                         });
 }
 
@@ -154,7 +150,7 @@ void MainForm::FillLayouts(TextMenu& menu) {
       AddNamed(to, ListPageLayouts(one.Kind), one.Icon, [run, kind = one.Kind](const std::string& name) { run(kind, name); });
   };
   addAll(menu, [this](LayoutKind kind, const std::string& name) {
-    SayWhetherDone(kind == LayoutKind::OnePage ? RestoreThisPageLayout(*m_Docks, name) : RestoreAllPagesLayout(name));
+    DoAndSay([&] { return kind == LayoutKind::OnePage ? RestoreThisPageLayout(*m_Docks, name) : RestoreAllPagesLayout(name); });
   });
   if (!ListPageLayouts(LayoutKind::OnePage).empty() || !ListPageLayouts(LayoutKind::AllPages).empty()) {
     menu.AddLine();
@@ -163,7 +159,7 @@ void MainForm::FillLayouts(TextMenu& menu) {
         NameBox::Ask(m_Parts.Widgets, "RENAME", name, [this, kind, name](const std::string& chosen, std::string& expected) {
           if (!IsFileTitle(chosen)) return expected = GetText("EXPECTED_TITLE"), false;
           if (chosen != name && HasPageLayout(kind, chosen)) return expected = GetText("EXPECTED_FREE_NAME"), false;
-          SayWhetherDone(RenamePageLayout(kind, name, chosen));
+          DoAndSay([&] { return RenamePageLayout(kind, name, chosen); });
           return true;
         });
       });
@@ -175,24 +171,30 @@ void MainForm::FillLayouts(TextMenu& menu) {
     });
   }
   menu.AddLine();
-  for (const char* name : {"ResetThisPageToDefault", "ResetAllPagesToDefault"}) AddToMenu(menu, name);
+  AddActionItems(menu, {"ResetThisPageToDefault", "ResetAllPagesToDefault"});
 }
 
+// Of the current tool.
 void MainForm::FillPresets(TextMenu& menu) {
-  const std::string className = m_VoxelTool.GetClassName();
+  BasicTool& tool = GetCurrentTool();
+  if (&tool == &GetDefaultTool()) return;
+  const std::string className = tool.GetClassName();
   const std::vector<std::string> names = PresetsManager::List(className);
-  AddNamed(menu, names, "Brush", [this](const std::string& name) { LoadPreset(name); });
+  AddNamed(menu, names, "Brush", [this, &tool](const std::string& name) {
+    tool.OnDeactivate();  // what is being drawn ends with the values that it began with
+    DoAndSay([&] { return PresetsManager::Load(tool, name); });
+  });
   menu.AddLine();
   menu.Add(
       "SAVE_PRESET",
-      [=, this] {
+      [=, this, &tool] {
         AskName(
             "SAVE_PRESET", {},
             [className](const std::string& name) {
               const std::vector<std::string> all = PresetsManager::List(className);
               return std::find(all.begin(), all.end(), name) != all.end();
             },
-            [this](const std::string& name) { return PresetsManager::Save(m_VoxelTool, name); });
+            [&tool](const std::string& name) { return PresetsManager::Save(tool, name); });
       },
       {}, "Save");
   if (!names.empty())
@@ -203,24 +205,15 @@ void MainForm::FillPresets(TextMenu& menu) {
     });
   menu.AddLine();
   menu.Add(
-      "START_WITH_THIS", [this] { SayWhetherDone(PresetsManager::Save(m_VoxelTool)); }, {}, "Pin");
+      "START_WITH_THIS", [this, &tool] { DoAndSay([&] { return PresetsManager::Save(tool); }); }, {}, "Pin");
   menu.Add(
-      "RESET_TOOL", [this] { ResetTool(); }, {}, "Reset");
-}
-
-void MainForm::LoadPreset(const std::string& name) {
-  m_VoxelTool.FinishStroke();
-  SayWhetherDone(PresetsManager::Load(m_VoxelTool, name));
+      "RESET_TOOL", [this, &tool] { ResetTool(tool); }, {}, "Reset");
 }
 
 // As the program brings it, at the next start too.
-void MainForm::ResetTool() {
-  m_VoxelTool.FinishStroke();
-  PresetsManager::Delete(m_VoxelTool.GetClassName());
-  VoxelSculptTool fresh;
-  fresh.RegisterMembers();
-  XmlNode node;
-  fresh.Save(&node, &fresh);
+void MainForm::ResetTool(BasicTool& tool) {
+  tool.OnDeactivate();
+  PresetsManager::Delete(tool.GetClassName());
   XmlErrorLog errors;
-  m_VoxelTool.Load(&node, &m_VoxelTool, &errors);
+  tool.Load(m_ToolDefaults.at(&tool).get(), &tool, &errors);
 }

@@ -3,7 +3,9 @@
 #include <numbers>
 #include <utility>
 
+#include "interface/ActionWidgets.h"
 #include "interface/Button.h"
+#include "interface/DrawTexRect.h"
 #include "interface/HotKeyWindow.h"
 #include "interface/Language.h"
 #include "interface/Layout.h"
@@ -22,45 +24,33 @@
 
 namespace {
 
-/// A text about an action, with its key behind it.
-std::string WithKey(const std::string& text, const Action& action, const HotKeys& keys) {
-  const std::string key = GetKeyText(keys.KeyText(action.Name));
-  return key.empty() ? text : text.empty() ? key : text + " (" + key + ")";
-}
-
-/// A button that is enabled while its action is, and tells its key.
-class ActionButton : public Button {
-  REFLECTED(ActionButton, Button)
+/// A radio button of a tool: down while the tool is current.
+class ToolButton : public Button {
+  REFLECTED(ToolButton, Button)
  public:
-  ActionButton() = default;
-  ActionButton(const ::Action& action, const HotKeys& keys)
-      : Button(action.TextKey, action.Icon), m_Action(&action), m_Keys(&keys) {
-    IsChecked = action.IsChecked;
-    Action = action.Run;
-    HintKey = action.TextKey;
+  ToolButton() = default;
+  explicit ToolButton(BasicTool& tool) : Button(tool.GetToolKey(), "Pen"), m_Tool(&tool) {
     Flat = true;
+    Align = TextAlign::Left;
+    IsChecked = [&tool] { return &GetCurrentTool() == &tool; };
+    Action = [&tool] { RadioActivate(tool); };
   }
-  void Process(double) override {
-    if (m_Action) Enabled = m_Action->Enabled();
-  }
-  std::string GetHintText(float x, float y) const override {
-    if (!m_Action) return {};
-    // A picture alone says its name.
-    return WithKey(Text.Empty() ? ::GetText(m_Action->TextKey) : Button::GetHintText(x, y), *m_Action, *m_Keys);
+  std::string GetHintText(float, float) const override {
+    const char* key = m_Tool ? m_Tool->GetHintKey() : "";
+    return m_Tool ? WithKey(HasText(key) ? ::GetText(key) : std::string(), {{}, {}, m_Tool->GetToolKey()}) : std::string();
   }
 
  private:
-  const ::Action* m_Action = nullptr;
-  const HotKeys* m_Keys = nullptr;
+  BasicTool* m_Tool = nullptr;
 };
-DECLARE_MEMBERS(ActionButton) {}
+DECLARE_MEMBERS(ToolButton) {}
 
 /// The rows of an object, and above them a line of buttons.
 class HeadedPanel : public BaseWidget {
   REFLECTED(HeadedPanel, BaseWidget)
  public:
   HeadedPanel() = default;
-  HeadedPanel(BaseWidget* head, BaseClass& object) : m_Head(AddChild(head)), m_Parameters(AddChild(new PanelWidget(&object))) {}
+  HeadedPanel(BaseWidget* head, BaseClass* object) : m_Head(AddChild(head)), m_Parameters(AddChild(new PanelWidget(object))) {}
   void Arrange(const cRect& rect, Canvas& canvas) override {
     Rect = rect;
     const float pad = canvas.Px(Measures::Padding), head = AboveRows(rect.W, canvas);
@@ -80,9 +70,50 @@ class HeadedPanel : public BaseWidget {
     return pad + m_Head->HeightFor(std::max(0.0f, width - 2 * pad), canvas) + canvas.Px(4);
   }
   BaseWidget* m_Head = nullptr;
+
+ protected:
   PanelWidget* m_Parameters = nullptr;
 };
 DECLARE_MEMBERS(HeadedPanel) {}
+
+/// The preview of a tool; nothing where it has none.
+class ToolPreview : public DrawTexRect {
+  REFLECTED(ToolPreview, DrawTexRect)
+ public:
+  ToolPreview() { Visible = false; }
+  void Show(BasicTool& tool) {
+    Texture = tool.GetPreviewTexture();
+    Aspect = tool.GetPreviewAspect();
+    if (std::exchange(Visible, Texture >= 0) == Visible) return;
+    if (cWidgets* manager = Manager()) manager->RequestArrange();
+  }
+  float HeightFor(float, Canvas& canvas) const override { return canvas.Px(72); }
+};
+DECLARE_MEMBERS(ToolPreview) {}
+
+/// Parameters and preview of a tool; without one, of the current tool, whichever that is.
+class ToolPanel : public HeadedPanel {
+  REFLECTED(ToolPanel, HeadedPanel)
+ public:
+  ToolPanel() = default;
+  /// `presets`, in the head, is enabled while there is a tool; may be null.
+  ToolPanel(ColumnWidget* head, BasicTool* tool, Button* presets = nullptr)
+      : HeadedPanel(head, tool), m_Preview(head->AddChild(new ToolPreview)), m_Tool(tool), m_Presets(presets) {}
+  void Process(double) override {
+    if (!m_Preview) return;
+    BasicTool& tool = m_Tool ? *m_Tool : GetCurrentTool();
+    const bool isTool = &tool != &GetDefaultTool();
+    m_Preview->Show(tool);
+    m_Parameters->SetObject(isTool ? &tool : nullptr);
+    if (m_Presets) m_Presets->Enabled = isTool;
+  }
+
+ private:
+  ToolPreview* m_Preview = nullptr;
+  BasicTool* m_Tool = nullptr;
+  Button* m_Presets = nullptr;
+};
+DECLARE_MEMBERS(ToolPanel) {}
 
 }  // namespace
 
@@ -95,6 +126,7 @@ void MainForm::AddPanels() {
   add("ToolParamsPanel", "Settings", &MainForm::MakeToolParams, DockSide::Right, 264, 420);
   add("VoxTreePanel", "Layers", &MainForm::MakeVoxTree, DockSide::Right, 264, 180);
   add("ViewPanel", "Visible", &MainForm::MakeViewPanel, DockSide::Right, 264, 400);
+  add("StillImagesPanel", "Layers", &MainForm::MakeStillImages, DockSide::Right, 264, 320);
   add("TabletPanel", "Tablet", &MainForm::MakeTabletPanel, DockSide::Right, 264, 220);
   add("PreferencesPanel", "Settings", &MainForm::MakePreferences, DockSide::Right, 320, 480);
   add("HotKeysPanel", "Keyboard", &MainForm::MakeHotKeys, DockSide::Right, 380, 480);
@@ -109,35 +141,30 @@ void MainForm::InitRooms() {
   hooks.BuildDefaultLayout = [this](int page) { BuildDefaultLayout(page); };
   hooks.RebuildPanels = [this] {
     m_RebuildWanted = true;
+    m_LayoutSeen = false;
     m_Parts.Widgets.RequestArrange();
   };
   InitPages(std::move(hooks));
 }
 
 void MainForm::BuildDefaultLayout(int page) {
-  if (GetPageNames()[size_t(page)] == "Voxels")
+  if (FindMainTool(page))
     m_Docks->SetDefault({"ToolsPanel", "ToolParamsPanel", "VoxTreePanel"});
+  else if (!ListRoomTools(page).empty())
+    m_Docks->SetDefault({"RoomNotePanel", "ToolsPanel", "ToolParamsPanel", "VoxTreePanel"});
   else
     m_Docks->SetDefault({"RoomNotePanel", "ViewPanel", "VoxTreePanel"});
 }
 
+// The lists of the room's main tool, what every room has, and a button for each tool of the room.
 BaseWidget* MainForm::MakeToolsPanel() {
   auto* area = new ScrollArea;
   area->Padding = 6;
-  const auto addButton = [&](const char* name) {
-    area->Content().AddChild(new ActionButton(*m_Actions.Find(name), m_HotKeys))->Align = TextAlign::Left;
-  };
-  const auto addTitle = [&](const char* key) {
-    auto* title = area->Content().AddChild(new TextWidget(key));
-    title->Style = TextStyle::Small;
-    title->Dim = true;
-  };
-  addTitle("VOXSURFMODES");
-  for (const char* name : {"BrushCarve", "BrushSphere", "BrushSegment", "BrushStamp"}) addButton(name);
-  addTitle("SYMMETRY");
-  for (const char* name : {"SymmetryX", "SymmetryY", "SymmetryZ"}) addButton(name);
-  addTitle("EDIT");
-  for (const char* name : {"Undo", "Redo", "FrameObject"}) addButton(name);
+  BaseWidget& content = area->Content();
+  if (BasicTool* room = FindMainTool(CurrentPage)) room->BuildToolButtons(content);
+  AddActionButtons(content, "EDIT", {"Undo", "Redo", "FrameObject"});
+  AddActionButtons(content, "TOOLS", {});
+  for (BasicTool* tool : ListRoomTools(CurrentPage)) content.AddChild(new ToolButton(*tool));
   return area;
 }
 
@@ -148,14 +175,22 @@ BaseWidget* MainForm::MakeToolParams() {
     TextMenu::Open(
         m_Parts.Widgets, presets->Rect, [this](TextMenu& menu) { FillPresets(menu); }, presets);
   };
-  return new HeadedPanel(presets, m_VoxelTool);
+  auto* head = new ColumnWidget;
+  head->AddChild(presets);
+  return new ToolPanel(head, nullptr, presets);
+}
+
+BaseWidget* MainForm::MakeStillImages() {
+  auto* head = new ColumnWidget;
+  head->AddChild(new ActionButton(*m_Actions.Find("ShowStillImages")));
+  return new ToolPanel(head, &m_StillImages);
 }
 
 // Grid and edges are switches of the program, with keys and menu items of their own.
 BaseWidget* MainForm::MakeViewPanel() {
   auto* switches = new RowWidget;
-  for (const char* name : {"ShowGrid", "Wireframe"}) switches->AddWeighted(new ActionButton(*m_Actions.Find(name), m_HotKeys), 1);
-  return new HeadedPanel(switches, m_ViewOptions);
+  for (const char* name : {"ShowGrid", "Wireframe"}) switches->AddWeighted(new ActionButton(*m_Actions.Find(name)), 1);
+  return new HeadedPanel(switches, &m_ViewOptions);
 }
 
 // The ball asks for views by the actions of the menu. A drag on it is one across the view, about what is looked at: where it
@@ -180,7 +215,7 @@ BaseWidget* MainForm::MakeNaviControl() {
   link.Look = [this](StandardView view) { m_Actions.Run(views[size_t(view)]); };
   link.GetViewName = [this](StandardView view) {
     const Action& action = *m_Actions.Find(views[size_t(view)]);
-    return WithKey(GetText(action.TextKey), action, m_HotKeys);
+    return WithKey(GetText(action.TextKey), {action.Name, {}, {}});
   };
   link.BeginOrbit = [this, makeEvent] {
     const bool aroundPick = std::exchange(m_Navi.Settings.OrbitAroundPick, false);
@@ -191,7 +226,7 @@ BaseWidget* MainForm::MakeNaviControl() {
   link.EndOrbit = [this, makeEvent] { m_Navi.OnRelease(makeEvent(InputKind::ButtonUp, {})); };
   auto* control = new NaviControl(std::move(link));
   for (const char* name : {"FrameScene", "ViewHome", "ToggleOrthographic", "ZoomOut", "ZoomIn"})
-    control->AddButton(new ActionButton(*m_Actions.Find(name), m_HotKeys));
+    control->AddButton(new ActionButton(*m_Actions.Find(name)));
   return control;
 }
 

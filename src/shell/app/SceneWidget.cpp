@@ -1,10 +1,12 @@
 #include "shell/app/SceneWidget.h"
 
+DECLARE_MEMBERS(SceneWidget) {}
+
 bool SceneWidget::OnMouse(const InputEvent& event) {
-  m_Input.OnEvent(event);
-  return true;
+  if (m_Input) m_Input->OnEvent(event);
+  return m_Input != nullptr;
 }
 
 MouseCursor SceneWidget::GetCursor(float, float) const {
-  return GetCurrentTool().UsesPen() ? MouseCursor::Cross : MouseCursor::Arrow;
+  return GetCurrentTool().WantsSurfacePick() ? MouseCursor::Cross : MouseCursor::Arrow;
 }

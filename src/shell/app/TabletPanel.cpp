@@ -35,7 +35,7 @@ void TabletPanel::Draw(Canvas& canvas) {
   };
   const auto addTilt = [&](const char* key, float tilt) {
     const float place = std::clamp(tilt * 0.5f + 0.5f, 0.0f, 1.0f);
-    addBar(key, std::min(place, 0.5f), std::max(place, 0.5f), comms::Format("%.2f", double(tilt)));
+    addBar(key, std::min(place, 0.5f), std::max(place, 0.5f), ShowNumber(comms::Format("%.2f", double(tilt))));
   };
   if (state.Devices.empty()) {
     canvas.Paragraph({line.X, line.Y, line.W, Rect.Bottom() - line.Y}, ::GetText("TABLET_NONE"), theme.TextDim);
@@ -43,7 +43,7 @@ void TabletPanel::Draw(Canvas& canvas) {
   }
   addText("TABLET_DEVICE", state.LastDevice.empty() ? state.Devices.front() : state.LastDevice);
   addText("TABLET_END", ::GetText(state.IsEraser ? "TABLET_ERASER" : "TABLET_TIP"));
-  addBar("TABLET_PRESSURE", 0, std::clamp(state.Pressure, 0.0f, 1.0f), comms::Format("%.3f", double(state.Pressure)));
+  addBar("TABLET_PRESSURE", 0, std::clamp(state.Pressure, 0.0f, 1.0f), ShowNumber(comms::Format("%.3f", double(state.Pressure))));
   addTilt("TABLET_TILT_X", state.TiltX);
   addTilt("TABLET_TILT_Y", state.TiltY);
   addText("TABLET_RATE", comms::Format("%.0f / s", state.SamplesPerSec));

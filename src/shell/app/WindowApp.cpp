@@ -22,6 +22,7 @@
 #include "interface/Clipboard.h"
 #include "interface/Language.h"
 #include "interface/draw/Theme.h"
+#include "shell/app/CrashBackup.h"
 #include "shell/app/CrashCommand.h"
 #include "shell/app/CrashSave.h"
 #include "shell/app/LogFile.h"
@@ -201,6 +202,7 @@ bool WindowProgram::StartFolders(std::string& error) {
     CrashOptions crash;
     crash.Folder = GetDataPath();
     crash.Version = "Morvane " + m_Job.Version;
+    crash.Reporter = GetReporterFile();
     if (!InstallCrashHandler(crash, error)) return false;
   }
   m_Settings.RegisterMembers();
@@ -298,9 +300,11 @@ void WindowProgram::StartForm() {
   FormHost host;
   host.Close = [this] { m_Loop->Quit(); };
   host.AsksBeforeClose = m_Job.FramesToRun == 0;
+  host.KeepAlive = [this] { m_Loop->KeepAlive(); };
   host.WorkEnded = [this] { m_Progress->Finish(); };
   host.StoreScreenshot = [this] { m_ScreenshotWanted = true; };
   host.GetPenState = [this] { return m_Window.GetPenState(); };
+  host.ListLanguages = [this](ClonesArray<OneLang>& list) { ListLanguages(m_Job.ProgramData, list); };
   host.ApplyOptions = [this] { ApplyOptions(); };
   host.FrameMilliseconds = [this] { return m_Loop->FrameMilliseconds; };
   ApplyOptions();
@@ -342,9 +346,7 @@ void WindowProgram::StartForm() {
     for (WindowMessage message; (message = m_Window.Poll(event)) != WindowMessage::None;) {
       const bool isInput = message == WindowMessage::Input;
       if (message == WindowMessage::Close || (isInput && m_Form->CancelsProgress(event))) m_Progress->Cancel();
-      // The end of what was begun before the work; a stroke or a drag would go on without it.
-      if (isInput && (event.Kind == InputKind::ButtonUp || event.Kind == InputKind::KeyUp || event.Kind == InputKind::FocusLost))
-        m_Widgets->Queue(event);
+      if (isInput && MainLoop::IsRelease(event)) m_Widgets->Queue(event);
     }
   };
   // Sizes are needed before the first page is laid out.
@@ -354,9 +356,9 @@ void WindowProgram::StartForm() {
   m_FormOpen = true;
   AddCrashInfo([this](CrashScene& scene) { FillCrashScene(scene); });
   RefreshCrashScene();
-  m_CrashSave = std::make_unique<CrashSave>(CrashSave::Parts{m_Scene, m_Commands, m_Window, m_Job.ProgramData,
-                                                             comms::JoinPath(m_FirstPath, "UserData"),
-                                                             [this] { return m_Form->IsSceneModified(); }});
+  m_CrashSave =
+      std::make_unique<CrashSave>(CrashSave::Parts{m_Scene, m_Window, m_Job.ProgramData, comms::JoinPath(m_FirstPath, "UserData"),
+                                                   [this] { return m_Form->IsSceneModified(); }});
 }
 
 void WindowProgram::ApplyTheme() {
@@ -400,13 +402,16 @@ void WindowProgram::StoreWindowRect() {
 void WindowProgram::StartScene() {
   std::string error;
   const bool hasBackup = OfferBackup();
-  if (m_Job.InputFile.empty()) {
-    if (!hasBackup && !m_Script.Load(m_Commands, comms::JoinPath(m_Job.ProgramData, "Samples/first-sculpture.batch"), error))
-      m_Form->Say(error, true);
-  } else if (m_Form->OpenFile(m_Job.InputFile, error)) {
-    comms::LogInfo("%s is open", m_Job.InputFile.c_str());
-  } else {
+  const std::string& file = m_Job.InputFile;
+  const bool isThere =
+      !file.empty()
+          ? m_Form->OpenFile(file, error)
+          : hasBackup || m_Script.Load(m_Commands, comms::JoinPath(m_Job.ProgramData, "Samples/first-sculpture.batch"), error);
+  if (!isThere) {
+    comms::LogWarning("%s", error.c_str());
     m_Form->Say(error, true);
+  } else if (!file.empty()) {
+    comms::LogInfo("%s is open", file.c_str());
   }
   if (m_Lock.IsSecond()) m_Form->Say(GetText("SECOND_INSTANCE"), true);
   // A backup is there only here now.
@@ -426,7 +431,6 @@ bool WindowProgram::OfferBackup() {
       return LoadBackup(path);
     case Delete:
       std::remove(path.c_str());
-      std::remove((path.substr(0, path.rfind('.')) + ".mtl").c_str());
       return false;
     default:
       return false;
@@ -434,12 +438,15 @@ bool WindowProgram::OfferBackup() {
 }
 
 bool WindowProgram::LoadBackup(const std::string& path) {
-  const float voxel = ReadBackupVoxelSize(path);
-  const std::string size = voxel > 0 ? comms::Format(" VoxelSize=%.9g", double(voxel)) : std::string();
-  if (!m_Form->RunCommand("ImportMesh File=" + QuoteBatchValue(path)) || !m_Form->RunCommand("Voxelize" + size)) return false;
+  std::string error;
+  if (!ReadCrashBackup(m_Scene, path, error)) {
+    comms::LogError("%s", error.c_str());
+    m_Form->Say(error, true);
+    return false;
+  }
   m_Form->FrameScene();
   // Kept until the next one: the scene is not stored anywhere else yet.
-  const std::string old = comms::JoinPath(m_FirstPath, "UserData/AutoBackupOnCrash.loaded.obj");
+  const std::string old = comms::JoinPath(m_FirstPath, "UserData/AutoBackupOnCrash.loaded.mvb");
   if (std::rename(path.c_str(), old.c_str()) != 0)
     comms::LogWarning("%s can't be renamed to %s: %s", path.c_str(), old.c_str(), std::strerror(errno));
   comms::LogInfo("%s is loaded", path.c_str());
@@ -512,11 +519,12 @@ int WindowProgram::Run() {
   return 4;
 }
 
+// The pen first, then the scene, which is not saved, then what holds something of the device, the device, the window.
 void WindowProgram::Stop() {
+  m_Window.CloseTablet();
   m_DesktopTheme.Wait();
   m_CrashSave.reset();
   ForgetCrashInfo();
-  m_Window.CloseTablet();
   if (m_FormOpen) {
     StoreWindowRect();
     m_Form->Store();
@@ -526,6 +534,7 @@ void WindowProgram::Stop() {
   m_Loop.reset();
   m_Form.reset();
   ReleaseTools();
+  m_Scene.Clear();
   SetEngineHost(nullptr);
   m_Clipboard.reset();
   m_Messages.reset();

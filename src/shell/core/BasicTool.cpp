@@ -4,6 +4,8 @@
 
 bool BasicTool::UseFillParams = false;
 
+bool BasicTool::IsInCycle() const { return this == &GetCurrentTool(); }
+
 // The flags are state of the interface: no panel shows them and no preset keeps them.
 DECLARE_MEMBERS(BasicTool) {
   Member<_bool>("Active", Active).Hidden().NoSave();
@@ -59,4 +61,15 @@ void DeactivateTools() {
 void RadioActivate(BasicTool& tool) {
   if (&GetCurrentTool() != &tool) DeactivateTools();
   for (BasicTool* other : ToolList) other->Active = other == &tool;
+}
+
+std::vector<BasicTool*> ListToolsInCycle() {
+  std::vector<BasicTool*> tools;
+  for (BasicTool* tool : ToolList)
+    if (tool->IsInCycle()) tools.push_back(tool);
+  return tools;
+}
+
+void TellNewScene() {
+  for (BasicTool* tool : ToolList) tool->OnNewScene();
 }

@@ -7,13 +7,17 @@
 // Main thread.
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ClassEngine/BaseClass.h"
 #include "ClassEngine/BinStream.h"
 #include "shell/core/InputEvent.h"
 
+class Actions;
 class BaseWidget;
 class Canvas;
+class MenuBar;
+class TextMenu;
 namespace comms {
 class BaseMesh;
 class cRender;
@@ -42,7 +46,7 @@ class BasicTool : public BaseClass {
   virtual bool OnRightUp(const InputEvent&) { return false; }
   virtual bool OnMiddleDown(const InputEvent&) { return false; }
   virtual bool OnMiddleUp(const InputEvent&) { return false; }
-  // The same in the alternative input state, for tools that edit points.
+  // The same in the alternative input state, for tools that edit points, see EditsPoints.
   virtual bool OnAltLeftDown(const InputEvent&) { return false; }
   virtual bool OnAltLeftUp(const InputEvent&) { return false; }
   virtual bool OnAltRightDown(const InputEvent&) { return false; }
@@ -53,7 +57,8 @@ class BasicTool : public BaseClass {
   virtual bool IsActive() const { return Active; }
 
   // --- frame -----------------------------------------------------------------------------------------------------------------
-  /// In the scene pass: depth is tested and written, the matrices are those of the camera.
+  /// In the scene pass, behind the solid surfaces: depth is tested and written, the matrices are those of the camera, colours are
+  /// linear light. Called when the picture is made anew, see GetDrawState.
   virtual void DrawIn3D(comms::cRender&) {}
   /// Over the scene and under the panels, in window pixels.
   virtual void DrawOverlay(Canvas&) {}
@@ -67,6 +72,11 @@ class BasicTool : public BaseClass {
   /// The tool stops being current. A room tool discards nothing.
   virtual void OnDeactivate() {}
   virtual bool CanPaintNow() { return true; }
+  /// Stands for what DrawIn3D draws: another number after every change, 0 where it draws nothing. A picture that is kept is made
+  /// anew when it changes.
+  virtual uint64_t GetDrawState() const { return 0; }
+  /// Whether a frame works with the tool: it is current, or has no input of its own.
+  virtual bool IsInCycle() const;
 
   // --- names -----------------------------------------------------------------------------------------------------------------
   /// Language key of the hint, as "FILL_TOOL_HINT".
@@ -82,7 +92,9 @@ class BasicTool : public BaseClass {
   virtual void BuildExtraPanel(BaseWidget* /*panel*/) {}
   /// Texture of the render device; -1 for none.
   virtual int GetPreviewTexture() { return -1; }
-  virtual comms::BaseMesh* GetPreviewMesh() { return nullptr; }
+  /// Width / height of that picture.
+  virtual float GetPreviewAspect() { return 1; }
+  virtual comms::BaseMesh* GetPreviewMesh() { return nullptr; }  ///< drawn in world space behind DrawIn3D, by its own shader
   /// False hides the parameter from the panel.
   virtual bool FilterParam(const char* /*name*/) { return true; }
 
@@ -100,6 +112,7 @@ class BasicTool : public BaseClass {
   virtual bool WantsMask() const { return false; }
   virtual bool WantsHud() const { return false; }
   virtual bool UsesAirbrush() const { return false; }  ///< goes on working while the pointer rests
+  virtual bool EditsPoints() const { return false; }   ///< has something to do in the alternative input state
 
   // --- undo ------------------------------------------------------------------------------------------------------------------
   /// Folder word and file extension of the undo state, as "Filler" and "fill". False for a tool without one.
@@ -118,26 +131,31 @@ class BasicTool : public BaseClass {
   /// Reads a payload of `size` bytes.
   virtual bool LoadProjectChunk(BinStream&, uint32_t /*size*/) { return false; }
 
-  // --- room: overridden by main tools alone -----------------------------------------------------------------------------------
+  // --- room: overridden by main tools alone, OnNewScene and AddActions excepted -----------------------------------------------
   /// Name of the page that the tool serves, see Pages.h.
   virtual const char* GetRoomName() const { return "Paint"; }
   /// The room was entered and this tool is its main one.
   virtual void OnRoomEnter() {}
-  virtual void BuildRoomMenu(BaseWidget* /*bar*/) {}
-  /// The menus under "Popups".
-  virtual void BuildRoomPopups() {}
-  /// The lists of commands.
-  virtual void BuildToolButtons(BaseWidget* /*panel*/) {}
-  /// Object counts for the status bar.
+  /// The room's own menus in the bar.
+  virtual void BuildRoomMenu(MenuBar& /*bar*/) {}
+  /// The menus under "Popups": adds items to it, each time that it opens.
+  virtual void BuildRoomPopups(TextMenu& /*menu*/) {}
+  /// The lists of commands in the panel of the tools.
+  virtual void BuildToolButtons(BaseWidget& /*panel*/) {}
+  /// Object counts for the status bar, one a line.
   virtual void GetStatusText(std::string& /*out*/) {}
+  /// The scene was emptied, see TellNewScene.
   virtual void OnNewScene() {}
   virtual BasicTool* GetActiveMeshTool() { return nullptr; }
+  /// Enters what keys, menus and buttons can do with the tool; once, at the start of the program.
+  virtual void AddActions(Actions&) {}
 };
 
-/// A tool that takes part in the cycle of tools and has no input of its own.
+/// A tool that takes part in every frame, whichever tool is current, and has no input of its own.
 class ActiveBasicTool : public BasicTool {
   REFLECTED(ActiveBasicTool, BasicTool)
  public:
+  bool IsInCycle() const final { return true; }
   bool OnLeftDown(const InputEvent&) final { return false; }
   bool OnLeftUp(const InputEvent&) final { return false; }
   bool OnRightDown(const InputEvent&) final { return false; }
@@ -180,3 +198,7 @@ BasicTool* FindTool(const std::string& toolKey);
 void RadioActivate(BasicTool& tool);
 /// OnDeactivate on the current tool, then none is active.
 void DeactivateTools();
+/// Those that a frame works with, in order of creation.
+std::vector<BasicTool*> ListToolsInCycle();
+/// OnNewScene on all tools: who has emptied the scene calls it.
+void TellNewScene();

@@ -422,11 +422,8 @@ void NaviSystem::GoTo(const Camera& camera) {
   m_Transition = {true, false, View, camera, 0};
 }
 
-void NaviSystem::SetStandardView(StandardView view) {
-  struct Direction {
-    cVec3 Forward, Up;
-  };
-  static constexpr std::array<Direction, 6> directions{{
+ViewDirection GetViewDirection(StandardView view) {
+  static constexpr std::array<ViewDirection, 6> directions{{
       {{0, 0, -1}, {0, 1, 0}},
       {{0, 0, 1}, {0, 1, 0}},
       {{1, 0, 0}, {0, 1, 0}},
@@ -434,7 +431,12 @@ void NaviSystem::SetStandardView(StandardView view) {
       {{0, -1, 0}, {0, 0, -1}},
       {{0, 1, 0}, {0, 0, 1}},
   }};
-  LookAlong(directions[size_t(view)].Forward, directions[size_t(view)].Up);
+  return directions[size_t(view)];
+}
+
+void NaviSystem::SetStandardView(StandardView view) {
+  const ViewDirection direction = GetViewDirection(view);
+  LookAlong(direction.Forward, direction.Up);
 }
 
 void NaviSystem::LookAlong(const cVec3& forward, const cVec3& up) {

@@ -60,6 +60,11 @@ struct NaviPreset {
 const std::vector<NaviPreset>& GetNaviPresets();
 
 enum class StandardView : uint8_t { Front, Back, Left, Right, Top, Bottom };
+/// Line of sight and upward direction of a standard view, of length 1 and at a right angle.
+struct ViewDirection {
+  comms::cVec3 Forward, Up;
+};
+ViewDirection GetViewDirection(StandardView view);
 
 /// What a person may set; AppOptions holds it.
 struct NaviSettings {

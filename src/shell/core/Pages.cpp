@@ -89,6 +89,13 @@ BasicTool* FindMainTool(int page) {
   return pen;
 }
 
+std::vector<BasicTool*> ListRoomTools(int page) {
+  std::vector<BasicTool*> tools;
+  for (BasicTool* tool : ToolList)
+    if (IsPage(page) && *tool->GetToolKey() && GetPageNames()[size_t(page)] == tool->GetRoomName()) tools.push_back(tool);
+  return tools;
+}
+
 bool IsPageAllowed(std::string_view name, std::string_view pagesText) {
   constexpr std::string_view separators = " ,;\t\r\n";
   bool hasToken = false;

@@ -44,6 +44,9 @@ void RestorePageLayout();
 /// The tool that is active on entry: the room tool that serves the page, or else the first pen that does. Null where it has none.
 BasicTool* FindMainTool(int page);
 
+/// The tools that serve the page and have a key, in order of creation: those with a button there.
+std::vector<BasicTool*> ListRoomTools(int page);
+
 /// By "Pages.txt", read once: names apart by any of " ,;\t" and line ends. All pages are allowed where it is absent or empty.
 bool IsPageAllowed(std::string_view name);
 /// The same rule for a given text.

@@ -47,7 +47,7 @@ bool ToolInput::OnPress(const InputEvent& event) {
     StrokeMode = tool.UsesPen() && tool.UsesStroke() && (event.Modifiers & ModControl) ? 1 : 0;
 
   const ButtonHandlers& handlers = HandlersOf(event.Button);
-  const bool alternative = AlternativeInput && handlers.AltDown && !Ask(IsBlocked);
+  const bool alternative = AlternativeInput && tool.EditsPoints() && handlers.AltDown && !Ask(IsBlocked);
   // A second button in the middle of a stroke is the tool's: the view doesn't move under a stroke.
   if (!alternative && !IsToolHolding() && m_Navi.OnPress(event, tool.WantsSurfacePick())) return true;
 

@@ -7,7 +7,7 @@
 
 /// 1: the stroke takes away where it would add (a pen that strokes, Control held at the press); else 0. Set by every left press.
 extern int StrokeMode;
-/// Point editing asked for the Alt variants of the buttons.
+/// The person asks for point editing: tools that EditsPoints get the Alt variants of the buttons.
 extern bool AlternativeInput;
 
 /// What is known of the stroke that is going on, or of the last one. Prepared before the tool hears of the press.

@@ -112,7 +112,7 @@ FileDialogResult ShowFileDialog(const FileDialogRequest& request, const std::fun
     while (g_main_context_iteration(nullptr, FALSE)) {
     }
     if (dialog.Done) break;
-    idle();
+    if (idle) idle();
     g_usleep(StepMicroseconds);
   }
   if (dialog.Failed) return FileDialogResult::NotAvailable;

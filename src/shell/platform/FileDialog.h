@@ -19,7 +19,7 @@ struct FileDialogRequest {
 
 enum class FileDialogResult { Chosen, Cancelled, NotAvailable };
 
-/// Shows the dialog and waits for its end; `idle` is called many times a second meanwhile, so that the window stays alive.
-/// `paths` gets what was chosen. NotAvailable, and nothing was shown: use the browser of the interface.
+/// Shows the dialog and waits for its end. Meanwhile `idle`, which may be empty, is called many times a second: the window stays
+/// alive by it. `paths` gets what was chosen. NotAvailable, and nothing was shown: use the browser of the interface.
 FileDialogResult ShowFileDialog(const FileDialogRequest& request, const std::function<void()>& idle,
                                 std::vector<std::string>& paths);

@@ -18,6 +18,11 @@ std::string GetProgramFile() {
   return fault ? std::string() : path.string();
 }
 
+std::string GetReporterFile() {
+  const std::string program = GetProgramFile();
+  return program.empty() ? std::string() : (std::filesystem::path(program).parent_path() / "sendbug").string();
+}
+
 bool HasNeededInstructions() {
   return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") && __builtin_cpu_supports("bmi2");
 }

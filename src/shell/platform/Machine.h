@@ -5,6 +5,8 @@
 
 /// Full path of the running program; empty where the system does not tell.
 std::string GetProgramFile();
+/// Full path of the program that is started with the log of a crash: "sendbug" beside this one, where somebody has put it there.
+std::string GetReporterFile();
 /// Whether the processor has the instructions that the code is compiled for. Runs on every x86-64 processor.
 bool HasNeededInstructions();
 /// Seconds since the system started this process, to a hundredth; 0 where it does not tell.

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "comms/Log.h"
+#include "comms/render/DeviceReport.h"
 #include "comms/render/GlDebug.h"
 #include "interface/BaseWidget.h"
 #include "shell/platform/DisplayScale.h"
@@ -56,6 +57,16 @@ SDL_GLContext CreateContext(SDL_Window* window, int swapInterval) {
     }
   }
   return nullptr;
+}
+
+/// What the driver does offer that gave no context of the version that is needed; empty where it gives none at all.
+std::string DescribeDriver(SDL_Window* window) {
+  SDL_GL_ResetAttributes();
+  const SDL_GLContext context = SDL_GL_CreateContext(window);
+  if (!context) return {};
+  const std::string device = comms::DescribeCurrentDevice();
+  SDL_GL_DeleteContext(context);
+  return ". " + device;
 }
 
 bool IsVisible(const WindowPlacement& placement) {
@@ -144,7 +155,10 @@ bool Window::Create(const std::string& title, const WindowPlacement& placement, 
   if (state.Handle) state.Context = CreateContext(state.Handle, state.SwapInterval);
   if (!state.Context) {
     error = std::string("can't open a window with OpenGL 3.3: ") + SDL_GetError();
-    if (state.Handle) SDL_DestroyWindow(state.Handle);
+    if (state.Handle) {
+      error += DescribeDriver(state.Handle);
+      SDL_DestroyWindow(state.Handle);
+    }
     state.Handle = nullptr;
     SDL_QuitSubSystem(SDL_INIT_VIDEO);
     return false;
@@ -282,7 +296,9 @@ WindowPlacement Window::GetPlacement() const {
   return placement;
 }
 
-void Window::Present() { SDL_GL_SwapWindow(m_State->Handle); }
+void Window::Present() {
+  if (m_State->Handle) SDL_GL_SwapWindow(m_State->Handle);
+}
 void Window::SetVerticalSync(bool on) {
   m_State->SwapInterval = on ? 1 : 0;
   SDL_GL_SetSwapInterval(m_State->SwapInterval);
@@ -333,7 +349,7 @@ void Window::State::FreeArrow() {
 
 void Window::SetCursor(MouseCursor cursor) {
   State& state = *m_State;
-  if (cursor == state.Cursor) return;
+  if (!state.Handle || cursor == state.Cursor) return;
   state.Cursor = cursor;
   if (cursor == MouseCursor::None) {
     SDL_ShowCursor(SDL_DISABLE);
@@ -350,12 +366,15 @@ bool Window::IsFullScreen() const { return (SDL_GetWindowFlags(m_State->Handle) 
 bool Window::IsMaximised() const { return (SDL_GetWindowFlags(m_State->Handle) & SDL_WINDOW_MAXIMIZED) != 0; }
 
 void Window::StartTextInput(int x, int y, int width, int height) {
+  if (!m_State->Handle) return;
   const float units = 1 / m_State->PixelsPerUnit;
   const SDL_Rect place{int(float(x) * units), int(float(y) * units), int(float(width) * units), int(float(height) * units)};
   SDL_SetTextInputRect(&place);
   if (!SDL_IsTextInputActive()) SDL_StartTextInput();
 }
-void Window::StopTextInput() { SDL_StopTextInput(); }
+void Window::StopTextInput() {
+  if (m_State->Handle) SDL_StopTextInput();
+}
 
 void Window::SwitchOffAccessKeys() {
   XHandles handles;

@@ -1,6 +1,7 @@
 #pragma once
 // The one window: an OpenGL 3.3 core context, its messages as input events, cursor, clipboard and placement. Everything is
 // measured in pixels of the screen; nothing is scaled behind the program's back. All calls are on the main thread, Wake excepted.
+// Before Create and after Destroy the window has no size, and what a frame asks of it does nothing.
 #include <cstdint>
 #include <memory>
 #include <string>

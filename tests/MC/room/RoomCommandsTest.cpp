@@ -239,6 +239,9 @@ TEST_F(RoomCommandsTest, VolumesAreNamedSelectedAndDeleted) {
   EXPECT_EQ(m_Answer["messages"].size(), 1u) << "replacing is asked for, and refused without a person";
   ASSERT_EQ(Run("DeleteVolume Name=b"), 0);
   EXPECT_EQ(Run("Report"), 1);
+  ASSERT_EQ(Run("NewVolume Name=c\nDab Center=\"0 0 0\" Radius=0.1\nClearScene"), 0);
+  EXPECT_EQ(m_Answer["volumes"], 1);
+  EXPECT_EQ(Run("Report") + Run("Undo"), 2) << "nothing is left, of the history either";
 }
 
 // A stroke written for the unit box lands on the surface of any volume; what misses it is counted.

@@ -13,6 +13,7 @@
 #include "comms/Log.h"
 #include "interface/Events.h"
 #include "shell/core/KeyTable.h"
+#include "shell/core/ToolInput.h"
 
 using comms::cVec3;
 using namespace volumechecks;
@@ -42,6 +43,7 @@ class VoxelSculptToolTest : public testing::Test {
     return event;
   }
   bool Down(float x, float y, float pressure = 1, uint8_t modifiers = 0) {
+    StrokeMode = modifiers & ModControl ? 1 : 0;
     return m_Tool.OnLeftDown(Pen(InputKind::ButtonDown, x, y, pressure, modifiers));
   }
   bool Move(float x, float y, float pressure = 1) { return m_Tool.ProcessInput(Pen(InputKind::PointerMove, x, y, pressure)); }
@@ -184,6 +186,16 @@ TEST_F(VoxelSculptToolTest, KeysAndDragsChangeTheBrushOnTheSpot) {
   EXPECT_TRUE(DumpCells(Volume()) == surface);
   // Empty space belongs to the camera.
   EXPECT_FALSE(m_Tool.OnRightDown(Pen(InputKind::ButtonDown, 5, 5)) || Down(5, 5));
+}
+
+TEST_F(VoxelSculptToolTest, StatusTellsTheScaleOfTheVolume) {
+  std::string text;
+  m_Tool.GetStatusText(text);
+  EXPECT_NE(text.find(": 0.02 UNITS_PER_VOXEL, Uniform\n"), std::string::npos) << text;
+  Volume().SpaceMatrix = comms::cMat4::Scale(0.5f);
+  Volume().SpaceMatrix.m[1][1] = 4;
+  m_Tool.GetStatusText(text);
+  EXPECT_NE(text.find(": 1 UNITS_PER_VOXEL, NonUniform\n"), std::string::npos) << text;
 }
 
 TEST_F(VoxelSculptToolTest, DepthIsTheHeightOverTheSurface) {

@@ -47,6 +47,7 @@ struct Encoding {
       memory.push_back(uint8_t(std::stoi(Bytes[color].substr(i, 2), nullptr, 16)));
     return memory;
   }
+  friend void PrintTo(const Encoding& encoding, std::ostream* out) { *out << GetName(encoding.Format); }
 };
 
 // Of all formats but None and those of depth.

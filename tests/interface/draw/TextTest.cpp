@@ -153,6 +153,11 @@ TEST_F(TextTest, ParagraphsBreakAtBlanksAndLineEnds) {
   EXPECT_EQ(Page.ParagraphHeight(word + 1, "wwww wwww   wwww"), 3 * line);
   EXPECT_EQ(Page.ParagraphHeight(word / 2, "wwww"), 2 * line);
   EXPECT_EQ(Page.ParagraphHeight(0, "abc"), 3 * line) << "one character a line is the least";
+  EXPECT_EQ(Page.ParagraphHeight(1.5f * word, "wwww/wwww/wwww"), 3 * line) << "behind the joints";
+  EXPECT_EQ(Page.ParagraphHeight(1.5f * word, "w wwwwwwww w", TextStyle::Normal, LongWords::Cut), 3 * line);
+  Page.Paragraph({0, 0, 1.5f * word, 0}, "w wwwwwwww w", 0xFFFFFFFF, TextStyle::Normal, TextAlign::Left, LongWords::Cut);
+  EXPECT_EQ(Page.TextsCut(), 1);
+  TakeBounds();
   for (const char* text : {"Words of several lengths, averyveryverylongonethatnolineholds, and \xC3\xA9\xCC\x81nd.",
                            "\xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D \xD7\xA2\xD7\x95\xD7\x9C\xD7\x9D \xD7\xA9\xD7\x9C\xD7\x95\xD7\x9D "
                            "\xD7\xA2\xD7\x95\xD7\x9C\xD7\x9D"})

@@ -108,6 +108,18 @@ TEST_F(AppTest, MeshJob) {
     EXPECT_GT(fs::file_size(Files.Path(name)), 1000u) << name;
 }
 
+// Software rendering can be told to be an old machine; a graphics card can't.
+TEST_F(AppTest, TooOldADriverIsToldBesideWhatItLacks) {
+  const Outcome outcome = Run("--batch -", "NewVolume Name=v VoxelSize=0.05\nDab Center=\"0 0 0\" Radius=1\nRender File=p.png\n",
+                              "export MESA_GL_VERSION_OVERRIDE=2.1;");
+  ASSERT_EQ(outcome.Answers.size(), 3u) << outcome.Err;
+  if (outcome.Answers[2]["ok"] == true) GTEST_SKIP() << "this driver does as it likes";
+  const std::string error = outcome.Answers[2]["error"];
+  if (error.find("eglCreateContext") == std::string::npos) GTEST_SKIP() << error;
+  EXPECT_NE(error.find("offers OpenGL 2.1"), std::string::npos) << error;
+  EXPECT_NE(error.find("Missing: shading language 3.30"), std::string::npos) << error;
+}
+
 TEST_F(AppTest, FullDiskLeavesTheOldFile) {
   Files.Write("old.obj", "old");
   const std::string make = "NewVolume Name=v VoxelSize=0.02\nDab Center=\"0 0 0\" Radius=1\n";

@@ -12,6 +12,8 @@
 #include "interface/PanelRow.h"
 #include "interface/TextWidget.h"
 #include "shell/app/CommandPanel.h"
+#include "shell/app/MeasureTool.h"
+#include "shell/app/StillImageTool.h"
 #include "shell/core/AppOptions.h"
 #include "shell/core/GeneralCommands.h"
 #include "shell/core/KeyTable.h"
@@ -47,9 +49,13 @@ class HintsTest : public testing::Test {
   std::map<std::string, Hint> ListHints() const {
     std::map<std::string, Hint> hints;
     VoxelSculptTool tool;
+    MeasureTool measure;
+    StillImageTool images;
+    StillImage image;
     SceneViewOptions view;
     AppOptions options;
-    for (BaseClass* object : std::initializer_list<BaseClass*>{&tool, &view, &options}) AddMembers(*object, hints);
+    for (BaseClass* object : std::initializer_list<BaseClass*>{&tool, &measure, &images, &image, &view, &options})
+      AddMembers(*object, hints);
     CommandPanel panel(m_Table, {});
     for (const Command& command : m_Table.All()) {
       panel.Choose(command);

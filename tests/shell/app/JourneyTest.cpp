@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <sstream>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "comms/Image.h"
+#include "shell/FakePortal.h"
 #include "shell/app/ProgramTest.h"
 
 namespace fs = std::filesystem;
@@ -223,7 +225,7 @@ TEST_F(JourneyTest, RoomsMenusThemesAndSizes) {
 
   // Every menu, by the arrow keys.
   Do("mousemove " + At(0.015, 0.012) + " click 1");
-  for (int i = 0; i < 6; i++) {
+  for (int i = 0; i < 7; i++) {
     const cImage menu = Picture("menu-" + std::to_string(i), true);
     EXPECT_GT(Difference(voxels, menu, {0, 0.03, 0.35, 0.9}), 0.005) << "menu " << i << " is not seen";
     Do("key Right");
@@ -318,5 +320,51 @@ TEST_F(JourneyTest, MissingAndBrokenShadersLeaveThePicture) {
   EXPECT_LE(CountInLog("Grid.glsl"), 2) << Log();
   EXPECT_EQ(Leave(), 0) << Log();
 }
+
+#if __has_include(<libportal/portal.h>)
+
+// While the desktop's dialog stands the window lives on, and does nothing of what comes from mouse and keys.
+TEST_F(JourneyTest, TheWindowLivesUnderTheDesktopsFileDialog) {
+  if (!HasProgram("dbus-daemon")) GTEST_SKIP() << "needs dbus-daemon";
+  const TestServer bus({"dbus-daemon", "--session", "--nofork", "--print-address=3"});
+  ASSERT_FALSE(bus.Address.empty());
+  const TestVariable way("DBUS_SESSION_BUS_ADDRESS", bus.Address);
+  std::atomic<bool> isOpen = false;
+  std::string dialog, caller;
+  const FakePortal portal(bus.Address, [&](GDBusMessage* call) -> GVariant* {
+    GVariant* body = g_dbus_message_get_body(call);
+    if (g_strcmp0(g_dbus_message_get_member(call), "Get") == 0)
+      return g_variant_new("(v)", g_variant_new_variant(g_variant_new_uint32(3)));
+    if (g_strcmp0(g_dbus_message_get_member(call), "OpenFile") != 0) return nullptr;
+    GVariant* options = g_variant_get_child_value(body, 2);
+    const char* token = "";
+    g_variant_lookup(options, "handle_token", "&s", &token);
+    caller = g_dbus_message_get_sender(call);
+    std::string sender = caller.substr(1);
+    std::replace(sender.begin(), sender.end(), '.', '_');
+    dialog = "/org/freedesktop/portal/desktop/request/" + sender + "/" + token;
+    g_variant_unref(options);
+    isOpen = true;
+    return g_variant_new("(o)", dialog.c_str());
+  });
+  Start({WritePost()});
+  const std::string placeBefore = Read("window.txt");
+  Do("mousemove " + At(0.5, 0.5) + " key ctrl+o");
+  ASSERT_TRUE(Within([&] { return isOpen.load(); })) << Log();
+  Do("key F12 sleep 0.3 windowsize " + m_Window + " 1100 700");
+  EXPECT_TRUE(Within([&] { return Read("window.txt") != placeBefore; })) << "it does not even hear of its size";
+  Do("sleep 0.5");
+  EXPECT_FALSE(fs::exists(m_Folder / "Screenshots"));
+  g_dbus_connection_emit_signal(portal.Bus(), caller.c_str(), dialog.c_str(), "org.freedesktop.portal.Request", "Response",
+                                g_variant_new("(ua{sv})", 1u, nullptr), nullptr);
+  g_dbus_connection_flush_sync(portal.Bus(), nullptr, nullptr);
+  EXPECT_TRUE(Within([&] {
+    Do("key F12 sleep 0.5");
+    return fs::exists(m_Folder / "Screenshots/Morvane 001.png");
+  })) << "cancelled, and the person works on";
+  EXPECT_EQ(Leave(), 0);
+}
+
+#endif
 
 }  // namespace

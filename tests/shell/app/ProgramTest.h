@@ -85,10 +85,10 @@ class ProgramTest : public testing::Test {
     const int log = open((m_Folder / "stderr.txt").c_str(), O_CREAT | O_WRONLY | O_APPEND, 0644);
     dup2(log, 1);
     dup2(log, 2);
-    std::vector<char*> arguments{const_cast<char*>(MORVANE_BINARY)};
+    std::vector<char*> arguments{const_cast<char*>(m_Binary.c_str())};
     for (std::string& word : words) arguments.push_back(word.data());
     arguments.push_back(nullptr);
-    execv(MORVANE_BINARY, arguments.data());
+    execv(m_Binary.c_str(), arguments.data());
     _exit(127);
   }
   /// What waitpid tells of the end of a process, which is -1 then; -1 where it does not end.
@@ -101,6 +101,7 @@ class ProgramTest : public testing::Test {
 
   std::unique_ptr<VirtualDisplay> m_Display;
   std::filesystem::path m_Folder;
+  std::string m_Binary = MORVANE_BINARY;
   pid_t m_Process = -1, m_Second = -1;
 
  private:

@@ -14,7 +14,7 @@ class NotingTool : public BasicTool {
   REFLECTED(NotingTool, BasicTool)
  public:
   float Depth = 0.5f;
-  bool Takes = true, Pen = true, OnSurface = true;
+  bool Takes = true, Pen = true, OnSurface = true, Points = true;
   std::string Notes;
 
   bool OnLeftDown(const InputEvent&) override { return Note("L+"); }
@@ -30,6 +30,7 @@ class NotingTool : public BasicTool {
   bool UsesPen() const override { return Pen; }
   bool UsesStroke() const override { return true; }
   bool WantsSurfacePick() const override { return OnSurface; }
+  bool EditsPoints() const override { return Points; }
 
  private:
   bool Note(const char* what) {
@@ -179,6 +180,10 @@ TEST_F(BasicToolTest, CaptureBlocksAndTheAlternativeStateHasItsOwnHandlers) {
   Press(MouseButton::Left);
   Release(MouseButton::Left);
   EXPECT_EQ(A.Notes, "AL+ AL- L+ L-");
+  A.Points = blocked = false;
+  Press(MouseButton::Left);
+  Release(MouseButton::Left);
+  EXPECT_EQ(A.Notes, "AL+ AL- L+ L- L+ L-") << "a tool without points works on";
 }
 
 TEST_F(BasicToolTest, StrokeModeFollowsControlForPensAlone) {
