@@ -31,23 +31,15 @@ constexpr float DabRadius = 32, CarveRadius = 16;
 constexpr int CarveSegments = 200;
 constexpr float CarveStep = 3;  // voxels between two pen samples
 
-double Median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
-
 struct Timings {
   std::vector<double> Ours, Peer;
   void Finish(Claim& claim, double itemsPerRun) const {
     const double ours = Median(Ours), peer = Peer.empty() ? 0 : Median(Peer);
-    const auto [fastest, slowest] = std::minmax_element(Ours.begin(), Ours.end());
     claim.Ours = itemsPerRun / ours;
     claim.Peer = itemsPerRun / peer;
     claim.Ratio = peer / ours;
-    char note[96];
-    std::snprintf(note, sizeof note, "a second; %d pairs, spread of ours %.0f%%", int(Ours.size()),
-                  (*slowest - *fastest) / ours * 100);
-    claim.Note = note;
+    claim.OursSpread = SpreadOf(Ours);
+    claim.Note = "a second; " + std::to_string(Ours.size()) + " pairs";
   }
 };
 
@@ -223,6 +215,7 @@ void BenchObjectSize(std::vector<Claim>& claims) {
   claim.Ours = Median(largeTimes);
   claim.Peer = Median(smallTimes);
   claim.Ratio = claim.Ours / claim.Peer;
+  claim.OursSpread = SpreadOf(largeTimes);
   claim.Note = "seconds";
   claims.push_back(claim);
 }

@@ -46,6 +46,7 @@ Claim LimitClaim(const std::string& text, double ours, double limit) {
 bool Holds(const Claim& claim) {
   char comparison[3] = {};
   double bound = 0;
+  if (!claim.Failed.empty()) return false;
   if (std::sscanf(claim.Goal.c_str(), "%2[<>=] %lf", comparison, &bound) != 2) return false;
   if (comparison[0] == '=') return claim.Ratio == bound;
   return comparison[0] == '<' ? claim.Ratio <= bound : claim.Ratio >= bound;
@@ -57,10 +58,19 @@ double Seconds(const std::function<void()>& work) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-static double Median(std::vector<double> values) {
+double Median(std::vector<double> values) {
   std::sort(values.begin(), values.end());
   const size_t n = values.size();
+  if (n == 0) return 0;
   return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2;
+}
+
+Spread SpreadOf(std::vector<double> values) {
+  const double median = Median(values);
+  if (values.size() < 2 || median <= 0) return {};
+  std::sort(values.begin(), values.end());
+  const size_t quarter = values.size() / 4;
+  return {(values.back() - values.front()) / median, (values[values.size() - 1 - quarter] - values[quarter]) / median};
 }
 
 Pair MeasurePairs(int pairs, const std::function<void()>& ours, const std::function<void()>& peer,
@@ -72,12 +82,7 @@ Pair MeasurePairs(int pairs, const std::function<void()>& ours, const std::funct
     if (preparePeer) preparePeer();
     peerTimes.push_back(Seconds(peer));
   }
-  Pair result{.Ours = Median(ourTimes), .Peer = Median(peerTimes)};
-  std::sort(ourTimes.begin(), ourTimes.end());
-  const size_t quarter = ourTimes.size() / 4;
-  result.Spread = (ourTimes.back() - ourTimes.front()) / result.Ours;
-  result.HalfSpread = (ourTimes[ourTimes.size() - 1 - quarter] - ourTimes[quarter]) / result.Ours;
-  return result;
+  return {Median(ourTimes), Median(peerTimes), SpreadOf(ourTimes), SpreadOf(peerTimes)};
 }
 
 // The system's own figure for a child that ended counts what it shared with us before it became a program of its own, so the

@@ -9,19 +9,30 @@
 
 namespace bench {
 
+/// How far repeats of one measurement lie apart, as parts of their median: all of them, and the middle half. Below 0: there is
+/// one figure alone.
+struct Spread {
+  double All = -1, MiddleHalf = -1;
+};
+Spread SpreadOf(std::vector<double> values);
+/// 0 of none.
+double Median(std::vector<double> values);
+
 struct Claim {
   std::string Text{};         ///< what is claimed, in words: "Sphere dab radius 32, add: dabs a second, ours / OpenVDB"
   double Ours = 0, Peer = 0;  ///< in the unit that Text names
   double Ratio = 0;           ///< the figure that is held against Goal
   std::string Goal{};         ///< ">= 3", "<= 0.125", "== 0": comparison and bound
   std::string Skipped{};      ///< why there is no figure (peer not installed, mesh absent); empty when measured
-  std::string Note{};         ///< spread of the pairs, or what else the reader needs
+  std::string Failed{};       ///< what went wrong with our part, so that the figures stand for nothing: the claim does not hold
+  std::string Note{};         ///< what else the reader needs
+  Spread OursSpread{};        ///< of the repeats of ours
 };
 
 /// A figure that is at most `limit`: Ratio is ours / limit, the goal "<= 1".
 Claim LimitClaim(const std::string& text, double ours, double limit);
 
-/// True when Ratio satisfies Goal.
+/// True when Ratio satisfies Goal and nothing failed.
 bool Holds(const Claim& claim);
 
 /// A benchmark that yields one claim or several; `name` selects it on the command line.
@@ -36,8 +47,7 @@ double Seconds(const std::function<void()>& work);
 /// Medians in seconds of at least five pairs, run in turn. `prepareX` runs before each timed call, untimed (may be empty).
 struct Pair {
   double Ours = 0, Peer = 0;
-  double Spread = 0;      ///< (slowest - fastest) / median of ours
-  double HalfSpread = 0;  ///< the same of the middle half of ours
+  Spread OursSpread, PeerSpread;
 };
 Pair MeasurePairs(int pairs, const std::function<void()>& ours, const std::function<void()>& peer,
                   const std::function<void()>& prepareOurs = {}, const std::function<void()>& preparePeer = {});

@@ -105,11 +105,6 @@ const ChildTask ReadTask("ReadObj", [](const std::string& path) {
   if (!Load(path)) std::_Exit(1);
 });
 
-std::string SpreadText(const Pair& pair) {
-  return "spread " + std::to_string(int(pair.Spread * 100)) + "%, of the middle half " +
-         std::to_string(int(pair.HalfSpread * 100)) + "%";
-}
-
 void ReadClaims(const std::string& path, const std::string& what, std::vector<Claim>& claims) {
   Claim speed{.Text = "Read OBJ, " + what + ": tinyobjloader / ours, seconds", .Goal = ">= 5"};
 #ifdef HAS_TINYOBJ
@@ -122,7 +117,7 @@ void ReadClaims(const std::string& path, const std::string& what, std::vector<Cl
   speed.Ours = pair.Ours;
   speed.Peer = pair.Peer;
   speed.Ratio = pair.Peer / pair.Ours;
-  speed.Note = SpreadText(pair);
+  speed.OursSpread = pair.OursSpread;
 #else
   speed.Skipped = "tinyobjloader is not installed";
 #endif
@@ -132,7 +127,7 @@ void ReadClaims(const std::string& path, const std::string& what, std::vector<Cl
   memory.Ours = PeakBytesInChild("ReadObj", path);
   memory.Peer = ArrayBytes(*Load(path));
   memory.Ratio = memory.Ours / memory.Peer;
-  if (memory.Ours < 0) memory.Skipped = "the measuring process failed";
+  if (memory.Ours < 0) memory.Failed = "the measuring process failed";
   claims.push_back(memory);
 }
 
@@ -171,7 +166,7 @@ void PlainWriteClaim(comms::cRawMesh& mesh, const WorkFolder& folder, const std:
                     .Peer = pair.Peer,
                     .Ratio = pair.Ours / pair.Peer,
                     .Goal = "<= 2.5",
-                    .Note = SpreadText(pair)});
+                    .OursSpread = pair.OursSpread});
 }
 
 #ifdef HAS_ASSIMP
@@ -226,7 +221,8 @@ void ExporterClaim([[maybe_unused]] comms::cRawMesh& mesh, [[maybe_unused]] cons
     if (exporter.Export(&scene, "obj", peerPath) != aiReturn_SUCCESS) claim.Skipped = exporter.GetErrorString();
   });
   claim.Ratio = claim.Peer / claim.Ours;
-  claim.Note = "one run of Assimp; five of ours, " + SpreadText(ours);
+  claim.OursSpread = ours.OursSpread;
+  claim.Note = "one run of Assimp; five of ours";
   std::filesystem::remove(peerPath);
 #else
   claim.Skipped = "Assimp is not installed";

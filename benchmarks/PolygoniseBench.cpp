@@ -101,14 +101,12 @@ void MeasureMesh(const std::string& file, int resolution, std::vector<bench::Cla
         quads = {};
       });
   size_t ours = 0;
-  for (const SurfaceCell& cell : CollectSurfaceCells(volume)) ours += cell.Surface->Indices.Count() / 3;
+  for (const SurfaceCell& cell : CollectSurfaceCells(volume)) ours += cell.Surface->Indices().Count() / 3;
   claim.Ours = double(ours) / pair.Ours;
   claim.Peer = double(triangles.size() + 2 * quads.size()) / pair.Peer;
   claim.Ratio = claim.Ours / claim.Peer;
-  char note[120];
-  std::snprintf(note, sizeof note, "%zu and %zu triangles, spread %.0f%%", ours, triangles.size() + 2 * quads.size(),
-                pair.Spread * 100);
-  claim.Note = note;
+  claim.OursSpread = pair.OursSpread;
+  claim.Note = std::to_string(ours) + " and " + std::to_string(triangles.size() + 2 * quads.size()) + " triangles";
   claims.push_back(claim);
 }
 

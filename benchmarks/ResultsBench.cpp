@@ -50,7 +50,7 @@ void SculptSymmetricCarve(VolumeObject& volume) {
   std::vector<SurfaceCell> cells = CollectSurfaceCells(volume);
   const auto voxel = float(std::cbrt(std::fabs(comms::Determinant3(volume.SpaceMatrix))));
   for (size_t i = 0; i < cells.size(); i += cells.size() / 60 + 1) {
-    const VolumeVertex& v = cells[i].Surface->Vertices[0];
+    const VolumeVertex& v = cells[i].Surface->Vertices()[0];
     PenSample sample;
     sample.Position = volume.VolumeToWorld({v.x, v.y, v.z});
     sample.Normal = volume.VolumeToWorldDirection({-v.nx, -v.ny, -v.nz});
@@ -99,8 +99,8 @@ Claim CompareThreads(const TriangleSoup& mesh, const std::string& name, void (*s
     total += one[i].size();
     differing += std::max(one[i].size(), two[i].size()) - common;
     for (size_t k = 0; k < common; k++) differing += one[i][k] != two[i][k];
-    if (one[i].empty()) claim.Skipped = "the job wrote no file";
-    if (one[i] == plain[i]) claim.Skipped = "the strokes changed nothing";
+    if (one[i].empty()) claim.Failed = "the job wrote no file";
+    if (one[i] == plain[i]) claim.Failed = "the strokes changed nothing";
   }
   claim.Ours = claim.Ratio = double(differing);
   claim.Note = "of " + std::to_string(total) + " bytes";
@@ -127,12 +127,12 @@ Claim CheckSymmetry(const TriangleSoup& mesh, size_t axis) {
   claim.Goal = "== 0";
   const TriangleSoup both = WithMirrorImage(mesh, axis);
   const std::unique_ptr<VolumeObject> volume = VoxelizeScan(both, LongestSide(both) / 256);
-  if (!volume) return claim.Skipped = "the mesh was refused", claim;
+  if (!volume) return claim.Failed = "the mesh was refused", claim;
   volume->RefreshSurfaces();
   using Digits = std::array<uint32_t, 6>;
   std::vector<Digits> vertices, images;
   for (const SurfaceCell& cell : CollectSurfaceCells(*volume))
-    for (const VolumeVertex& v : cell.Surface->Vertices) {
+    for (const VolumeVertex& v : cell.Surface->Vertices()) {
       const auto digits = [](std::array<float, 6> values) {
         Digits result;
         for (float& value : values) value += 0.0f;  // one zero

@@ -99,7 +99,7 @@ Distance MeasureDistance(const VolumeObject& volume, const TriangleSoup& mesh) {
   double worst = 0;
   size_t count = 0;
   for (const SurfaceCell& cell : CollectSurfaceCells(volume))
-    for (const VolumeVertex& v : cell.Surface->Vertices) {
+    for (const VolumeVertex& v : cell.Surface->Vertices()) {
       const Point p{v.x, v.y, v.z};
       double best = 4;  // nothing within a voxel: worse than two
       if (const auto found = cubes.find(keyOf(cubeOf(p.x), cubeOf(p.y), cubeOf(p.z))); found != cubes.end())
@@ -118,7 +118,7 @@ void BenchMesh(const TriangleSoup& mesh, const std::string& name, std::vector<Cl
   const std::string text = "Surface of " + name + " at " + std::to_string(Resolution) + ": ";
   const std::unique_ptr<VolumeObject> volume = VoxelizeScan(mesh, LongestSide(mesh) / Resolution);
   if (!volume) {
-    claims.push_back({.Text = text + "closed, genus, volume, distance", .Skipped = "the mesh was refused"});
+    claims.push_back({.Text = text + "closed, genus, volume, distance", .Failed = "the mesh was refused"});
     return;
   }
   volume->RefreshSurfaces();

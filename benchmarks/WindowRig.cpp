@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -12,15 +11,11 @@
 
 namespace bench {
 
-double ThreadSeconds() {
+// CPU time of this thread: what others do to the machine meanwhile does not count.
+static double ThreadSeconds() {
   timespec time{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
   return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
-}
-
-double Median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values.empty() ? 0 : values[values.size() / 2];
 }
 
 ScratchFolder::ScratchFolder() {
@@ -37,10 +32,10 @@ ScratchFolder::~ScratchFolder() {
   std::filesystem::remove_all(m_Path, ignored);
 }
 
-WindowRig::WindowRig(comms::cRender& render, int width, int height)
-    : m_Render(render),
-      m_Width(width),
+WindowRig::WindowRig(comms::cRender& render, int width, int height, Window* window)
+    : m_Width(width),
       m_Height(height),
+      m_Window(window ? *window : m_NoWindow),
       Scene(BENCH_DATA_DIR),
       DrawCanvas(render, BENCH_DATA_DIR),
       Widgets(DrawCanvas),
@@ -62,14 +57,17 @@ WindowRig::WindowRig(comms::cRender& render, int width, int height)
   host.StoreScreenshot = [] {};
   host.GetPenState = [] { return PenState{}; };
   host.ApplyOptions = [this] { ApplyOptions(); };
-  host.FrameMilliseconds = [] { return 0.0f; };
+  host.FrameMilliseconds = [this] { return m_Loop->FrameMilliseconds; };
   Form = std::make_unique<MainForm>(MainForm::Parts{Widgets, Commands, Scene, Options, Settings}, host);
   Widgets.SetSize(m_Width, m_Height, Options.GetScale(1));
   DrawCanvas.Begin(m_Width, m_Height, Widgets.Scale());
   Form->Open();
+  m_Loop = std::make_unique<MainLoop>(m_Window, render, Widgets, *Form, Settings, Options);
+  m_Loop->Clock = [this] { return m_TimeSec; };
 }
 
 WindowRig::~WindowRig() {
+  m_Loop.reset();
   Form.reset();
   ReleaseTools();
   SetEngineHost(nullptr);
@@ -83,30 +81,10 @@ void WindowRig::ApplyOptions() {
 void WindowRig::Frame() {
   m_TimeSec += 1.0 / 60;
   const double start = ThreadSeconds();
-  Widgets.Process(m_TimeSec);
-  m_Render.BeginFrame(m_TimeSec);
-  Widgets.SetSize(m_Width, m_Height, Options.GetScale(1));
-  DrawCanvas.Begin(m_Width, m_Height, Widgets.Scale());
-  Form->BeginFrame(m_TimeSec);
-  Widgets.ArrangeIfWanted();
-  m_Render.SetTarget(-1);
-  m_Render.SetViewport(0, 0, m_Width, m_Height);
-  m_Render.Clear({0, 0, 0, 1}, 1);
-  Widgets.HandleInputEvents();
-  Widgets.DrawLayer(LayerScene);
-  const double scene = ThreadSeconds();
-  Form->RunTool(m_TimeSec);
-  Form->DrawScene(m_Render);
-  SceneSeconds = ThreadSeconds() - scene;
-  m_Render.SetViewport(0, 0, m_Width, m_Height);
-  Form->DrawOverlay(DrawCanvas);
-  Widgets.ArrangeIfWanted();
-  for (const int layer : {LayerDocks, LayerFloating, LayerMenus, LayerModal}) Widgets.DrawLayer(layer);
-  DrawCanvas.End();
-  Widgets.EmptyDeferredList();
-  if (Present) Present();
-  m_Render.EndFrame();
-  InterfaceSeconds = ThreadSeconds() - start - SceneSeconds;
+  m_Loop->cMain_OnRender({0, 0, float(m_Width), float(m_Height)});
+  FrameSeconds = ThreadSeconds() - start;
+  for (InputEvent event; m_Window.Poll(event) != WindowMessage::None;) {  // what the display says is not of the script
+  }
 }
 
 void WindowRig::Send(InputKind kind, float x, float y, MouseButton button, float pressure) {

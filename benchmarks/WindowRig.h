@@ -1,7 +1,6 @@
 #pragma once
 // The window's interface and scene without a window, for what is measured of a frame.
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,15 +10,12 @@
 #include "interface/Language.h"
 #include "interface/draw/Theme.h"
 #include "shell/app/MainForm.h"
+#include "shell/app/MainLoop.h"
 #include "shell/app/WindowMessages.h"
 #include "shell/core/DataPath.h"
 #include "shell/core/GeneralCommands.h"
 
 namespace bench {
-
-/// CPU time of the calling thread, seconds: what others do to the machine meanwhile does not count.
-double ThreadSeconds();
-double Median(std::vector<double> values);
 
 /// A folder of its own for the files that the interface writes; gone with the object.
 class ScratchFolder {
@@ -34,29 +30,29 @@ class ScratchFolder {
   std::string m_Path;
 };
 
-/// All that MainLoop draws, on a device that the caller gives. One at a time.
+/// The program's own main loop and all that it draws, on a device that the caller gives. One at a time.
 class WindowRig {
  public:
-  WindowRig(comms::cRender& render, int width, int height);
+  /// `window`: what `render` draws into; null: nothing is shown.
+  WindowRig(comms::cRender& render, int width, int height, Window* window = nullptr);
   ~WindowRig();
   WindowRig(const WindowRig&) = delete;
   WindowRig& operator=(const WindowRig&) = delete;
 
-  /// One frame, in the order of MainLoop, 1/60 s after the one before.
+  /// One frame of the main loop, 1/60 s after the one before.
   void Frame();
-  /// CPU time of the parts of the last frame: the interface, and the scene with the tool's work.
-  double InterfaceSeconds = 0, SceneSeconds = 0;
-
-  std::function<void()> Present;  ///< behind the drawing of each frame; empty: nothing
+  /// CPU time of the last frame. What a null device takes of it is next to nothing.
+  double FrameSeconds = 0;
 
   void Send(InputKind kind, float x, float y, MouseButton button = MouseButton::None, float pressure = 1);
   void ApplyOptions();
 
  private:
-  comms::cRender& m_Render;
   int m_Width, m_Height;
   double m_TimeSec = 0;
   ScratchFolder m_Folder;
+  Window m_NoWindow;
+  Window& m_Window;
 
  public:
   AppOptions Options;
@@ -67,6 +63,9 @@ class WindowRig {
   cWidgets Widgets;
   WindowMessages Boxes;
   std::unique_ptr<MainForm> Form;
+
+ private:
+  std::unique_ptr<MainLoop> m_Loop;
 };
 
 }  // namespace bench

@@ -1,8 +1,8 @@
 // bench [--threads N] [--json FILE] [NAME ...]
 // Runs the benchmarks whose name contains one of the NAMEs (none: all), prints one row a claim and writes the same as JSON
 // records
-// {"claim","ours","peer","ratio","goal","holds"}. Exit code 0 when every measured claim holds, 1 when one does not, 2 for bad
-// options.
+// {"claim","ours","spread","peer","ratio","goal","holds"}; the spread is that of the repeats of ours, in parts of their median,
+// null where there is one figure alone. Exit code 0 when every measured claim holds, 1 when one does not, 2 for bad options.
 #include <tbb/global_control.h>
 
 #include <algorithm>
@@ -27,9 +27,14 @@ static std::string JsonText(const std::string& text) {
 static void PrintClaim(const Claim& claim) {
   if (!claim.Skipped.empty()) {
     std::printf("%-100s skipped: %s\n", claim.Text.c_str(), claim.Skipped.c_str());
+  } else if (!claim.Failed.empty()) {
+    std::printf("%-100s FAILED: %s\n", claim.Text.c_str(), claim.Failed.c_str());
   } else {
-    std::printf("%-100s %12.5g %12.5g %9.4g  %-9s %-5s %s\n", claim.Text.c_str(), claim.Ours, claim.Peer, claim.Ratio,
-                claim.Goal.c_str(), Holds(claim) ? "yes" : "NO", claim.Note.c_str());
+    char spread[40] = "";
+    if (claim.OursSpread.All >= 0)
+      std::snprintf(spread, sizeof spread, "%.0f%% %.0f%%", claim.OursSpread.All * 100, claim.OursSpread.MiddleHalf * 100);
+    std::printf("%-100s %12.5g %10s %12.5g %9.4g  %-9s %-5s %s\n", claim.Text.c_str(), claim.Ours, spread, claim.Peer,
+                claim.Ratio, claim.Goal.c_str(), Holds(claim) ? "yes" : "NO", claim.Note.c_str());
   }
   std::fflush(stdout);
 }
@@ -39,11 +44,14 @@ static bool WriteJson(const std::string& path, const std::vector<Claim>& claims)
   file << "[\n";
   for (size_t i = 0; i < claims.size(); ++i) {
     const Claim& claim = claims[i];
-    char figures[160];
-    if (claim.Skipped.empty())
-      std::snprintf(figures, sizeof figures, R"("ours": %.9g, "peer": %.9g, "ratio": %.9g)", claim.Ours, claim.Peer, claim.Ratio);
-    else
-      std::snprintf(figures, sizeof figures, R"("ours": null, "peer": null, "ratio": null)");
+    const auto number = [&](double value, bool known = true) {
+      char text[32] = "null";
+      if (known && claim.Skipped.empty() && claim.Failed.empty()) std::snprintf(text, sizeof text, "%.9g", value);
+      return std::string(text);
+    };
+    const double spread = claim.OursSpread.All;
+    const std::string figures = "\"ours\": " + number(claim.Ours) + ", \"spread\": " + number(spread, spread >= 0) +
+                                ", \"peer\": " + number(claim.Peer) + ", \"ratio\": " + number(claim.Ratio);
     file << "  {\"claim\": " << JsonText(claim.Text) << ", " << figures << ", \"goal\": " << JsonText(claim.Goal)
          << ", \"holds\": "
          << (!claim.Skipped.empty() ? "null"
@@ -83,21 +91,28 @@ int main(int argc, char** argv) {
   }
   const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, size_t(threads));
 
-  std::printf("%-100s %12s %12s %9s  %-9s %s\n", "claim", "ours", "peer/limit", "ratio", "goal", "holds");
+  std::printf("%-100s %12s %10s %12s %9s  %-9s %s\n", "claim", "ours", "all, half", "peer/limit", "ratio", "goal", "holds");
   std::vector<Claim> all;
+  std::string times;
+  double total = 0;
   bool allHold = true;
   for (const Benchmark& benchmark : AllBenchmarks()) {
     const bool chosen =
         names.empty() || std::any_of(names.begin(), names.end(), [&](const auto& n) { return benchmark.Name.find(n) != n.npos; });
     if (!chosen) continue;
     std::vector<Claim> claims;
-    benchmark.Run(claims);
+    const double seconds = Seconds([&] { benchmark.Run(claims); });
+    char time[100];
+    std::snprintf(time, sizeof time, "%s%s %.1f", times.empty() ? "" : ", ", benchmark.Name.c_str(), seconds);
+    times += time;
+    total += seconds;
     for (const Claim& claim : claims) {
       PrintClaim(claim);
       if (claim.Skipped.empty() && !Holds(claim)) allHold = false;
       all.push_back(claim);
     }
   }
+  std::printf("Seconds: %s; %.0f in all\n", times.c_str(), total);
   if (!json.empty() && !WriteJson(json, all)) {
     std::fprintf(stderr, "bench: '%s' can't be written\n", json.c_str());
     return 1;
