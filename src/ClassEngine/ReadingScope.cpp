@@ -17,7 +17,7 @@ struct Reading {
 };
 Reading s_Reading;
 
-int64_t GetItemLimit() { return std::max<int64_t>(0, (int64_t(64) << 20) + 4 * s_Reading.SourceBytes - s_Reading.TreeBytes); }
+int64_t GetItemLimit() { return std::max(int64_t(0), XmlMemoryBase + 4 * s_Reading.SourceBytes - s_Reading.TreeBytes); }
 
 void AddTree(const XmlNode& source) {
   const XmlNode::Bytes bytes = source.CountBytes();

@@ -1,6 +1,7 @@
 #include "ClassEngine/ValueText.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -75,6 +76,7 @@ bool TakeFloat(std::string_view& text, float& value) {
   } else if (error != std::errc()) {
     return false;
   }
+  if (!std::isfinite(read)) return false;
   value = read;
   text = start.substr(size_t(end - number));
   return true;

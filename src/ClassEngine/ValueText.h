@@ -12,7 +12,7 @@ std::string PrintShortest(float value);
 std::string PrintNumber(double value);
 
 /// Read a number at the start of `text`, behind blanks and an optional "+", and cut it off. False, with `text` as it was, where
-/// there is none or it doesn't fit. A decimal comma counts as a point.
+/// there is none, it doesn't fit or is not finite. A decimal comma counts as a point.
 bool TakeInteger(std::string_view& text, int64_t low, int64_t high, int64_t& value);
 bool TakeFloat(std::string_view& text, float& value);
 /// Up to eight hexadecimal digits, "0x" before them allowed.

@@ -10,6 +10,9 @@
 
 #include "ClassEngine/StrBuffer.h"
 
+/// What reading XML may take beside four times the text, in bytes: with what the process has anyway it stays below 64 MiB.
+inline constexpr int64_t XmlMemoryBase = int64_t(40) << 20;
+
 /// Nodes come from the pool and belong to its thread. No operation recurses, however deep the tree.
 class XmlNode {
  public:
@@ -57,8 +60,8 @@ class XmlNode {
 
   /// Reads one node with all below it out of `text`, which ends at its first zero byte. Returns the bytes used, up to and with
   /// the ">" of the closing tag; 0 for empty text; -1 where the text is damaged, or where a tree of it would need more than 4
-  /// times the text and 64 MiB (only text of tags a few bytes long does). After -1 the node is as it was. Children are added to
-  /// those that are there, and a value stays where the text brings none.
+  /// times the text and XmlMemoryBase (only text of tags a few bytes long does). After -1 the node is as it was. Children are
+  /// added to those that are there, and a value stays where the text brings none.
   int64_t Parse(std::string_view text);
   /// Appends the node as text, `indent` blanks deep. False, with `dest` as it was, where it would pass 2^31 bytes.
   bool Print(StrBuffer& dest, int32_t indent) const;

@@ -269,7 +269,7 @@ static void ReportCorruption(std::string_view text) {
 
 // Looks at a text of which `copies` lie in memory while its tree is built. False, after its report, where no tree is to be made.
 static bool Accept(std::string_view text, size_t copies, XmlScan& scan) {
-  const size_t limit = 4 * text.size() + (size_t(64) << 20);
+  const size_t limit = 4 * text.size() + size_t(XmlMemoryBase);
   std::string refusal;
   if (text.size() >= size_t(INT32_MAX))
     refusal = "it has " + std::to_string(text.size()) + " bytes, more than 2 GiB";

@@ -157,10 +157,9 @@ TEST(Reflection, LoadingIsLenientAndReportsByType) {
   LibraryValues library;
   library.Flag = true;
   const std::string before = SaveText(library);
-  const char* const unread[][3] = {{"Flag", "_cBool", "perhaps"},
-                                   {"Slide", "_cSliderI", "2147483648"},
-                                   {"SlideF", "_cSliderF", "3.5e38"},
-                                   {"Cell", "_cVec2i", "1"}};
+  const char* const unread[][3] = {{"Flag", "_cBool", "perhaps"},     {"Slide", "_cSliderI", "2147483648"},
+                                   {"SlideF", "_cSliderF", "3.5e38"}, {"SlideF", "_cSliderF", "nan"},
+                                   {"SlideF", "_cSliderF", "-inf"},   {"Cell", "_cVec2i", "1"}};
   for (const auto& [member, tag, text] : unread)
     EXPECT_EQ(LoadAndReport(library, std::string("<L><") + member + ">" + text + "</" + member + "></L>"),
               std::string("Parsing error during \"") + tag + "\" read from XML: " + text + "\n");
@@ -173,7 +172,7 @@ TEST(Reflection, LoadingIsLenientAndReportsByType) {
 
 TEST(Reflection, RangedSlidersBringFilesIntoTheirRange) {
   LibraryValues values, wild, read;
-  ASSERT_TRUE(LoadText(values, "<L><Slide>500</Slide><Kept>500</Kept><KeptF>nan</KeptF></L>"));
+  ASSERT_TRUE(LoadText(values, "<L><Slide>500</Slide><Kept>500</Kept><KeptF>-1e30</KeptF></L>"));
   EXPECT_EQ(GetTexts(values, {"Slide", "Kept", "KeptF"}), "500 100 0.1 ") << "an ordinary slider takes what the file says";
   wild.Kept = INT32_MIN;
   wild.KeptF = 7;

@@ -7,10 +7,12 @@
 #include <fstream>
 #include <map>
 
+#include "ClassEngine/ValueText.h"
 #include "ClassEngine/ValueTypes.h"
 #include "comms/Log.h"
 #include "comms/SafeFile.h"
 #include "comms/Str.h"
+#include "shell/core/DataPath.h"
 #include "shell/core/InputFiles.h"
 #include "shell/core/Utf8.h"
 
@@ -103,8 +105,11 @@ class XmlCommands {
     std::string error;
     if (!ReadTree(path, node, error)) return CommandResult::NoInput(error);
     XmlErrorLog errors;
-    if (!object->Load(&node, object.get(), &errors))
-      return CommandResult::NoInput(path + ": is not an object of class " + className);
+    if (!object->Load(&node, object.get(), &errors)) {
+      const std::string_view said = TrimBlanks(errors.Messages.View());
+      const std::string_view last = said.substr(said.rfind('\n') + 1);  // what ended the reading
+      return CommandResult::NoInput(path + ": " + (last.empty() ? "is not an object of class " + className : std::string(last)));
+    }
 
     JsonObject members;
     for (int32_t i = 0; i < object->GetElementCount(); ++i) {
@@ -146,6 +151,7 @@ class XmlCommands {
     object->Save(&node, object);
     StrBuffer text;
     if (!node.Print(text, 0)) return CommandResult::NoOutput(path + ": the object is too large for a file");
+    MakeFolderOf(path);  // where it can't be made, the writer tells what is wrong
     comms::SafeFileWriter file(path);
     file.Write(text.View().data(), text.View().size());
     if (!file.Commit()) return CommandResult::NoOutput(file.Error());
