@@ -151,7 +151,7 @@ Claim CheckReach(VolumeObject& volume, const Stroke& stroke, const std::string& 
   StrokeRun run(volume, stroke);
   int changing = 0;
   for (const PenSample& sample : stroke.Samples) {
-    const int32_t before = run.Report().Apply.ChangedCells;
+    const int64_t before = run.Report().Apply.ChangedCells;
     run.Add(sample);
     changing += run.Report().Apply.ChangedCells > before;
   }

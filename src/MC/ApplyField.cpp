@@ -91,6 +91,12 @@ struct Target {
   uint32_t Reached = 0;  // neighbours beyond boundary positions where the field was above 0
 };
 
+// How many cells go by between two questions whether to go on.
+constexpr size_t BatchCells = 4096;
+
+// True where the person wants the work stopped.
+bool IsCancelled(const ApplyOptions& options) { return options.GoOn && *options.GoOn && !(*options.GoOn)(); }
+
 // --- walk ------------------------------------------------------------------------------------------------------------------
 
 class Walk {
@@ -126,6 +132,10 @@ class Walk {
         m_Capped = true;
         break;
       }
+      if (m_Next % BatchCells == BatchCells - 1 && IsCancelled(m_Options)) {
+        m_Cancelled = true;
+        break;
+      }
       const CellKey cell = m_Work[m_Next];
       const uint32_t reached = Probe(cell);
       if (reached) AddTarget(cell, reached);
@@ -135,6 +145,7 @@ class Walk {
   std::vector<Target> Targets;
   int32_t VisitedCells() const { return int32_t(m_Next); }
   bool Capped() const { return m_Capped; }
+  bool Cancelled() const { return m_Cancelled; }
 
  private:
   static bool InRange(const CellKey& cell) {
@@ -181,7 +192,7 @@ class Walk {
   CellSet m_Visited;
   std::vector<CellKey> m_Work;
   size_t m_Next = 0;
-  bool m_Capped = false;
+  bool m_Capped = false, m_Cancelled = false;
 };
 
 // --- merge -----------------------------------------------------------------------------------------------------------------
@@ -229,9 +240,8 @@ uint32_t FindSpill(uint32_t reached, Differs&& differs) {
   }
   return spill;
 }
-// A dab of a million cells must not hold a spare block for each.
-constexpr size_t BatchCells = 4096;
 
+// Works in batches: a dab of a million cells must not hold a spare block for each.
 class Pass {
  public:
   Pass(VolumeObject& volume, const FieldEvaluator& field, const ApplyOptions& options)
@@ -247,6 +257,10 @@ class Pass {
   std::vector<CellKey> Run(const Target* targets, size_t count) {
     std::vector<CellKey> spill;
     for (size_t first = 0; first < count; first += BatchCells) {
+      if (first > 0 && IsCancelled(m_Options)) {
+        Cancelled = true;
+        break;
+      }
       Prepare(targets + first, std::min(BatchCells, count - first));
       tbb::parallel_for(tbb::blocked_range<size_t>(0, m_Work.size(), 32), [this](const tbb::blocked_range<size_t>& range) {
         for (size_t i = range.begin(); i != range.end(); i++) MergeCell(m_Work[i]);
@@ -259,7 +273,8 @@ class Pass {
     }
     return spill;
   }
-  int32_t ChangedCells = 0;
+  int64_t ChangedCells = 0;
+  bool Cancelled = false;
 
  private:
   static bool IsInPlace(const CellWork& work) { return work.Cell && work.Block == work.Cell->Density; }
@@ -421,22 +436,33 @@ ApplyReport WalkAndMerge(VolumeObject& volume, const FieldEvaluator& field, cons
   if (!FindCellAt(bounds.MinX, bounds.MinY, bounds.MinZ, first) || !FindCellAt(bounds.MaxX, bounds.MaxY, bounds.MaxZ, last))
     first = last = start;
 
+  if (options.LeastCells > double(options.CellCap)) {
+    report.Capped = true;
+    return report;
+  }
+
   Walk walk(volume, field, options, first + CellKey{-2, -2, -2}, last + CellKey{2, 2, 2});
   Pass pass(volume, field, options);
+  const auto isStopped = [&] { return walk.Capped() || walk.Cancelled() || pass.Cancelled; };
   walk.Start(start);
   walk.Run();
-  for (size_t done = 0; done < walk.Targets.size();) {
+  for (size_t done = 0; done < walk.Targets.size() && !isStopped();) {
     const size_t next = std::exchange(done, walk.Targets.size());
     const std::vector<CellKey> spill = pass.Run(walk.Targets.data() + next, done - next);
-    if (walk.Capped() || spill.empty()) break;
+    if (spill.empty()) break;
     walk.Force(spill);
     walk.Run();
   }
   report.VisitedCells = walk.VisitedCells();
-  report.TargetCells = int32_t(walk.Targets.size());
+  report.TargetCells = int64_t(walk.Targets.size());
   report.Capped = walk.Capped();
+  report.Cancelled = walk.Cancelled() || pass.Cancelled;
   report.ChangedCells = pass.ChangedCells;
-  if (options.Mode == ApplyIntersect) report.ChangedCells += WipeUnreached(volume, options.Airbrush);
+  if (options.Mode != ApplyIntersect) return report;
+  if (isStopped())
+    ReleaseFrozen(volume);
+  else
+    report.ChangedCells += WipeUnreached(volume, options.Airbrush);
   return report;
 }
 

@@ -2,6 +2,7 @@
 // The one merge of the voxel room: a scalar field is evaluated at every sample of every cell that it reaches and merged into the
 // density. Brushes, primitives, stamps and booleans all end here.
 #include <cstdint>
+#include <functional>
 #include <type_traits>
 
 #include "MC/CellKey.h"
@@ -22,17 +23,20 @@ struct ApplyOptions {
   bool Airbrush = false;
   bool Compare = false;    ///< only where the field differs from the density by at least 2; it may read the volume itself
   float BrushRadius = 32;  ///< voxels; cells are probed every 4 samples, every 2 where it is below 4, every one below 1
-  int32_t CellCap = DefaultCellCap;  ///< the walk stops after so many cells: the guard against an unbounded field
+  int32_t CellCap = DefaultCellCap;             ///< the walk stops after so many cells: the guard against an unbounded field
+  double LeastCells = 0;                        ///< the field is known to reach so many; above CellCap it is not even walked
+  const std::function<bool()>* GoOn = nullptr;  ///< asked every few thousand cells; false stops. Null or empty: not asked
 };
 
 struct ApplyReport {
-  int32_t VisitedCells = 0;  ///< cells that the walk probed
-  int32_t TargetCells = 0;   ///< cells that the field reaches
-  int32_t ChangedCells = 0;  ///< cells in which a sample changed; they were backed up and marked changed
+  int64_t VisitedCells = 0;  ///< cells that the walk probed
+  int64_t TargetCells = 0;   ///< cells that the field reaches
+  int64_t ChangedCells = 0;  ///< cells in which a sample changed; they were backed up and marked changed
   bool Capped = false;       ///< the walk stopped at CellCap
+  bool Cancelled = false;    ///< GoOn stopped it
   friend ApplyReport operator+(const ApplyReport& a, const ApplyReport& b) {
-    return {a.VisitedCells + b.VisitedCells, a.TargetCells + b.TargetCells, a.ChangedCells + b.ChangedCells,
-            a.Capped || b.Capped};
+    return {a.VisitedCells + b.VisitedCells, a.TargetCells + b.TargetCells, a.ChangedCells + b.ChangedCells, a.Capped || b.Capped,
+            a.Cancelled || b.Cancelled};
   }
 };
 
@@ -99,6 +103,8 @@ ApplyReport ApplyEvaluator(VolumeObject& volume, const FieldEvaluator& field, co
 /// Merges `field`, a callable (x, y, z) -> value with 0.5 on the surface, into `volume`. The walk starts at the cell in the
 /// middle of `bounds` (voxels) and its face neighbours, and goes on beyond every face, edge and corner where the field is above
 /// 0.
+///
+/// A field that passes CellCap, or that GoOn stops, is not merged, or only in part: the caller takes its stroke back.
 ///
 /// Cells that change are backed up once a stroke and marked changed; all others are left alone, and none is created in vain.
 /// Planes that cells share hold equal values afterwards. A volume in SurfaceMode and bounds that are not finite or beyond

@@ -44,7 +44,18 @@ ApplyOptions OptionsFor(const DabOptions& options, float radius) {
   apply.Mode = options.Mode;
   apply.Airbrush = options.Airbrush;
   apply.BrushRadius = radius;
+  apply.GoOn = options.GoOn;
   return apply;
+}
+
+// Cells that a capsule certainly reaches: as many as its solid fills, and one behind every plane between cells that the way from
+// end to end crosses. `a` and `b` are its ends in voxels; `length` and `radius`, the smaller one, are taken where it is round.
+double LeastCellsOf(const cVec3& a, const cVec3& b, double length, double radius) {
+  constexpr double pi = 3.14159265358979, cellVolume = double(CellSize) * CellSize * CellSize;
+  const double solid = pi * radius * radius * (length + radius * 4 / 3);
+  double crossed = 0;
+  for (int axis = 0; axis < 3; axis++) crossed += double(std::fabs(b[axis] - a[axis])) / CellSize - 1;
+  return std::max(solid / cellVolume, crossed);
 }
 
 void SetStrokeConstants(const Dab& dab, const DabOptions& options) {
@@ -88,6 +99,7 @@ ApplyReport ApplySegmentDab(VolumeObject& volume, const Dab& dab, const DabOptio
   const float radius = LargerRadius(CurrentDab);
   ApplyOptions apply = OptionsFor(options, std::min(dab.R1, dab.R2));
   apply.CellCap = ApplyOptions::SegmentCellCap;
+  apply.LeastCells = LeastCellsOf(dab.P1, dab.P2, double(Length(dab.P2 - dab.P1)), double(std::min(dab.R1, dab.R2)));
   return ApplyField(volume, SegmentField(CurrentDab, volume.RampWidth), BoxOf(CurrentDab, radius + float(volume.RampWidth) / 2),
                     apply);
 }
@@ -104,6 +116,7 @@ ApplyReport ApplyWorldSegmentDab(VolumeObject& volume, const Dab& worldDab, cons
   const cVec3 b = Mirrored(volume.WorldToVolume(worldDab.P2), options.Mirror);
   ApplyOptions apply = OptionsFor(options, std::min(worldDab.R1, worldDab.R2) / unitsPerVoxel);
   apply.CellCap = ApplyOptions::SegmentCellCap;
+  apply.LeastCells = LeastCellsOf(a, b, double(Length(worldDab.P2 - worldDab.P1) / unitsPerVoxel), double(apply.BrushRadius));
   return ApplyField(volume, field, BoxAround(a, b, LargerRadius(CurrentDab) / unitsPerVoxel), apply);
 }
 

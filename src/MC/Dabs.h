@@ -16,7 +16,8 @@ struct Dab {
 struct DabOptions {
   int32_t Mode = ApplyAdd;
   bool Airbrush = false;
-  int Mirror = MirrorNone;  ///< the dab's mirror image about these axes is applied, not the dab
+  int Mirror = MirrorNone;                      ///< the dab's mirror image about these axes is applied, not the dab
+  const std::function<bool()>* GoOn = nullptr;  ///< as in ApplyOptions
 };
 
 /// Constants of a dab in voxel units; equal for a dab and its image but for signs.

@@ -2,7 +2,6 @@
 
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/parallel_reduce.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -123,16 +122,4 @@ double EstimateBytes(const MeshBounds& bounds, const RasterFrame& frame) {
   const double recordBytes = sizeof(VoxelCell) + 2 * sizeof(void*) + 64;
   return double(frame.RayCount()) * sizeof(uint32_t) + entryBytes + surfaceCells * CellSamples * sizeof(uint16_t) +
          cells * (recordBytes + 1);
-}
-
-int64_t AvailableMemory() {
-  // The system's own guess counts caches that it would give up.
-  if (std::FILE* file = std::fopen("/proc/meminfo", "r")) {
-    char line[128];
-    long long kilobytes = -1;
-    while (kilobytes < 0 && std::fgets(line, sizeof line, file)) std::sscanf(line, "MemAvailable: %lld kB", &kilobytes);
-    std::fclose(file);
-    if (kilobytes >= 0) return kilobytes * 1024;
-  }
-  return int64_t(sysconf(_SC_AVPHYS_PAGES)) * int64_t(sysconf(_SC_PAGESIZE));
 }

@@ -25,6 +25,3 @@ RasterFrame FrameOf(const MeshBounds& bounds);
 /// Peak bytes of a voxelisation, from above: rays, depth entries and surface cells by area, all other cells of the frame as
 /// solid.
 double EstimateBytes(const MeshBounds& bounds, const RasterFrame& frame);
-
-/// Bytes that programs can still take on this machine without swapping.
-int64_t AvailableMemory();

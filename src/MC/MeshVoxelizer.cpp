@@ -11,6 +11,7 @@
 #include <cstdio>
 
 #include "ClassEngine/Assert.h"
+#include "MC/AvailableMemory.h"
 #include "MC/CellMerge.h"
 #include "MC/DepthCells.h"
 #include "MC/MeshBounds.h"
@@ -124,6 +125,7 @@ bool MeshVoxelizer::RunStages(VolumeObject& target, int32_t mode, bool backup) {
     Report.Triangles += int64_t(source.Mesh.TriangleCount);
   }
   if (bounds.Empty()) return true;
+  for (int k = 0; k < 3; k++) Report.LongestSide = std::max(Report.LongestSide, bounds.High[k] - bounds.Low[k]);
   if (!CheckRange(bounds, Error)) return false;
   DepthTables tables;
   tables.Frame = FrameOf(bounds);

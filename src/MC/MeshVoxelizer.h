@@ -29,10 +29,11 @@ struct VoxelizeReport {
   int64_t Rays = 0;         ///< rays of the three axes that met the surface
   int64_t SkippedRays = 0;  ///< of these, the ones with an odd count of hits: 0 for a closed mesh
   int64_t ChangedCells = 0;
+  double LongestSide = 0;  ///< of the box of all triangles, in voxels
   bool Cancelled = false;
 };
 
-/// The memory that a voxelisation may take; 0 stands for what the machine has free.
+/// The memory that a voxelisation may take; 0 stands for what AvailableMemory tells.
 struct VoxelizeLimits {
   int64_t Bytes = 0;
 };
@@ -86,8 +87,8 @@ struct VoxelizeOptions {
 };
 
 /// Fills an empty volume with the solid of a mesh and sets its SpaceMatrix: the voxel size as a uniform scale and, for a mesh
-/// that lies more than 16384 voxels from the origin, a translation by whole voxels. So a mesh that is symmetric about the origin
-/// gives a symmetric volume. False as MeshVoxelizer::Run, with the sentence in `error`.
+/// that lies more than 16384 voxels from the origin, a translation by whole voxels, as near as a float comes to it. So a mesh
+/// that is symmetric about the origin gives a symmetric volume. False as MeshVoxelizer::Run, with the sentence in `error`.
 bool VoxelizeMesh(const TriangleView& mesh, const VoxelizeOptions& options, VolumeObject& volume, VoxelizeReport& report,
                   std::string& error);
 /// All polygons as fans of triangles, three position indices each. False with one sentence in `error` where the stream of

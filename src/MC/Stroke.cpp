@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <utility>
 
@@ -18,7 +19,18 @@ std::array<float, 3> AxisScales(const comms::cMat4& space) {
 }
 
 // Voxels; balls closer than this add nothing but time.
-constexpr float LeastStep = 0.25f;
+constexpr double LeastStep = 0.25;
+
+// Steps on a way of `length` voxels along which the step goes evenly from one value to the other, but for LeastStep.
+double CountSteps(double length, double first, double last) {
+  const double low = std::min(first, last), high = std::max(first, last);
+  if (!(high > LeastStep)) return length / LeastStep;
+  if (low < LeastStep) {
+    const double flat = length * (LeastStep - low) / (high - low);
+    return flat / LeastStep + CountSteps(length - flat, LeastStep, high);
+  }
+  return high - low < 1e-6 * high ? length / high : length / (high - low) * std::log(high / low);
+}
 
 void Refresh(VolumeObject& volume, const StrokeOptions& options) {
   if (options.BuildGroups)
@@ -39,7 +51,7 @@ class StrokeRun::Runner {
  public:
   Runner(VolumeObject& volume, const Stroke& stroke, const StrokeOptions& options)
       : m_Volume(volume), m_Stroke(stroke), m_Options(options), m_Uniform(IsUniformSpace(volume.SpaceMatrix)) {
-    m_Stroke.Samples.clear();
+    m_Stroke.Samples = {};
     const auto scales = AxisScales(volume.SpaceMatrix);
     m_UnitsPerVoxel = std::cbrt(scales[0] * scales[1] * scales[2]);
     m_InWorld = stroke.Tool == StrokeTool::Segment && !m_Uniform;
@@ -63,6 +75,17 @@ class StrokeRun::Runner {
     if (reaches && m_Tips == 1) RunDab(m_Last, m_Last);
   }
   const StrokeReport& Report() const { return m_Report; }
+  // As Add, without the dabs.
+  double CountBalls(const PenSample& sample) {
+    const Tip tip = MakeTip(sample);
+    if (m_Tips > 0 && !IsApart(m_Last, tip)) return 0;
+    const double images = double(1 << std::popcount(unsigned(m_Stroke.Symmetry & 7)));
+    const double steps =
+        m_Tips > 0 ? CountSteps(Distance(m_Last, tip), BallSpacing() * m_Last.Radius, BallSpacing() * tip.Radius) : 0;
+    m_Last = tip;
+    m_Tips++;
+    return std::isfinite(steps) ? steps * images : 0;  // RunSpheres goes no way that isn't finite
+  }
 
  private:
   Tip MakeTip(const PenSample& sample) const {
@@ -83,26 +106,35 @@ class StrokeRun::Runner {
     return m_Stroke.Spacing <= 0 || Length(b.Position - a.Position) >= m_Stroke.Spacing * std::max(a.Radius, b.Radius);
   }
 
-  // Balls along a piece of the path, at equal distances in radii of where they stand.
+  double BallSpacing() const { return double(m_Stroke.Spacing > 0 ? m_Stroke.Spacing : Stroke::SphereSpacing); }
+  static double Distance(const Tip& a, const Tip& b) {
+    const auto apart = [&](int axis) { return double(b.Position[axis]) - double(a.Position[axis]); };
+    return std::hypot(apart(0), apart(1), apart(2));
+  }
+
+  // Balls along a piece of the path, at equal distances in radii of where they stand. In doubles: on a long way a step is lost in
+  // the rounding of a float.
   void RunSpheres(const Tip& a, const Tip& b) {
-    const float spacing = m_Stroke.Spacing > 0 ? m_Stroke.Spacing : Stroke::SphereSpacing;
-    const float length = Length(b.Position - a.Position);
+    const double spacing = BallSpacing(), length = Distance(a, b);
     if (!(length > 0) || !std::isfinite(length)) return;
-    for (float at = 0;;) {
-      const float t = at / length;
-      const float step = std::max(spacing * (a.Radius + (b.Radius - a.Radius) * t), LeastStep);
-      const float go = step * (1 - m_Due);
+    for (double at = 0; !IsStopped();) {
+      const double radius = double(a.Radius) + (double(b.Radius) - double(a.Radius)) * (at / length);
+      const double step = std::max(spacing * radius, LeastStep);
+      const double go = step * (1 - m_Due);
       if (at + go > length) {
         m_Due += (length - at) / step;
         return;
       }
       at += go;
       m_Due = 0;
-      const float u = at / length;
+      const float u = float(at / length);
       const Tip tip{a.Position + (b.Position - a.Position) * u, a.Normal, a.Radius + (b.Radius - a.Radius) * u, 1};
       RunDab(tip, tip);
     }
   }
+
+  // What is stopped or cut off is taken back: nothing more has to be done.
+  bool IsStopped() const { return m_Report.Apply.Capped || m_Report.Apply.Cancelled; }
 
   // The dab and its images about every combination of the axes in use.
   void RunDab(const Tip& a, const Tip& b) {
@@ -110,7 +142,9 @@ class StrokeRun::Runner {
     if (Dot(dab.N1, dab.N2) < 0.5f) dab.N1 = dab.N2 = Normalized(dab.N1 + dab.N2, dab.N1);
     for (int mirror = 0; mirror < 8; mirror++) {
       if (mirror & ~m_Stroke.Symmetry) continue;
-      m_Report.Apply = m_Report.Apply + ApplyDab(dab, {m_Stroke.Mode, m_Stroke.Airbrush, mirror});
+      if (m_Options.GoOn && !m_Options.GoOn()) m_Report.Apply.Cancelled = true;
+      if (IsStopped()) return;
+      m_Report.Apply = m_Report.Apply + ApplyDab(dab, {m_Stroke.Mode, m_Stroke.Airbrush, mirror, &m_Options.GoOn});
       m_Report.Dabs++;
     }
     if (m_Options.RefreshEachDab) Refresh(m_Volume, m_Options);
@@ -134,9 +168,9 @@ class StrokeRun::Runner {
   StrokeOptions m_Options;
   bool m_Uniform, m_InWorld = false;
   float m_UnitsPerVoxel = 1;
-  Tip m_Last;       // the last sample that counted
-  int m_Tips = 0;   // samples that counted
-  float m_Due = 0;  // Sphere: part of the next step that the path so far has gone
+  Tip m_Last;        // the last sample that counted
+  int m_Tips = 0;    // samples that counted
+  double m_Due = 0;  // Sphere: part of the next step that the path so far has gone
   StrokeReport m_Report;
 };
 
@@ -144,6 +178,14 @@ bool IsUniformSpace(const comms::cMat4& space) {
   const auto scales = AxisScales(space);
   const auto [least, most] = std::minmax_element(scales.begin(), scales.end());
   return *least >= *most * 0.98f && *most <= *least * 1.02f;
+}
+
+double CountBalls(VolumeObject& volume, const Stroke& stroke) {
+  if (stroke.Tool != StrokeTool::Sphere) return 0;
+  StrokeRun::Runner runner(volume, stroke, {});
+  double balls = 0;
+  for (const PenSample& sample : stroke.Samples) balls += runner.CountBalls(sample);
+  return balls;
 }
 
 StrokeReport ApplyStroke(VolumeObject& volume, const Stroke& stroke, const StrokeOptions& options) {

@@ -1,6 +1,7 @@
 #pragma once
 // Strokes: lists of pen samples in world space, run as dabs with their mirror images.
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -31,10 +32,11 @@ struct Stroke {
   bool PressureHeight = true;  ///< pressure scales the height
   float Falloff = 0;           ///< Carve: strength of the falloff curve, 0 .. 1
   float Base = 0;              ///< Carve: offset from the surface, world units
-  std::string StampName;       ///< Stamp: name of the source volume, for whoever resolves it
-  const VolumeObject* StampSource = nullptr;  ///< Stamp: the source; the tool does nothing without one
+  std::shared_ptr<const std::string> StampName;  ///< Stamp: name of the source volume, for whoever resolves it; strokes share it
+  const VolumeObject* StampSource = nullptr;     ///< Stamp: the source; the tool does nothing without one
   std::vector<PenSample> Samples;
   static constexpr float SphereSpacing = 0.25f;
+  static constexpr double MostBalls = 1e6;  ///< of CountBalls, what a stroke that nobody watches should stay below
 };
 
 /// Hears of every stroke that changed something and owns what the stroke replaced: an undo record keeps it, or its bytes.
@@ -47,16 +49,22 @@ class StrokeListener {
 struct StrokeOptions {
   bool RefreshEachDab = false;  ///< RefreshChanges after every dab and its images, as the window does once a frame
   bool BuildGroups = true;      ///< whether refreshes build group meshes
+  std::function<bool()> GoOn =
+      {};  ///< asked before every dab and often within long ones; false ends the dabs. None: they all run
 };
 
 struct StrokeReport {
-  int32_t Dabs = 0;   ///< dabs applied, images included
+  int64_t Dabs = 0;   ///< dabs applied, images included
   ApplyReport Apply;  ///< sums over the dabs
 };
 
 /// Runs the dabs of a stroke; the stroke stays open, so that more may follow before FinishStroke. In a volume whose axes are
 /// scaled apart Segment keeps its shape in world space; the other tools are round in voxels.
 StrokeReport ApplyStroke(VolumeObject& volume, const Stroke& stroke, const StrokeOptions& options = {});
+
+/// About how many balls, images included, a Sphere stroke sets between its samples; 0 for the other tools. One long way with a
+/// small radius makes any number of them.
+double CountBalls(VolumeObject& volume, const Stroke& stroke);
 
 /// A stroke that comes in pieces, as a pen delivers it. However the samples are parted, the dabs are those of ApplyStroke with
 /// all of them: what a dab needs of the samples before it is kept here.
@@ -74,6 +82,7 @@ class StrokeRun {
   const StrokeReport& Report() const;
 
  private:
+  friend double CountBalls(VolumeObject& volume, const Stroke& stroke);
   class Runner;
   std::unique_ptr<Runner> m_Runner;
 };

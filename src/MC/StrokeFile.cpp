@@ -3,12 +3,16 @@
 #include <charconv>
 #include <cmath>
 #include <initializer_list>
+#include <utility>
 
 #include "comms/SafeFile.h"
 #include "comms/Str.h"
 
 namespace {
 
+constexpr size_t MostStrokes = 1 << 20;  // each takes more memory than the text of a short one
+constexpr size_t LongestName = 200;      // bytes, as a volume's
+constexpr std::string_view Blanks = " \t\r\v\f";
 constexpr float LargestNumber = 1e9f;  // world units; far beyond what 32-bit positions resolve
 
 std::string Quote(std::string_view word) {
@@ -31,7 +35,7 @@ class StrokeParser {
         return false;
       }
     }
-    CloseStroke();
+    if (!CloseStroke()) return error = std::move(m_Error), false;
     strokes = std::move(m_Strokes);
     return true;
   }
@@ -45,10 +49,9 @@ class StrokeParser {
     m_Line = m_Line.substr(0, m_Line.find('#'));
   }
   std::string_view TakeWord() {
-    constexpr std::string_view blanks = " \t\r\v\f";
-    const size_t first = m_Line.find_first_not_of(blanks);
+    const size_t first = m_Line.find_first_not_of(Blanks);
     m_Line.remove_prefix(first == m_Line.npos ? m_Line.size() : first);
-    const size_t end = m_Line.find_first_of(blanks);
+    const size_t end = m_Line.find_first_of(Blanks);
     const std::string_view word = m_Line.substr(0, end);
     m_Line.remove_prefix(word.size());
     return word;
@@ -90,7 +93,7 @@ class StrokeParser {
   bool ParseStatement(std::string_view statement) {
     const auto is = [&](const char* name) { return comms::EqualsNoCase(statement, name); };
     if (is("sample")) return ParseSample();
-    if (is("stroke")) return CloseStroke(), true;
+    if (is("stroke")) return CloseStroke();
     const bool isSetting = is("tool") || is("mode") || is("airbrush") || is("symmetry") || is("spacing") || is("pressure") ||
                            is("falloff") || is("base") || is("stamp");
     if (!isSetting) return Fail("found " + Quote(statement) + ", which is no statement of a stroke file");
@@ -125,9 +128,20 @@ class StrokeParser {
     } else if (is("base")) {
       return TakeNumber("base", -LargestNumber, LargestNumber, m_Current.Base);
     } else {
-      m_Current.StampName = TakeWord();
-      if (m_Current.StampName.empty()) return Fail("the name of the volume to stamp is missing");
+      return ParseStampName();
     }
+    return true;
+  }
+
+  // Names may hold blanks.
+  bool ParseStampName() {
+    const size_t first = m_Line.find_first_not_of(Blanks);
+    if (first == m_Line.npos) return Fail("the name of the volume to stamp is missing");
+    const std::string_view name = m_Line.substr(first, m_Line.find_last_not_of(Blanks) + 1 - first);
+    if (name.size() > LongestName)
+      return Fail(comms::Format("the name of the volume to stamp has %zu bytes, expected at most %zu", name.size(), LongestName));
+    m_Current.StampName = std::make_shared<const std::string>(name);
+    m_Line = {};
     return true;
   }
 
@@ -159,10 +173,14 @@ class StrokeParser {
     return true;
   }
 
-  void CloseStroke() {
-    if (m_Current.Samples.empty()) return;
+  bool CloseStroke() {
+    if (m_Current.Samples.empty()) return true;
+    if (m_Strokes.size() == MostStrokes) return Fail(comms::Format("the file holds more than %zu strokes", MostStrokes));
+    // The samples move and the name is shared: what is kept stays in proportion to the text.
+    std::vector<PenSample> samples = std::exchange(m_Current.Samples, {});
     m_Strokes.push_back(m_Current);
-    m_Current.Samples.clear();
+    m_Strokes.back().Samples = std::move(samples);
+    return true;
   }
 
   std::string_view m_Rest, m_Line;

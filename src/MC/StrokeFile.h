@@ -10,7 +10,7 @@
 //   pressure both | radius | height | none: what pressure scales      both
 //   falloff  strength of Carve's falloff curve, 0 .. 1                0
 //   base     Carve's offset from the surface, world units             0
-//   stamp    name of the volume that Stamp applies
+//   stamp    name of the volume that Stamp applies: the rest of the line, blanks within it too; 1 to 200 bytes
 //   sample   px py pz  nx ny nz  radius height pressure               world units; pressure 0 .. 1
 //
 // A setting holds for the samples behind it, so it stands before the first sample of its stroke.

@@ -9,8 +9,6 @@
 
 #include "MC/SurfaceEdges.h"
 
-using comms::cVec3;
-
 namespace {
 
 struct EdgeCounts {
@@ -74,56 +72,71 @@ size_t CountComponents(const SurfaceEdges& edges) {
   return components;
 }
 
-struct D3 {
-  double x, y, z;
-};
-D3 Difference(const cVec3& a, const cVec3& b) { return {double(a.x) - b.x, double(a.y) - b.y, double(a.z) - b.z}; }
+using D3 = SurfaceStats::Point;
+D3 PlaceOf(const VolumeVertex& v) { return {v.x, v.y, v.z}; }
+D3 Difference(const D3& a, const D3& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
 D3 Cross(const D3& a, const D3& b) { return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x}; }
 double Dot(const D3& a, const D3& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+D3 Lower(const D3& a, const D3& b) { return {std::min(a.x, b.x), std::min(a.y, b.y), std::min(a.z, b.z)}; }
+D3 Higher(const D3& a, const D3& b) { return {std::max(a.x, b.x), std::max(a.y, b.y), std::max(a.z, b.z)}; }
+
+/// From voxels to world. Floats would round the vertices of a small surface far out to the same few points.
+struct WideSpace {
+  D3 Columns[3];  // of the upper 3 by 3
+  D3 Shift;
+
+  explicit WideSpace(const comms::cMat4& a) : Shift{a.m[3][0], a.m[3][1], a.m[3][2]} {
+    for (int k = 0; k < 3; k++) Columns[k] = {a.m[0][k], a.m[1][k], a.m[2][k]};
+  }
+  D3 Direction(const D3& d) const { return {Dot(d, Columns[0]), Dot(d, Columns[1]), Dot(d, Columns[2])}; }
+  D3 Point(const D3& p) const {
+    const D3 d = Direction(p);
+    return {d.x + Shift.x, d.y + Shift.y, d.z + Shift.z};
+  }
+};
 
 /// Sums of one cell. They are added up in cell order, so the result does not depend on who made them.
 struct CellSums {
-  double Volume6 = 0, Area2 = 0;
-  cVec3 Min{INFINITY, INFINITY, INFINITY}, Max{-INFINITY, -INFINITY, -INFINITY};
+  double VoxelVolume6 = 0, Area2 = 0;  // the volume is in voxels
+  D3 Min{HUGE_VAL, HUGE_VAL, HUGE_VAL}, Max{-HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
 };
 
-CellSums MeasureCell(const VolumeObject& volume, const SurfaceData& surface, const cVec3& origin) {
+CellSums MeasureCell(const SurfaceData& surface, const WideSpace& space, const D3& origin) {
   CellSums sums;
   const BlockView<const VolumeVertex> vertices = surface.Vertices();
   const BlockView<const uint16_t> indices = surface.Indices();
-  std::vector<cVec3> world(vertices.Count());
   for (uint32_t i = 0; i < vertices.Count(); i++) {
-    const VolumeVertex& v = vertices[i];
-    const cVec3 p = world[i] = volume.VolumeToWorld({v.x, v.y, v.z});
-    sums.Min = {std::min(sums.Min.x, p.x), std::min(sums.Min.y, p.y), std::min(sums.Min.z, p.z)};
-    sums.Max = {std::max(sums.Max.x, p.x), std::max(sums.Max.y, p.y), std::max(sums.Max.z, p.z)};
+    const D3 p = space.Point(PlaceOf(vertices[i]));
+    sums.Min = Lower(sums.Min, p);
+    sums.Max = Higher(sums.Max, p);
   }
   for (uint32_t i = 0; i + 2 < indices.Count(); i += 3) {
-    const cVec3 &a = world[indices[i]], &b = world[indices[i + 1]], &c = world[indices[i + 2]];
-    const D3 normal = Cross(Difference(b, a), Difference(c, a));
+    const D3 a = PlaceOf(vertices[indices[i]]);
+    const D3 b = Difference(PlaceOf(vertices[indices[i + 1]]), a), c = Difference(PlaceOf(vertices[indices[i + 2]]), a);
+    const D3 normal = Cross(space.Direction(b), space.Direction(c));
     sums.Area2 += std::sqrt(Dot(normal, normal));
-    sums.Volume6 += Dot(Difference(a, origin), normal);
+    sums.VoxelVolume6 += Dot(Difference(a, origin), Cross(b, c));
   }
   return sums;
 }
 
 void AddSums(SurfaceStats& stats, const VolumeObject& volume, const std::vector<SurfaceCell>& cells) {
   if (cells.empty()) return;
-  // Tetrahedra about a point of the surface, so that a volume far from the origin loses no digits.
-  const VolumeVertex& v = cells.front().Surface->Vertices()[0];
-  const cVec3 origin = volume.VolumeToWorld({v.x, v.y, v.z});
+  // Tetrahedra about a point of the surface, so that a surface far from voxel 0 loses no digits.
+  const D3 origin = PlaceOf(cells.front().Surface->Vertices()[0]);
+  const WideSpace space(volume.SpaceMatrix);
   std::vector<CellSums> sums(cells.size());
-  tbb::parallel_for(size_t(0), cells.size(), [&](size_t i) { sums[i] = MeasureCell(volume, *cells[i].Surface, origin); });
+  tbb::parallel_for(size_t(0), cells.size(), [&](size_t i) { sums[i] = MeasureCell(*cells[i].Surface, space, origin); });
   stats.Min = sums[0].Min;
   stats.Max = sums[0].Max;
   for (const CellSums& s : sums) {
-    stats.Volume += s.Volume6 / 6;
+    stats.Volume += s.VoxelVolume6 / 6;
     stats.Area += s.Area2 / 2;
-    stats.Min = {std::min(stats.Min.x, s.Min.x), std::min(stats.Min.y, s.Min.y), std::min(stats.Min.z, s.Min.z)};
-    stats.Max = {std::max(stats.Max.x, s.Max.x), std::max(stats.Max.y, s.Max.y), std::max(stats.Max.z, s.Max.z)};
+    stats.Min = Lower(stats.Min, s.Min);
+    stats.Max = Higher(stats.Max, s.Max);
   }
-  // A space matrix that mirrors turns every triangle over.
-  if (comms::Determinant3(volume.SpaceMatrix) < 0) stats.Volume = -stats.Volume;
+  // A space matrix that mirrors turns every triangle over; the solid stays as large.
+  stats.Volume *= std::fabs(comms::Determinant3(volume.SpaceMatrix));
 }
 
 }  // namespace

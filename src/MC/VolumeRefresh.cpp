@@ -5,9 +5,12 @@
 #include <algorithm>
 #include <tuple>
 
+#include "ClassEngine/Assert.h"
+#include "MC/RefreshProgress.h"
 #include "MC/VolumeObject.h"
 
 using comms::BaseMesh;
+using comms::StageProgress;
 using comms::VertexFormat;
 using comms::VertexLayout;
 using comms::VertexUsage;
@@ -42,7 +45,30 @@ void Merge(ScreenRect& into, const ScreenRect& rect) {
   into = area.Dirty;
 }
 
+StageProgress* s_Told = nullptr;  // of the RefreshProgress that lives
+
+bool IsCancelled() { return s_Told && s_Told->IsCancelled(); }
+
+/// work(i) for 0 .. count - 1 on all threads; where the person cancels, the rest is left out.
+template <class Work>
+void ForEachTold(size_t count, Work&& work) {
+  StageProgress* const told = s_Told;
+  if (told) told->Begin(count);
+  tbb::parallel_for(tbb::blocked_range<size_t>(0, count), [&](const tbb::blocked_range<size_t>& range) {
+    if (told && told->IsCancelled()) return;
+    for (size_t i = range.begin(); i != range.end(); i++) work(i);
+    if (told) told->Advance(range.size());
+  });
+}
+
 }  // namespace
+
+RefreshProgress::RefreshProgress() : m_Stage(0, 1, "Polygonize") {
+  MORVANE_ASSERT(!s_Told);
+  s_Told = &m_Stage;
+}
+
+RefreshProgress::~RefreshProgress() { s_Told = nullptr; }
 
 void VolumeObject::MarkCellChanged(int32_t x, int32_t y, int32_t z, bool boxOnly, bool lock) {
   const CellKey key{x, y, z};
@@ -64,12 +90,14 @@ void VolumeObject::MarkAllChanged() {
 
 void VolumeObject::RefreshChanges() {
   PolygonizeMarked();
+  if (IsCancelled()) return;
   RefreshGroups();
   BoxTree.Update(*this);
 }
 
 void VolumeObject::RefreshSurfaces() {
   PolygonizeMarked();
+  if (IsCancelled()) return;
   BoxTree.Update(*this);
 }
 
@@ -90,9 +118,8 @@ void VolumeObject::PolygonizeMarked() {
     if (cell && cell->CrossesSurface() && cell->Density) AllocateSurface(*cell);
     (cell ? rebuild : boxOnly).push_back(key);
   });
-  tbb::parallel_for(tbb::blocked_range<size_t>(0, rebuild.size()), [&](const tbb::blocked_range<size_t>& range) {
-    for (size_t i = range.begin(); i != range.end(); i++) PolygonizeCell(rebuild[i].x, rebuild[i].y, rebuild[i].z);
-  });
+  ForEachTold(rebuild.size(), [&](size_t i) { PolygonizeCell(rebuild[i].x, rebuild[i].y, rebuild[i].z); });
+  if (IsCancelled()) return;
   for (const std::vector<CellKey>* list : {&rebuild, &boxOnly})
     for (const CellKey& key : *list) {
       VoxelCell* cell = FindCell(key);
@@ -125,10 +152,11 @@ void VolumeObject::RefreshGroups() {
   std::sort(built.begin(), built.end(), [](const Built& a, const Built& b) {
     return std::tie(a.Key.z, a.Key.y, a.Key.x) < std::tie(b.Key.z, b.Key.y, b.Key.x);
   });
-  tbb::parallel_for(size_t(0), built.size(), [&](size_t i) {
+  ForEachTold(built.size(), [&](size_t i) {
     Built& b = built[i];
     b.Group.Mesh = BuildGroupMesh(b.Key.x, b.Key.y, b.Key.z, b.Group.Box, b.Group.ScreenRect);
   });
+  if (IsCancelled()) return;
   for (Built& b : built) {
     if (b.Group.Mesh) {
       b.Group.LastFrame = CurrentFrame - NeverUsed;

@@ -16,6 +16,9 @@ namespace {
 // Farther out the whole mesh is moved by whole voxels, so that cell keys and positions stay precise.
 constexpr double FarFromOrigin = 16384;
 
+// Not inline: g++ 12 drops the rounding where it makes vectors of the loop that widens the float again.
+[[gnu::noinline]] float RoundToFloat(double value) { return float(value); }
+
 // 0 with a sentence in `error` where the options and the mesh give no size.
 double ChooseVoxelSize(const MeshBounds& bounds, const VoxelizeOptions& options, std::string& error) {
   char text[160];
@@ -57,8 +60,12 @@ bool VoxelizeMesh(const TriangleView& mesh, const VoxelizeOptions& options, Volu
     error = text;
     return false;
   }
+  float translation[3] = {0, 0, 0};
   if (farthest * mapping.Scale > FarFromOrigin)
-    for (int k = 0; k < 3; k++) mapping.Shift[k] = -std::nearbyint((bounds.Low[k] + bounds.High[k]) / 2 * mapping.Scale);
+    for (int k = 0; k < 3; k++) {
+      translation[k] = RoundToFloat(std::nearbyint((bounds.Low[k] + bounds.High[k]) / 2 * mapping.Scale) * double(voxelSize));
+      mapping.Shift[k] = -double(translation[k]) * mapping.Scale;  // of what the matrix keeps, so that nothing is displaced
+    }
 
   MeshVoxelizer voxelizer(options.Limits);
   voxelizer.AddMesh(mesh, mapping);
@@ -67,7 +74,7 @@ bool VoxelizeMesh(const TriangleView& mesh, const VoxelizeOptions& options, Volu
   error = voxelizer.Error;
   if (!done) return false;
   volume.SpaceMatrix = comms::cMat4::Scale(voxelSize);
-  for (int k = 0; k < 3; k++) volume.SpaceMatrix.m[3][k] = float(-mapping.Shift[k] * double(voxelSize));
+  std::copy(translation, translation + 3, volume.SpaceMatrix.m[3]);
   return true;
 }
 

@@ -1,10 +1,13 @@
 #include "comms/Image.h"
 
 #include <png.h>
+#include <sys/types.h>
+#include <cstdio>
 #include <new>
 #include <utility>
 
 #include "ClassEngine/Assert.h"
+#include "comms/Progress.h"
 #include "comms/SafeFile.h"
 
 namespace comms {
@@ -22,25 +25,55 @@ static bool FailPng(const char* verb, const cStr& path, const cStr& reason, cStr
   return false;
 }
 
+namespace {
+// A stream into a new file that hears between its blocks whether the person cancels: packing a large picture takes seconds.
+class PngSink {
+ public:
+  explicit PngSink(const cStr& path) : File(path) {
+    m_Stream = fopencookie(this, "wb", {nullptr, &PngSink::Write, nullptr, nullptr});
+    if (m_Stream) std::setvbuf(m_Stream, nullptr, _IOFBF, size_t(1) << 16);
+  }
+  ~PngSink() { Close(); }
+  PngSink(const PngSink&) = delete;
+  PngSink& operator=(const PngSink&) = delete;
+
+  FILE* Stream() const { return m_Stream; }
+  // False where not all of it was taken.
+  bool Close() {
+    FILE* const stream = std::exchange(m_Stream, nullptr);
+    return stream && std::fclose(stream) == 0;
+  }
+  SafeFileWriter File;
+  bool IsCancelled = false;
+
+ private:
+  static ssize_t Write(void* self, const char* bytes, size_t size) {
+    PngSink& sink = *static_cast<PngSink*>(self);
+    try {
+      sink.IsCancelled |= !ShowProgress(1, 1, "Render");  // it is drawn; how well it packs nobody knows before
+      return !sink.IsCancelled && sink.File.Write(bytes, size) ? ssize_t(size) : 0;
+    } catch (const std::bad_alloc&) {
+      return 0;
+    }
+  }
+  FILE* m_Stream = nullptr;
+};
+}  // namespace
+
 bool SavePng(const cImage& image, const cStr& path, cStr& error) {
   if (image.Empty()) return FailPng("write", path, "the picture is empty", error);
+  PngSink sink(path);
   png_image png = {};
   png.version = PNG_IMAGE_VERSION;
   png.width = png_uint_32(image.Width());
   png.height = png_uint_32(image.Height());
   png.format = PNG_FORMAT_RGBA;
-  try {
-    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(png);
-    cList<uint8_t> bytes(size);
-    if (!png_image_write_to_memory(&png, bytes.data(), &size, 0, image.Pixels().data(), 0, nullptr))
-      return FailPng("write", path, png.message, error);
-    SafeFileWriter file(path);
-    if (file.Write(bytes.data(), size) && file.Commit()) return true;
-    error = file.Error();
-    return false;
-  } catch (const std::bad_alloc&) {
-    return FailPng("write", path, "not enough memory for the packed picture", error);
-  }
+  const bool isPacked = png_image_write_to_stdio(&png, sink.Stream(), 0, image.Pixels().data(), 0, nullptr);
+  if (sink.Close() && isPacked && sink.File.Commit()) return true;
+  if (sink.IsCancelled) return FailPng("write", path, "it was cancelled", error);
+  if (!sink.File.Failed()) return FailPng("write", path, *png.message ? png.message : "there is not enough memory", error);
+  error = sink.File.Error();
+  return false;
 }
 
 // Bytes that the header's picture takes before packing, filter bytes left out. `header` holds signature and IHDR, 26 bytes.

@@ -319,7 +319,8 @@ static void ReportFailure(const cFile& file, const ObjChunk& chunk, Worker& work
            static_cast<long long>(CountLinesBefore(file, chunk.FailAt)) + 1);
 }
 
-static void ReportWord(const cFile& file, const cList<ObjChunk>& chunks) {
+static void ReportWords(const cFile& file, const cList<ObjChunk>& chunks, cRawMesh& mesh) {
+  for (const ObjChunk& chunk : chunks) mesh.NumWordPositions += chunk.NumWordPositions;
   const auto found = std::find_if(chunks.begin(), chunks.end(), [](const ObjChunk& chunk) { return chunk.WordPosition >= 0; });
   if (found != chunks.end()) LogError("%s", DescribeObjPosition(file, found->WordPosition).c_str());
 }
@@ -358,7 +359,7 @@ bool ReadObj(const cFile& file, cRawMesh& mesh, const ObjReadOptions& options) {
     ReportFailure(file, *failed, workers.local());
     return false;
   }
-  ReportWord(file, chunks);
+  ReportWords(file, chunks, mesh);
   if (mesh.Materials.empty()) mesh.Materials.emplace_back().Name = "default";
   SetUVSets(mesh);
   return true;

@@ -17,7 +17,8 @@ struct ObjReadOptions {
 
 /// Fills an empty mesh. False after one message (and a second with file and line where there is one). A file whose mesh, with the
 /// material libraries that it names, would take more than four times its bytes and 40 MiB is refused: no mesh of any use is
-/// written in so few. A vertex of text that is no number is read as 0; the first one is an error in the log, with its line.
+/// written in so few. Text of a vertex that is no number is read as 0; such vertices are counted in
+/// cRawMesh::NumWordPositions, and the first one is an error in the log, with its line.
 bool ReadObj(const cFile& file, cRawMesh& mesh, const ObjReadOptions& options = {});
 
 /// Elements of the arrays: how many a stretch of the file holds, or how many stand before it.
@@ -43,6 +44,7 @@ struct ObjChunk {
   int NumObjectLines = 0, NumMaterialLines = 0;  ///< Object and Instance; Material
   int64_t FailAt = -1;                           ///< byte of the line that ends the load
   int64_t WordPosition = -1;                     ///< second pass: first position of the file's that holds text which is no number
+  int64_t NumWordPositions = 0;                  ///< how many of these there are
 
   // Resolving.
   ObjCounts Base;

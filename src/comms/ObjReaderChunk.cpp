@@ -400,7 +400,7 @@ struct ParseVisitor {
     if (record != ObjRecord::Other && line.NumTokens() < MinTokens(record)) return record == ObjRecord::Face;
     switch (record) {
       case ObjRecord::Position:
-        if (!readFloats(&(Position++)->x, 3) && Chunk.WordPosition < 0) Chunk.WordPosition = NumPositions;
+        if (!readFloats(&(Position++)->x, 3) && Chunk.NumWordPositions++ == 0) Chunk.WordPosition = NumPositions;
         NumPositions++;
         return true;
       case ObjRecord::TexCoord:

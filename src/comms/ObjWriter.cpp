@@ -9,6 +9,7 @@
 #include "comms/Log.h"
 #include "comms/NumberText.h"
 #include "comms/ObjMaterials.h"
+#include "comms/Progress.h"
 #include "comms/SafeFile.h"
 #include "comms/cMeshObj.h"
 
@@ -262,7 +263,19 @@ class PieceWriter {
 struct Batch {
   cList<Piece> Pieces;
   TextBuffer Text;
+  size_t Cost = 0;
 };
+
+constexpr size_t PieceCost = 8;
+
+// What all pieces cost together, at most.
+size_t CountCost(const cRawMesh& mesh, const ObjPlan& plan) {
+  const bool hasColors = mesh.VertexColors.size() == mesh.Positions.size();
+  const size_t elements = plan.Positions.Order.size() * (hasColors ? 2 : 1) + plan.TexCoords.Order.size() +
+                          plan.Normals.Order.size() + size_t(plan.NumPolygons);
+  const size_t sections = mesh.Objects.size() * (hasColors ? 5 : 4);
+  return elements + PieceCost * (elements / PieceSize + plan.Runs.size() + sections);
+}
 }  // namespace
 
 bool WriteObjSections(const cRawMesh& mesh, const ObjPlan& plan, cFile& file) {
@@ -273,18 +286,20 @@ bool WriteObjSections(const cRawMesh& mesh, const ObjPlan& plan, cFile& file) {
   Outline outline(mesh, plan);
   const PieceWriter writer(mesh, plan);
   std::atomic<bool> failed = false;  // the first stage asks while the last one writes
+  StageProgress progress(0, 1, "ExportMesh");
+  progress.Begin(CountCost(mesh, plan));
   const auto collect = [&](tbb::flow_control& control) -> Batch* {
     Batch& batch = batches[next++ % MaxBatches];
     batch.Pieces.clear();
     batch.Text.Clear();
     Piece piece;
-    for (size_t cost = 0; cost < BatchSize && outline.Next(piece);) {
+    for (batch.Cost = 0; batch.Cost < BatchSize && outline.Next(piece);) {
       batch.Pieces.push_back(piece);
-      const size_t perSection = 8;
-      cost += perSection + (piece.Kind == Section::Faces && piece.Begin < piece.End ? size_t(plan.Runs[piece.Begin].NumPolygons)
-                                                                                    : piece.End - piece.Begin);
+      batch.Cost +=
+          PieceCost + (piece.Kind == Section::Faces && piece.Begin < piece.End ? size_t(plan.Runs[piece.Begin].NumPolygons)
+                                                                               : piece.End - piece.Begin);
     }
-    if (batch.Pieces.empty() || failed) control.stop();
+    if (batch.Pieces.empty() || failed || progress.IsCancelled()) control.stop();
     return &batch;
   };
   tbb::parallel_pipeline(MaxBatches,
@@ -293,12 +308,14 @@ bool WriteObjSections(const cRawMesh& mesh, const ObjPlan& plan, cFile& file) {
                                                               [&](Batch* batch) {
                                                                 for (const Piece& piece : batch->Pieces)
                                                                   writer.Write(piece, batch->Text);
+                                                                progress.Advance(batch->Cost);
                                                                 return batch;
                                                               }) &
                              tbb::make_filter<Batch*, void>(tbb::filter_mode::serial_in_order, [&](const Batch* batch) {
                                if (!file.WriteBlock(batch->Text.Data(), int64_t(batch->Text.Size()))) failed = true;
                              }));
-  return !failed;
+  if (!progress.Advance(0)) file.Fail(file.Name() + ": the export was cancelled, nothing was written.");
+  return !failed && !progress.IsCancelled();
 }
 
 // --- library ----------------------------------------------------------------------------------------------------------------
@@ -369,7 +386,7 @@ static void EncodeMesh(cMeshObj& codec, cRawMesh& mesh, cFile& file) {
   for (cRawMaterial& material : mesh.Materials) std::replace(material.Name.begin(), material.Name.end(), ' ', '_');
   WriteMtl(mesh, file);
   file.WriteStr(("mtllib " + GetBaseName(file.Name()) + ".mtl\r\n").c_str());
-  WriteObjSections(mesh, plan, file);
+  if (!WriteObjSections(mesh, plan, file)) return;
   file.WriteStr(Format("\r\n# %lld faces\r\n", static_cast<long long>(plan.NumPolygons)).c_str());
   EncodeMorphs(codec, std::exchange(mesh.Morphs, {}), mesh, file);
 }

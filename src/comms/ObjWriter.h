@@ -42,7 +42,8 @@ ObjPlan PlanObj(const cRawMesh& mesh, cList<int> groups);
 /// group.
 cList<int> SortBySmoothingGroup(cRawMesh& mesh);
 
-/// Writes the sections of all objects. False where the file took no more.
+/// Writes the sections of all objects. False, with the sentence in the file's Error(), where the file took no more or the person
+/// cancelled.
 bool WriteObjSections(const cRawMesh& mesh, const ObjPlan& plan, cFile& file);
 
 }  // namespace comms

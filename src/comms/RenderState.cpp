@@ -116,8 +116,15 @@ UniformValue Evaluate(StandardUniform uniform, const RenderState& state) {
   return {};
 }
 
+// In doubles: the square of a long way is beyond what a float holds.
+static cVec3 DirectionTo(const cVec3& from, const cVec3& to, const cVec3& fallback) {
+  const double x = double(to.x) - from.x, y = double(to.y) - from.y, z = double(to.z) - from.z;
+  const double length = std::sqrt(x * x + y * y + z * z);
+  return length > 0 ? cVec3{float(x / length), float(y / length), float(z / length)} : fallback;
+}
+
 cMat4 LookAt(const cVec3& position, const cVec3& target, const cVec3& up) {
-  const cVec3 back = Normalized(position - target, {0, 0, 1});
+  const cVec3 back = DirectionTo(target, position, {0, 0, 1});
   const cVec3 right = Normalized(Cross(up, back), {1, 0, 0});
   const cVec3 top = Cross(back, right);
   return {{{right.x, top.x, back.x, 0},

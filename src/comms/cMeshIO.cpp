@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "comms/Log.h"
+#include "comms/SafeFile.h"
 #include "comms/cFile.h"
 #include "comms/cMeshObj.h"
 #include "comms/cRawMesh.h"
@@ -145,7 +146,7 @@ cRawMesh* cMeshIO::LoadMesh(const char* fileName) {
     return nullptr;
   }
   try {
-    return (std::strchr(fileName, ';') ? LoadList(fileName) : LoadOne(fileName)).release();
+    return (std::strchr(fileName, ';') && !FileExists(fileName) ? LoadList(fileName) : LoadOne(fileName)).release();
   } catch (const std::exception& error) {
     LogError("cMeshIO::LoadMesh(): Not enough memory for \"%s\" (%s).", fileName, error.what());
     return nullptr;

@@ -23,7 +23,7 @@ class cMeshIO {
   static cMeshCodec* FindCodec(const char* extension);
 
   /// A new mesh owned by the caller, or null after a message. Several names parted by ";" give one merged mesh, never null unless
-  /// memory ran out; names that fail are left out of it.
+  /// memory ran out; names that fail are left out of it. Where a file has the whole text for its name, that file alone is read.
   static cRawMesh* LoadMesh(const char* fileName);
   /// False after a message; the old file is then whole. With m_SwapYZ on, `mesh` comes back turned in the cases that return early
   /// and for the program's own folders: hand in a mesh that is thrown away afterwards.

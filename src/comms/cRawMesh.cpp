@@ -89,6 +89,7 @@ void cRawMesh::Merge(const cRawMesh& source) {
   Append(UVSets, source.UVSets);
   Append(Polygons, source.Polygons);
   Append(VertexColors, source.VertexColors);
+  NumWordPositions += source.NumWordPositions;
   for (size_t at = records; at < Polygons.size();) {
     cRawPolyRec& header = Polygons[at];
     header.Words[1] = int32_t(uint32_t(header.Words[1]) + materialWord);

@@ -103,6 +103,7 @@ struct __attribute__((visibility("default"))) cRawMesh {
   cRawList<cRawExtra> Extra;
   cRawList<uint32_t> VertexColors;  ///< 0xAARRGGBB; counts only when there are as many as positions
   cRawList<cVec3> BiTangents;
+  int64_t NumWordPositions = 0;  ///< positions whose text in the file holds no number, which reads as 0
 
   /// Appends polygons, arrays, objects, materials and UV sets of `source`, its indices moved behind ours. Morphs and vertex maps
   /// stay behind.

@@ -75,7 +75,9 @@ static int64_t CheckPolygons(const cRawMesh& mesh) {
 
 int64_t cRawMesh::Validate() const {
   LogInfo("Validating mesh \"%s\"...", Name.c_str());
-  int64_t faults = CheckNaN(Positions, "Position");
+  int64_t faults = NumWordPositions;
+  if (faults > 0) LogError("%lld positions hold text that is no number.", static_cast<long long>(faults));
+  faults += CheckNaN(Positions, "Position");
   faults += CheckInfinity(Positions, "Position");
   faults += CheckNaN(TexCoords, "Texture coordinate");
   faults += CheckInfinity(TexCoords, "Texture coordinate");

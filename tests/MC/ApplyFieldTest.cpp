@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <vector>
 
 #include "MC/Dabs.h"
@@ -143,8 +144,31 @@ TEST(ApplyField, UnboundedFieldStopsAtTheCap) {
   const ApplyReport report = ApplyField(volume, everywhere, BoxAt({}), {.CellCap = 500});
   EXPECT_TRUE(report.Capped);
   EXPECT_EQ(report.VisitedCells, 500);
-  EXPECT_EQ(volume.Cells.Count(), 500u);
-  EXPECT_EQ(volume.VoxelPool.UsedBlocks(), 0u) << "full cells need no block";
+  EXPECT_EQ(volume.Cells.Count(), 0u) << "what is cut off is not merged";
+  // A capsule too large for the cap is told by its size, one just below it is made.
+  const auto reach = [&](float length) { return ApplySegmentDab(volume, {{}, {0, length, length}}, {}); };
+  const ApplyReport large = reach(2e7f / 3 * 2), small = reach(800);
+  EXPECT_TRUE(large.Capped && large.VisitedCells == 0 && !small.Capped && small.ChangedCells > 100);
+}
+
+// Stopped in the walk or in the merge, whatever the mode: the volume is as it was once the stroke is taken back.
+TEST(ApplyField, ACancelledDabCanBeTakenBack) {
+  VolumeObject volume;
+  ApplySphereDab(volume, {}, 100, {});
+  volume.EndStroke(false);
+  const auto before = DumpSamples(volume);
+  for (const int mode : {ApplyAdd, ApplySubtract, ApplyIntersect}) {
+    int questions = 0;
+    for (bool cancelled = true; cancelled; questions++) {
+      int left = questions;
+      const std::function<bool()> goOn = [&] { return left-- > 0; };
+      cancelled = ApplySphereDab(volume, {0, 90, 0}, 100, {mode, false, MirrorNone, &goOn}).Cancelled;
+      ExpectSound(volume);
+      volume.EndStroke(true);
+      EXPECT_TRUE(DumpSamples(volume) == before) << mode << questions;
+    }
+    EXPECT_GT(questions, 3) << "asked in the walk and in the merge";
+  }
 }
 
 // A field that reads the volume it is applied to sees the state before the pass, whatever cell was merged first.

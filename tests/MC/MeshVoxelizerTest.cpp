@@ -2,12 +2,16 @@
 // way from a closed mesh to its surface, whatever the threads: AppTest.MeshBecomesSculptureBecomesMesh.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <numbers>
 
 #include "MC/ApplyField.h"
+#include "MC/AvailableMemory.h"
 #include "MC/MeshBounds.h"
 #include "MC/MeshVoxelizer.h"
 #include "MC/SurfaceStats.h"
@@ -345,6 +349,22 @@ TEST(MeshVoxelizer, EstimateCoversWhatIsUsed) {
   EXPECT_LT(EstimateBytes(bounds, FrameOf(bounds)), 8.0 * double(used));
 }
 
+TEST(MeshVoxelizer, MemoryEndsAtTheLimitOfTheAddressSpace) {
+  std::ifstream statm("/proc/self/statm");
+  rlim_t pages = 0;
+  ASSERT_TRUE(statm >> pages);
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
+  constexpr rlim_t room = 64 << 20;
+  rlimit tight = before;
+  tight.rlim_cur = pages * rlim_t(sysconf(_SC_PAGESIZE)) + room;
+  ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
+  const int64_t available = AvailableMemory();
+  ASSERT_EQ(setrlimit(RLIMIT_AS, &before), 0);
+  EXPECT_GT(available, 0);
+  EXPECT_LE(available, int64_t(room));
+}
+
 TEST(MeshVoxelizer, CancelAtAnyStageLeavesTheVolume) {
   const Shape other = Box({-4, -4, -4}, {22, 23, 24});
   for (int calls = 0; calls < 4; calls++) {
@@ -363,7 +383,7 @@ TEST(MeshVoxelizer, CancelAtAnyStageLeavesTheVolume) {
 
 TEST(MeshVoxelizer, MapsVoxelsToTheMeshWhereverItLies) {
   // Near the origin there is no translation, far from it whole voxels.
-  for (const float shift : {0.0f, 300.0f, 1e6f}) {
+  for (const float shift : {0.0f, 300.0f, 1e6f, 10000001.0f}) {
     Shape ring = Torus(40, 10, 64, 32);
     for (cVec3& p : ring.Positions) p += cVec3{shift, -shift, shift};
     VolumeObject volume;

@@ -264,6 +264,16 @@ TEST(Stroke, PathsBecomeDabs) {
   stroke.Symmetry = MirrorNone;
   stroke.Tool = StrokeTool::Sphere;  // every 5 voxels on 20
   EXPECT_EQ(dabs(), 5);
+  EXPECT_NEAR(CountBalls(volume, stroke), 4, 0.1);
+  const Stroke path = stroke;
+  stroke.Samples.back().Radius = 0.1f;
+  stroke.Spacing = 0.1f;
+  stroke.Symmetry = MirrorY;
+  EXPECT_NEAR(CountBalls(volume, stroke) / double(dabs()), 1, 0.1) << "down to the least step";
+  stroke = path;
+  stroke.Samples = {MakeSample({}, 1e-9f), MakeSample({6e6f, 0, 0}, 1e-9f)};
+  EXPECT_NEAR(CountBalls(volume, stroke), 24e6, 1e3);
+  stroke = path;
   stroke.Tool = StrokeTool::Stamp;
   EXPECT_EQ(dabs(), 3);
   EXPECT_EQ(volume.Cells.Count(), 0u) << "a stamp without a source does nothing";
@@ -297,7 +307,8 @@ TEST(StrokeFile, ReadsEveryStatement) {
       "# a comment\r\n"
       "TOOL carve\r\n mode Subtract\nairbrush on\nsymmetry X z # both\nspacing 0.25\npressure height\nfalloff 0.5\nbase -1e-1\n"
       "sample 1 2 3  0 0 2  +4 5 0.5\nsample -1 2.5 3e1  1 0 0  4 5 1\n\n"
-      "stroke\ntool stamp\nstamp Horn\nsymmetry none\nairbrush off\nsample 1 1 1 0 1 0 2 1 1\nstroke\nmode add";
+      "stroke\ntool stamp\nstamp  Horn of plenty \t# the big one\nsymmetry none\nairbrush off\nsample 1 1 1 0 1 0 2 1 "
+      "1\nstroke\nmode add";
   ASSERT_TRUE(ParseStrokes(text, "s.txt", strokes, error)) << error;
   ASSERT_EQ(strokes.size(), 2u);
   const Stroke &a = strokes[0], &b = strokes[1];
@@ -307,7 +318,7 @@ TEST(StrokeFile, ReadsEveryStatement) {
   const PenSample& s = a.Samples[0];
   EXPECT_TRUE(s.Normal == (cVec3{0, 0, 1}) && s.Radius == 4 && s.Height == 5 && s.Pressure == 0.5f);
   EXPECT_EQ(a.Samples[1].Position, (cVec3{-1, 2.5f, 30}));
-  EXPECT_TRUE(b.Tool == StrokeTool::Stamp && b.StampName == "Horn" && b.Symmetry == MirrorNone);
+  EXPECT_TRUE(b.Tool == StrokeTool::Stamp && b.StampName && *b.StampName == "Horn of plenty" && b.Symmetry == MirrorNone);
   EXPECT_TRUE(b.Mode == ApplySubtract && b.PressureHeight && !b.PressureRadius) << "settings carry over";
 }
 
@@ -324,6 +335,7 @@ TEST(StrokeFile, BadLinesGiveOneSentenceAndChangeNothing) {
       {"mode", "a word is missing"},
       {"symmetry x none", "both none"},
       {"stamp", "name of the volume"},
+      {"stamp " + std::string(201, 'n'), "201 bytes, expected at most 200"},
       {"sample 0 0 0 0 0 1 2 1 1\nmode add", "line 4: 'mode' stands behind a sample"},
       {std::string(1 << 20, 'x'), "...'"},
       {std::string("\0\xff\xfe", 3), "which is no statement"},

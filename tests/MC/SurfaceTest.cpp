@@ -152,6 +152,12 @@ TEST(Surface, FiguresOfKnownSolids) {
   // The same solids seen in a mirror keep their sign.
   volume.SpaceMatrix.m[0][0] *= -1;
   EXPECT_NEAR(MeasureSurface(volume).Volume, solid, solid * 0.004);
+  // Far out there are no floats between their vertices.
+  volume.SpaceMatrix = comms::cMat4::Scale(1.0f / 64) * comms::cMat4::Translation({1e7f, -1e7f, 1e7f});
+  const SurfaceStats far = MeasureSurface(volume);
+  EXPECT_NEAR(far.Volume, solid / 32768, solid / 32768 * 0.004);
+  EXPECT_NEAR(far.Area, skin / 1024, skin / 1024 * 0.004);
+  EXPECT_NEAR(far.Max.x, 1e7 + (60 + ring + tube) / 64, 0.001);
 
   volume.DeleteCell({0, 0, 2});
   EXPECT_GT(MeasureSurface(volume).BoundaryEdges, 0u);

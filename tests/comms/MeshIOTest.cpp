@@ -32,6 +32,8 @@ TEST(MeshIO, ListsMergeAndIndicesMove) {
   EXPECT_EQ(mesh->Polygons[13], (cRawPolyRec{{5, 1, -1}}));
   EXPECT_EQ(mesh->Validate(), 0);
   EXPECT_TRUE(Load(";"));
+  const auto one = Load(folder.Write("c;b.OBJ", Quad));
+  EXPECT_TRUE(one && one->Positions.size() == 3) << "a file may have a ';' in its name";
 }
 
 TEST(MeshIO, MessagesNameWhatIsWrong) {

@@ -210,6 +210,8 @@ TEST(ObjReader, FaultsOfAMeshNameFileAndLine) {
   const std::string words = folder.Write("case.obj", head + many + "v 1 nan 3\nv x 2 3\nvt nan 1\n");
   const Outcome outcome = ReadWith(words);
   EXPECT_TRUE(outcome.IsRead && outcome.Mesh.Positions[3] == (cVec3{1, 0, 3})) << "a word reads as 0";
+  EXPECT_EQ(outcome.Mesh.NumWordPositions, 2);
+  EXPECT_EQ(outcome.Mesh.Validate(), 2);
   EXPECT_EQ(outcome.Log, words + ", line 200006: the vertex is \"1 nan 3\", three finite numbers are expected\n");
   EXPECT_EQ(FindMeshFault(ReadWith(folder.Write("wild.obj", head + "f 1 2 9\n")).Mesh, "wild.none"),
             "wild.none, polygon 1: it names vertex 9, the file holds 3");

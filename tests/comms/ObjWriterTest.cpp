@@ -8,6 +8,7 @@
 
 #include "MeshFiles.h"
 #include "comms/Log.h"
+#include "comms/Progress.h"
 #include "comms/cMeshIO.h"
 
 using namespace comms;
@@ -200,6 +201,17 @@ TEST(ObjWriter, FailedWritesLeaveTheOldPair) {
   folder.Write("full.mtl", "old");
   EXPECT_FALSE(save(*large, "full.obj"));
   EXPECT_THAT(log.Text(), HasSubstr("full.obj\": There is not enough disk."));
+  {
+    struct Canceller : ProgressSink {
+      Canceller() : Before(SetProgressSink(this)) {}
+      ~Canceller() override { SetProgressSink(Before); }
+      bool Show(double value, double maximum, const char*) override { return Calls++ == 0 && value <= maximum; }
+      ProgressSink* Before;
+      int Calls = 0;
+    } canceller;
+    EXPECT_FALSE(save(*large, "out.obj"));
+    EXPECT_THAT(log.Text(), HasSubstr("out.obj: the export was cancelled, nothing was written."));
+  }
   std::filesystem::rename(folder.Path("full.obj"), folder.Path("other.mtl"));
   folder.Write("other.obj", "old");
   EXPECT_FALSE(save(*good, "other.obj"));

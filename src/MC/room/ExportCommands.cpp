@@ -1,10 +1,12 @@
 // ExportMesh, ExportStl.
 #include "ClassEngine/ValueTypes.h"
+#include "MC/RefreshProgress.h"
 #include "MC/StlExport.h"
 #include "MC/SurfaceExtract.h"
 #include "MC/room/LoggedMeshIO.h"
 #include "MC/room/RoomCommands.h"
 #include "MC/room/RoomHelpers.h"
+#include "comms/Progress.h"
 #include "comms/Str.h"
 
 namespace {
@@ -26,8 +28,13 @@ std::vector<VolumeObject*> PrepareVolumes(const VoxelScene& scene, const ExportP
                                           std::string& error) {
   std::vector<VolumeObject*> volumes = FindVolumes(scene, parameters.Volume.ToString(), error);
   triangles = 0;
+  RefreshProgress progress;
   for (VolumeObject* volume : volumes) {
     volume->RefreshSurfaces();
+    if (progress.IsCancelled()) {
+      error = CancelledSentence;
+      return {};
+    }
     volume->ForEachCell([&](const CellKey&, const VoxelCell& cell) {
       if (cell.Surface && !cell.Has(ShadowCell)) triangles += cell.Surface->Indices().Count() / 3;
     });
@@ -46,6 +53,7 @@ CommandResult ExportToMesh(const VoxelScene& scene, const ExportParams& paramete
   if (volumes.empty()) return CommandResult::Fail(error);
   const std::string path = PrepareOutputPath(scene, parameters.File.ToString());
   std::unique_ptr<comms::cRawMesh> mesh = ExtractSurface(volumes);
+  if (!comms::ShowProgress(0, 1, "ExportMesh")) return CommandResult::Fail(CancelledSentence);
   const size_t vertices = mesh->Positions.size();
   if (!SaveMeshLogged(std::move(mesh), path, parameters.SwapYZ, error)) return CommandResult::NoOutput(error);
   return CommandResult::Done(
@@ -53,7 +61,8 @@ CommandResult ExportToMesh(const VoxelScene& scene, const ExportParams& paramete
 }
 
 CommandResult ExportToStl(const VoxelScene& scene, const ExportParams& parameters) {
-  std::string error;
+  std::string error = CheckExtension(parameters.File.ToString(), "stl");
+  if (!error.empty()) return CommandResult::Refuse(error);
   size_t triangles = 0;
   const std::vector<VolumeObject*> volumes = PrepareVolumes(scene, parameters, triangles, error);
   if (volumes.empty()) return CommandResult::Fail(error);

@@ -14,9 +14,12 @@
 #include "MC/room/RoomHelpers.h"
 #include "comms/Log.h"
 #include "comms/MeshFault.h"
+#include "comms/Progress.h"
+#include "comms/SafeFile.h"
 #include "comms/Str.h"
 #include "comms/cRawMesh.h"
 #include "shell/core/InputFiles.h"
+#include "shell/core/Utf8.h"
 
 using comms::cRawMesh;
 using comms::cVec3;
@@ -63,8 +66,9 @@ DECLARE_MEMBERS(VoxelizeParams) {
   Member<_int>("Mode", Mode).Range(0, 2).Hint("With Into: 0 adds, 1 subtracts, 2 leaves what both have");
 }
 
-// Each of the names in a list parted by ';', found on its own.
+// Each of the names in a list parted by ';', found on its own. A file that has the whole list for its name is that file.
 std::vector<std::string> FindMeshFiles(const std::string& names) {
+  if (const std::string whole = FindInputFile(names); comms::FileExists(whole)) return {whole};
   std::vector<std::string> found;
   for (size_t start = 0; start <= names.size();) {
     const size_t end = std::min(names.find(';', start), names.size());
@@ -75,12 +79,12 @@ std::vector<std::string> FindMeshFiles(const std::string& names) {
 }
 
 struct ReadFile {
-  std::unique_ptr<cRawMesh> Mesh;
-  std::string Name, Fault;  // Fault: why the mesh is not to be worked on; empty where it may be
+  std::unique_ptr<cRawMesh> Mesh;  // null where the file can't be read
+  std::string Name, Fault;         // Fault: why the mesh is not to be worked on, or not there; empty where it may be
 };
 
-// The files of a list that can be read, each looked at on its own: after merging, an index past the vertices of its file meets
-// those of the next. `take` answers false to end it. False with a sentence where no file could be read.
+// The files of a list, each looked at on its own: after merging, an index past the vertices of its file meets those of the next.
+// `take` answers false to end it. False with a sentence where no file could be read.
 bool ReadMeshFiles(const _str& names, bool swapYZ, std::string& error, const std::function<bool(ReadFile&)>& take) {
   bool isAnyRead = false;
   const std::vector<std::string> files = FindMeshFiles(names.ToString());
@@ -91,10 +95,10 @@ bool ReadMeshFiles(const _str& names, bool swapYZ, std::string& error, const std
     if (!file.Mesh) {
       error = file.Fault;
       if (files.size() > 1) comms::LogWarning("%s It is left out.", error.c_str());
-      continue;
+    } else {
+      isAnyRead = true;
+      if (file.Fault.empty()) file.Fault = comms::FindMeshFault(*file.Mesh, name);
     }
-    isAnyRead = true;
-    if (file.Fault.empty()) file.Fault = comms::FindMeshFault(*file.Mesh, name);
     if (!take(file)) break;
   }
   return isAnyRead;
@@ -130,10 +134,24 @@ JsonObject DescribeMesh(const cRawMesh& mesh) {
       .Add("bounds", BoundsFigure(minimum, maximum));
 }
 
+// The name of a mesh's file as that of a volume, which becomes part of file names and of text: without what is no character.
+std::string MakeVolumeName(const std::string& fileName) {
+  std::string name = comms::GetBaseName(fileName);
+  for (size_t at = 0; at < name.size();) {
+    const size_t length = Utf8SequenceLength(std::string_view(name).substr(at));
+    if (length == 0 || static_cast<unsigned char>(name[at]) < ' ' || name[at] == '\x7f') name[at] = '_';
+    at += std::max<size_t>(length, 1);
+  }
+  name = CutUtf8(name, MaxVolumeName);
+  std::string unused;
+  return IsVolumeName(name, unused) ? name : "mesh";
+}
+
 CommandResult ImportMesh(VoxelScene& scene, const ImportMeshParams& parameters) {
   std::unique_ptr<cRawMesh> mesh;
   std::string firstName, fault, error;
   const bool isRead = ReadMeshFiles(parameters.File, parameters.SwapYZ, error, [&](ReadFile& file) {
+    if (!file.Mesh) return true;
     fault = file.Fault;
     if (!fault.empty()) return false;
     if (mesh) {
@@ -148,7 +166,7 @@ CommandResult ImportMesh(VoxelScene& scene, const ImportMeshParams& parameters) 
   if (!fault.empty()) return CommandResult::NoInput(fault);
   if (mesh->CountPolygons() == 0) return CommandResult::NoInput(parameters.File.ToString() + ": holds no polygons");
   const JsonObject figures = DescribeMesh(*mesh);
-  scene.SetMesh(std::move(mesh), comms::GetBaseName(firstName));
+  scene.SetMesh(std::move(mesh), MakeVolumeName(firstName));
   return CommandResult::Done(figures);
 }
 
@@ -156,10 +174,17 @@ CommandResult Validate(const ValidateParams& parameters) {
   std::string error, first;
   int64_t faults = 0, polygons = 0;
   size_t vertices = 0;
-  const bool isRead = ReadMeshFiles(parameters.File, false, error, [&](const ReadFile& file) {
-    faults += std::max<int64_t>(file.Mesh->Validate(), file.Fault.empty() ? 0 : 1);  // a word read as 0 is none in the mesh
-    vertices += file.Mesh->Positions.size();
-    polygons += file.Mesh->CountPolygons();
+  const bool isRead = ReadMeshFiles(parameters.File, false, error, [&](ReadFile& file) {
+    int64_t found = 0;
+    if (file.Mesh) {
+      found = file.Mesh->Validate();
+      vertices += file.Mesh->Positions.size();
+      polygons += file.Mesh->CountPolygons();
+      if (file.Fault.empty() && file.Mesh->Positions.empty() && file.Mesh->Polygons.empty())
+        file.Fault = file.Name + ": holds neither vertices nor polygons";
+    }
+    faults +=
+        std::max<int64_t>(found, file.Fault.empty() ? 0 : 1);  // what the codec or the file alone shows is none of the mesh's
     if (first.empty()) first = file.Fault;
     return true;
   });
@@ -180,12 +205,6 @@ JsonObject DescribeVoxelization(const VolumeObject& volume, const VoxelizeReport
       .Add("cells", volume.Cells.Count());
 }
 
-float FindLongestSide(const cRawMesh& mesh) {
-  cVec3 minimum, maximum;
-  FindBounds(mesh, minimum, maximum);
-  return std::max({maximum.x - minimum.x, maximum.y - minimum.y, maximum.z - minimum.z});
-}
-
 CommandResult VoxelizeAsNew(VoxelScene& scene, Messages& messages, const VoxelizeParams& parameters) {
   const bool bySize = parameters.VoxelSize > 0;
   if (bySize && parameters.IsGiven("Resolution"))
@@ -201,11 +220,12 @@ CommandResult VoxelizeAsNew(VoxelScene& scene, Messages& messages, const Voxeliz
   volume->Name = name;
   VoxelizeReport report;
   if (!VoxelizeMesh(*scene.Mesh(), options, *volume, report, error))
-    return CommandResult::Fail(report.Cancelled ? "cancelled; the scene is as it was" : error);
+    return CommandResult::Fail(report.Cancelled ? CancelledSentence : error);
+  if (!comms::ShowProgress(1, 1, "Voxelize")) return CommandResult::Fail(CancelledSentence);
   volume->EndStroke(false);
   const VolumeObject& entered = scene.Add(std::move(volume));
   JsonObject figures = DescribeVoxelization(entered, report);
-  figures.Add("resolution", std::ceil(FindLongestSide(*scene.Mesh()) / GetVoxelSize(entered) - 1e-3f));
+  figures.Add("resolution", std::max<int64_t>(1, std::llround(report.LongestSide)));
   return CommandResult::Done(figures);
 }
 
@@ -231,7 +251,8 @@ CommandResult VoxelizeInto(VoxelScene& scene, const VoxelizeParams& parameters) 
   MeshVoxelizer voxelizer;
   voxelizer.AddMesh(triangles, mapping);
   if (!voxelizer.Run(volume, parameters.Mode, true))
-    return CommandResult::Fail(voxelizer.Report.Cancelled ? "cancelled; the volume is as it was" : voxelizer.Error);
+    return CommandResult::Fail(voxelizer.Report.Cancelled ? CancelledSentence : voxelizer.Error);
+  if (!comms::ShowProgress(1, 1, "Voxelize")) return CommandResult::Fail(CancelledSentence);  // the scope takes it back
   FinishStep(scene, *volume, "Voxelize");
   return CommandResult::Done(DescribeVoxelization(*volume, voxelizer.Report));
 }

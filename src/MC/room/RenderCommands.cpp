@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "ClassEngine/ValueTypes.h"
+#include "MC/RefreshProgress.h"
 #include "MC/room/RoomCommands.h"
 #include "MC/room/RoomHelpers.h"
 #include "MC/room/StrokePlacement.h"
@@ -34,7 +35,7 @@ DECLARE_MEMBERS(RenderParams) {
       .Unit("degrees")
       .Hint("Where the camera stands: 0 in front (+z), 90 at the right (+x)");
   Member<_float>("Elevation", Elevation)
-      .Range(-89, 89)
+      .Range(-90, 90)
       .Unit("degrees")
       .Hint("How far the camera stands above the horizon (y is up)");
   Member<_float>("Fov", Fov).Range(1, 150).Unit("degrees").Hint("Vertical angle of view");
@@ -51,7 +52,7 @@ comms::PictureCamera FrameFromAngles(const cVec3& minimum, const cVec3& maximum,
   constexpr float degree = std::numbers::pi_v<float> / 180;
   const float azimuth = parameters.Azimuth * degree, elevation = parameters.Elevation * degree;
   const cVec3 back{std::sin(azimuth) * std::cos(elevation), std::sin(elevation), std::cos(azimuth) * std::cos(elevation)};
-  const cVec3 right = Normalized(Cross({0, 1, 0}, back), {1, 0, 0}), up = Cross(back, right);
+  const cVec3 right{std::cos(azimuth), 0, -std::sin(azimuth)}, up = Cross(back, right);
   const float tangent = std::tan(parameters.Fov * degree / 2), aspect = float(parameters.Width) / float(parameters.Height);
   constexpr float margin = 1.04f;
   float distance = 0;
@@ -61,7 +62,15 @@ comms::PictureCamera FrameFromAngles(const cVec3& minimum, const cVec3& maximum,
     const float needed = std::max(std::fabs(Dot(corner, up)) / tangent, std::fabs(Dot(corner, right)) / (tangent * aspect));
     distance = std::max(distance, Dot(corner, back) + needed * margin);
   }
-  return {target + back * (distance / parameters.Zoom), target, {0, 1, 0}, parameters.Fov};
+  return {target + back * (distance / parameters.Zoom), target, up, parameters.Fov};
+}
+
+// Y is up. Where the camera looks along it, x is at the right, as it is for a camera in front.
+comms::PictureCamera LookFromPosition(const RenderParams& parameters, const cVec3& target) {
+  const cVec3& from = parameters.Position;
+  const double x = double(target.x) - from.x, y = double(target.y) - from.y, z = double(target.z) - from.z;
+  const bool alongY = std::hypot(x, z) <= 1e-3 * std::fabs(y);
+  return {from, target, alongY ? cVec3{0, 0, y < 0 ? -1.0f : 1.0f} : cVec3{0, 1, 0}, parameters.Fov};
 }
 
 class PictureMaker {
@@ -70,14 +79,17 @@ class PictureMaker {
 
   CommandResult Run(const RenderParams& parameters) {
     std::string error;
+    if (error = CheckExtension(parameters.File.ToString(), "png"); !error.empty()) return CommandResult::Refuse(error);
     const std::vector<VolumeObject*> volumes = FindVolumes(m_Scene, parameters.Volume.ToString(), error);
     if (volumes.empty()) return CommandResult::Fail(error);
 
     comms::cList<comms::PictureItem> items;
     std::vector<std::unique_ptr<comms::BaseMesh>> copies;
     std::optional<std::pair<cVec3, cVec3>> box;
+    RefreshProgress progress;
     for (VolumeObject* volume : volumes) {
       volume->RefreshChanges();
+      if (progress.IsCancelled()) return CommandResult::Fail(CancelledSentence);
       volume->RenderGroups.ForEach([&](const CoordInt3& key, RenderGroup& group) {
         comms::BaseMesh* mesh = group.Mesh.get();
         if (!mesh->StagedVertices) {  // its vertices went to the window's device
@@ -102,7 +114,7 @@ class PictureMaker {
     options.Width = parameters.Width;
     options.Height = parameters.Height;
     const cVec3 target = parameters.IsGiven("Target") ? parameters.Target : (box->first + box->second) * 0.5f;
-    options.Camera = parameters.IsGiven("Position") ? comms::PictureCamera{parameters.Position, target, {0, 1, 0}, parameters.Fov}
+    options.Camera = parameters.IsGiven("Position") ? LookFromPosition(parameters, target)
                                                     : FrameFromAngles(box->first, box->second, target, parameters);
     comms::cImage image;
     if (!Begin(error) || !m_Picture->Render(items, options, image, error)) return CommandResult::Fail(error);

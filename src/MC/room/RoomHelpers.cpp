@@ -2,9 +2,9 @@
 
 #include <cmath>
 #include <exception>
-#include <filesystem>
 
 #include "comms/Str.h"
+#include "shell/core/DataPath.h"
 
 using comms::cVec3;
 using comms::Format;
@@ -28,14 +28,20 @@ std::string PrepareOutputPath(const VoxelScene& scene, std::string path) {
   const std::string name = scene.Current() ? scene.Current()->Name : "";
   for (size_t at = path.find(mark); at != std::string::npos; at = path.find(mark, at + name.size()))
     path.replace(at, mark.size(), name);
-  std::error_code ignored;  // the write that follows tells what is wrong
-  const std::string folder = comms::GetFolder(path);
-  if (!folder.empty()) std::filesystem::create_directory(std::filesystem::path(folder).parent_path(), ignored);
+  MakeFolderOf(path);  // where it can't be made, the write that follows tells what is wrong
   return path;
 }
 
+std::string CheckExtension(const std::string& path, const char* extension) {
+  const std::string found = comms::GetExtension(path);
+  if (found.empty() || comms::EqualsNoCase(found, extension)) return {};
+  return Format("File=%s: files of the kind '%s' are written here; the extension is to be '.%s', or left out", path.c_str(),
+                extension, extension);
+}
+
 bool IsVolumeName(const std::string& name, std::string& error) {
-  if (!name.empty() && name.size() <= 200 && name != "." && name != ".." && name.find_first_of("/\\") == std::string::npos)
+  if (!name.empty() && name.size() <= MaxVolumeName && name != "." && name != ".." &&
+      name.find_first_of("/\\") == std::string::npos)
     return true;
   error = Format("'%s' can't be the name of a volume: 1 to 200 bytes without slashes are expected", name.substr(0, 60).c_str());
   return false;

@@ -15,11 +15,18 @@ JsonObject BoundsFigure(const comms::cVec3& minimum, const comms::cVec3& maximum
 /// none.
 std::vector<VolumeObject*> FindVolumes(const VoxelScene& scene, const std::string& name, std::string& error);
 
-/// `path` with every {Name} replaced by the current volume's name. The folder of the result is made where only it is missing, so
-/// that a first export into "out" does not fail.
+/// `path` with every {Name} replaced by the current volume's name. All missing folders of the result are made.
 std::string PrepareOutputPath(const VoxelScene& scene, std::string path);
+/// One sentence where `path` has an extension other than that of the only format which is written; empty where it has this one
+/// or none.
+std::string CheckExtension(const std::string& path, const char* extension);
 
-/// 1 to 200 bytes that can be part of a file name. One sentence in `error` for anything else.
+/// The sentence of a command that the person cancelled.
+inline constexpr char CancelledSentence[] = "cancelled; the scene is as it was";
+
+/// Bytes of the name of a volume.
+inline constexpr size_t MaxVolumeName = 200;
+/// 1 to MaxVolumeName bytes that can be part of a file name. One sentence in `error` for anything else.
 bool IsVolumeName(const std::string& name, std::string& error);
 
 /// Whether a volume may be entered under `name`: a free name may; a taken one only with `replace`, or where the person agrees.

@@ -1,6 +1,7 @@
 // Stroke, Dab.
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 #include "ClassEngine/ValueTypes.h"
 #include "MC/StrokeFile.h"
@@ -56,7 +57,10 @@ DECLARE_MEMBERS(DabParams) {
   Member<_cFloat3>("Center", Center).Unit("world units").Hint("First end of the dab");
   Member<_cFloat3>("End", End).Unit("world units").Hint("Second end of the dab; not given: Center");
   Member<_float>("Radius", Radius).Range(1e-6, 1e6).Unit("world units").Hint("Radius at Center");
-  Member<_float>("Radius2", Radius2).Range(0, 1e6).Unit("world units").Hint("Radius at End; 0: as Radius");
+  Member<_float>("Radius2", Radius2)
+      .Range(0, 1e6)
+      .Unit("world units")
+      .Hint("Radius at End, together with which it is given; 0: as Radius");
   Member<_cFloat3>("Normal", Normal).Hint("Normal of the surface there, for Carve");
   Member<_float>("Height", Height).Range(0, 100).Unit("radii").Hint("Depth of Carve");
   Member<_int>("Mode", Mode).Range(0, 2).Hint("0 adds, 1 subtracts, 2 leaves what lies within the dab");
@@ -75,20 +79,33 @@ CommandResult RunStrokes(VoxelScene& scene, VolumeObject& volume, const std::vec
     for (const PenSample& sample : stroke.Samples)
       if (const std::string fault = CheckReach(volume, sample); !fault.empty()) return CommandResult::Fail(fault);
   }
-  const StrokeOptions options{.RefreshEachDab = false, .BuildGroups = false};
+  double balls = 0;
+  for (const Stroke& stroke : strokes) balls += CountBalls(volume, stroke);
+  if (balls > Stroke::MostBalls)
+    return CommandResult::Fail(
+        Format("between the samples lie about %.0f dabs, at most %.0f are made; a larger radius or spacing, or larger voxels, "
+               "are needed",
+               balls, Stroke::MostBalls));
+  size_t samples = 0, done = 0;
+  for (const Stroke& stroke : strokes) samples += stroke.Samples.size();
+  StrokeOptions options{.RefreshEachDab = false, .BuildGroups = false};
+  options.GoOn = [&] { return comms::ShowProgress(double(done), double(samples), "Stroke"); };
   StrokeReport sum;
   const StrokeScope scope(volume);
-  for (size_t i = 0; i < strokes.size(); ++i) {
-    const bool goOn = comms::ShowProgress(double(i), double(strokes.size()), "Stroke");
-    if (goOn) {
-      const StrokeReport report = ApplyStroke(volume, strokes[i], options);
-      sum.Dabs += report.Dabs;
-      sum.Apply = sum.Apply + report.Apply;
+  for (const Stroke& stroke : strokes) {
+    StrokeRun run(volume, stroke, options);
+    for (const PenSample& sample : stroke.Samples) {
+      run.Add(sample);
+      if (run.Report().Apply.Capped || run.Report().Apply.Cancelled) break;
+      ++done;
     }
-    if (!goOn || sum.Apply.Capped)
+    run.Finish();
+    sum.Dabs += run.Report().Dabs;
+    sum.Apply = sum.Apply + run.Report().Apply;
+    if (sum.Apply.Cancelled) return CommandResult::Fail("cancelled; the volume is as it was");
+    if (sum.Apply.Capped)
       return CommandResult::Fail(
-          goOn ? "a dab reaches more cells than are changed at once; a smaller radius or larger voxels are needed"
-               : "cancelled; the volume is as it was");
+          "a dab reaches more cells than are changed at once; a smaller radius or larger voxels are needed");
   }
   FinishStep(scene, volume, stepName);
   figures.Add("dabs", sum.Dabs).Add("cellsReached", sum.Apply.TargetCells).Add("cellsChanged", sum.Apply.ChangedCells);
@@ -99,9 +116,10 @@ CommandResult RunStrokes(VoxelScene& scene, VolumeObject& volume, const std::vec
 std::string ResolveStamps(const VoxelScene& scene, const VolumeObject& target, std::vector<Stroke>& strokes) {
   for (Stroke& stroke : strokes) {
     if (stroke.Tool != StrokeTool::Stamp) continue;
-    stroke.StampSource = scene.Find(stroke.StampName);
-    if (!stroke.StampSource) return Format("there is no volume '%s' to stamp with", stroke.StampName.c_str());
-    if (stroke.StampSource == &target) return Format("the volume '%s' can't be stamped into itself", stroke.StampName.c_str());
+    if (!stroke.StampName) return "a stroke's tool is Stamp, and no line 'stamp NAME' says with which volume";
+    stroke.StampSource = scene.Find(*stroke.StampName);
+    if (!stroke.StampSource) return Format("there is no volume '%s' to stamp with", stroke.StampName->c_str());
+    if (stroke.StampSource == &target) return Format("the volume '%s' can't be stamped into itself", stroke.StampName->c_str());
   }
   return {};
 }
@@ -125,17 +143,38 @@ CommandResult RunStrokeFile(VoxelScene& scene, const StrokeParams& parameters) {
     if (!GetSurfaceBounds(*volume, minimum, maximum))
       return CommandResult::Fail(Format("the volume '%s' has no surface to place strokes on", volume->Name.c_str()));
     int missed = 0;
-    std::vector<Stroke> placed;
-    for (Stroke& stroke : strokes) {
-      if (parameters.Space == StrokeSpace::Box) PlaceInBox(minimum, maximum, stroke);
-      const std::vector<Stroke> pieces =
-          parameters.Project ? ProjectOnSurface(*volume, stroke, missed) : std::vector<Stroke>{stroke};
-      placed.insert(placed.end(), pieces.begin(), pieces.end());
+    if (parameters.Space == StrokeSpace::Box)
+      for (Stroke& stroke : strokes) PlaceInBox(minimum, maximum, stroke);
+    if (parameters.Project) {
+      std::vector<Stroke> placed;
+      for (const Stroke& stroke : strokes) {
+        std::vector<Stroke> pieces = ProjectOnSurface(*volume, stroke, missed);
+        std::move(pieces.begin(), pieces.end(), std::back_inserter(placed));
+      }
+      strokes = std::move(placed);
+      figures.Add("samplesMissed", missed);
     }
-    strokes = std::move(placed);
-    if (parameters.Project) figures.Add("samplesMissed", missed);
   }
   return RunStrokes(scene, *volume, strokes, "Stroke", std::move(figures));
+}
+
+// What a tool has no use for is told, not passed over.
+std::string FindUnusedParameter(const DabParams& parameters) {
+  static constexpr struct {
+    DabTool Tool;
+    const char *Parameter, *Sentence;
+  } unused[] = {
+      {DabTool::Sphere, "End", "Tool=Sphere has no End; a capsule is Tool=Segment"},
+      {DabTool::Sphere, "Radius2", "Tool=Sphere has no Radius2; a capsule is Tool=Segment"},
+      {DabTool::Sphere, "Height", "Tool=Sphere has no Height; it belongs to Tool=Carve"},
+      {DabTool::Sphere, "Normal", "Tool=Sphere has no Normal; it belongs to Tool=Carve"},
+      {DabTool::Segment, "Height", "Tool=Segment has no Height; it belongs to Tool=Carve"},
+      {DabTool::Segment, "Normal", "Tool=Segment has no Normal; it belongs to Tool=Carve"},
+  };
+  for (const auto& one : unused)
+    if (one.Tool == parameters.Tool && parameters.IsGiven(one.Parameter)) return one.Sentence;
+  if (parameters.IsGiven("Radius2") && !parameters.IsGiven("End")) return "Radius2 is the radius at End, and no End is given";
+  return {};
 }
 
 CommandResult RunDab(VoxelScene& scene, const DabParams& parameters) {
@@ -143,8 +182,7 @@ CommandResult RunDab(VoxelScene& scene, const DabParams& parameters) {
   VolumeObject* volume = scene.FindOrCurrent(parameters.Volume.ToString(), error);
   if (!volume) return CommandResult::Fail(error);
   const bool hasEnd = parameters.IsGiven("End");
-  if (parameters.Tool == DabTool::Sphere && hasEnd)
-    return CommandResult::Refuse("Tool=Sphere has no End; a capsule is Tool=Segment");
+  if (const std::string unused = FindUnusedParameter(parameters); !unused.empty()) return CommandResult::Refuse(unused);
   if (parameters.Tool == DabTool::Carve && !(Length(parameters.Normal) > 0)) return CommandResult::Refuse("Normal has no length");
 
   Stroke stroke;

@@ -86,6 +86,8 @@ std::vector<Stroke> ProjectOnSurface(const VolumeObject& volume, const Stroke& s
     return pieces;
   }
   const SurfaceFinder finder(volume, minimum, maximum);
+  Stroke settings = stroke;
+  settings.Samples = {};              // with its memory: every piece is a copy
   const PenSample* before = nullptr;  // the sample before this one as it was given; null where a piece begins
   for (const PenSample& sample : stroke.Samples) {
     PenSample placed = sample;
@@ -99,8 +101,7 @@ std::vector<Stroke> ProjectOnSurface(const VolumeObject& volume, const Stroke& s
       if (apart > 3 * Length(sample.Position - before->Position) + 2 * sample.Radius) before = nullptr;
     }
     if (!before) {
-      pieces.push_back(stroke);
-      pieces.back().Samples.clear();
+      pieces.push_back(settings);
     }
     pieces.back().Samples.push_back(placed);
     before = &sample;

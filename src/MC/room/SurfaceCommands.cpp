@@ -1,5 +1,6 @@
 // Polygonize, Report.
 #include "ClassEngine/ValueTypes.h"
+#include "MC/RefreshProgress.h"
 #include "MC/SurfaceStats.h"
 #include "MC/room/RoomCommands.h"
 #include "MC/room/RoomHelpers.h"
@@ -29,7 +30,9 @@ CommandResult Polygonize(const VoxelScene& scene, const PolygonizeParams& parame
   VolumeObject* volume = scene.FindOrCurrent(parameters.Volume.ToString(), error);
   if (!volume) return CommandResult::Fail(error);
   if (parameters.Whole) volume->MarkAllChanged();
+  RefreshProgress progress;
   volume->RefreshChanges();
+  if (progress.IsCancelled()) return CommandResult::Fail(CancelledSentence);
   size_t surfaceCells = 0, vertices = 0, triangles = 0;
   volume->ForEachCell([&](const CellKey&, const VoxelCell& cell) {
     if (!cell.Surface || cell.Surface->Empty()) return;
@@ -55,17 +58,23 @@ JsonObject BytesFigure(const VolumeMemory& memory) {
       .Add("total", memory.Total());
 }
 
+JsonArray PointFigure(const SurfaceStats::Point& p) { return JsonArray().AddNumber(p.x).AddNumber(p.y).AddNumber(p.z); }
+
 CommandResult Report(const VoxelScene& scene, const OneVolumeParams& parameters) {
   std::string error;
   VolumeObject* volume = scene.FindOrCurrent(parameters.Volume.ToString(), error);
   if (!volume) return CommandResult::Fail(error);
+  RefreshProgress progress;
   volume->RefreshSurfaces();
+  if (progress.IsCancelled()) return CommandResult::Fail(CancelledSentence);
   const SurfaceStats stats = MeasureSurface(*volume);
+  if (progress.IsCancelled()) return CommandResult::Fail(CancelledSentence);
   JsonObject figures;
   figures.Add("name", volume->Name).Add("voxelSize", GetVoxelSize(*volume));
   figures.Add("cells", stats.Cells).Add("blocks", stats.Blocks).Add("surfaceCells", stats.SurfaceCells);
   figures.Add("vertices", stats.Vertices).Add("triangles", stats.Triangles);
-  figures.Add("volume", stats.Volume).Add("area", stats.Area).Add("bounds", BoundsFigure(stats.Min, stats.Max));
+  figures.Add("volume", stats.Volume).Add("area", stats.Area);
+  figures.Add("bounds", JsonObject().Add("min", PointFigure(stats.Min)).Add("max", PointFigure(stats.Max)));
   figures.Add("components", stats.Components);
   if (stats.Genus >= 0)
     figures.Add("genus", stats.Genus);

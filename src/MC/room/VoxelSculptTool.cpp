@@ -136,8 +136,7 @@ Stroke VoxelSculptTool::MakeSettings() const {
   stroke.PressureRadius = stroke.PressureHeight = false;
   stroke.Falloff = Smoothness;
   if (stroke.Tool == StrokeTool::Stamp) {
-    stroke.StampName = StampVolume.ToString();
-    const VolumeObject* source = m_Scene->Find(stroke.StampName);
+    const VolumeObject* source = m_Scene->Find(StampVolume.ToString());
     stroke.StampSource = source == m_StrokeVolume ? nullptr : source;
   }
   return stroke;
@@ -330,7 +329,7 @@ std::string VoxelSculptTool::GetWorkHint() {
   return GetText(RightDragIsOurs ? "WORKHINT_SCULPT" : "WORKHINT_SCULPT_KEYS");
 }
 
-int32_t VoxelSculptTool::ChangedCells() const { return m_Report.ChangedCells + (m_Run ? m_Run->Report().Apply.ChangedCells : 0); }
+int64_t VoxelSculptTool::ChangedCells() const { return m_Report.ChangedCells + (m_Run ? m_Run->Report().Apply.ChangedCells : 0); }
 
 // Whether a step along each axis of the volume is as long as along the others.
 static bool IsUniform(const VolumeObject& volume) {

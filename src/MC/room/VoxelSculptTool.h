@@ -110,7 +110,7 @@ class VoxelSculptTool : public BasicTool {
   bool IsInScene(const VolumeObject* volume) const;
   bool OnKeyDown(const InputEvent& event);
   void LogMemory();
-  int32_t ChangedCells() const;
+  int64_t ChangedCells() const;
   void BeginAdjusting(Adjusting kind, float x, float y);
   void Adjust(float x, float y);
   void ApplyQueue();

@@ -1,11 +1,14 @@
 #include "comms/render/OffscreenPicture.h"
 
+#include <epoxy/gl.h>
+
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstring>
 #include <utility>
 
+#include "comms/Progress.h"
 #include "comms/render/EglContext.h"
 #include "comms/render/ScenePasses.h"
 #include "comms/render/cRenderGL.h"
@@ -44,12 +47,22 @@ cStr NoMemory(const PictureOptions& options) {
                 options.Height);
 }
 
-cStr CheckCamera(const PictureCamera& camera) {
-  const cVec3 sight = camera.Target - camera.Position;
+// Of boxes as long as the one of what is drawn: from farther away nothing fills a pixel, and the digits of a place are too few.
+constexpr double FarthestCamera = 1e7;
+
+cStr CheckCamera(const PictureCamera& camera, const Box& box) {
   if (!IsFinite(camera.Position) || !IsFinite(camera.Target) || !IsFinite(camera.Up))
     return "a number of the camera is not finite";
-  if (!(Length(sight) > 0)) return "the camera stands on its target";
-  if (!(Length(Cross(Normalized(sight), Normalized(camera.Up))) > 1e-4f)) return "the camera looks along its up direction";
+  if (camera.Position == camera.Target) return "the camera stands on its target";
+  const cVec3 middle = box.Min * 0.5f + box.Max * 0.5f, &from = camera.Position;
+  const double away = std::hypot(double(from.x) - middle.x, double(from.y) - middle.y, double(from.z) - middle.z);
+  const double size = std::max(double(box.Diagonal()), 1e-6);
+  if (away > FarthestCamera * size)
+    return Format("the camera stands %g units away from what is drawn, at most %g are possible at its size of %g", away,
+                  FarthestCamera * size, size);
+  const cMat4 view = LookAt(camera.Position, camera.Target, camera.Up);
+  const cVec3 back{view.m[0][2], view.m[1][2], view.m[2][2]};
+  if (!(Length(Cross(back, Normalized(camera.Up))) > 1e-4f)) return "the camera looks along its up direction";
   if (!(camera.FovDegrees >= 1 && camera.FovDegrees <= 150))
     return Format("the angle of view is %g degrees, 1 to 150 are possible", double(camera.FovDegrees));
   return {};
@@ -168,16 +181,25 @@ int OffscreenPicture::FindScale(const PictureOptions& options, cStr& error) cons
   return 0;
 }
 
-void OffscreenPicture::DrawItems(const cList<PictureItem>& items, int shader, const cVec3& albedo) {
+void OffscreenPicture::DrawItems(const cList<PictureItem>& items, int shader, const ScenePassOptions& passes) {
+  constexpr size_t trianglesAtOnce = size_t(1) << 20;
+  const int64_t pixels = int64_t(passes.Width) * passes.Height * passes.Supersampling * passes.Supersampling;
+  const size_t itemsAtOnce = items.size() / size_t(1 + pixels / ScenePasses::StripePixels) + 1;
+  size_t triangles = 0, drawn = 0;
   for (const PictureItem& item : items) {
     if (!item.Mesh || !item.Mesh->StagedVertices) continue;
     const bool kept = std::exchange(item.Mesh->KeepStaged, true);
     m_Render->SetShader(shader);  // a mesh may have brought its own
-    m_Render->SetConstant("c_Albedo", albedo);
+    m_Render->SetConstant("c_Albedo", passes.Albedo);
     m_Render->State.World = item.World;
     item.Mesh->Draw(m_Render.get());
     item.Mesh->ReleaseBuffers();
     item.Mesh->KeepStaged = kept;
+    triangles += size_t(item.Mesh->NumIndices) / 3;
+    drawn++;
+    if (triangles < trianglesAtOnce && drawn < itemsAtOnce) continue;
+    if (!passes.GoOn()) return;
+    triangles = drawn = 0;
   }
 }
 
@@ -187,13 +209,14 @@ bool OffscreenPicture::Render(const cList<PictureItem>& items, const PictureOpti
     return false;
   }
   const std::optional<Box> box = FindBox(items);
-  if (!box || !IsFinite(box->Min) || !IsFinite(box->Max)) {
-    error = box ? "Can't draw: the box of the meshes is not finite." : "Can't draw: no mesh has vertices.";
+  if (!box || !std::isfinite(box->Diagonal())) {
+    error = box ? "Can't draw: the box of the meshes is not finite, or too long to be measured."
+                : "Can't draw: no mesh has vertices.";
     return false;
   }
   const float aspect = float(options.Width) / float(options.Height);
   const PictureCamera camera = options.Camera ? *options.Camera : FrameItems(items, aspect);
-  if (const cStr fault = CheckCamera(camera); !fault.empty()) {
+  if (const cStr fault = CheckCamera(camera, *box); !fault.empty()) {
     error = "Can't draw: " + fault + ".";
     return false;
   }
@@ -206,16 +229,30 @@ bool OffscreenPicture::Render(const cList<PictureItem>& items, const PictureOpti
   passes.FinalTarget = m_Render->CreateTarget(
       {options.Width, options.Height, TextureFormat::Rgba8, TextureFormat::None, TextureFilter::Nearest, 1});
 
+  // The device works behind the calls; each question waits for what it was given.
+  bool cancelled = false;
+  int64_t asked = 0;
+  const int64_t pixels = int64_t(passes.Width) * passes.Height,
+                scenePixels = pixels * passes.Supersampling * passes.Supersampling;
+  const int64_t questions = 2 * (scenePixels / ScenePasses::StripePixels + 1) +  // the background and the meshes
+                            3 * (pixels / ScenePasses::StripePixels + 1);        // the occlusion twice and the composition
+  passes.GoOn = [&cancelled, &asked, questions] {
+    if (cancelled) return false;
+    glFinish();
+    cancelled = !ShowProgress(double(std::min(asked++, questions)), double(questions), "Render");
+    return !cancelled;
+  };
+
   m_Render->BeginFrame(0);
   m_Render->State.View = LookAt(camera.Position, camera.Target, camera.Up);
   m_Render->State.Projection = MakeProjection(camera, m_Render->State.View, *box, aspect);
   bool read = false;
   if (passes.FinalTarget >= 0 && m_Passes->Begin(*m_Render, passes)) {
-    DrawItems(items, m_Render->GetShaderID("mcubes", options.OutwardNormals ? "#define OUTWARD_NORMALS" : ""), passes.Albedo);
+    DrawItems(items, m_Render->GetShaderID("mcubes", options.OutwardNormals ? "#define OUTWARD_NORMALS" : ""), passes);
     m_Passes->Finish();
     m_Render->EndFrame();
-    read = m_Render->ReadTarget(passes.FinalTarget, image);
-    if (!read) error = "Can't draw: the device did not give the picture back.";
+    read = passes.GoOn() && m_Render->ReadTarget(passes.FinalTarget, image);
+    if (!read) error = cancelled ? "Can't draw: it was cancelled." : "Can't draw: the device did not give the picture back.";
   } else {
     error = NoMemory(options);
   }

@@ -12,13 +12,15 @@ namespace comms {
 class EglContext;
 class cRenderGL;
 class ScenePasses;
+struct ScenePassOptions;
 
 struct PictureItem {
   BaseMesh* Mesh = nullptr;
   cMat4 World;
 };
 
-/// Y is up. Position and Target differ, and Up is not parallel to the line between them.
+/// Y is up. Position and Target differ, Up is not parallel to the line between them, and what is drawn is nearer than 1e7 of its
+/// lengths.
 struct PictureCamera {
   cVec3 Position{0, 0, 1}, Target, Up{0, 1, 0};
   float FovDegrees = 28;  ///< full vertical angle, 1 .. 150
@@ -43,14 +45,15 @@ class OffscreenPicture {
   /// False with one sentence where there is no device, or where the shaders of the data folder do not compile on it.
   bool Init(const cStr& dataFolder, const cStr& userFolder, cStr& error);
   /// Draws the staged data of `items`, which stays as it is: nothing of the meshes remains on the device. Items without vertices
-  /// are left out. False with one sentence where nothing is left, the size or camera is unusable or memory runs out.
+  /// are left out. False with one sentence where nothing is left, the size or camera is unusable, memory runs out or the person
+  /// cancels.
   bool Render(const cList<PictureItem>& items, const PictureOptions& options, cImage& image, cStr& error);
   /// Vendor and renderer of the device.
   cStr DeviceName() const;
 
  private:
   int FindScale(const PictureOptions& options, cStr& error) const;
-  void DrawItems(const cList<PictureItem>& items, int shader, const cVec3& albedo);
+  void DrawItems(const cList<PictureItem>& items, int shader, const ScenePassOptions& passes);
   std::unique_ptr<EglContext> m_Context;
   std::unique_ptr<cRenderGL> m_Render;
   std::unique_ptr<ScenePasses> m_Passes;

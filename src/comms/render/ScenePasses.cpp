@@ -16,7 +16,8 @@ bool ScenePasses::Begin(cRender& render, const ScenePassOptions& options) {
   if (!MakeTargets()) return false;
   render.SetScissor(0, 0, -1, -1);
   render.SetTarget(m_Multisampled >= 0 ? m_Multisampled : m_Scene);
-  render.SetViewport(0, 0, m_Shape.Width * m_Shape.Scale, m_Shape.Height * m_Shape.Scale);
+  const ScreenPart whole{0, 0, m_Shape.Width * m_Shape.Scale, m_Shape.Height * m_Shape.Scale};
+  render.SetViewport(whole.X, whole.Y, whole.Width, whole.Height);
   render.SetFillState(render.CreateFillState({}));
   render.SetBlendState(render.CreateBlendState({}));
   render.SetDepthState(render.CreateDepthState({}));
@@ -27,7 +28,7 @@ bool ScenePasses::Begin(cRender& render, const ScenePassOptions& options) {
   render.SetConstant("c_Bottom", options.BackgroundBottom);
   render.SetConstant("c_Glow", options.BackgroundGlow);
   render.SetConstant("c_Vignette", options.Vignette);
-  DrawWhole();
+  DrawStripes(whole);
   SetSolid();
   return true;
 }
@@ -90,6 +91,18 @@ void ScenePasses::DrawWhole() {
   m_Render->Draw(BaseMesh::TriangleList, 0, 3);
 }
 
+// Sets the viewport to `part` of the target and fills it.
+void ScenePasses::DrawStripes(const ScreenPart& part) {
+  m_Render->SetViewport(part.X, part.Y, part.Width, part.Height);
+  if (!m_Options.GoOn) return DrawWhole();
+  const int rows = std::max(1, int(StripePixels / part.Width));
+  for (int y = 0; y < part.Height && m_Options.GoOn(); y += rows) {
+    m_Render->SetScissor(part.X, part.Y + y, part.Width, std::min(rows, part.Height - y));
+    DrawWhole();
+  }
+  m_Render->SetScissor(0, 0, -1, -1);
+}
+
 void ScenePasses::Finish() {
   if (m_Multisampled >= 0) m_Render->ResolveTarget(m_Multisampled, m_Scene);
   m_Render->SetFillState(m_Render->CreateFillState({}));
@@ -97,6 +110,7 @@ void ScenePasses::Finish() {
   m_Render->SetDepthState(m_Render->CreateDepthState({.Test = false, .Write = false}));
   DrawOcclusion();
   Compose();
+  m_Options.GoOn = {};  // of whoever wanted this picture
 }
 
 bool ScenePasses::Repeat(cRender& render) {
@@ -110,8 +124,9 @@ bool ScenePasses::Repeat(cRender& render) {
 }
 
 void ScenePasses::DrawOcclusion() {
-  m_Render->SetViewport(0, 0, (m_Shape.Width + m_Shape.Step - 1) / m_Shape.Step,
-                        (m_Shape.Height + m_Shape.Step - 1) / m_Shape.Step);
+  const ScreenPart whole{0, 0, (m_Shape.Width + m_Shape.Step - 1) / m_Shape.Step,
+                         (m_Shape.Height + m_Shape.Step - 1) / m_Shape.Step};
+  m_Render->SetViewport(0, 0, whole.Width, whole.Height);
   if (!(m_Options.OcclusionRadius > 0)) {
     m_Render->SetTarget(m_Blurred);
     m_Render->Clear({1, 1, 1, 1}, 1);
@@ -130,13 +145,12 @@ void ScenePasses::DrawOcclusion() {
     m_Render->SetConstant("c_FormTurns", turnsOf(m_Options.FormSamples));
     m_Render->SetConstant("c_CreaseSamples", float(m_Options.CreaseSamples));
     m_Render->SetConstant("c_CreaseTurns", turnsOf(m_Options.CreaseSamples));
-    DrawWhole();
+    DrawStripes(whole);
   }
 }
 
 void ScenePasses::Compose() {
   m_Render->SetTarget(m_Options.FinalTarget);
-  m_Render->SetViewport(m_Options.X, m_Options.Y, m_Shape.Width, m_Shape.Height);
   m_Render->SetShader(m_Render->GetShaderID("Compose", m_Shape.Step > 1 ? "#define COARSE_OCCLUSION" : ""));
   m_Render->SetTexture(m_Render->GetTextureParam("s_Scene"), m_Render->GetTargetTexture(m_Scene), -1);
   m_Render->SetTexture(m_Render->GetTextureParam("s_Depth"), m_Render->GetTargetDepth(m_Scene), -1);
@@ -147,7 +161,7 @@ void ScenePasses::Compose() {
   m_Render->SetConstant("c_Radius", m_Options.OcclusionRadius > 0 ? m_Options.OcclusionRadius : 1.0f);
   m_Render->SetConstant("c_Albedo", m_Options.Albedo);
   m_Render->SetConstant("c_Exposure", m_Options.Exposure);
-  DrawWhole();
+  DrawStripes({m_Options.X, m_Options.Y, m_Shape.Width, m_Shape.Height});
 }
 
 }  // namespace comms

@@ -1,6 +1,8 @@
 #pragma once
 // How a solid scene becomes a picture, whoever asks: light in linear numbers off-screen, darkening in cavities from the depth
 // picture, and a last pass that brings both onto the screen. Pictures without a window and the window's view are both made here.
+#include <functional>
+
 #include "comms/cRender.h"
 
 namespace comms {
@@ -20,11 +22,16 @@ struct ScenePassOptions {
   cVec3 BackgroundTop{0.060f, 0.066f, 0.076f}, BackgroundBottom{0.022f, 0.022f, 0.024f};  ///< linear
   cVec3 BackgroundGlow{0.115f, 0.120f, 0.130f};  ///< added in the middle of the background
   float Vignette = 0.42f;                        ///< part of the background's light that its corners lack
+  /// Asked between stripes of StripePixels, wherever the whole picture is gone over; false leaves the rest out. Empty: the passes
+  /// are drawn in one go.
+  std::function<bool()> GoOn = {};
 };
 
 /// Keeps the targets of the last picture; equal sizes make no new ones. Main thread.
 class ScenePasses {
  public:
+  static constexpr int64_t StripePixels = 1 << 21;  ///< what a slow device draws in a part of a second
+
   ScenePasses() = default;
   ~ScenePasses() { Release(); }
   ScenePasses(const ScenePasses&) = delete;
@@ -49,8 +56,12 @@ class ScenePasses {
   void SetWire();
 
  private:
+  struct ScreenPart {
+    int X, Y, Width, Height;
+  };
   bool MakeTargets();
   void DrawWhole();
+  void DrawStripes(const ScreenPart& part);
   void DrawOcclusion();
   void Compose();
 

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
-#include <sstream>
 
 #include "MC/room/RoomCommands.h"
 #include "MC/room/VoxelScene.h"
@@ -50,8 +49,7 @@ class Program {
   int RunBatch(const std::string& path) { return m_Runner.RunFile(path); }
   /// The sample job on somebody's mesh.
   int RunMeshJob(const std::string& mesh) {
-    std::istringstream import("ImportMesh File=" + QuoteBatchValue(mesh) + "\n");
-    const int code = m_Runner.RunStream(import, "command line");
+    const int code = m_Runner.RunCommand({"ImportMesh", {{"File", mesh}}}, "command line");
     return code != 0 ? code : m_Runner.RunFile(comms::JoinPath(m_Scene.DataFolder(), "Samples/mesh-job.batch"));
   }
 

@@ -322,7 +322,10 @@ void WindowProgram::StartForm() {
   m_Loop->ScaleChanged = [this] { ApplyOptions(); };
   m_Loop->Background = [this] {
     m_Messages->TellMemoryFailure();
-    if (std::exchange(m_ScreenshotWanted, false)) StoreScreenshot();
+    if (std::exchange(m_ScreenshotWanted, false)) {
+      StoreScreenshot();
+      m_Progress->Finish();
+    }
     if (m_DesktopTheme.HasAnswer()) ApplyTheme();
     m_CrashSave->Watch();
     return WorkOnScript();

@@ -75,16 +75,25 @@ int BatchRunner::RunStream(std::istream& input, const std::string& name) {
 // False where the run ends behind this line.
 bool BatchRunner::RunLine(const std::string& text, const std::string& place) {
   BatchLine line;
-  CommandResult result;
   std::string error;
+  const bool isUnderstood = ParseBatchLine(text, line, error);
+  return (isUnderstood && line.Name.empty()) || Perform(line, error, place);
+}
+
+int BatchRunner::RunCommand(const BatchLine& line, const std::string& place) {
+  Perform(line, {}, place);
+  return int(m_FirstFailure);
+}
+
+// A line that was read with the sentence `error`, empty where it was understood. False where the run ends behind it.
+bool BatchRunner::Perform(const BatchLine& line, std::string error, const std::string& place) {
+  CommandResult result;
   const auto start = std::chrono::steady_clock::now();
   const Command* command = nullptr;
   std::unique_ptr<CommandParameters> parameters;
   bool cancelled = false;
-  if (!ParseBatchLine(text, line, error)) {
+  if (!error.empty()) {
     result = CommandResult::Refuse(place + ": " + error);
-  } else if (line.Name.empty()) {
-    return true;
   } else if (!(command = m_Table.Find(line.Name))) {
     result = CommandResult::Refuse(place + ": " + m_Table.DescribeUnknown(line.Name));
   } else if (!(parameters = m_Table.ReadParameters(*command, line.Arguments, error))) {
@@ -94,6 +103,8 @@ bool BatchRunner::RunLine(const std::string& text, const std::string& place) {
     result = RunGuarded(*command, *parameters);
     cancelled = BatchProgress::IsCancelled();
     if (result.Kind == Failure::NotUnderstood) result.Message = place + ": " + result.Message;
+    // What was asked to stop has not failed at its input or output.
+    if (cancelled && !result.Ok()) result.Kind = Failure::CommandFailed;
   }
   const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
 
@@ -101,6 +112,10 @@ bool BatchRunner::RunLine(const std::string& text, const std::string& place) {
     const bool hasPlace = result.Message.starts_with(place);
     comms::LogError("%s", hasPlace ? result.Message.c_str() : (place + ": " + line.Name + ": " + result.Message).c_str());
     if (m_FirstFailure == Failure::None) m_FirstFailure = result.Kind;
+  }
+  if (cancelled) {  // also where the command was done before it heard: the run is not
+    comms::LogError("%s: interrupted; the lines behind it are not run", place.c_str());
+    if (m_FirstFailure == Failure::None) m_FirstFailure = Failure::CommandFailed;
   }
   if (!Answer(line.Name, took.count(), result)) {
     comms::LogError("the answers can't be written");

@@ -26,10 +26,13 @@ class BatchRunner {
   int RunFile(const std::string& path);
   /// Runs all lines of `input`; `name` stands for it in messages.
   int RunStream(std::istream& input, const std::string& name);
+  /// Runs one command that was never text, with whatever bytes in its values; `place` stands for it in messages.
+  int RunCommand(const BatchLine& line, const std::string& place);
 
  private:
   int FailToRead(const std::string& name, const char* reason);
   bool RunLine(const std::string& text, const std::string& place);
+  bool Perform(const BatchLine& line, std::string error, const std::string& place);
   bool Answer(const std::string& command, double milliseconds, const CommandResult& result);
 
   const CommandTable& m_Table;

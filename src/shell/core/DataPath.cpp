@@ -123,7 +123,7 @@ std::string FindDataFile(const std::string& relative) {
 }
 
 bool MakeFolderOf(const std::string& path) {
-  const std::string folder = comms::GetFolder(path);
+  const std::string folder = fs::path(path).parent_path();
   if (folder.empty()) return true;
   std::error_code fault;
   fs::create_directories(folder, fault);

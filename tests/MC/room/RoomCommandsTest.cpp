@@ -14,6 +14,7 @@
 #include "MC/VolumeChecks.h"
 #include "comms/Image.h"
 #include "comms/Log.h"
+#include "comms/Str.h"
 #include "shell/ParseJson.h"
 #include "shell/TestFolder.h"
 #include "shell/core/BatchRunner.h"
@@ -45,6 +46,16 @@ class RoomCommandsTest : public testing::Test {
     return code;
   }
   std::string Error() const { return m_Answer.value("error", ""); }
+  /// One line whose command is cancelled at its question number `asked`, from 0.
+  CommandResult RunCancelled(const std::string& text, int asked) {
+    BatchLine line;
+    std::string error;
+    EXPECT_TRUE(ParseBatchLine(text, line, error)) << error;
+    const Command* command = m_Table.Find(line.Name);
+    const auto parameters = m_Table.ReadParameters(*command, line.Arguments, error);
+    const volumechecks::Canceller canceller(asked);
+    return command->Run(*parameters);
+  }
 
   /// Everything that a command can change.
   auto Content() const {
@@ -109,6 +120,7 @@ TEST_F(RoomCommandsTest, FailuresChangeNothing) {
   m_Folder.Write("bad.stroke", "tool Segment\nsample 1 2\n");
   m_Folder.Write("stamp.stroke", "tool Stamp\nstamp v\nsample 0 0 0 0 0 1 1 1 1\n");
   m_Folder.Write("far.stroke", "sample 1e8 0 0 0 0 1 1 1 1\n");
+  m_Folder.Write("long.stroke", "tool Sphere\nsample 0 0 1 0 0 1 0.1 1 0\nsample 450000 0 1 0 0 1 0.1 1 0\n");
   m_Folder.Write("old.obj", "old");
   ASSERT_EQ(Run("ImportMesh File=@box.obj\nNewVolume Name=v VoxelSize=0.1\nDab Center=\"1 0 0\" Radius=1\nNewVolume Name=empty\n"
                 "SelectVolume Name=v"),
@@ -122,12 +134,16 @@ TEST_F(RoomCommandsTest, FailuresChangeNothing) {
       {"Stroke File=@bad.stroke", 3},
       {"Stroke File=@stamp.stroke", 1},
       {"Stroke File=@far.stroke", 1},
+      {"Stroke File=@long.stroke", 1},
       {"Stroke File=@stamp.stroke Volume=empty Project=true", 1},
       {"Dab Center=\"0 0 0\" Radius=1 Volume=none", 1},
       {"Dab Center=\"0 0 0\" Radius=1e5", 1},
       {"Dab Center=\"1e9 0 0\" Radius=1", 1},
       {"Dab Center=\"0 0 0\" Radius=90 Tool=Sphere", 1},
       {"Dab Center=\"0 0 0\" Radius=1 Tool=Sphere End=\"1 1 1\"", 2},
+      {"Dab Center=\"0 0 0\" Radius=1 Tool=Sphere Radius2=0.4", 2},
+      {"Dab Center=\"0 0 0\" Radius=1 Tool=Segment End=\"1 1 1\" Height=3", 2},
+      {"Dab Center=\"0 0 0\" Radius=1 Tool=Carve Radius2=2", 2},
       {"Dab Center=\"0 0 0\" Radius=1 Tool=Carve Normal=\"0 0 0\"", 2},
       {"NewVolume Name=v", 1},
       {"NewVolume Name=a/b", 1},
@@ -135,10 +151,12 @@ TEST_F(RoomCommandsTest, FailuresChangeNothing) {
       {"Report Volume=none", 1},
       {"Render File=@none.png Volume=empty", 1},
       {"ExportMesh File=@old.obj Volume=empty", 1},
-      {"ExportMesh File=@no/such/folder/a.obj", 4},
+      {"ExportMesh File=@old.obj/in/a.obj", 4},
       {"ExportMesh File=@a.unknown", 4},
-      {"ExportStl File=@old.obj Volume=empty", 1},
-      {"ExportStl File=@no/such/folder/a.stl", 4},
+      {"ExportStl File=@none.stl Volume=empty", 1},
+      {"ExportStl File=@old.obj/in/a.stl", 4},
+      {"ExportStl File=@none.obj", 2},
+      {"Render File=@none.jpg", 2},
       {"Voxelize Name=w Resolution=16384", 1},
       {"Voxelize Name=v Resolution=32", 1},
       {"Voxelize Into=v Name=x", 2},
@@ -153,13 +171,25 @@ TEST_F(RoomCommandsTest, FailuresChangeNothing) {
   EXPECT_TRUE(Content() == before);
   EXPECT_LT(m_Scene.Current()->Cells.Count(), 1000u) << "a dab that was too large left its cells behind";
   EXPECT_EQ(m_Folder.Read("old.obj"), "old");
-  EXPECT_FALSE(m_Folder.Has("no"));
+  EXPECT_FALSE(m_Folder.Has("none.obj") || m_Folder.Has("none.stl") || m_Folder.Has("none.jpg"));
   EXPECT_TRUE(m_Scene.Mesh() && m_Scene.MeshName() == "box") << "the mesh that was there is still the one";
   Run("ImportMesh File=@box.obj;@nan.obj");
   EXPECT_EQ(Error(), m_Folder.Path("nan.obj") + ", line 2: the vertex is \"1 nan 0\", three finite numbers are expected");
-  ASSERT_EQ(Run("Validate File=@none.obj;@nan.obj;@wild.obj"), 0);
-  EXPECT_EQ(m_Answer["faults"], 2);
-  EXPECT_THAT(m_Answer["first"], testing::HasSubstr("nan.obj, line 2"));
+  m_Folder.Write("words.obj", "v nan 0 0\nv 0 0 x\n");
+  m_Folder.Write("zero.obj", std::string(5000, '\0'));
+  const struct {
+    const char* Files;
+    int Faults;
+    const char* First;
+  } faulty[] = {{"@nan.obj;@wild.obj", 2, "nan.obj, line 2"},
+                {"@words.obj", 2, "words.obj, line 1"},
+                {"@zero.obj", 1, "holds neither vertices nor polygons"},
+                {"@box.obj;@none.obj", 1, "none.obj"}};
+  for (const auto& c : faulty) {
+    ASSERT_EQ(Run(std::string("Validate File=") + c.Files), 0);
+    EXPECT_EQ(m_Answer["faults"], c.Faults) << c.Files;
+    EXPECT_THAT(m_Answer["first"], testing::HasSubstr(c.First));
+  }
 }
 
 // A box and a ball whose common volume is known: a new volume, then merged into the ball in the three modes.
@@ -169,6 +199,16 @@ TEST_F(RoomCommandsTest, MeshBecomesAVolumeOrIsMergedIntoOne) {
   EXPECT_EQ(m_Answer["bounds"]["max"][2], 1);
   ASSERT_EQ(Run("Voxelize VoxelSize=0.05"), 0) << Error();
   EXPECT_EQ(m_Answer["resolution"], 40);
+  m_Folder.Write("..obj", std::string(BoxObj) + "v 900 0 0\n");  // a vertex that no polygon uses is no part of its size
+  ASSERT_EQ(Run("ImportMesh File=@..obj\nVoxelize Resolution=64"), 0) << Error();
+  EXPECT_EQ(m_Answer["resolution"], 64);
+  EXPECT_EQ(m_Answer["name"], "mesh") << "where the file's can't be a volume's";
+  std::string umlauts;
+  for (int i = 0; i < 120; ++i) umlauts += "\u00E4";
+  m_Folder.Write("x" + umlauts + ".obj", BoxObj);
+  ASSERT_EQ(Run("ImportMesh File=@x" + umlauts + ".obj\nVoxelize Name=coarse VoxelSize=1e6"), 0) << Error();
+  EXPECT_EQ(m_Scene.MeshName(), "x" + umlauts.substr(0, 198)) << "as long as a volume's name may be, in whole characters";
+  EXPECT_EQ(m_Answer["resolution"], 1);
   ASSERT_EQ(Run("Voxelize Name=other Resolution=40\nReport"), 0);
   EXPECT_NEAR(m_Answer["voxelSize"], 0.05, 1e-6);
   EXPECT_NEAR(m_Answer["volume"], 8, 24 * 0.05 / 4);
@@ -244,6 +284,31 @@ TEST_F(RoomCommandsTest, VolumesAreNamedSelectedAndDeleted) {
   EXPECT_EQ(Run("Report") + Run("Undo"), 2) << "nothing is left, of the history either";
 }
 
+// Wherever a command is cancelled, the scene and the files are as they were, and it can be run again.
+TEST_F(RoomCommandsTest, CancelledCommandsChangeNothing) {
+  m_Folder.Write("box.obj", BoxObj);
+  m_Folder.Write("old.obj", "old");
+  m_Folder.Write("old.stl", "old");
+  ASSERT_EQ(Run("ImportMesh File=@box.obj\nNewVolume Name=v VoxelSize=0.05\nDab Center=\"1 0 0\" Radius=1"), 0);
+  for (const std::string line : {"Report", "Polygonize Whole=true", "Voxelize Name=w Resolution=40", "Voxelize Into=w Mode=1",
+                                 "ExportMesh Volume=v File=", "ExportStl Volume=v File="}) {
+    const auto before = Content();
+    const std::string file = line.back() != '=' ? "" : m_Folder.Path(line.starts_with("ExportMesh") ? "old.obj" : "old.stl");
+    m_Scene.Find("v")->MarkAllChanged();
+    int asked = 0;
+    for (; asked < 10000; ++asked) {
+      const CommandResult result = RunCancelled(line + file, asked);
+      if (result.Ok()) break;
+      ASSERT_THAT(result.Message, testing::HasSubstr("cancelled")) << line;
+      ASSERT_TRUE(Content() == before) << line;
+      ASSERT_TRUE(file.empty() || m_Folder.Read(comms::GetFileName(file)) == "old") << line;
+    }
+    EXPECT_GT(asked, 1) << line;
+  }
+  ASSERT_EQ(Run("SelectVolume Name=v\nReport"), 0);
+  EXPECT_NEAR(double(m_Answer["volume"]), 4 * std::numbers::pi / 3, 0.1) << "no part of the surface is missing";
+}
+
 // A stroke written for the unit box lands on the surface of any volume; what misses it is counted.
 TEST_F(RoomCommandsTest, ProjectedStrokeLandsOnTheSurface) {
   m_Folder.Write("bumps.stroke", "tool Sphere\nsample 0 0 0  0 0 1  0.2 1 1\nstroke\nsample 0.99 0.99 0  0 0 1  0.2 1 1\n");
@@ -269,6 +334,20 @@ TEST_F(RoomCommandsTest, RenderShowsTheSolid) {
   const auto green = [&](int x, int y) { return int(image.Pixel(x, y)[1]); };
   for (const int x : {2, 93}) EXPECT_LT(green(x, 6), green(48, 6)) << "the ball fills the height and leaves the sides free";
   EXPECT_NEAR(m_Answer["target"][0], 5, 0.1);
+
+  for (const std::string view : {"Elevation=90", "Elevation=-90", "Position=\"5 9 0\"", "Position=\"5 -9 0\" Target=\"5 0 0\""}) {
+    ASSERT_EQ(Run("Render File=@a/b/c.png Width=96 Height=64 " + view), 0) << Error();
+    ASSERT_TRUE(comms::LoadPng(m_Folder.Path("a/b/c.png"), image, error)) << error;
+    EXPECT_LT(green(2, 6), green(48, 6)) << view;
+  }
+  EXPECT_EQ(Run("Render File=@c.png Position=\"1e30 0 0\""), 1);
+  EXPECT_THAT(Error(), testing::HasSubstr("1e+30 units away from what is drawn"));
+  int asked = 0;
+  for (CommandResult result; !result.Ok() || asked == 0; ++asked) {
+    result = RunCancelled("Render Width=96 Height=64 File=" + m_Folder.Path("c.png"), asked);
+    ASSERT_TRUE(result.Ok() == m_Folder.Has("c.png") && asked < 1000) << result.Message;
+  }
+  EXPECT_GT(asked, 4) << "the surface, the passes, the file";
 }
 
 }  // namespace

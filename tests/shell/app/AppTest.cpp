@@ -100,11 +100,11 @@ TEST_F(AppTest, MeshBecomesSculptureBecomesMesh) {
 
 // `morvane MESH` works without a batch file, whatever the mesh is called.
 TEST_F(AppTest, MeshJob) {
-  Files.Write("my post.obj", MakePost());
-  const Outcome outcome = Run("--mesh-job 'my post.obj'");
+  Files.Write("my;a post\xE4\n.obj", MakePost());  // no list, no text, no line
+  const Outcome outcome = Run("--mesh-job 'my;a post\xE4\n.obj'");
   if (outcome.Code == 1 && outcome.Err.find("EGL") != std::string::npos) GTEST_SKIP() << outcome.Err;
   EXPECT_EQ(outcome.Code, 0) << outcome.Err;
-  for (const char* name : {"out/my post-sculpted.png", "out/my post-sculpted.obj", "out/my post-sculpted.stl"})
+  for (const char* name : {"out/my;a post__-sculpted.png", "out/my;a post__-sculpted.obj", "out/my;a post__-sculpted.stl"})
     EXPECT_GT(fs::file_size(Files.Path(name)), 1000u) << name;
 }
 

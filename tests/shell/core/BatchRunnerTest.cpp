@@ -51,7 +51,11 @@ class BatchRunnerTest : public testing::Test {
     });
     Add("Interrupt", [] {
       std::raise(SIGINT);  // as Ctrl-C while it works
-      return comms::ShowProgress(1, 2, "Working") ? CommandResult::Done() : CommandResult::Fail("cancelled");
+      return comms::ShowProgress(1, 2, "Working") ? CommandResult::Done() : CommandResult::NoOutput("cancelled");
+    });
+    Add("InterruptLate", [] {
+      std::raise(SIGINT);  // too late to be heard
+      return CommandResult::Done();
     });
   }
   ~BatchRunnerTest() override { SetEngineHost(nullptr); }
@@ -136,6 +140,10 @@ TEST_F(BatchRunnerTest, InterruptCancelsTheCommandAndTheRun) {
   EXPECT_EQ(Run("Interrupt\nTry\n", true), 1);
   ASSERT_EQ(m_Answers.size(), 1u);
   EXPECT_EQ(Error(), "cancelled");
+  EXPECT_EQ(Run("InterruptLate\nTry\n", true), 1) << "the run is not whole, though no command failed";
+  ASSERT_EQ(m_Answers.size(), 1u);
+  EXPECT_EQ(m_Answers[0]["ok"], true);
+  EXPECT_NE(m_Log.find("job:1: interrupted; the lines behind it are not run"), std::string::npos) << m_Log;
   EXPECT_EQ(Run("Try\n"), 0) << "the next run starts afresh";
 }
 
@@ -180,7 +188,8 @@ TEST_F(BatchRunnerTest, FilesAreFoundBesideTheBatchFile) {
   EXPECT_EQ(Run(line("ReadXml", "TryParams", "bad.xml")), 3);
   EXPECT_EQ(Run(line("ReadXml", "TryParams", "none.xml")), 3);
   EXPECT_EQ(Run(line("ReadXml", "NoSuchClass", "in.xml")), 1);
-  EXPECT_EQ(Run(line("WriteXml", "TryParams", "no/such/folder/out.xml")), 4);
+  EXPECT_EQ(Run(line("WriteXml", "TryParams", "in/a/folder/out.xml")), 0) << Error();
+  EXPECT_EQ(Run(line("WriteXml", "TryParams", "in.xml/out.xml")), 4);
 }
 
 // Why a file is no XML, in the answer itself.
