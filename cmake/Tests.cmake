@@ -11,7 +11,7 @@ set_tests_properties(Layers.BreachIsRefused PROPERTIES
   PASS_REGULAR_EXPRESSION "'Lower' is headless and includes <GL/gl.h>.*'Lower' may not include 'Upper'")
 
 # The thread sanitizer takes its time, and doesn't see the joins of libraries that are built without it.
-set(testLimit 300)
+set(testLimit 600)
 set(testEnvironment)
 if(MORVANE_SANITIZE MATCHES "thread")
   set(testLimit 1800)
