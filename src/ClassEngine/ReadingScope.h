@@ -43,8 +43,8 @@ class SourceFileScope {
 /// One reading, from the Load or LoadBin that a caller began to all that it calls: scopes inside the first belong to its reading.
 ///
 /// A tag of a few bytes makes a whole object. The objects made for items, and the tree that they are read from, may together take
-/// XmlMemoryBase and 4 times what is read; for the next one no item is made, and the reading stops. Counted are the objects with what
-/// their constructors put into their reflected containers.
+/// XmlMemoryBase and 4 times what is read; for the next one no item is made, and the reading stops. Counted are the objects with
+/// what their constructors put into their reflected containers.
 class ReadingScope {
  public:
   explicit ReadingScope(const XmlNode& source);
