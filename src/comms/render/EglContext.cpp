@@ -2,6 +2,7 @@
 
 #include <epoxy/egl.h>
 #include <iterator>
+#include <utility>
 
 #include "comms/render/DeviceReport.h"
 #include "comms/render/GlDebug.h"
@@ -102,6 +103,36 @@ EglContext::~EglContext() {
   if (m_Context && eglGetCurrentContext() == m_Context) eglMakeCurrent(m_Display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
   if (m_Surface) eglDestroySurface(m_Display, m_Surface);
   if (m_Context) eglDestroyContext(m_Display, m_Context);
+}
+
+// --- beside a window -----------------------------------------------------------------------------------------------------------
+
+static WindowContext& GetWindowContext() {
+  static WindowContext context;
+  return context;
+}
+
+void SetWindowContext(WindowContext context) { GetWindowContext() = std::move(context); }
+
+static void LeaveWindow() {
+  if (GetWindowContext().Leave) GetWindowContext().Leave();
+}
+
+static void ReturnToWindow() {
+  if (!GetWindowContext().Return) return;
+  // Another library's context can't become current while EGL holds the thread.
+  if (eglGetCurrentContext()) eglMakeCurrent(eglGetCurrentDisplay(), EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+  GetWindowContext().Return();
+}
+
+ContextTurn::ContextTurn() { LeaveWindow(); }
+ContextTurn::~ContextTurn() { ReturnToWindow(); }
+
+void ContextTurn::Interrupt(EglContext& context, const std::function<void()>& work) {
+  ReturnToWindow();
+  work();
+  LeaveWindow();
+  context.MakeCurrent();
 }
 
 }  // namespace comms

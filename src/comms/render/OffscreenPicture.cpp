@@ -135,14 +135,21 @@ PictureCamera FrameItems(const cList<PictureItem>& items, float aspect) {
 }  // namespace
 
 OffscreenPicture::OffscreenPicture() = default;
-OffscreenPicture::~OffscreenPicture() {
-  if (m_Context) m_Context->MakeCurrent();
+OffscreenPicture::~OffscreenPicture() { Close(); }
+
+// What is on the device goes while its context is current.
+void OffscreenPicture::Close() {
+  if (!m_Context) return;
+  const ContextTurn turn;
+  m_Context->MakeCurrent();
+  m_Passes.reset();
+  m_Render.reset();
+  m_Context.reset();
 }
 
 bool OffscreenPicture::Init(const cStr& dataFolder, const cStr& userFolder, cStr& error) {
-  if (m_Context) m_Context->MakeCurrent();
-  m_Passes.reset();
-  m_Render.reset();
+  Close();
+  const ContextTurn turn;
   m_Context = EglContext::Create(error);
   if (!m_Context) return false;
   m_Render = std::make_unique<cRenderGL>();
@@ -204,6 +211,7 @@ void OffscreenPicture::DrawItems(const cList<PictureItem>& items, int shader, co
 }
 
 bool OffscreenPicture::Render(const cList<PictureItem>& items, const PictureOptions& options, cImage& image, cStr& error) {
+  const ContextTurn turn;
   if (!m_Passes || !m_Context->MakeCurrent()) {
     error = "Can't draw: there is no device.";
     return false;
@@ -236,10 +244,11 @@ bool OffscreenPicture::Render(const cList<PictureItem>& items, const PictureOpti
                 scenePixels = pixels * passes.Supersampling * passes.Supersampling;
   const int64_t questions = 2 * (scenePixels / ScenePasses::StripePixels + 1) +  // the background and the meshes
                             3 * (pixels / ScenePasses::StripePixels + 1);        // the occlusion twice and the composition
-  passes.GoOn = [&cancelled, &asked, questions] {
+  passes.GoOn = [this, &cancelled, &asked, questions] {
     if (cancelled) return false;
     glFinish();
-    cancelled = !ShowProgress(double(std::min(asked++, questions)), double(questions), "Render");
+    ContextTurn::Interrupt(*m_Context,
+                           [&] { cancelled = !ShowProgress(double(std::min(asked++, questions)), double(questions), "Render"); });
     return !cancelled;
   };
 

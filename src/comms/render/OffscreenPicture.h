@@ -52,6 +52,7 @@ class OffscreenPicture {
   cStr DeviceName() const;
 
  private:
+  void Close();
   int FindScale(const PictureOptions& options, cStr& error) const;
   void DrawItems(const cList<PictureItem>& items, int shader, const ScenePassOptions& passes);
   std::unique_ptr<EglContext> m_Context;

@@ -73,6 +73,7 @@ bool cRenderGL::CompileShader(Shader& shader, bool readFile) {
     if (!shader.Program) UseShipped(shader);
     return false;
   }
+  m_ToldFailures.erase(shader.Name);
   UseProgram(shader, program, file);
   return true;
 }
@@ -193,10 +194,11 @@ void cRenderGL::BindProgram(unsigned program) {
   m_BoundProgram = program;
 }
 
-void cRenderGL::RecordFailure(const Shader& shader, const cStr& log) const {
+// The log tells a file's fault once, however many variants are made of it; the developer's list has each of them.
+void cRenderGL::RecordFailure(const Shader& shader, const cStr& log) {
   const cStr block =
       Format("shader: %s\ndefines: %s\ncompiling log:\n%s", shader.Name.c_str(), shader.Defines.c_str(), log.c_str());
-  LogError("%s", block.c_str());
+  if (cStr& told = m_ToldFailures[shader.Name]; told != log) LogError("%s", (told = log, block).c_str());
   AppendToUnknownShaders(block + '\n');
 }
 

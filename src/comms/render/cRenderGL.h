@@ -3,6 +3,7 @@
 // calls Init; window or off-screen makes no difference to it. It remembers what is set in the context, so nobody else may set
 // anything there. Device, states and frames are in cRenderGL.cpp, the rest in RenderTextures.cpp, RenderTargets.cpp,
 // RenderBuffers.cpp, RenderShaders.cpp and RenderConstants.cpp.
+#include <map>
 #include <memory>
 #include <mutex>
 
@@ -167,7 +168,7 @@ class cRenderGL : public cRender {
   void UseShipped(Shader& shader);
   unsigned LinkProgram(const ShaderFile& file, const cStr& defines, cStr& log) const;
   void ReadUniforms(Shader& shader);
-  void RecordFailure(const Shader& shader, const cStr& log) const;
+  void RecordFailure(const Shader& shader, const cStr& log);
   void AppendToUnknownShaders(const cStr& text) const;
   void BindProgram(unsigned program);
   // constants
@@ -215,6 +216,7 @@ class cRenderGL : public cRender {
   cList<BlendState> m_BlendStates;
   cList<FillState> m_FillStates;
   cList<Shader> m_Shaders;
+  std::map<cStr, cStr> m_ToldFailures;  ///< by shader name, what the log said of it last
   cList<Texture> m_Textures;
   cList<Target> m_Targets;
   cList<Buffer> m_Buffers;

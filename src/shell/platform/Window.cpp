@@ -7,6 +7,7 @@
 
 #include "comms/Log.h"
 #include "comms/render/DeviceReport.h"
+#include "comms/render/EglContext.h"
 #include "comms/render/GlDebug.h"
 #include "interface/BaseWidget.h"
 #include "shell/platform/DisplayScale.h"
@@ -175,6 +176,8 @@ bool Window::Create(const std::string& title, const WindowPlacement& placement, 
   state.StartMaximised = placement.Maximised;
   state.MeasureSize();
   state.MeasureScale();
+  comms::SetWindowContext(
+      {[&state] { SDL_GL_MakeCurrent(state.Handle, nullptr); }, [&state] { SDL_GL_MakeCurrent(state.Handle, state.Context); }});
   return true;
 }
 
@@ -210,6 +213,7 @@ void Window::Destroy() {
     if (cursor) SDL_FreeCursor(cursor);
   state.FreeArrow();
   SDL_SetEventFilter(nullptr, nullptr);
+  comms::SetWindowContext({});
   SDL_GL_DeleteContext(state.Context);
   SDL_DestroyWindow(state.Handle);
   SDL_QuitSubSystem(SDL_INIT_VIDEO);
