@@ -128,6 +128,7 @@ class HotKeyRow : public BaseWidget {
     plan.KeysHeight = canvas.Px(20);
     plan.KeysWidth = std::max(leastKeys, std::min(std::floor(width * 0.36f), canvas.Px(200)));
     plan.NameHeight = canvas.Px(26);
+    if (left + name + pad + keys + reset <= width) plan.KeysWidth = std::max(plan.KeysWidth, std::ceil(keys));
     plan.Stacked = keys > plan.KeysWidth || left + name + pad + plan.KeysWidth + reset > width;
     if (!plan.Stacked) return plan;
     const float nameWidth = std::max(0.0f, width - left);
