@@ -109,8 +109,9 @@ const bench::Benchmark largeScene("FrameScene", [](std::vector<bench::Claim>& cl
   size_t cells = 0;
   for (const auto& volume : rig.Scene.Volumes())
     volume->ForEachCell([&](const CellKey&, const VoxelCell& cell) { cells += cell.Surface && !cell.Surface->Empty(); });
-  bench::Claim perGroup = bench::LimitClaim("5 million triangles in view: draw calls of the scene / visible groups",
-                                            double(calls), double(seen.VisibleGroups));
+  bench::Claim perGroup =
+      bench::LimitClaim("5 million triangles in view: draw calls of the scene and its shadow / two for each visible group",
+                        double(calls), 2 * double(seen.VisibleGroups));
   std::snprintf(note, sizeof note, "%zu cells with a surface", cells);
   perGroup.Note = note;
   if (calls == 0) perGroup.Failed = "the frame was the one before";

@@ -16,6 +16,7 @@ uniform sampler2D s_Depth;
 uniform sampler2D s_Occlusion;
 uniform int c_Scale;       // pixels of s_Depth per pixel here, along a side
 uniform float c_Radius;    // of the large search, in world units
+uniform float c_Detail;    // what the surface shows at the finest, world units: a voxel; 0: not known
 uniform int c_FormSamples;
 uniform float c_FormTurns;
 uniform int c_CreaseSamples;
@@ -88,6 +89,13 @@ void main() {
     return;
   }
   vec3 place = placeAt(pixel);
+  // Far below a voxel there are no cavities, and the steps of the depth picture would show in their place.
+  float size = 2.0 * float(c_Scale) * (isParallel() ? 1.0 : -place.z) / (g_ProjectionMatrix[1][1] * float(textureSize(s_Depth, 0).y));
+  float fade = smoothstep(0.01, 0.04, size / max(c_Detail, 1e-30));
+  if (fade <= 0.0) {
+    o_Color = vec4(1.0);
+    return;
+  }
   vec3 right = shorter(placeAt(pixel + ivec2(1, 0)) - place, place - placeAt(pixel - ivec2(1, 0)));
   vec3 up = shorter(placeAt(pixel + ivec2(0, 1)) - place, place - placeAt(pixel - ivec2(0, 1)));
   vec3 normal = normalize(cross(right, up));
@@ -95,7 +103,7 @@ void main() {
   float angle = float((cell * 7 + 3 * (pixel.y & 3)) & 15) / 16.0 * 6.2831853;
   float form = occlusion(pixel, place, normal, angle, c_Radius, c_FormSamples, c_FormTurns, 0.55);
   float crease = occlusion(pixel, place, normal, angle + 1.7, c_Radius * 0.14, c_CreaseSamples, c_CreaseTurns, 0.6);
-  o_Color = vec4(form * crease);
+  o_Color = vec4(lerp(1.0, form * crease, fade));
 }
 
 #endif

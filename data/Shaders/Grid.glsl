@@ -51,7 +51,9 @@ void main() {
   float alpha = max(lines(fine, width) * 0.4, lines(fine * 0.1, width * 0.1)) * fade * c_Alpha * strength(c_Color);
   vec2 pixel = fwidth(world) * max(c_LineWidth, 1.0);
   float alongX = axis(world.y, pixel.y), alongZ = axis(world.x, pixel.x);
-  float axisAlpha = max(alongX, alongZ) * fade * c_Alpha * 0.8;
+  // Axes are told apart by their colours: on a light ground they need all of it.
+  float full = strength(c_Color);
+  float axisAlpha = max(alongX, alongZ) * pow(fade, lerp(1.0, 0.4, full)) * saturate(c_Alpha * lerp(0.6, 1.9, full));
   vec3 color = axisAlpha > alpha ? (alongX > alongZ ? c_AxisX : c_AxisZ) : c_Color;
   alpha = saturate(max(alpha, axisAlpha));
   o_Color = vec4(color * alpha, alpha);

@@ -1,6 +1,7 @@
 // A volume lit by a picture of a sphere: the normal, as the viewer sees it, chooses the light. Normals point into the solid.
 // Output: light, linear; alpha is the part that occlusion does not dim.
-// With WIRE: the edges of the triangles, a little before the surface.
+// VERTEX_COLORS tints it with the colours of the vertices: sRGB, middle grey leaves it as it is.
+// With WIRE: the edges of the triangles, a little before the surface; where they stand closer than the eye can part them they grow faint.
 
 // Vertex shader
 uniform mat4 g_WorldViewProjectionMatrix;
@@ -26,17 +27,22 @@ void main() {
 // Fragment shader
 uniform mat4 g_ProjectionMatrix;
 uniform sampler2D s_Matcap;
-uniform vec4 c_Wire;  // premultiplied
+uniform float g_ViewportHeight;
+uniform vec3 c_Wire;   // light of a line
+uniform float c_Edge;  // length of an edge as it is seen from straight above, in units of the viewer's space
 in vec4 v_Color;
 in vec3 v_Position;
 in vec3 v_Normal;
 out vec4 o_Color;
 
 void main() {
-#ifdef WIRE
-  o_Color = c_Wire;
-#else
   vec3 n = normalize(v_Normal);
+#ifdef WIRE
+  float facing = abs(dot(n, normalize(v_Position)));
+  float pixels = c_Edge * lerp(0.25, 1.0, facing) * gl_FragCoord.w * g_ProjectionMatrix[1][1] * g_ViewportHeight * 0.5;
+  float alpha = lerp(0.02, 0.5, smoothstep(2.0, 8.0, pixels));
+  o_Color = vec4(c_Wire * alpha, alpha);
+#else
   vec3 v = g_ProjectionMatrix[2][3] == 0.0 ? vec3(0.0, 0.0, 1.0) : normalize(-v_Position);
   // A frame across the line to the eye, so that a sphere looks alike in the middle and at the border of the view.
   vec3 right = normalize(vec3(v.z, 0.0, -v.x));
@@ -45,7 +51,7 @@ void main() {
   vec3 light = texture(s_Matcap, place).rgb;
   light *= light * 4.0;  // stored as the root of a quarter
 #ifdef VERTEX_COLORS
-  light *= v_Color.rgb * v_Color.rgb;
+  light *= pow(v_Color.rgb / 0.50196, vec3(2.2));
 #endif
   o_Color = vec4(light, 0.35);
 #endif

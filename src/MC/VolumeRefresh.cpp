@@ -26,6 +26,30 @@ const VertexLayout& CellVertexLayout() {
   return layout;
 }
 
+// A vertex of a group in which some surface has colours. Bytes as they lie in memory: red first.
+struct ColoredVertex {
+  VolumeVertex Vertex;
+  uint32_t Color;
+};
+const VertexLayout& ColoredVertexLayout() {
+  static const VertexLayout layout = [] {
+    VertexLayout colored = CellVertexLayout();
+    colored.Stride = sizeof(ColoredVertex);
+    colored.Elements.push_back({VertexUsage::Color, VertexFormat::Color8, offsetof(ColoredVertex, Color)});
+    return colored;
+  }();
+  return layout;
+}
+
+// The surface's vertices with their base colours, those of the first layer.
+void TakeColored(const SurfaceData& surface, std::vector<ColoredVertex>& vertices) {
+  const uint32_t count = surface.Vertices().Count();
+  const Block<uint32_t>* colors = surface.ColorLayers().Count() ? &surface.ColorLayers()[0].Colors : nullptr;
+  vertices.resize(count);
+  for (uint32_t i = 0; i < count; i++)
+    vertices[i] = {surface.Vertices()[i], colors && i < colors->Count() ? (*colors)[i] : DefaultVertexColor};
+}
+
 /// visit(cell) for the cells of a group that are drawn with it, x fastest.
 template <class Visit>
 void ForEachDrawnCell(const CellTable& cells, int32_t gx, int32_t gy, int32_t gz, Visit&& visit) {
@@ -173,17 +197,22 @@ std::unique_ptr<BaseMesh> VolumeObject::BuildGroupMesh(int32_t gx, int32_t gy, i
   box = {};
   rect = {};
   size_t vertexTotal = 0, indexTotal = 0;
+  bool hasColors = false;
   ForEachDrawnCell(Cells, gx, gy, gz, [&](const VoxelCell& cell) {
     box.Add(cell.Surface->Box);
     Merge(rect, cell.Surface->ScreenRect);
+    hasColors = hasColors || cell.Surface->ColorLayers().Count();
     vertexTotal += cell.Surface->Vertices().Count();
     indexTotal += cell.Surface->Indices().Count();
   });
   if (vertexTotal == 0 || indexTotal == 0) return nullptr;
-  auto mesh = std::make_unique<BaseMesh>(vertexTotal, indexTotal, CellVertexLayout());
+  auto mesh = std::make_unique<BaseMesh>(vertexTotal, indexTotal, hasColors ? ColoredVertexLayout() : CellVertexLayout());
+  std::vector<ColoredVertex> colored;
   ForEachDrawnCell(Cells, gx, gy, gz, [&](const VoxelCell& cell) {
     const SurfaceData& surface = *cell.Surface;
-    mesh->Append(surface.Vertices().Data(), surface.Vertices().Count(), surface.Indices().Data(), surface.Indices().Count());
+    if (hasColors) TakeColored(surface, colored);
+    const void* vertices = hasColors ? static_cast<const void*>(colored.data()) : surface.Vertices().Data();
+    mesh->Append(vertices, surface.Vertices().Count(), surface.Indices().Data(), surface.Indices().Count());
   });
   mesh->Finish();
   return mesh;

@@ -9,7 +9,8 @@ namespace {
 
 constexpr int GroupEdge = GroupSize * CellSize, ClusterEdge = 3, Slots = GroupEdge / ClusterEdge;  // voxels; along an axis
 static_assert(GroupEdge % ClusterEdge == 0);
-constexpr float OnBorder = 1e-3f;  // voxels
+constexpr float OnBorder = 1e-3f;        // voxels
+constexpr float LeastAgreement = 0.93f;  // length of the mean normal; below it the cube holds an edge
 
 // Whether a coordinate, which counts from the group's lower border, lies in a border plane. A vertex on a grid edge across the
 // plane stays within its group however close it comes: the neighbour doesn't have it.
@@ -26,6 +27,19 @@ int CubeOf(const VolumeVertex& v, const cVec3& corner) {
   }
   return cube;
 }
+
+// How much the surface turns within a cube. An edge that became one vertex a cube would be a chamfer, in form and in light, and
+// break where the border planes keep it as it is: there every vertex stays too.
+struct Bend {
+  cVec3 Sum;
+  int Count = 0;
+
+  void Add(const VolumeVertex& v) {
+    Sum += {v.nx, v.ny, v.nz};
+    Count++;
+  }
+  bool IsSharp() const { return Length(Sum) < LeastAgreement * float(Count); }
+};
 
 struct Cluster {
   double X = 0, Y = 0, Z = 0, Count = 0;
@@ -51,16 +65,23 @@ std::unique_ptr<comms::BaseMesh> MakeCoarseMesh(const VolumeObject& volume, cons
   const auto fine = volume.BuildGroupMesh(group.x, group.y, group.z, box, rect);
   if (!fine) return coarse;
 
-  // Clusters in the order in which they are met. The sums are so fine that their order does not show.
-  std::vector<int32_t> clusterAt(size_t(Slots) * Slots * Slots, -1);
-  std::vector<Cluster> clusters;
-  std::vector<uint32_t> clusterOf(size_t(fine->NumVertices));
+  std::vector<int> cubeOf(size_t(fine->NumVertices));
+  std::vector<Bend> bends(size_t(Slots) * Slots * Slots);
   const cVec3 corner{float(group.x) * GroupEdge, float(group.y) * GroupEdge, float(group.z) * GroupEdge};
   const auto* vertices = reinterpret_cast<const VolumeVertex*>(fine->StagedVertices.get());
+  for (size_t i = 0; i < cubeOf.size(); i++) {
+    cubeOf[i] = CubeOf(vertices[i], corner);
+    if (cubeOf[i] >= 0) bends[size_t(cubeOf[i])].Add(vertices[i]);
+  }
+
+  // Clusters in the order in which they are met. The sums are so fine that their order does not show.
+  std::vector<int32_t> clusterAt(bends.size(), -1);
+  std::vector<Cluster> clusters;
+  std::vector<uint32_t> clusterOf(cubeOf.size());
   for (size_t i = 0; i < clusterOf.size(); i++) {
-    const int cube = CubeOf(vertices[i], corner);
     int32_t own = -1;
-    int32_t& cluster = cube < 0 ? own : clusterAt[size_t(cube)];
+    const bool stays = cubeOf[i] < 0 || bends[size_t(cubeOf[i])].IsSharp();
+    int32_t& cluster = stays ? own : clusterAt[size_t(cubeOf[i])];
     if (cluster < 0) {
       cluster = int32_t(clusters.size());
       clusters.emplace_back();

@@ -23,6 +23,7 @@ class RenderParams : public CommandParameters {
   _str File, Volume;
   int32_t Width = 1280, Height = 960;
   float Azimuth = 35, Elevation = 15, Fov = 28, Zoom = 1;
+  bool SoftShadow = true;
   cVec3 Position, Target;
 };
 DECLARE_MEMBERS(RenderParams) {
@@ -40,6 +41,7 @@ DECLARE_MEMBERS(RenderParams) {
       .Hint("How far the camera stands above the horizon (y is up)");
   Member<_float>("Fov", Fov).Range(1, 150).Unit("degrees").Hint("Vertical angle of view");
   Member<_float>("Zoom", Zoom).Range(0.01, 100).Hint("1 just shows everything, 2 shows it twice as large");
+  Member<_bool>("SoftShadow", SoftShadow).Hint("Shadow of the surface on itself");
   Member<_cFloat3>("Position", Position).Unit("world units").Hint("Place of the camera, in place of Azimuth, Elevation and Zoom");
   Member<_cFloat3>("Target", Target)
       .Unit("world units")
@@ -113,6 +115,7 @@ class PictureMaker {
     comms::PictureOptions options;
     options.Width = parameters.Width;
     options.Height = parameters.Height;
+    options.SoftShadow = parameters.SoftShadow;
     const cVec3 target = parameters.IsGiven("Target") ? parameters.Target : (box->first + box->second) * 0.5f;
     options.Camera = parameters.IsGiven("Position") ? LookFromPosition(parameters, target)
                                                     : FrameFromAngles(box->first, box->second, target, parameters);

@@ -70,6 +70,11 @@ cVec3 Shade(const cVec3& n, const MatcapLook& look) {
 
 }  // namespace
 
+float GetBrightness(const SceneViewOptions& options) {
+  const cVec3 albedo = options.Material == SceneMaterial::Clay ? GetClayAlbedo(options.Clay) : LookOf(options.Matcap).Albedo;
+  return Dot(albedo, {0.2126f, 0.7152f, 0.0722f});
+}
+
 comms::cImage MakeMatcap(MatcapKind kind, int side) {
   comms::cImage image(side, side);
   const MatcapLook& look = LookOf(kind);

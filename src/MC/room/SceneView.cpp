@@ -5,6 +5,7 @@
 #include <cfloat>
 #include <cmath>
 #include <new>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 
@@ -12,6 +13,7 @@
 #include "ClassEngine/ValueTypes.h"
 #include "MC/room/CoarseMesh.h"
 #include "MC/room/GroundShadow.h"
+#include "MC/room/GroupsInSight.h"
 #include "MC/room/SceneMaterials.h"
 #include "comms/render/ScenePasses.h"
 #include "shell/core/DataPath.h"
@@ -32,11 +34,23 @@ DECLARE_MEMBERS(SceneViewOptions) {
       .Entries({"Porcelain", "RedWax", "Jade", "Bronze", "Pearl"})
       .Hint("Light and surface in one picture of a sphere");
   Member<_bool>("AmbientOcclusion", AmbientOcclusion).Hint("Darkens cavities, which shows the form");
+  Member<_bool>("SoftShadow", SoftShadow).Hint("Shadow of the surface on itself; at Fast quality it comes once the view stands");
   Member<_bool>("GroundShadow", GroundShadow).Hint("Soft shadow of the scene on the ground");
   Member<_bool>("VertexColors", VertexColors).Hint("Tints the surface with its own colours");
   Member<_index>("Quality", Quality, "SceneQualities")
       .Entries({"Automatic", "Fast", "Normal", "Fine"})
       .Hint("Automatic goes by the graphics card; Fast serves machines without one; Fine smooths more while the view stands");
+}
+
+bool SceneViewOptions::IsElementHiddenInPanel(int32_t row, void* data, int options) {
+  const char* name = GetVisibleElementName(row, data, options);
+  const bool isClay = Material == SceneMaterial::Clay;
+  for (const auto& [member, shown] : {std::pair<std::string_view, bool>{"Clay", isClay},
+                                      {"SoftShadow", isClay},
+                                      {"Matcap", !isClay},
+                                      {"VertexColors", SceneHasColors}})
+    if (name && name == member && !shown) return true;
+  return BaseClass::IsElementHiddenInPanel(row, data, options);
 }
 
 void SceneViewOptions::Load() {
@@ -59,6 +73,7 @@ namespace {
 
 constexpr float OcclusionReach = 0.11f;  // as a part of the diagonal of the scene
 constexpr int MatcapSide = 256;
+constexpr float DarkMaterial = 0.28f, LightWire = 1.1f;  // brightness of the material, light of a line on a darker one
 
 struct Bounds {
   cVec3 Min{FLT_MAX, FLT_MAX, FLT_MAX}, Max{-FLT_MAX, -FLT_MAX, -FLT_MAX};
@@ -73,39 +88,27 @@ struct Bounds {
   }
 };
 
-VolumeBox BoundsOf(const VolumeObject& volume) {
-  VolumeBox box;
-  volume.RenderGroups.ForEach([&](const auto&, const RenderGroup& group) { box.Add(group.Box); });
-  return box;
-}
-
-// The six planes of the view in the space of a volume: a box is out of sight where its best corner is behind one.
-class Frustum {
+// 64-bit FNV-1a (Fowler, Noll, Vo), a word at a time; never 0.
+class Fingerprint {
  public:
-  explicit Frustum(const cMat4& toClip) {
-    for (int i = 0; i < 6; i++) {
-      const float sign = i & 1 ? -1.0f : 1.0f;
-      for (int k = 0; k < 4; k++) m_Planes[i][k] = toClip.m[k][3] + sign * toClip.m[k][i / 2];
-    }
-    for (int k = 0; k < 4; k++) m_Depth[k] = toClip.m[k][2];
+  void Add(uint64_t word) { m_Hash = (m_Hash ^ word) * 0x100000001B3u; }
+  void Add(const float* values, int count) {
+    for (int i = 0; i < count; i++) Add(std::bit_cast<uint32_t>(values[i]));
   }
-  bool Sees(const VolumeBox& box) const {
-    for (const float* plane : m_Planes)
-      if ((plane[0] > 0 ? box.MaxX : box.MinX) * plane[0] + (plane[1] > 0 ? box.MaxY : box.MinY) * plane[1] +
-              (plane[2] > 0 ? box.MaxZ : box.MinZ) * plane[2] + plane[3] <
-          0)
-        return false;
-    return true;
-  }
-  // Grows with the distance of the box's middle along the line of sight.
-  float DepthOf(const VolumeBox& box) const {
-    return ((box.MinX + box.MaxX) * m_Depth[0] + (box.MinY + box.MaxY) * m_Depth[1] + (box.MinZ + box.MaxZ) * m_Depth[2]) / 2 +
-           m_Depth[3];
-  }
+  void Add(const cMat4& matrix) { Add(&matrix.m[0][0], 16); }
+  uint64_t Value() const { return m_Hash ? m_Hash : 1; }
 
  private:
-  float m_Planes[6][4], m_Depth[4];
+  uint64_t m_Hash = 0xCBF29CE484222325u;
 };
+
+// World units along the shortest edge of a voxel.
+float VoxelSizeOf(const VolumeObject& volume) {
+  const auto& m = volume.SpaceMatrix.m;
+  float least = FLT_MAX;
+  for (int i = 0; i < 3; i++) least = std::min(least, Length(cVec3{m[i][0], m[i][1], m[i][2]}));
+  return least;
+}
 
 float ToLinear(float c) { return c <= 0.04045f ? c / 12.92f : std::pow((c + 0.055f) / 1.055f, 2.4f); }
 
@@ -129,13 +132,13 @@ static bool TakeBounds(const Bounds& bounds, cVec3& minimum, cVec3& maximum) {
 
 bool GetSceneBounds(const VoxelScene& scene, cVec3& minimum, cVec3& maximum) {
   Bounds bounds;
-  for (const auto& volume : scene.Volumes()) bounds.Add(BoundsOf(*volume), volume->SpaceMatrix);
+  for (const auto& volume : scene.Volumes()) bounds.Add(GetSurfaceBox(*volume), volume->SpaceMatrix);
   return TakeBounds(bounds, minimum, maximum);
 }
 
 bool GetVolumeBounds(const VolumeObject& volume, cVec3& minimum, cVec3& maximum) {
   Bounds bounds;
-  bounds.Add(BoundsOf(volume), volume.SpaceMatrix);
+  bounds.Add(GetSurfaceBox(volume), volume.SpaceMatrix);
   return TakeBounds(bounds, minimum, maximum);
 }
 
@@ -146,6 +149,7 @@ struct SceneView::State {
     CellKey Key;
     float Depth;
     comms::BaseMesh* Mesh = nullptr;  // what is drawn of the group
+    bool HasColors = false;           // of its vertices
   };
   cRender* Render = nullptr;
   std::weak_ptr<void> RenderAlive;
@@ -160,6 +164,11 @@ struct SceneView::State {
   ::GroundShadow Shadow;
   int ShadowTexture = -1;
   bool ShadowStale = true;
+  bool MapStale = true;     // of the shadow on the surface
+  uint64_t MapVolumes = 0;  // fingerprint of the volumes that are in that map
+  bool Shadowed = false;    // the picture that Passes keeps has that shadow
+  bool HasColors = false;   // some group has
+  bool ColorsStale = true;
   size_t GroupCount = 0;
   cMat4 LastView;
   bool Moving = false;  // the last frame was one in motion
@@ -176,12 +185,16 @@ struct SceneView::State {
   void Refresh(VoxelScene& scene);
   void Collect(VoxelScene& scene, const SceneFrame& frame, Statistics& statistics);
   void Upload(size_t budget, Statistics& statistics);
+  void FindColors(const VoxelScene& scene);
   bool BeginMotion(const SceneFrame& frame, const SceneViewOptions& options);
   void ChooseMeshes(bool coarse, int64_t budget, Statistics& statistics);
   uint64_t GetFingerprint(const SceneFrame& frame, const SceneViewOptions& options) const;
   comms::ScenePassOptions MakePasses(const SceneFrame& frame, const SceneViewOptions& options) const;
-  void SetMaterial(const SceneViewOptions& options);
-  void DrawGroups(bool solid);
+  bool WantsShadow(const SceneFrame& frame, const SceneViewOptions& options) const;
+  void DrawShadowMap(VoxelScene& scene, size_t budget, Statistics& statistics);
+  void SetMaterial(const SceneViewOptions& options, bool colored);
+  void DrawSolids(const SceneViewOptions& options);
+  void DrawWires(const SceneViewOptions& options);
   void DrawGround(VoxelScene& scene, const SceneFrame& frame, const SceneViewOptions& options);
   void DrawShadow(VoxelScene& scene, bool moving, float alpha);
 };
@@ -194,7 +207,7 @@ void SceneView::State::ReleaseTextures() {
     for (const int texture : {MatcapTexture, ShadowTexture})
       if (texture >= 0) Render->DeleteTexture(texture);
   MatcapTexture = ShadowTexture = Matcap = -1;
-  ShadowStale = true;
+  ShadowStale = MapStale = true;
 }
 
 // What was on another device, or what this one lost, is gone: those groups are built anew, since their staged data went when it
@@ -219,6 +232,7 @@ void SceneView::State::AttachTo(cRender& render, VoxelScene& scene) {
 void SceneView::State::Refresh(VoxelScene& scene) {
   for (const auto& volume : scene.Volumes())
     if (!volume->DirtyCells.Empty() || !volume->DirtyGroups.Empty()) try {
+        ShadowStale = MapStale = true;
         volume->RefreshChanges();
       } catch (const std::bad_alloc&) {
         // What there is no memory for waits, and the picture is what was made last.
@@ -234,24 +248,19 @@ void SceneView::State::Collect(VoxelScene& scene, const SceneFrame& frame, Stati
   Scene = {};
   size_t groups = 0;
   for (const auto& volume : scene.Volumes()) {
-    volume->CurrentFrame++;
     groups += volume->RenderGroups.Count();
     const Frustum frustum(volume->SpaceMatrix * frame.Camera.View * frame.Camera.Projection);
-    VolumeBox all;
-    volume->RenderGroups.ForEach([&](const CoordInt3& key, RenderGroup& group) {
-      all.Add(group.Box);
-      if (!frustum.Sees(group.Box)) return;
-      group.LastFrame = volume->CurrentFrame;
+    ForEachGroupInSight(*volume, frustum, [&](const CellKey& key, RenderGroup& group) {
       Visible.push_back({&group, volume.get(), key, frustum.DepthOf(group.Box)});
     });
-    Scene.Add(all, volume->SpaceMatrix);
+    Scene.Add(GetSurfaceBox(*volume), volume->SpaceMatrix);
   }
   cMat4 inverse;
   comms::Invert(frame.Camera.View, inverse);
   const cVec3 eye = inverse.TransformPoint({});
   EyeInside = !Scene.Empty();
   for (int i = 0; i < 3; i++) EyeInside = EyeInside && eye[i] >= Scene.Min[i] && eye[i] <= Scene.Max[i];
-  if (groups != GroupCount) ShadowStale = true;
+  if (groups != GroupCount) ShadowStale = MapStale = ColorsStale = true;
   GroupCount = groups;
   // From the front to the back: what is hidden costs no light.
   std::sort(Visible.begin(), Visible.end(), [](const Item& a, const Item& b) { return a.Depth < b.Depth; });
@@ -273,7 +282,7 @@ void SceneView::State::Upload(size_t budget, Statistics& statistics) {
     mesh.Flush(Render);
     if (!changed) used += bytes;
     seen.Set(item.Key, Moving ? Motion : 0);
-    ShadowStale = true;
+    ShadowStale = MapStale = ColorsStale = true;
     statistics.Uploads++;
     statistics.UploadedBytes += int64_t(bytes);
     return true;
@@ -295,52 +304,65 @@ bool SceneView::State::BeginMotion(const SceneFrame& frame, const SceneViewOptio
   return Moving && (turned || moved) && QualityOf(frame, options) == SceneQuality::Fast;
 }
 
+static bool HasVertexColors(const comms::BaseMesh& mesh) {
+  const comms::VertexLayout* layout = mesh.VertexDecl;
+  return layout && std::any_of(layout->Elements.begin(), layout->Elements.end(),
+                               [](const comms::VertexElement& element) { return element.Usage == comms::VertexUsage::Color; });
+}
+
+// After changes alone: it looks at all groups.
+void SceneView::State::FindColors(const VoxelScene& scene) {
+  if (!std::exchange(ColorsStale, false)) return;
+  HasColors = false;
+  for (const auto& volume : scene.Volumes())
+    volume->RenderGroups.ForEach(
+        [&](const auto&, const RenderGroup& group) { HasColors = HasColors || HasVertexColors(*group.Mesh); });
+}
+
 // Coarse and full groups meet without gaps, so each takes what there is. What a stroke works on stays full. Missing meshes are
-// made, the nearest ones first, as many as a frame bears.
+// made, the nearest ones first, as many as a frame bears; where there are colours they would run, so those groups stay full.
 void SceneView::State::ChooseMeshes(bool coarse, int64_t budget, Statistics& statistics) {
   for (Item& item : Visible) {
     RenderGroup& group = *item.Group;
     item.Mesh = group.Mesh.get();
     const uint32_t* changed = Seen[item.Volume].Find(item.Key);
     if (coarse && !(changed && *changed == Motion)) {
-      if (!group.Coarse && budget > 0) {
+      if (!group.Coarse && budget > 0 && !HasVertexColors(*group.Mesh)) {
         group.Coarse = MakeCoarseMesh(*item.Volume, item.Key);
         budget -= group.Mesh->NumIndices / 3;
       }
       if (group.Coarse) item.Mesh = group.Coarse.get();
     }
+    item.HasColors = HasVertexColors(*item.Mesh);
     statistics.CoarseGroups += item.Mesh != group.Mesh.get();
     statistics.Triangles += item.Mesh->NumIndices / 3;
   }
 }
 
-// Over all that the picture depends on besides the data on the device: 64-bit FNV-1a (Fowler, Noll, Vo), a word at a time.
+// Over all that the picture depends on besides the data on the device.
 uint64_t SceneView::State::GetFingerprint(const SceneFrame& frame, const SceneViewOptions& options) const {
-  uint64_t hash = 0xCBF29CE484222325u;
-  const auto add = [&hash](uint64_t word) { hash = (hash ^ word) * 0x100000001B3u; };
-  const auto addFloats = [&](const float* values, int count) {
-    for (int i = 0; i < count; i++) add(std::bit_cast<uint32_t>(values[i]));
-  };
-  addFloats(&frame.Camera.View.m[0][0], 16);
-  addFloats(&frame.Camera.Projection.m[0][0], 16);
+  Fingerprint hash;
+  hash.Add(frame.Camera.View);
+  hash.Add(frame.Camera.Projection);
   const SceneViewport& place = frame.Viewport;
   for (const int value : {place.X, place.Y, place.Width, place.Height, place.WindowHeight, frame.FinalTarget, Generation})
-    add(uint64_t(value));
-  for (const uint32_t color : {frame.BackgroundTop, frame.BackgroundBottom, frame.GridColor}) add(color);
-  for (const bool flag :
-       {frame.Grid, frame.Wireframe, frame.Moving, options.AmbientOcclusion, options.GroundShadow, options.VertexColors})
-    add(flag);
+    hash.Add(uint64_t(value));
+  for (const uint32_t color : {frame.BackgroundTop, frame.BackgroundBottom, frame.GridColor, frame.AxisXColor, frame.AxisZColor})
+    hash.Add(color);
+  for (const bool flag : {frame.Grid, frame.Wireframe, frame.Moving, options.AmbientOcclusion, options.SoftShadow,
+                          options.GroundShadow, options.VertexColors})
+    hash.Add(flag);
   for (const int kind : {int(options.Material), int(options.Clay), int(options.Matcap), int(QualityOf(frame, options))})
-    add(uint64_t(kind));
-  add(frame.MoreState);
-  addFloats(&Scene.Min.x, 3);
-  addFloats(&Scene.Max.x, 3);
+    hash.Add(uint64_t(kind));
+  hash.Add(frame.MoreState);
+  hash.Add(&Scene.Min.x, 3);
+  hash.Add(&Scene.Max.x, 3);
   const VolumeObject* volume = nullptr;
   for (const Item& item : Visible) {
-    if (std::exchange(volume, item.Volume) != item.Volume) addFloats(&item.Volume->SpaceMatrix.m[0][0], 16);
-    add(uint64_t(reinterpret_cast<uintptr_t>(item.Mesh)));
+    if (std::exchange(volume, item.Volume) != item.Volume) hash.Add(item.Volume->SpaceMatrix);
+    hash.Add(uint64_t(reinterpret_cast<uintptr_t>(item.Mesh)));
   }
-  return hash ? hash : 1;
+  return hash.Value();
 }
 
 comms::ScenePassOptions SceneView::State::MakePasses(const SceneFrame& frame, const SceneViewOptions& options) const {
@@ -358,6 +380,10 @@ comms::ScenePassOptions SceneView::State::MakePasses(const SceneFrame& frame, co
   passes.BackgroundGlow = passes.BackgroundTop * 0.35f;
   passes.Vignette = 0.22f;
   if (options.AmbientOcclusion && !Scene.Empty()) passes.OcclusionRadius = OcclusionReach * Length(Scene.Max - Scene.Min);
+  for (const Item& item : Visible) {
+    const float voxel = VoxelSizeOf(*item.Volume);
+    passes.Detail = passes.Detail > 0 ? std::min(passes.Detail, voxel) : voxel;
+  }
   switch (QualityOf(frame, options)) {
     case SceneQuality::Fast:
       if (Refined) passes.Supersampling = 2;
@@ -378,13 +404,48 @@ comms::ScenePassOptions SceneView::State::MakePasses(const SceneFrame& frame, co
   return passes;
 }
 
-void SceneView::State::SetMaterial(const SceneViewOptions& options) {
-  const char* defines = options.VertexColors ? "#define VERTEX_COLORS" : "";
-  Render->SetShader(Render->GetShaderID(options.Material == SceneMaterial::Clay ? "mcubes" : "Matcap", defines));
-  if (options.Material == SceneMaterial::Clay) {
-    Render->SetConstant("c_Albedo", GetClayAlbedo(options.Clay));
-    return;
+// Where the processor draws, it comes with the smooth edges, once all is quiet.
+bool SceneView::State::WantsShadow(const SceneFrame& frame, const SceneViewOptions& options) const {
+  return options.SoftShadow && options.Material == SceneMaterial::Clay && !Scene.Empty() &&
+         (Refined || QualityOf(frame, options) != SceneQuality::Fast);
+}
+
+// All groups throw it, those out of sight too; they reach the device within `budget` bytes. The map stays while the lamp, which
+// turns with the viewer, and the volumes stand: through pans and zooms, and whatever the pointer shows.
+void SceneView::State::DrawShadowMap(VoxelScene& scene, size_t budget, Statistics& statistics) {
+  Fingerprint volumes;
+  for (const auto& volume : scene.Volumes()) volumes.Add(volume->SpaceMatrix);
+  comms::SoftShadow& shadow = Passes.Shadow();
+  if (!MapStale && MapVolumes == volumes.Value() && shadow.Fits(*Render, Render->State.View, Scene.Min, Scene.Max)) return;
+  MapStale = false;
+  MapVolumes = volumes.Value();
+  if (!shadow.Begin(*Render, Render->State.View, Scene.Min, Scene.Max)) return;
+  size_t used = 0;
+  for (const auto& volume : scene.Volumes()) {
+    Render->State.World = volume->SpaceMatrix;
+    volume->RenderGroups.ForEach([&](const CoordInt3& key, RenderGroup& group) {
+      if (!group.Mesh->HasBuffers()) {
+        const size_t bytes = group.Mesh->Bytes();
+        if (used > 0 && used + bytes > budget) {
+          MapStale = true;
+          statistics.WaitingUploads++;
+          return;
+        }
+        used += bytes;
+        group.Mesh->Flush(Render);
+        Seen[volume.get()].Set(key, uint32_t(0));
+        statistics.UploadedBytes += int64_t(bytes);
+      }
+      group.Mesh->Draw(Render);
+    });
   }
+  shadow.End();
+}
+
+void SceneView::State::SetMaterial(const SceneViewOptions& options, bool colored) {
+  const char* defines = colored ? "#define VERTEX_COLORS\n" : "";
+  if (options.Material == SceneMaterial::Clay) return Passes.SetClay(defines, Shadowed);
+  Render->SetShader(Render->GetShaderID("Matcap", defines));
   if (Matcap != int(options.Matcap)) {
     if (MatcapTexture >= 0) Render->DeleteTexture(MatcapTexture);
     const comms::cImage image = MakeMatcap(options.Matcap, MatcapSide);
@@ -396,16 +457,39 @@ void SceneView::State::SetMaterial(const SceneViewOptions& options) {
   Render->SetTexture(Render->GetTextureParam("s_Matcap"), MatcapTexture, -1);
 }
 
-// The surface of a volume is closed: its far side is left out, unless the eye may be within.
-void SceneView::State::DrawGroups(bool solid) {
+// Groups with colours of their own come last: they have another shader.
+void SceneView::State::DrawSolids(const SceneViewOptions& options) {
+  for (const bool colored : {false, true}) {
+    const VolumeObject* volume = nullptr;
+    bool set = false;
+    for (const Item& item : Visible) {
+      if ((item.HasColors && options.VertexColors) != colored) continue;
+      if (!std::exchange(set, true)) SetMaterial(options, colored);
+      if (std::exchange(volume, item.Volume) != item.Volume) {
+        Render->State.World = item.Volume->SpaceMatrix;
+        // The surface of a volume is closed: its far side is left out, unless the eye may be within.
+        const bool mirrored = comms::Determinant3(item.Volume->SpaceMatrix) < 0;
+        Passes.SetSolid(EyeInside ? comms::CullMode::None : mirrored ? comms::CullMode::Front : comms::CullMode::Back);
+      }
+      item.Mesh->Draw(Render);
+    }
+  }
+  Render->State.World = {};
+}
+
+// Dark lines on a light material, light ones on a dark one.
+void SceneView::State::DrawWires(const SceneViewOptions& options) {
+  Passes.SetWire();
+  Render->SetShader(Render->GetShaderID("Matcap", "#define WIRE"));
+  const float light = GetBrightness(options) < DarkMaterial ? LightWire : 0;
+  Render->SetConstant("c_Wire", cVec3{light, light, light});
   const VolumeObject* volume = nullptr;
   for (const Item& item : Visible) {
-    if (item.Volume != volume) {
+    if (std::exchange(volume, item.Volume) != item.Volume) {
       Render->State.World = item.Volume->SpaceMatrix;
-      const bool mirrored = comms::Determinant3(item.Volume->SpaceMatrix) < 0;
-      if (solid) Passes.SetSolid(EyeInside ? comms::CullMode::None : mirrored ? comms::CullMode::Front : comms::CullMode::Back);
+      // An edge crosses a voxel; in a picture that is averaged later a pixel counts for less.
+      Render->SetConstant("c_Edge", VoxelSizeOf(*item.Volume) / float(Supersampling));
     }
-    volume = item.Volume;
     item.Mesh->Draw(Render);
   }
   Render->State.World = {};
@@ -433,8 +517,8 @@ void SceneView::State::DrawGround(VoxelScene& scene, const SceneFrame& frame, co
                     // Lines at powers of ten; the scene is some ten fine ones wide.
                     .Spacing = std::pow(10.0f, std::floor(std::log10(size / 2.5f))),
                     .Color = LightOfColor(frame.GridColor),
-                    .AxisX = LightOfColor(0xFFB0524A),
-                    .AxisZ = LightOfColor(0xFF4A78B0),
+                    .AxisX = LightOfColor(frame.AxisXColor),
+                    .AxisZ = LightOfColor(frame.AxisZColor),
                     .Alpha = 0.55f * (0.35f + 0.65f * above)});
 }
 
@@ -469,38 +553,40 @@ void SceneView::Draw(cRender& render, VoxelScene& scene, const SceneFrame& frame
   m_State->Collect(scene, frame, m_Statistics);
   const bool coarse = m_State->BeginMotion(frame, options);
   m_State->Upload(UploadBudget, m_Statistics);
+  m_State->FindColors(scene);
   m_State->ChooseMeshes(coarse, CoarseBudget, m_Statistics);
 
   render.State.World = {};
   render.State.View = frame.Camera.View;
   render.State.Projection = frame.Camera.Projection;
   const uint64_t picture = m_State->GetFingerprint(frame, options);
-  const bool same = m_Statistics.Uploads == 0 && picture == m_State->Picture;
+  const bool same = m_Statistics.Uploads == 0 && picture == m_State->Picture && !(m_State->Shadowed && m_State->MapStale);
   m_Statistics.Changed = !same;
   const bool refines = same && frame.Quiet && m_Statistics.WaitingUploads == 0 && !m_State->Refined &&
                        QualityOf(frame, options) == SceneQuality::Fast;
   if (same && !refines && m_State->Passes.Repeat(render)) return;
   m_State->Picture = 0;
   m_State->Refined = refines || (same && m_State->Refined);
+  m_State->Shadowed = m_State->WantsShadow(frame, options);
+  if (m_State->Shadowed) {
+    // A picture for which the hand has waited is whole.
+    m_State->DrawShadowMap(scene, refines ? SIZE_MAX : UploadBudget, m_Statistics);
+    m_State->Shadowed = m_State->Passes.Shadow().IsThere();
+  }
   const comms::ScenePassOptions passes = m_State->MakePasses(frame, options);
   m_State->Supersampling = passes.Supersampling;
   if (!m_State->Passes.Begin(render, passes)) return;
-  m_State->SetMaterial(options);
-  m_State->DrawGroups(true);
+  m_State->DrawSolids(options);
   if (frame.DrawMore) {
     m_State->Passes.SetSolid();
     frame.DrawMore(render);
   }
   m_State->Passes.BeginTranslucent();
   m_State->DrawGround(scene, frame, options);
-  if (frame.Wireframe) {
-    m_State->Passes.SetWire();
-    render.SetShader(render.GetShaderID("Matcap", "#define WIRE"));
-    render.SetConstant("c_Wire", comms::cVec4{0, 0, 0, 0.45f});
-    m_State->DrawGroups(false);
-  }
+  if (frame.Wireframe) m_State->DrawWires(options);
   m_State->Passes.Finish();
   m_State->Picture = picture;
 }
 
 void SceneView::Forget() { m_State->Picture = 0; }
+bool SceneView::SceneHasColors() const { return m_State->HasColors; }

@@ -24,6 +24,7 @@ class SceneViewOptions : public BaseClass {
   ClayKind Clay = ClayKind::Terracotta;
   MatcapKind Matcap = MatcapKind::Porcelain;
   bool AmbientOcclusion = true;
+  bool SoftShadow = true;
   bool GroundShadow = true;
   bool VertexColors = true;
   SceneQuality Quality = SceneQuality::Automatic;  ///< Automatic: as the device bears, see SceneFrame
@@ -32,6 +33,9 @@ class SceneViewOptions : public BaseClass {
   void Load();
   bool Store();
   using BaseClass::Load;
+  bool SceneHasColors = false;  ///< the scene's surfaces have colours of their own; said by who shows it, not stored
+  /// What has no effect shows no row: the material that isn't chosen, colours that are not there.
+  bool IsElementHiddenInPanel(int32_t row, void* data, int options) override;
 };
 
 /// What the light of the scene is multiplied with before it is brought into the range of the screen.
@@ -56,6 +60,7 @@ struct SceneFrame {
   SceneCamera Camera;
   SceneViewport Viewport;
   uint32_t BackgroundTop = 0xFF3A3D42, BackgroundBottom = 0xFF1C1C1E, GridColor = 0xFF6A6E76;
+  uint32_t AxisXColor = 0xFFB0524A, AxisZColor = 0xFF4A78B0;
   bool Grid = true;                                   ///< lines on the ground
   bool Wireframe = false;                             ///< the edges of the triangles
   SceneQuality DeviceQuality = SceneQuality::Normal;  ///< what Automatic stands for
@@ -113,6 +118,8 @@ class SceneView {
   bool NeedsAnotherFrame() const { return m_Statistics.WaitingUploads > 0; }
   /// The next Draw makes the picture anew, as after a change of shaders.
   void Forget();
+  /// Whether a surface of the scene that was drawn last has colours of its own.
+  bool SceneHasColors() const;
   /// Of the last Draw.
   const Statistics& LastStatistics() const { return m_Statistics; }
 

@@ -156,7 +156,10 @@ bool OffscreenPicture::Init(const cStr& dataFolder, const cStr& userFolder, cStr
   if (!m_Render->Init({dataFolder, userFolder}, error)) return false;
   for (const auto& [name, defines] :
        std::initializer_list<std::pair<const char*, const char*>>{{"mcubes", ""},
-                                                                  {"mcubes", "#define OUTWARD_NORMALS"},
+                                                                  {"mcubes", "#define OUTWARD_NORMALS\n"},
+                                                                  {"mcubes", "#define SOFT_SHADOW\n"},
+                                                                  {"mcubes", "#define OUTWARD_NORMALS\n#define SOFT_SHADOW\n"},
+                                                                  {"ShadowMap", ""},
                                                                   {"Background", ""},
                                                                   {"AmbientOcclusion", ""},
                                                                   {"AmbientOcclusion", "#define BLUR"},
@@ -188,7 +191,8 @@ int OffscreenPicture::FindScale(const PictureOptions& options, cStr& error) cons
   return 0;
 }
 
-void OffscreenPicture::DrawItems(const cList<PictureItem>& items, int shader, const ScenePassOptions& passes) {
+void OffscreenPicture::DrawItems(const cList<PictureItem>& items, const ScenePassOptions& passes,
+                                 const std::function<void()>& setShader) {
   constexpr size_t trianglesAtOnce = size_t(1) << 20;
   const int64_t pixels = int64_t(passes.Width) * passes.Height * passes.Supersampling * passes.Supersampling;
   const size_t itemsAtOnce = items.size() / size_t(1 + pixels / ScenePasses::StripePixels) + 1;
@@ -196,8 +200,7 @@ void OffscreenPicture::DrawItems(const cList<PictureItem>& items, int shader, co
   for (const PictureItem& item : items) {
     if (!item.Mesh || !item.Mesh->StagedVertices) continue;
     const bool kept = std::exchange(item.Mesh->KeepStaged, true);
-    m_Render->SetShader(shader);  // a mesh may have brought its own
-    m_Render->SetConstant("c_Albedo", passes.Albedo);
+    setShader();  // a mesh may have brought its own
     m_Render->State.World = item.World;
     item.Mesh->Draw(m_Render.get());
     item.Mesh->ReleaseBuffers();
@@ -238,26 +241,32 @@ bool OffscreenPicture::Render(const cList<PictureItem>& items, const PictureOpti
       {options.Width, options.Height, TextureFormat::Rgba8, TextureFormat::None, TextureFilter::Nearest, 1});
 
   // The device works behind the calls; each question waits for what it was given.
-  bool cancelled = false;
+  bool cancelled = false, lost = false;
   int64_t asked = 0;
   const int64_t pixels = int64_t(passes.Width) * passes.Height,
                 scenePixels = pixels * passes.Supersampling * passes.Supersampling;
-  const int64_t questions = 2 * (scenePixels / ScenePasses::StripePixels + 1) +  // the background and the meshes
+  const int64_t questions = 3 * (scenePixels / ScenePasses::StripePixels + 1) +  // the background, the meshes and their shadow
                             3 * (pixels / ScenePasses::StripePixels + 1);        // the occlusion twice and the composition
-  passes.GoOn = [this, &cancelled, &asked, questions] {
-    if (cancelled) return false;
+  passes.GoOn = [this, &cancelled, &lost, &asked, questions] {
+    if (cancelled || lost) return false;
     glFinish();
-    ContextTurn::Interrupt(*m_Context,
-                           [&] { cancelled = !ShowProgress(double(std::min(asked++, questions)), double(questions), "Render"); });
-    return !cancelled;
+    lost = !ContextTurn::Interrupt(
+        *m_Context, [&] { cancelled = !ShowProgress(double(std::min(asked++, questions)), double(questions), "Render"); });
+    return !cancelled && !lost;
   };
 
   m_Render->BeginFrame(0);
   m_Render->State.View = LookAt(camera.Position, camera.Target, camera.Up);
   m_Render->State.Projection = MakeProjection(camera, m_Render->State.View, *box, aspect);
   bool read = false;
+  const bool shadowed = options.SoftShadow && m_Passes->Shadow().Begin(*m_Render, m_Render->State.View, box->Min, box->Max);
+  if (shadowed) {
+    DrawItems(items, passes, [this] { m_Render->SetShader(m_Render->GetShaderID("ShadowMap", {})); });
+    m_Passes->Shadow().End();
+  }
   if (passes.FinalTarget >= 0 && m_Passes->Begin(*m_Render, passes)) {
-    DrawItems(items, m_Render->GetShaderID("mcubes", options.OutwardNormals ? "#define OUTWARD_NORMALS" : ""), passes);
+    const cStr defines = options.OutwardNormals ? "#define OUTWARD_NORMALS\n" : "";
+    DrawItems(items, passes, [&] { m_Passes->SetClay(defines, shadowed); });
     m_Passes->Finish();
     m_Render->EndFrame();
     read = passes.GoOn() && m_Render->ReadTarget(passes.FinalTarget, image);

@@ -1,5 +1,6 @@
 #pragma once
 // Pictures of meshes without a window: clay in studio light before a soft background.
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -31,6 +32,7 @@ struct PictureOptions {
   std::optional<PictureCamera> Camera;  ///< none: from the front, a little from the right and from above, just with all of them
   int Supersampling = 2;                ///< 1 .. 4 pixels a side are averaged into one; less where the device can't
   bool AmbientOcclusion = true;
+  bool SoftShadow = true;       ///< of the meshes on themselves; left out where the device has no memory for it
   bool OutwardNormals = false;  ///< false: vertex normals point into the solid, as those of volumes do
 };
 
@@ -54,7 +56,7 @@ class OffscreenPicture {
  private:
   void Close();
   int FindScale(const PictureOptions& options, cStr& error) const;
-  void DrawItems(const cList<PictureItem>& items, int shader, const ScenePassOptions& passes);
+  void DrawItems(const cList<PictureItem>& items, const ScenePassOptions& passes, const std::function<void()>& setShader);
   std::unique_ptr<EglContext> m_Context;
   std::unique_ptr<cRenderGL> m_Render;
   std::unique_ptr<ScenePasses> m_Passes;

@@ -8,7 +8,7 @@ namespace comms {
 
 bool ScenePasses::Begin(cRender& render, const ScenePassOptions& options) {
   if (m_Render != &render || m_RenderAlive.expired()) {
-    Release();
+    ReleaseTargets();
     m_Render = &render;
     m_RenderAlive = render.Alive();
   }
@@ -40,7 +40,7 @@ bool ScenePasses::MakeTargets() {
                     std::clamp(m_Options.OcclusionStep, 1, 2)};
   if (m_Scene >= 0 && shape == m_Shape) return true;
   cRender* const render = m_Render;
-  Release();
+  ReleaseTargets();
   m_Render = render;
   m_RenderAlive = render->Alive();
   m_Shape = shape;
@@ -54,11 +54,16 @@ bool ScenePasses::MakeTargets() {
   m_Occlusion = make(partWidth, partHeight, TextureFormat::R16f, TextureFormat::None, 1);
   m_Blurred = make(partWidth, partHeight, TextureFormat::R16f, TextureFormat::None, 1);
   if (m_Scene >= 0 && m_Occlusion >= 0 && m_Blurred >= 0 && (!smoothed || m_Multisampled >= 0)) return true;
-  Release();
+  ReleaseTargets();
   return false;
 }
 
 void ScenePasses::Release() {
+  ReleaseTargets();
+  m_Shadow.Release();
+}
+
+void ScenePasses::ReleaseTargets() {
   if (m_Render && !m_RenderAlive.expired())
     for (const int target : {m_Multisampled, m_Scene, m_Occlusion, m_Blurred})
       if (target >= 0) m_Render->DeleteTarget(target);
@@ -70,6 +75,13 @@ void ScenePasses::SetSolid(CullMode cull) {
   m_Render->SetFillState(m_Render->CreateFillState({.Cull = cull}));
   m_Render->SetBlendState(m_Render->CreateBlendState({}));
   m_Render->SetDepthState(m_Render->CreateDepthState({}));
+}
+
+void ScenePasses::SetClay(const cStr& defines, bool shadowed) {
+  m_Render->SetShader(m_Render->GetShaderID("mcubes", shadowed ? defines + "#define SOFT_SHADOW\n" : defines));
+  m_Render->SetConstant("c_Albedo", m_Options.Albedo);
+  // In a picture that is averaged later each pixel looks elsewhere.
+  if (shadowed) m_Shadow.Apply(m_Shape.Scale > 1 ? 6 : 24);
 }
 
 void ScenePasses::SetWire() {
@@ -141,6 +153,7 @@ void ScenePasses::DrawOcclusion() {
     if (blur) m_Render->SetTexture(m_Render->GetTextureParam("s_Occlusion"), m_Render->GetTargetTexture(m_Occlusion), -1);
     m_Render->SetConstant("c_Scale", float(m_Shape.Scale * m_Shape.Step));
     m_Render->SetConstant("c_Radius", m_Options.OcclusionRadius);
+    m_Render->SetConstant("c_Detail", m_Options.Detail);
     m_Render->SetConstant("c_FormSamples", float(m_Options.FormSamples));
     m_Render->SetConstant("c_FormTurns", turnsOf(m_Options.FormSamples));
     m_Render->SetConstant("c_CreaseSamples", float(m_Options.CreaseSamples));

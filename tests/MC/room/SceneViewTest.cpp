@@ -11,9 +11,12 @@
 #include <string_view>
 
 #include "MC/Dabs.h"
+#include "MC/room/GroupsInSight.h"
 #include "MC/room/NewScene.h"
 #include "MC/room/SurfacePick.h"
 #include "comms/cRenderNull.h"
+#include "comms/render/EglContext.h"
+#include "comms/render/cRenderGL.h"
 
 using comms::cVec3;
 
@@ -37,6 +40,7 @@ struct SceneTest : testing::Test {
 using SurfacePick = SceneTest;
 
 struct SceneViewTest : SceneTest {
+  SceneViewTest() { Options.SoftShadow = false; }  // its map is drawn from all groups
   int Groups() const { return int(Volume.RenderGroups.Count()); }
   int Count(std::string_view call) const {
     return int(std::count_if(Render.Calls.begin(), Render.Calls.end(),
@@ -73,6 +77,131 @@ TEST_F(SceneViewTest, DrawsWhatIsInSightAndNothingElse) {
       EXPECT_FALSE(before && pixel.x > 20 && pixel.x < 20 + Width && pixel.y > 30 && pixel.y < 30 + Height);
     }
   });
+}
+
+// The tree leaves out nothing that is in sight, and shows no group of which the view sees nothing.
+TEST_F(SceneViewTest, TreeOfBoxesFindsWhatALookAtEveryCellFinds) {
+  ApplySphereDab(Volume, {300, -200, 40}, 20, {});  // far from the ball, in other blocks
+  Volume.EndStroke(false);
+  Volume.RefreshChanges();
+  std::mt19937 random(3);
+  std::uniform_real_distribution<float> noise(-1, 1);
+  const auto place = [&](float reach) { return cVec3{noise(random), noise(random), noise(random)} * reach; };
+  int partial = 0;
+  for (int i = 0; i < 300; i++) {
+    const SceneFrame frame = LookFrom(place(i % 3 ? 4.0f : 1.2f), place(3));
+    const Frustum frustum(Volume.SpaceMatrix * frame.Camera.View * frame.Camera.Projection);
+    std::map<std::array<int, 3>, bool> wanted;
+    Volume.ForEachCell([&](const CellKey& key, const VoxelCell& cell) {
+      if (!cell.Surface || !frustum.Sees(cell.Surface->Box)) return;
+      const CellKey group = GroupOf(key);
+      wanted[{group.x, group.y, group.z}] = true;
+    });
+    int found = 0;
+    ForEachGroupInSight(Volume, frustum, [&](const CellKey& key, const RenderGroup& group) {
+      found++;
+      wanted.erase({key.x, key.y, key.z});
+      EXPECT_TRUE(frustum.Sees(group.Box));
+    });
+    EXPECT_TRUE(wanted.empty()) << wanted.size() << " groups are missing from view " << i;
+    EXPECT_LE(found, Groups()) << "none twice";
+    partial += found > 0 && found < Groups();
+  }
+  EXPECT_GT(partial, 100);
+}
+
+TEST_F(SceneViewTest, ShadowMapIsKeptWhileLampAndVolumesStand) {
+  Options.SoftShadow = true;
+  SceneFrame frame = LookFrom({0.7f, 0.2f, 1.5f}, {0.5f, 0.1f, 0});
+  const auto isMapDrawn = [&] {
+    Draw(frame);
+    return Count("ClearDepth") > 0;
+  };
+  EXPECT_TRUE(isMapDrawn());
+  EXPECT_LT(View.LastStatistics().VisibleGroups, Groups());
+  EXPECT_EQ(Count("DrawIndexed"), Groups() + View.LastStatistics().VisibleGroups) << "what is out of sight throws shadow, too";
+  const struct {
+    const char* Name;
+    bool Redraws;
+    std::function<void()> Change;
+  } changes[] = {{"pan", false,
+                  [&] {
+                    frame.Camera.View = frame.Camera.View * comms::cMat4::Translation({0.1f, 0, 0});
+                  }},
+                 {"zoom", false,
+                  [&] {
+                    frame.Camera.View = frame.Camera.View * comms::cMat4::Translation({0, 0, -1});
+                  }},
+                 {"turn", true,
+                  [&] {
+                    frame.Camera.View = LookFrom({0.9f, 0.2f, 1.5f}, {0.5f, 0.1f, 0}).Camera.View;
+                  }},
+                 {"dab", true,
+                  [&] {
+                    Dab({0, 0, 1});
+                    Volume.EndStroke(false);
+                  }},
+                 {"volume", true, [&] { Volume.SpaceMatrix = Volume.SpaceMatrix * comms::cMat4::Scale(1.5f); }},
+                 {"matcap", false, [&] { Options.Material = SceneMaterial::Matcap; }},
+                 {"dab without shadow", false,
+                  [&] {
+                    Dab({0, 1.5f, 0});
+                  }},
+                 {"clay", true, [&] { Options.Material = SceneMaterial::Clay; }},
+                 {"turn at fast quality", false,
+                  [&] {
+                    Options.Quality = SceneQuality::Fast;
+                    frame.Camera.View = LookFrom({0.5f, 0.2f, 1.5f}, {0.5f, 0.1f, 0}).Camera.View;
+                  }},
+                 {"quiet", true, [&] { frame.Quiet = true; }}};
+  for (const auto& change : changes) {
+    change.Change();
+    EXPECT_EQ(isMapDrawn(), change.Redraws) << change.Name;
+  }
+}
+
+// On the device: the colours of vertices, those that have none, and the switch for them.
+TEST_F(SceneViewTest, SurfacesShowTheirOwnColors) {
+  comms::cStr error;
+  const auto context = comms::EglContext::Create(error);
+  if (!context) GTEST_SKIP() << error;
+  comms::cRenderGL device;
+  ASSERT_TRUE(device.Init({MORVANE_DATA_DIR, ""}, error)) << error;
+  SceneFrame frame = LookFrom({0, 0, 5}, {});
+  frame.Viewport = {0, 0, Width, Height, Height};
+  frame.FinalTarget = device.CreateTarget({Width, Height, comms::TextureFormat::Rgba8, comms::TextureFormat::None});
+  const auto redOverBlue = [&](int x) {
+    comms::cImage image;
+    View.Draw(device, Scene, frame, Options);
+    EXPECT_TRUE(device.ReadTarget(frame.FinalTarget, image));
+    const uint8_t* pixel = image.Pixel(x, Height / 2);
+    return float(pixel[0] + 1) / float(pixel[2] + 1);
+  };
+  const auto isRowShown = [&] {
+    Options.SceneHasColors = View.SceneHasColors();
+    for (int32_t row = 0; row < Options.GetVisibleElementCount(&Options, 7); row++)
+      if (std::string_view(Options.GetVisibleElementName(row, &Options, 7)) == "VertexColors")
+        return !Options.IsElementHiddenInPanel(row, &Options, 7);
+    return false;
+  };
+  constexpr int left = Width / 2 - 60, right = Width / 2 + 60;
+  Options.RegisterMembers();
+  Options.Clay = ClayKind::Grey;
+  const float plainLeft = redOverBlue(left), plainRight = redOverBlue(right);
+  EXPECT_FALSE(isRowShown());
+  Volume.ForEachCell([&](const CellKey& key, VoxelCell& cell) {
+    if (!cell.Surface || key.x >= 0) return;
+    Block<uint32_t>& colors = cell.Surface->NeedExtras().ColorLayers.Add(1).Colors;
+    colors.Resize(cell.Surface->Vertices().Count());
+    std::fill(colors.begin(), colors.end(), 0xFF0000FF);  // red lies first
+    Volume.MarkCellChanged(key.x, key.y, key.z, true, false);
+  });
+  EXPECT_GT(redOverBlue(left), 4 * plainLeft);
+  EXPECT_NEAR(redOverBlue(right), plainRight, 0.02f) << "vertices without a colour are as they were, whatever group they are in";
+  EXPECT_TRUE(isRowShown());
+  Options.VertexColors = false;
+  EXPECT_NEAR(redOverBlue(left), plainLeft, 0.02f);
+  device.DeleteTarget(frame.FinalTarget);
 }
 
 TEST_F(SceneViewTest, UploadsChangesAloneAndNewGroupsWithinTheBudget) {

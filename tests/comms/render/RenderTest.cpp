@@ -10,6 +10,7 @@
 #include "comms/RenderState.h"
 #include "comms/render/EglContext.h"
 #include "comms/render/OffscreenPicture.h"
+#include "comms/render/SoftShadow.h"
 
 using namespace comms;
 using testing::HasSubstr;
@@ -144,6 +145,26 @@ TEST_F(Picture, OcclusionDarkensCreasesAndNothingElse) {
   EXPECT_LT(MeanBrightness(occluded, 146, 92, 154, 108), 0.8 * MeanBrightness(plain, 146, 92, 154, 108)) << "between the spheres";
   EXPECT_GT(MeanBrightness(occluded, 104, 80, 114, 90), 0.95 * MeanBrightness(plain, 104, 80, 114, 90)) << "on the open side";
   EXPECT_NEAR(MeanBrightness(occluded, 0, 0, 20, 20), MeanBrightness(plain, 0, 0, 20, 20), 0.01) << "the background";
+}
+
+TEST_F(Picture, ShadowFallsAwayFromTheLampAndNowhereElse) {
+  PictureOptions options = MakeOptions(300, 300), without = options;
+  without.SoftShadow = false;
+  int changes = 0;
+  ForEachChange(Draw({Sphere()}, options), Draw({Sphere()}, without), [&](int, int) { changes++; });
+  EXPECT_EQ(changes, 0) << "a ball throws none on itself";
+  // A small ball on the way to the lamp, outside of the picture's view of the place below it.
+  const cVec3 toLamp = Normalized(KeyLampDirection);
+  const cList<PictureItem> pair = {Sphere(), {&m_Sphere, cMat4::Scale(0.2f) * cMat4::Translation(toLamp * 1.7f)}};
+  const cImage lit = Draw(pair, without), shaded = Draw(pair, options);
+  const auto ratioAt = [&](const cVec3& place) {
+    const float scale = 150 / (std::tan(20 * float(M_PI) / 180) * (4 - place.z));
+    const int x = int(150 + place.x * scale), y = int(150 - place.y * scale);
+    return MeanBrightness(shaded, x - 1, y - 1, x + 2, y + 2) / MeanBrightness(lit, x - 1, y - 1, x + 2, y + 2);
+  };
+  EXPECT_LT(ratioAt(toLamp), 0.7);
+  EXPECT_NEAR(ratioAt(Normalized(cVec3{0.5f, 0.4f, 0.8f})), 1, 0.01);
+  EXPECT_NEAR(ratioAt(Normalized(cVec3{0.2f, -0.6f, 0.8f})), 1, 0.01) << "the side away from the lamp is as dark as it was";
 }
 
 TEST_F(Picture, DrawingLeavesMeshesAsTheyWereAndRepeats) {
