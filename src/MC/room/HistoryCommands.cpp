@@ -27,10 +27,11 @@ CommandResult Take(VoxelScene& scene, Step step, Step back) {
 }  // namespace
 
 void AddHistoryCommands(CommandTable& table, VoxelScene& scene) {
-  table.Add<NoParameters>("Undo", "Takes the last stroke, dab or merged mesh back.", [&](const NoParameters&) {
-    if (!scene.History().CanUndo()) return CommandResult::Fail("there is nothing to undo");
-    return Take(scene, &StrokeHistory::Undo, &StrokeHistory::Redo);
-  });
+  table.Add<NoParameters>("Undo", "Takes the last change of a volume, or of the list of volumes, back.",
+                          [&](const NoParameters&) {
+                            if (!scene.History().CanUndo()) return CommandResult::Fail("there is nothing to undo");
+                            return Take(scene, &StrokeHistory::Undo, &StrokeHistory::Redo);
+                          });
   table.Add<NoParameters>("Redo", "Does again what was taken back last.", [&](const NoParameters&) {
     if (!scene.History().CanRedo()) return CommandResult::Fail("there is nothing to redo");
     return Take(scene, &StrokeHistory::Redo, &StrokeHistory::Undo);

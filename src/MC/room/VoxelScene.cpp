@@ -11,52 +11,45 @@ VoxelScene::VoxelScene(std::string dataFolder) : m_DataFolder(std::move(dataFold
 VoxelScene::~VoxelScene() = default;
 
 VolumeObject* VoxelScene::Find(const std::string& name) const {
-  const auto found = std::find_if(m_Volumes.begin(), m_Volumes.end(), [&](const auto& volume) { return volume->Name == name; });
-  return found == m_Volumes.end() ? nullptr : found->get();
+  const auto found =
+      std::find_if(m_List.Volumes.begin(), m_List.Volumes.end(), [&](const auto& volume) { return volume->Name == name; });
+  return found == m_List.Volumes.end() ? nullptr : found->get();
 }
 
 VolumeObject* VoxelScene::FindOrCurrent(const std::string& name, std::string& error) const {
-  VolumeObject* volume = name.empty() ? m_Current : Find(name);
+  VolumeObject* volume = name.empty() ? m_List.Current : Find(name);
   if (volume) return volume;
-  if (m_Volumes.empty()) {
+  if (m_List.Volumes.empty()) {
     error = "the scene holds no volume; NewVolume or Voxelize makes one";
     return nullptr;
   }
   std::string names;
-  for (const auto& other : m_Volumes) names += (names.empty() ? "'" : ", '") + other->Name + "'";
+  for (const auto& other : m_List.Volumes) names += (names.empty() ? "'" : ", '") + other->Name + "'";
   error = Format("there is no volume '%s'; the scene holds %s", name.c_str(), names.c_str());
   return nullptr;
 }
 
-VolumeObject& VoxelScene::Add(std::unique_ptr<VolumeObject> volume) {
-  Touch();
-  m_Current = volume.get();
-  for (auto& place : m_Volumes)
-    if (place->Name == volume->Name) {
-      m_History.Forget(*place);
-      place = std::move(volume);
-      return *m_Current;
-    }
-  m_Volumes.push_back(std::move(volume));
-  return *m_Current;
+static size_t PlaceOf(const VolumeList& list, const VolumeObject& volume) {
+  const auto found =
+      std::find_if(list.Volumes.begin(), list.Volumes.end(), [&](const auto& other) { return other.get() == &volume; });
+  MORVANE_ASSERT(found != list.Volumes.end());
+  return size_t(found - list.Volumes.begin());
 }
 
-void VoxelScene::Remove(VolumeObject& volume) {
-  const auto found = std::find_if(m_Volumes.begin(), m_Volumes.end(), [&](const auto& other) { return other.get() == &volume; });
-  MORVANE_ASSERT(found != m_Volumes.end());
-  const size_t before = found == m_Volumes.begin() ? 0 : size_t(found - m_Volumes.begin()) - 1;
-  const bool wasCurrent = m_Current == &volume;
-  Touch();
-  m_History.Forget(volume);
-  m_Volumes.erase(found);
-  if (wasCurrent) m_Current = m_Volumes.empty() ? nullptr : m_Volumes[before].get();
+VolumeObject& VoxelScene::Add(std::unique_ptr<VolumeObject> volume) {
+  const VolumeObject* const same = Find(volume->Name);
+  m_History.Enter(std::move(volume), same ? PlaceOf(m_List, *same) : m_List.Volumes.size(), same != nullptr);
+  return *m_List.Current;
 }
+
+void VoxelScene::Remove(VolumeObject& volume) { m_History.Remove(PlaceOf(m_List, volume)); }
+
+void VoxelScene::Rename(VolumeObject& volume, std::string name) { m_History.Rename(volume, std::move(name)); }
 
 void VoxelScene::Clear() {
-  Touch();
+  m_Cleared++;
   m_History.Clear();
-  m_Volumes.clear();
-  m_Current = nullptr;
+  m_List = {};
   SetMesh(nullptr, {});
 }
 

@@ -20,29 +20,30 @@ class VoxelScene {
   const std::string& DataFolder() const { return m_DataFolder; }
 
   /// In the order in which they were made.
-  const std::vector<std::unique_ptr<VolumeObject>>& Volumes() const { return m_Volumes; }
+  const std::vector<std::unique_ptr<VolumeObject>>& Volumes() const { return m_List.Volumes; }
   /// Null where the scene is empty.
-  VolumeObject* Current() const { return m_Current; }
+  VolumeObject* Current() const { return m_List.Current; }
   /// Null where there is none of that name; the case of letters counts.
   VolumeObject* Find(const std::string& name) const;
   /// The volume of that name, for the empty name the current one; null with one sentence in `error` where there is none.
   VolumeObject* FindOrCurrent(const std::string& name, std::string& error) const;
-  /// Enters a volume, which becomes current, in place of the one that has its name.
+  /// Enters a volume, which becomes current, in place of the one that has its name. This and the two that follow are steps of
+  /// History.
   VolumeObject& Add(std::unique_ptr<VolumeObject> volume);
-  void Select(VolumeObject& volume) { m_Current = &volume; }
   /// The volume before it, else the first one, becomes current.
   void Remove(VolumeObject& volume);
+  /// `name` is free.
+  void Rename(VolumeObject& volume, std::string name);
+  void Select(VolumeObject& volume) { m_List.Current = &volume; }
   /// Takes everything out: volumes, history and the imported mesh.
   void Clear();
 
-  /// Undo and redo of strokes. Volumes that leave the scene leave it too.
+  /// Undo and redo. Volumes that leave the scene are kept there.
   StrokeHistory& History() { return m_History; }
   const StrokeHistory& History() const { return m_History; }
 
-  /// Something that no step of History stands for was changed: a volume came, went, was renamed or was merged into.
-  void Touch() { m_Changes++; }
   /// Stands for what the volumes hold: another one after every change, the same again once that is undone.
-  std::pair<uint64_t, uint64_t> State() const { return {m_Changes, m_History.State()}; }
+  std::pair<uint64_t, uint64_t> State() const { return {m_Cleared, m_History.State()}; }
 
   /// The mesh that was imported last; null before.
   const comms::cRawMesh* Mesh() const { return m_Mesh.get(); }
@@ -54,9 +55,8 @@ class VoxelScene {
 
  private:
   std::string m_DataFolder, m_MeshName;
-  std::vector<std::unique_ptr<VolumeObject>> m_Volumes;
-  StrokeHistory m_History;  // goes before the volumes, whose cells it holds
-  VolumeObject* m_Current = nullptr;
-  uint64_t m_Changes = 0;
+  VolumeList m_List;
+  StrokeHistory m_History{m_List};  // goes before the volumes, whose cells it holds
+  uint64_t m_Cleared = 0;           // times
   std::unique_ptr<comms::cRawMesh> m_Mesh;
 };

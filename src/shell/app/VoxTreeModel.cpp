@@ -33,8 +33,7 @@ bool VoxTreeModel::Rename(Node node, const std::string& name, std::string& expec
   if (!volume || volume->Name == name) return volume != nullptr;
   if (!IsVolumeName(name, expected)) return expected = GetText("EXPECTED_VOLUME_NAME"), false;
   if (m_Scene.Find(name)) return expected = GetText("EXPECTED_FREE_VOLUME_NAME"), false;
-  volume->Name = name;
-  m_Scene.Touch();
+  m_Scene.Rename(*volume, name);
   return true;
 }
 

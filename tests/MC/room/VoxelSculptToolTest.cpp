@@ -12,6 +12,7 @@
 #include "MC/room/RoomCommands.h"
 #include "comms/Log.h"
 #include "interface/Events.h"
+#include "shell/core/Actions.h"
 #include "shell/core/KeyTable.h"
 #include "shell/core/ToolInput.h"
 
@@ -27,6 +28,7 @@ class VoxelSculptToolTest : public testing::Test {
  protected:
   VoxelSculptToolTest() {
     Add(m_Scene);
+    m_Scene.History().Clear();
     m_Tool.RegisterMembers();
     m_Tool.Active = true;
     m_Tool.SetScene(&m_Scene);
@@ -113,6 +115,22 @@ TEST_F(VoxelSculptToolTest, WhatArrivedBeforeAFrameIsInItsSurface) {
   EXPECT_TRUE(Densities(Volume()) == before);
 }
 
+TEST_F(VoxelSculptToolTest, ABrushChosenInADragDrawsItsRest) {
+  Down(400, 300);
+  Move(410, 300);
+  m_Tool.Process(0);
+  m_Tool.SetTool(int32_t(VoxelBrush::Sphere), false);
+  Move(430, 300);
+  m_Tool.Process(0);
+  EXPECT_TRUE(m_Tool.IsStroking());
+  Up(440, 300);
+  m_Tool.Process(0);
+  ASSERT_FALSE(m_Tool.LastStrokes().empty());
+  EXPECT_EQ(m_Tool.LastStrokes().back().Tool, StrokeTool::Sphere);
+  EXPECT_GT(m_Tool.LastStrokes().back().Samples.size(), 1u);
+  EXPECT_EQ(m_Scene.History().Steps(), 2u);
+}
+
 TEST_F(VoxelSculptToolTest, UndoAndRedoBringEveryByteBack) {
   std::vector states{DumpCells(Volume())};
   for (int i = 0; i < 4; i++) {
@@ -128,23 +146,65 @@ TEST_F(VoxelSculptToolTest, UndoAndRedoBringEveryByteBack) {
   EXPECT_FALSE(Run("Undo").Ok());
   for (size_t step = 1; step <= 4; step++) expect("Redo", step);
   EXPECT_FALSE(Run("Redo").Ok());
-  // A new stroke ends what could be redone; the bound drops the oldest steps and counts what it holds.
+  // A new stroke ends what could be redone; while it runs there is no way back. The bound drops the oldest steps and counts what
+  // it holds.
   StrokeHistory& history = m_Scene.History();
   ASSERT_TRUE(Run("Undo").Ok());
+  Down(400, 300);
+  Move(410, 300);
+  m_Tool.Process(0);
+  EXPECT_FALSE(Run("Undo").Ok());
+  m_Tool.CancelStroke();
   Draw(10, 5);
   EXPECT_TRUE(!history.CanRedo() && history.Steps() == 4);
   history.ByteBound = history.Bytes() / 2;
   Draw(10, 5);
   EXPECT_LT(history.Steps(), 5u);
   EXPECT_LE(history.Bytes(), history.ByteBound);
-  // While a stroke runs there is no way back, and a volume takes its steps along.
+}
+
+// What a person deletes by mistake is work: it comes back whole, and so does the way back to what it was before.
+TEST_F(VoxelSculptToolTest, AVolumeThatWasDeletedComesBackWithItsSteps) {
+  StrokeHistory& history = m_Scene.History();
+  const SampleDump first = Densities(Volume());
+  Draw(20, 5);
+  m_Scene.Rename(Volume(), "head");
+  Volume().SpaceMatrix = comms::cMat4::Scale(0.03f);
+  const auto drawn = DumpCells(Volume());
+  const size_t bytes = history.Bytes(), groups = Volume().RenderGroups.Count();
+  const uint64_t state = history.State();
+  Add(m_Scene);
+  m_Scene.Select(*m_Scene.Find("head"));
+  // A stroke that runs is no part of what leaves.
   Down(400, 300);
   Move(410, 300);
   m_Tool.Process(0);
-  EXPECT_FALSE(Run("Undo").Ok());
   m_Scene.Remove(Volume());
   m_Tool.Process(0);
   EXPECT_FALSE(m_Tool.IsStroking());
+  EXPECT_EQ(Volume().Name, "ball");
+  EXPECT_GT(history.Bytes(), bytes + 100000) << "the volume is kept, and counts";
+  // Its name is free meanwhile.
+  m_Scene.Rename(Add(m_Scene), "head");
+  for (int i = 0; i < 3; i++) ASSERT_TRUE(Run("Undo").Ok());
+  ASSERT_EQ(m_Scene.Volumes().size(), 2u);
+  EXPECT_EQ(m_Scene.Volumes()[0].get(), m_Scene.Current());
+  EXPECT_EQ(Volume().Name, "head");
+  EXPECT_EQ(Volume().SpaceMatrix.m[0][0], 0.03f);
+  EXPECT_TRUE(DumpCells(Volume()) == drawn);
+  Volume().RefreshChanges();
+  EXPECT_EQ(Volume().RenderGroups.Count(), groups) << "nothing is seen of it";
+  ASSERT_TRUE(Run("Undo").Ok());
+  EXPECT_EQ(history.State(), state);
+  for (int i = 0; i < 2; i++) ASSERT_TRUE(Run("Undo").Ok());
+  EXPECT_EQ(Volume().Name, "ball");
+  EXPECT_TRUE(Densities(Volume()) == first);
+  for (int i = 0; i < 6; i++) ASSERT_TRUE(Run("Redo").Ok());
+  EXPECT_EQ(m_Scene.Volumes().size(), 2u);
+  EXPECT_FALSE(Run("Redo").Ok());
+  // Whatever is kept goes before the volumes that it is of, in front of the present and behind it.
+  for (int i = 0; i < 2; i++) ASSERT_TRUE(Run("Undo").Ok());
+  history.Clear();
   EXPECT_EQ(history.Steps() + history.Bytes(), 0u);
 }
 
@@ -156,9 +216,11 @@ TEST_F(VoxelSculptToolTest, KeysAndDragsChangeTheBrushOnTheSpot) {
   const cVec3 place = m_Tool.Hover().Position;
   ASSERT_TRUE(m_Tool.Hover());
   const float radius = m_Tool.Radius, depth = m_Tool.Depth;
-  EXPECT_TRUE(m_Tool.ProcessInput(KeyEvent(KeyRightBracket)));
+  Actions actions;
+  m_Tool.AddActions(actions);
+  EXPECT_TRUE(actions.Run("RadiusMore"));
   EXPECT_GT(m_Tool.Radius, radius);
-  EXPECT_TRUE(m_Tool.ProcessInput(KeyEvent(KeyLeftBracket)));
+  EXPECT_TRUE(actions.Run("RadiusLess"));
   EXPECT_NEAR(m_Tool.Radius, radius, 1e-3f);
 
   EXPECT_TRUE(press(0));
@@ -173,14 +235,34 @@ TEST_F(VoxelSculptToolTest, KeysAndDragsChangeTheBrushOnTheSpot) {
   Move(440, 300);
   EXPECT_NEAR(m_Tool.Smoothness, 0.7f, 1e-4f);
   release();
-  m_Tool.ProcessInput(KeyEvent('B'));
+  actions.Run("SizeBrush");
   Move(420, 300);
-  EXPECT_TRUE(m_Tool.ProcessInput(KeyEvent('B', 0, InputKind::KeyUp)));
+  actions.Find("SizeBrush")->Release();
+  Move(500, 300);
   EXPECT_NEAR(m_Tool.Radius, radius + 5, 1e-3f);
-  // The debug key writes the memory report, and the surface is there again.
+  // From a menu it begins where the pointer comes in, and a press ends it.
+  InputEvent leave;
+  leave.Kind = InputKind::PointerLeave;
+  m_Tool.ProcessInput(leave);
+  actions.Run("SizeBrush");
+  for (const float x : {100.0f, 110.0f}) Move(x, 300);
+  EXPECT_TRUE(Down(110, 300));
+  Move(400, 300);
+  EXPECT_NEAR(m_Tool.Radius, radius + 15, 1e-3f);
+  EXPECT_FALSE(m_Tool.IsStroking());
+  // A key does not end what the mouse holds, and the brush of a stroke stays.
+  press(0);
+  actions.Find("SizeBrush")->Release();
+  EXPECT_TRUE(Move(430, 285));
+  release();
+  ASSERT_TRUE(Down(400, 300));
+  actions.Run("SizeBrush");
+  m_Tool.ProcessInput(KeyEvent(KeyEsc));
+  EXPECT_FALSE(Move(440, 300));
+  // The report writes the memory report, and the surface is there again.
   const auto surface = DumpCells(Volume());
   comms::LogRecorder log;
-  EXPECT_TRUE(m_Tool.ProcessInput(KeyEvent('M', ModControl | ModAlt)));
+  EXPECT_TRUE(actions.Run("MemoryReport"));
   EXPECT_NE(log.Text().find("\nMemory usage report:\nCells: " + std::to_string(Volume().Cells.Count()) + "\n"),
             std::string::npos);
   EXPECT_TRUE(DumpCells(Volume()) == surface);
