@@ -77,6 +77,7 @@ class HotKeyRow : public BaseWidget {
     }
     return IsCaptured();
   }
+  bool ShowsKeyboard() const override { return Waits(); }
   void OnFocus(bool gained) override {
     if (!gained && Waits()) m_Window->BeginCapture({});
   }
@@ -195,7 +196,7 @@ std::string HotKeyWindow::HintOf(const HotKeyTarget& target) const {
 }
 
 bool HotKeyWindow::Matches(const HotKeyTarget& target) const {
-  std::string held = target.Command + " " + NameOf(target);
+  std::string held = NameOf(target);
   for (const KeyCombo& combo : m_Keys->KeysOf(target)) held += " " + GetKeyText(PrintKeyCombo(combo));
   held = Lowered(held);
   std::istringstream words(Lowered(m_Words));

@@ -23,8 +23,8 @@ class HotKeyWindow : public BaseWidget {
   void Arrange(const cRect& rect, Canvas& canvas) override;
   float HeightFor(float width, Canvas& canvas) const override;
 
-  /// Shows the targets whose text, name or key holds all words of `words`, whatever the case. A whole line of a command with
-  /// parameters shows that line, so that it can be given a key; a line with a fault shows what is wrong.
+  /// Shows the targets whose name or key, as they are shown, holds all words of `words`, whatever the case. A whole line of a
+  /// command with parameters shows that line, so that it can be given a key; a line with a fault shows what is wrong.
   void Search(const std::string& words);
   /// The next key pressed becomes the key of the target; Esc leaves it, Delete and Backspace take its key away. An empty target
   /// ends the waiting.

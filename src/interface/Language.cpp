@@ -17,6 +17,7 @@
 #include "comms/SafeFile.h"
 #include "comms/Str.h"
 #include "shell/core/DataPath.h"
+#include "shell/core/KeyTable.h"
 #include "shell/core/ObjectFile.h"
 
 namespace fs = std::filesystem;
@@ -181,7 +182,7 @@ std::string GetKeyText(std::string_view combo) {
   while (!combo.empty()) {
     const size_t end = std::min(combo.find('+'), combo.size());
     const std::string word(combo.substr(0, end)), key = "Key." + word;
-    text += (text.empty() ? "" : "+") + (HasText(key) ? GetText(key) : word);
+    text += (text.empty() ? "" : "+") + (HasText(key) ? GetText(key) : GetKeySign(word));
     combo.remove_prefix(std::min(end + 1, combo.size()));
   }
   return text;
@@ -190,13 +191,20 @@ std::string GetKeyText(std::string_view combo) {
 bool LoadLanguage(const std::string& dataFolder, const std::string& name, std::string& error) {
   const std::string folder = LanguageFolder(dataFolder);
   Texts loaded;
+  TextTable english;
   std::string sentences, sentence;
   const auto note = [&](bool done) {
     if (!done) sentences += (sentences.empty() ? "" : " ") + sentence;
+    return done;
   };
-  note(ParseTable(EnglishTexts, "English.xml of the build", loaded.Table, sentence));
-  note(ReadTable(comms::JoinPath(folder, "English.xml"), loaded.Table, sentence));
-  if (name != "English") note(ReadTable(comms::JoinPath(folder, name + ".xml"), loaded.Table, sentence));
+  note(ParseTable(EnglishTexts, "English.xml of the build", english, sentence));
+  if (!note(ReadTable(comms::JoinPath(folder, name + ".xml"), loaded.Table, sentence))) {
+    TextTable instead = english;
+    if (name != "English") note(ReadTable(comms::JoinPath(folder, "English.xml"), instead, sentence));
+    loaded.Table.merge(instead);
+  }
+  for (const auto& entry : english)
+    if (!loaded.Table.count(entry.first)) loaded.Missing.emplace(entry.first, entry.first);
   note(ReadReplacements(comms::JoinPath(folder, "replace.txt"), loaded.Words, sentence));
   if (!loaded.Words.empty())
     for (auto& [key, text] : loaded.Table) text = ReplaceWords(std::move(text), loaded.Words);

@@ -10,16 +10,16 @@
 namespace {
 
 constexpr float DepthPixels = 150, SmoothnessPixels = 200;  // a drag of so many pixels is a whole unit
-constexpr float KeyFactor = 1.1f;
-constexpr int MemoryKey = 'M';  // for who hunts memory: it is in no menu
-constexpr uint8_t MemoryModifiers = ModControl | ModAlt;
 
 }  // namespace
 
 bool VoxelSculptTool::OnLeftDown(const InputEvent& event) {
   m_Pointer = {event.X, event.Y, event.Pressure};
   m_PointerInside = true;
-  if (m_Adjusting != Adjusting::None) return true;
+  if (m_Adjusting != Adjusting::None) {
+    EndAdjustingByKey();
+    return true;
+  }
   if (m_ReleaseQueued) FinishStroke();  // the next press came within the same frame
   return BeginStroke(m_Pointer, (StrokeMode == 1) != event.IsEraser);
 }
@@ -71,42 +71,31 @@ bool VoxelSculptTool::ProcessInput(const InputEvent& event) {
       m_Adjusting = Adjusting::None;
       return false;
     case InputKind::KeyDown:
-      return OnKeyDown(event);
-    case InputKind::KeyUp:
-      if (event.Key != 'B' || !m_AdjustByKey || m_Adjusting == Adjusting::None) return false;
-      m_Adjusting = Adjusting::None;
+      if (event.Key != KeyEsc || !m_Stroking) return false;
+      CancelStroke();
       return true;
     default:
       return false;
   }
 }
 
-bool VoxelSculptTool::OnKeyDown(const InputEvent& event) {
-  if (event.Key == KeyEsc && m_Stroking) {
-    CancelStroke();
-    return true;
-  }
-  if (event.Key == MemoryKey && (event.Modifiers & MemoryModifiers) == MemoryModifiers && !m_Stroking) {
-    LogMemory();
-    return true;
-  }
-  if (event.Modifiers & (ModControl | ModAlt | ModSuper)) return false;
-  if (event.Key == KeyLeftBracket || event.Key == KeyRightBracket) {
-    const float factor = event.Key == KeyRightBracket ? KeyFactor : 1 / KeyFactor;
-    if (FixedSize)
-      SceneRadius = std::clamp(SceneRadius * factor, 1e-6f, 1e6f);
-    else
-      Radius = std::clamp(Radius * factor, 1.0f, 400.0f);
-    return true;
-  }
-  if (event.Key == 'B' && !m_Stroking) {
-    if (!event.IsRepeat && m_Adjusting == Adjusting::None) {
-      BeginAdjusting(event.Modifiers & ModShift ? Adjusting::Smoothness : Adjusting::RadiusDepth, m_Pointer.X, m_Pointer.Y);
-      m_AdjustByKey = true;
-    }
-    return true;
-  }
-  return false;
+void VoxelSculptTool::ScaleRadius(float factor) {
+  if (FixedSize)
+    SceneRadius = std::clamp(SceneRadius * factor, 1e-6f, 1e6f);
+  else
+    Radius = std::clamp(Radius * factor, 1.0f, 400.0f);
+}
+
+// From the key's press to its release; chosen in a menu, from where the pointer comes back to the view until a press there.
+void VoxelSculptTool::SwitchAdjustingByKey(Adjusting kind) {
+  if (m_Adjusting != Adjusting::None) return EndAdjustingByKey();
+  if (m_Stroking) return;
+  BeginAdjusting(kind, m_PointerInside ? m_Pointer.X : NAN, m_Pointer.Y);
+  m_AdjustByKey = true;
+}
+
+void VoxelSculptTool::EndAdjustingByKey() {
+  if (m_AdjustByKey) m_Adjusting = Adjusting::None;
 }
 
 // The report gives the triangles away that it has counted.
@@ -130,6 +119,7 @@ void VoxelSculptTool::BeginAdjusting(Adjusting kind, float x, float y) {
 
 // From the press on, so that going back brings the first values back.
 void VoxelSculptTool::Adjust(float x, float y) {
+  if (std::isnan(m_AdjustX)) m_AdjustX = x, m_AdjustY = y;
   const float dx = x - m_AdjustX, dy = m_AdjustY - y;
   if (m_Adjusting == Adjusting::Smoothness) {
     Smoothness = std::clamp(m_StartSmoothness + dx / SmoothnessPixels, 0.0f, 1.0f);

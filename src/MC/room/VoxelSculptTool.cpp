@@ -72,10 +72,13 @@ void VoxelSculptTool::SetView(const SceneCamera& camera, const SceneViewport& vi
 
 void VoxelSculptTool::SetTool(int32_t id, bool notify) {
   if (id == int32_t(CurrentToolId) || id < 0 || id >= int32_t(VoxelBrush::Count)) return;
+  const bool goesOn = m_Stroking && !m_ReleaseQueued;
   FinishStroke();
   m_Adjusting = Adjusting::None;
   CurrentToolId = VoxelBrush(id);
   m_Redraw = m_Redraw || notify;
+  // The button is still down: the rest of the drag is a stroke of the new brush.
+  if (goesOn) BeginStroke(m_Pointer, m_Invert);
 }
 
 bool VoxelSculptTool::FilterParam(const char* name) {
@@ -277,7 +280,8 @@ void VoxelSculptTool::CancelStroke() {
   }
 }
 
-void VoxelSculptTool::Process(double) {
+void VoxelSculptTool::Process(double timeSec) {
+  const int64_t before = ChangedCells();
   if (m_ReleaseQueued) {
     FinishStroke();
   } else if (m_Stroking) {
@@ -287,6 +291,7 @@ void VoxelSculptTool::Process(double) {
       if (m_Stroking) m_StrokeVolume->RefreshChanges();
     });
   }
+  if (ChangedCells() != before) m_LastChange = timeSec;
   if (m_Adjusting == Adjusting::None)
     m_Hover = m_PointerInside ? PickAt(m_Pointer.X, m_Pointer.Y) : SurfaceHit{};
   else if (!IsInScene(m_Hover.Volume))
@@ -326,7 +331,7 @@ std::string VoxelSculptTool::GetWorkHint() {
   if (m_Stroking)
     return comms::Format("%s %s   %s", GetText("CHANGED_CELLS").c_str(), PrintGrouped(ChangedCells()).c_str(),
                          GetText("WORKHINT_STROKE").c_str());
-  return GetText(RightDragIsOurs ? "WORKHINT_SCULPT" : "WORKHINT_SCULPT_KEYS");
+  return GetGestureHint();
 }
 
 int64_t VoxelSculptTool::ChangedCells() const { return m_Report.ChangedCells + (m_Run ? m_Run->Report().Apply.ChangedCells : 0); }

@@ -45,7 +45,8 @@ class VoxelSculptTool : public BasicTool {
   void SetView(const SceneCamera& camera, const SceneViewport& viewport);
   /// Whether a right drag on the surface comes to this tool, for the hint: else it is the camera's, and the key is told.
   bool RightDragIsOurs = true;
-  /// Ends the tool before; does nothing where `id` is the current one or none of VoxelBrush. `notify` lets the next frame know.
+  /// Ends the tool before, and its stroke; while the button is down the new tool begins one. Does nothing where `id` is the
+  /// current one or none of VoxelBrush. `notify` lets the next frame know.
   void SetTool(int32_t id, bool notify);
 
   /// Names of the volumes that can be pressed into the current one.
@@ -54,7 +55,9 @@ class VoxelSculptTool : public BasicTool {
   bool IsStroking() const { return m_Stroking; }
   /// Whether something has asked for a frame since the last call.
   bool TakeRedraw() { return std::exchange(m_Redraw, false); }
-  /// Whether the view should treat this frame as one in motion.
+  /// Time of the last Process that changed the surface; below 0 before the first. A pen that is held still changes nothing.
+  double LastChange() const { return m_LastChange; }
+  /// Whether a stroke or an adjustment runs.
   bool IsBusy() const { return m_Stroking || m_Adjusting != Adjusting::None; }
   /// Ends the stroke as at the release of the button, with its undo step. One that memory is short for is taken back.
   void FinishStroke();
@@ -108,10 +111,15 @@ class VoxelSculptTool : public BasicTool {
   PenSample MakePenSample(const SurfaceHit& hit, float pressure) const;
   bool BeginStroke(const Sample& sample, bool invert);
   bool IsInScene(const VolumeObject* volume) const;
-  bool OnKeyDown(const InputEvent& event);
+  void ScaleRadius(float factor);
   void LogMemory();
+  void AddBrushActions(Actions& actions);
+  void AddSizeActions(Actions& actions);
   int64_t ChangedCells() const;
   void BeginAdjusting(Adjusting kind, float x, float y);
+  void SwitchAdjustingByKey(Adjusting kind);
+  void EndAdjustingByKey();
+  std::string GetGestureHint() const;
   void Adjust(float x, float y);
   void ApplyQueue();
   void ApplySample(const Sample& sample);
@@ -138,6 +146,7 @@ class VoxelSculptTool : public BasicTool {
   std::vector<Stroke> m_Pieces;
   std::unique_ptr<StrokeRun> m_Run;  // of the last piece; null where the pointer is off the surface
   ApplyReport m_Report;              // of the pieces that ended
+  double m_LastChange = -1;
   Sample m_LastSample{0, 0, 1};
 
   Adjusting m_Adjusting = Adjusting::None;

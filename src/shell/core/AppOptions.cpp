@@ -8,6 +8,7 @@
 #include "ClassEngine/ValueTypes.h"
 #include "comms/Str.h"
 #include "shell/core/DataPath.h"
+#include "shell/core/FileTitle.h"
 #include "shell/core/ObjectFile.h"
 
 static Enumerator& Languages() {
@@ -81,6 +82,12 @@ std::string AppOptions::LanguageName() const {
 
 NaviSettings AppOptions::GetNaviSettings() const {
   return {NavigationPreset, OrbitSpeed, ZoomSpeed, InvertWheel, Turntable, OrbitAroundPick, ZoomToCursor, SmoothViews};
+}
+
+bool AppOptions::Load(const XmlNode* node, void* data, XmlErrorLog* errors, void* extra) {
+  const XmlNode* language = node->FindChild("Language");
+  if (language && IsFileTitle(std::string(language->GetValueView()))) SetLanguages({std::string(language->GetValueView())});
+  return BaseClass::Load(node, data, errors, extra);
 }
 
 void AppOptions::Load() {

@@ -44,7 +44,8 @@ class AppOptions : public BaseClass {
   /// "Options.xml" of the data path; a bad file leaves the defaults. See ObjectFile.h.
   void Load();
   bool Store();
-  using BaseClass::Load;
+  /// A language whose file is missing today stays chosen: its name is among the languages from then on.
+  bool Load(const XmlNode* node, void* data, XmlErrorLog* errors, void* extra) override;
 };
 
 class cSettings : public BaseClass {

@@ -8,15 +8,25 @@
 
 namespace fs = std::filesystem;
 
-static constexpr size_t MaxTitleBytes = 80;
+// A file system takes 255 bytes, with what is put behind the name.
+static constexpr size_t MaxTitleBytes = 240;
+static constexpr ptrdiff_t MaxTitleCharacters = 80;
+static constexpr std::string_view Edges = ". \t";
 
 bool IsFileTitle(std::string_view name) {
   if (name.empty() || name.size() > MaxTitleBytes || FindInvalidUtf8(name) != name.npos) return false;
+  const auto begins = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
+  if (std::count_if(name.begin(), name.end(), begins) > MaxTitleCharacters) return false;
   const auto isBad = [](char c) {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7F || std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos;
   };
-  const auto isEdge = [](char c) { return c == '.' || c == ' '; };
-  return std::none_of(name.begin(), name.end(), isBad) && !isEdge(name.front()) && !isEdge(name.back());
+  return std::none_of(name.begin(), name.end(), isBad) && Edges.find(name.front()) == Edges.npos &&
+         Edges.find(name.back()) == Edges.npos;
+}
+
+std::string TrimFileTitle(std::string_view typed) {
+  const size_t first = typed.find_first_not_of(Edges);
+  return first == typed.npos ? std::string() : std::string(typed.substr(first, typed.find_last_not_of(Edges) - first + 1));
 }
 
 std::vector<std::string> ListFileTitles(const std::string& folder, std::string_view extension) {

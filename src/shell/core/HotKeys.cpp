@@ -9,6 +9,7 @@
 #include "comms/Str.h"
 #include "shell/core/BasicTool.h"
 #include "shell/core/ObjectFile.h"
+#include "shell/core/ToolInput.h"
 
 static constexpr const char* FileName = "HotKeys.xml";
 
@@ -158,7 +159,9 @@ std::vector<KeyCombo> HotKeys::KeysOf(const HotKeyTarget& target) const {
 
 std::string HotKeys::KeyText(const HotKeyTarget& target) const {
   const std::vector<KeyCombo> combos = KeysOf(target);
-  return combos.empty() ? std::string() : PrintKeyCombo(combos.front());
+  const auto best = std::max_element(
+      combos.begin(), combos.end(), [](const KeyCombo& a, const KeyCombo& b) { return RateKeySign(a.Key) < RateKeySign(b.Key); });
+  return best == combos.end() ? std::string() : PrintKeyCombo(*best);
 }
 
 const OneHotKey* HotKeys::FindConflict(const KeyCombo& combo, const HotKeyTarget& target, bool stack) const {
@@ -269,6 +272,7 @@ bool HotKeyRunner::BeginTool(const HotKeyTarget& target, bool hold, int code) {
     if (Complain) Complain("there is no tool '" + target.Tool + "'");
     return true;
   }
+  if (CurrentStroke.Running) return true;  // whoever draws keeps the tool until the button is up
   if (hold) m_Held.push_back({code, {}, target.Tool, GetCurrentTool().GetToolKey()});
   RadioActivate(*tool);
   return true;

@@ -60,7 +60,7 @@ class HotKeys : public BaseClass {
   std::vector<const OneHotKey*> FindAll(const KeyCombo& combo) const;
   /// Keys of a target.
   std::vector<KeyCombo> KeysOf(const HotKeyTarget& target) const;
-  /// "Ctrl+Z" for the menu; empty where there is none.
+  /// "Ctrl+Z" for the menu; empty where there is none. Of several keys the first that the keyboard has under its name.
   std::string KeyText(const HotKeyTarget& target) const;
   std::string KeyText(const std::string& action) const { return KeyText(HotKeyTarget{action, {}, {}}); }
   /// Who has the combination besides `target` and doesn't share it; null where it is free.

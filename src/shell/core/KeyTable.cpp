@@ -62,6 +62,8 @@ constexpr NamedModifier s_Modifiers[] = {
     {ModSuper, 0, "Super", "Meta"},
 };
 
+std::map<int, std::string> s_Signs;
+
 std::string_view Trim(std::string_view text) {
   const size_t first = text.find_first_not_of(" \t");
   return first == text.npos ? std::string_view() : text.substr(first, text.find_last_not_of(" \t") - first + 1);
@@ -108,6 +110,19 @@ int FindKeyByName(std::string_view name) {
   for (const NamedKey& other : s_OtherNames)
     if (comms::EqualsNoCase(other.Name, name)) return other.Code;
   return KeyNone;
+}
+
+void SetKeySigns(std::map<int, std::string> signs) { s_Signs = std::move(signs); }
+
+std::string GetKeySign(std::string_view name) {
+  for (const auto& [key, sign] : s_Signs)
+    if (!sign.empty() && GetKeyName(key) == name) return sign;
+  return std::string(name);
+}
+
+int RateKeySign(int key) {
+  const auto found = s_Signs.find(key);
+  return found == s_Signs.end() ? 2 : found->second.empty() ? 0 : 1;
 }
 
 std::string PrintKeyCombo(const KeyCombo& combo) {

@@ -1,5 +1,6 @@
 #pragma once
 // The keys that the program knows. Key codes everywhere are those of this table, whatever the platform calls them.
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -54,6 +55,14 @@ std::string GetKeyName(int key);
 /// The code of such a name, but for the case of letters; 0 where there is none. "Escape", "Control", "Return" and the like are
 /// understood.
 int FindKeyByName(std::string_view name);
+
+/// What the person's keyboard has printed on keys whose name stands on none of its own: "Ü" for KeyLeftBracket on a German one.
+/// An empty sign: nobody can tell. Replaces what was set before.
+void SetKeySigns(std::map<int, std::string> signs);
+/// The sign to show for a key of that name; the name itself where it is on the keyboard or nothing better is known.
+std::string GetKeySign(std::string_view name);
+/// How well a person finds a key by what is shown for it: 2 its name is printed on it, 1 another sign is, 0 nobody can tell.
+int RateKeySign(int key);
 
 struct KeyCombo {
   int Key = 0;            ///< 0: no key

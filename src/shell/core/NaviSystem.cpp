@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 #include "comms/RenderState.h"
 
@@ -15,7 +16,9 @@ constexpr double Pi = 3.14159265358979323846;
 constexpr double TransitionSec = 0.25;
 constexpr double MinDistance = 1e-7, MaxDistance = 1e9;
 constexpr float MinNearShare = 1e-5f;  // of Far: what a depth buffer of 24 bits can still tell apart
+constexpr double NearestShare = 2e-4;  // of the scene's diagonal, from its target: nearer there is less than a voxel to see
 constexpr double FrameMargin = 1.1;
+constexpr double MostShare = 2;  // what is larger than the view by this factor is seen in part only, as a person wants it
 
 // Sums of a drag are made in double: a point grabbed at 1e6 units stays under the pointer as well as one at 1e-3.
 struct Vec {
@@ -147,6 +150,27 @@ std::array<Vec, 8> CornersAlong(const SceneBox& box, const Axes& axes, const Vec
     corners[i] = {Dot(corner, axes.Right), Dot(corner, axes.Up), Dot(corner, axes.Forward)};
   }
   return corners;
+}
+
+/// How much of the view a box fills whose centre is `distance` before the camera, were it in the middle: 1 reaches an edge.
+/// Infinite where the viewer is within it.
+double ShareOfView(const SceneBox& box, const Camera& camera, double aspect, double distance) {
+  double share = 0;
+  for (const Vec& corner : CornersAlong(box, AxesOf(camera), Vec(box.Center()))) {
+    const double depth = camera.Orthographic ? distance : distance + corner.z;
+    if (!(depth > 0)) return HUGE_VAL;
+    share = std::max(share, std::max(std::abs(corner.x) / aspect, std::abs(corner.y)) / (HalfTangent(camera) * depth));
+  }
+  return share;
+}
+/// The least distance from its centre at which it fills no more.
+double DistanceForShare(const SceneBox& box, const Camera& camera, const Axes& axes, double aspect, double share) {
+  double distance = 0;
+  for (const Vec& corner : CornersAlong(box, axes, Vec(box.Center()))) {
+    const double needed = std::max(std::abs(corner.x) / aspect, std::abs(corner.y)) / (HalfTangent(camera) * share);
+    distance = std::max(distance, camera.Orthographic ? needed : needed - corner.z);
+  }
+  return distance;
 }
 
 }  // namespace
@@ -294,7 +318,12 @@ void NaviSystem::SetViewport(float x, float y, float width, float height) {
 }
 
 void NaviSystem::SetCamera(const Camera& camera) {
-  m_Transition.Running = false;
+  m_Framed = {};
+  Jump(camera);
+}
+
+void NaviSystem::Jump(const Camera& camera) {
+  m_Transition.Running = m_Turned = false;
   EndDrag();
   if (IsSound(camera)) View = camera;
 }
@@ -307,12 +336,15 @@ bool NaviSystem::FindPoint(float x, float y, cVec3& point) const {
 
 void NaviSystem::BeginDrag(NaviAction action, const InputEvent& press) {
   m_Transition.Running = false;
+  if (action == NaviAction::Orbit && !std::exchange(m_Turned, true)) m_Unturned = View;
+  if (action == NaviAction::Zoom || action == NaviAction::Pan) m_Turned = false;
   m_Drag = {action, press.Button, press.X, press.Y, View, {}, false};
   m_Drag.Picked = FindPoint(press.X, press.Y, m_Drag.Point);
   if (action == NaviAction::Orbit && !(m_Drag.Picked && Settings.OrbitAroundPick))
     m_Drag.Point = View.Target, m_Drag.Picked = false;
   if (action == NaviAction::Zoom && !Settings.ZoomToCursor) m_Drag.Point = View.Target, m_Drag.Picked = false;
-  if (m_Drag.Picked && action != NaviAction::Pan) PutTargetAtDepth(m_Drag.Start, DepthOf(View, m_Drag.Point));
+  const bool movesAboutPoint = action == NaviAction::Orbit || action == NaviAction::Zoom;
+  if (m_Drag.Picked && movesAboutPoint) PutTargetAtDepth(m_Drag.Start, DepthOf(View, m_Drag.Point));
 }
 
 bool NaviSystem::OnMove(const InputEvent& move) {
@@ -323,6 +355,7 @@ bool NaviSystem::OnMove(const InputEvent& move) {
       Orbit(dx, dy);
       break;
     case NaviAction::Pan:
+      m_Framed = {};
       Pan(move.X, move.Y);
       break;
     case NaviAction::Zoom:  // right and up come nearer; the height of the view is a factor of 20
@@ -378,7 +411,9 @@ void NaviSystem::Pan(float x, float y) {
 // Scaling the viewer about a point leaves the point where it is on the screen, with and without perspective.
 void NaviSystem::ZoomAbout(const Camera& start, const cVec3& point, double factor) {
   const double distance = DistanceOf(start);
-  const double least = std::min(LeastDistance(start), distance), most = std::max(MaxDistance, distance);
+  const SceneBox scene = Bounds ? Bounds() : SceneBox();
+  const double nearest = std::max(LeastDistance(start), scene.Empty() ? 0 : NearestShare * double(scene.Diagonal()));
+  const double least = std::min(nearest, distance), most = std::max(MaxDistance, distance);
   factor = std::clamp(distance * factor, least, most) / distance;
   const Vec fixed(point);
   Camera camera = start;
@@ -404,7 +439,7 @@ void NaviSystem::MoveTo(const Camera& camera) {
 bool NaviSystem::OnWheel(const InputEvent& wheel) {
   if (wheel.WheelY == 0 || wheel.Modifiers != 0) return false;
   if (m_Drag.Action != NaviAction::None) return true;
-  m_Transition.Running = false;
+  m_Transition.Running = m_Turned = false;
   Camera start = View;
   cVec3 point = View.Target;
   if (Settings.ZoomToCursor && FindPoint(wheel.X, wheel.Y, point)) PutTargetAtDepth(start, DepthOf(View, point));
@@ -418,7 +453,8 @@ bool NaviSystem::OnWheel(const InputEvent& wheel) {
 void NaviSystem::GoTo(const Camera& camera) {
   EndDrag();
   if (!IsSound(camera)) return;
-  if (!Settings.SmoothViews) return SetCamera(camera);
+  if (!Settings.SmoothViews) return Jump(camera);
+  m_Turned = false;
   m_Transition = {true, false, View, camera, 0};
 }
 
@@ -440,10 +476,51 @@ void NaviSystem::SetStandardView(StandardView view) {
 }
 
 void NaviSystem::LookAlong(const cVec3& forward, const cVec3& up) {
-  // Two quick presses: the second view belongs to the target of the first.
-  Camera camera = m_Transition.Running ? m_Transition.To : View;
-  Place(camera, Vec(camera.Target), Vec(forward), Vec(up), DistanceOf(camera));
+  Camera camera = Wanted(), seen = camera;
+  if (m_Turned) seen.Position = m_Unturned.Position, seen.Target = m_Unturned.Target, seen.Up = m_Unturned.Up;
+  const Axes axes{Cross(Vec(forward), Vec(up)), Vec(up), Vec(forward)};
+  const double aspect = double(Aspect());
+  const auto look = [&](const Vec& target, double distance) {
+    Place(camera, target, axes.Forward, axes.Up, std::clamp(distance, LeastDistance(camera), std::max(MaxDistance, distance)));
+    GoTo(camera);
+  };
+  const SceneBox scene = Bounds ? Bounds() : SceneBox();
+  for (const SceneBox& box : {m_Framed, scene}) {
+    if (box.Empty() || !scene.Contains(box.Center())) continue;
+    const double depth = seen.Orthographic ? DistanceOf(seen) : DepthOf(seen, box.Center());
+    const double share = ShareOfView(box, seen, aspect, depth);
+    // A long thing that was seen from its end is seen whole from its side too.
+    if (share <= MostShare)
+      return look(Vec(box.Center()),
+                  std::max(depth, DistanceForShare(box, camera, axes, aspect, std::max(share, 1 / FrameMargin))));
+    if (box.Contains(camera.Target)) return look(Vec(camera.Target), DistanceOf(camera));
+  }
+  if (scene.Empty()) return look(Vec(camera.Target), DistanceOf(camera));
+  look(Vec(scene.Center()), DistanceForShare(scene, camera, axes, aspect, 1 / FrameMargin));
+}
+
+// Nothing comes nearer by it: what an orbit began from still counts.
+void NaviSystem::RollTo(const cVec3& up) {
+  const bool turned = m_Turned;
+  Camera camera = Wanted();
+  camera.Up = up;
   GoTo(camera);
+  m_Turned = turned;
+}
+
+void NaviSystem::RollBy(float degrees) {
+  const Axes axes = AxesOf(Wanted());
+  RollTo(Rotate(axes.Up, axes.Forward, -double(degrees) * Pi / 180).Narrow());
+}
+
+void NaviSystem::LevelView() {
+  const Axes axes = AxesOf(Wanted());
+  Vec up = Vec(0, 1, 0) - axes.Forward * axes.Forward.y;
+  if (Dot(up, up) < 1e-6) {
+    const bool alongX = std::abs(axes.Up.x) > std::abs(axes.Up.z);
+    up = alongX ? Vec(std::copysign(1.0, axes.Up.x), 0, 0) : Vec(0, 0, std::copysign(1.0, axes.Up.z));
+  }
+  RollTo(Unit(up, axes.Up).Narrow());
 }
 
 void NaviSystem::ToggleOrthographic() {
@@ -454,20 +531,18 @@ void NaviSystem::ToggleOrthographic() {
 
 void NaviSystem::Frame(const SceneBox& box) {
   if (box.Empty() || !IsFinite(box.Min) || !IsFinite(box.Max)) return;
-  Camera camera = m_Transition.Running ? m_Transition.To : View;
+  Camera camera = Wanted();
   const Axes axes = AxesOf(camera);
-  const Vec center = (Vec(box.Min) + Vec(box.Max)) * 0.5;
-  const double tangent = HalfTangent(camera), aspect = double(Aspect());
-  double distance = 0;
-  for (const Vec& corner : CornersAlong(box, axes, center)) {
-    const double needed = std::max(std::abs(corner.x) / aspect, std::abs(corner.y)) / tangent;
-    distance = std::max(distance, camera.Orthographic ? needed : needed - corner.z);
-  }
+  const Vec center(box.Center());
+  double distance = DistanceForShare(box, camera, axes, double(Aspect()), 1);
   // A single point has no size: the distance stays.
   distance = distance > 0 ? distance * FrameMargin : DistanceOf(camera);
   camera.Target = center.Narrow();
   Place(camera, center, axes.Forward, axes.Up, std::clamp(distance, LeastDistance(camera), MaxDistance));
   GoTo(camera);
+  // The whole scene goes on growing; a box of nothing is none to come back to.
+  const SceneBox scene = Bounds ? Bounds() : SceneBox();
+  m_Framed = scene.Empty() || scene == box ? SceneBox() : box;
 }
 
 void NaviSystem::Process(double timeSec) {

@@ -16,6 +16,9 @@ struct SceneBox {
   bool Empty() const { return !(Min.x <= Max.x && Min.y <= Max.y && Min.z <= Max.z); }
   comms::cVec3 Center() const { return (Min + Max) * 0.5f; }
   float Diagonal() const { return Empty() ? 0 : comms::Length(Max - Min); }
+  bool Contains(const comms::cVec3& p) const {
+    return p.x >= Min.x && p.y >= Min.y && p.z >= Min.z && p.x <= Max.x && p.y <= Max.y && p.z <= Max.z;
+  }
   friend bool operator==(const SceneBox&, const SceneBox&) = default;
 };
 
@@ -85,6 +88,8 @@ class NaviSystem {
   NaviSettings Settings;
   /// The scene's point under a pixel of the window; false where there is none. Empty: nothing is ever hit.
   std::function<bool(float x, float y, comms::cVec3& point)> Pick;
+  /// The box of the scene as it is now. Empty function: there is none.
+  std::function<SceneBox()> Bounds;
 
   /// The work view within the window, in pixels; sizes below 1 count as 1.
   void SetViewport(float x, float y, float width, float height);
@@ -115,10 +120,16 @@ class NaviSystem {
   NaviAction CurrentAction() const { return m_Drag.Action; }
 
   // --- views -------------------------------------------------------------------------------------------------------------
-  /// Looks along an axis at the same target from the same distance.
+  /// Looks along an axis at what is looked at: the box that was framed last, until a pan, else the scene's. It keeps the size
+  /// that it had before orbits, and is seen whole where it was. Close to a part of it, and without a box, the target and the
+  /// distance stay.
   void SetStandardView(StandardView view);
   /// The same for any direction. Both have length 1 and stand at a right angle.
   void LookAlong(const comms::cVec3& forward, const comms::cVec3& up);
+  /// Turns the picture about its middle, to the right (clockwise) by so many degrees.
+  void RollBy(float degrees);
+  /// Rolls the view until its horizon is level. Straight down or up: until the nearest axis of the ground points up.
+  void LevelView();
   /// The size at the target stays.
   void ToggleOrthographic();
   /// Moves so that the whole box is seen, with a margin; the direction of sight stays. Does nothing for an empty box.
@@ -161,10 +172,17 @@ class NaviSystem {
   void ZoomAbout(const Camera& start, const comms::cVec3& point, double factor);
   void Roll(float dx);
   void MoveTo(const Camera& camera);
+  void Jump(const Camera& camera);
   void GoTo(const Camera& camera);
+  void RollTo(const comms::cVec3& up);
+  /// Where a transition ends, and else where the view is: two quick presses are two steps.
+  const Camera& Wanted() const { return m_Transition.Running ? m_Transition.To : View; }
 
   float m_X = 0, m_Y = 0, m_Width = 1, m_Height = 1;
   Drag m_Drag;
   uint8_t m_Claimed = 0;  // buttons whose release is awaited, by their number
   Transition m_Transition;
+  SceneBox m_Framed;  // a part of the scene; empty: all of it counts
+  Camera m_Unturned;  // before the orbits since anything else moved it
+  bool m_Turned = false;
 };

@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <map>
+#include <set>
 #include <string_view>
 #include <system_error>
 #include <utility>
 #include <vector>
 
 #include "ClassEngine/ClassHelp.h"
+#include "ClassEngine/ClassRegistry.h"
 #include "ClassEngine/EngineHost.h"
 #include "ClassEngine/Xml.h"
 #include "comms/Log.h"
@@ -43,6 +46,51 @@ bool ParseQuietly(XmlNode& root, std::string_view text) {
   return sound;
 }
 
+// The words that a value of this kind may have; none where it is no choice among words.
+static std::vector<std::string> WordsOf(const MemberInfo& member) {
+  return member.Type == "_bool" ? std::vector<std::string>{"true", "false"} : member.Entries;
+}
+
+static std::string ListWords(const std::vector<std::string>& words) {
+  constexpr size_t most = 12;
+  std::string list;
+  for (size_t i = 0; i < std::min(words.size(), most); i++) list += (i ? ", " : "") + words[i];
+  return words.size() > most ? list + ", ..." : list;
+}
+
+// Where a value doesn't know its word, loading gives it a value of its own and says nothing. Once for each member of a class,
+// however many of its objects the file holds; these stand under the name of their class.
+static bool WarnOfUnknownWords(const BaseClass& object, const XmlNode& root, const std::string& path) {
+  std::map<std::string, std::vector<MemberInfo>, std::less<>> known;
+  std::set<std::string> said;
+  std::vector<std::pair<const XmlNode*, const BaseClass*>> open{{&root, &object}};
+  while (!open.empty()) {
+    const auto [node, owner] = open.back();
+    open.pop_back();
+    const std::string className = owner ? owner->GetClassName() : "";
+    auto members = known.find(className);
+    if (members == known.end())
+      members = known.emplace(className, owner ? DescribeMembers(*owner) : std::vector<MemberInfo>()).first;
+    for (int32_t i = 0; i < node->GetChildCount(); i++) {
+      const XmlNode& child = *node->GetChild(i);
+      if (child.GetChildCount()) {
+        open.emplace_back(&child, FindClass(child.GetNameView()));
+        continue;
+      }
+      const std::string_view word = child.GetValueView();
+      for (const MemberInfo& member : members->second) {
+        if (member.Name != child.GetNameView()) continue;
+        const std::vector<std::string> words = WordsOf(member);
+        if (words.empty() || std::find(words.begin(), words.end(), word) != words.end()) continue;
+        if (!said.insert(className + "." + member.Name).second) continue;
+        comms::LogWarning("%s: <%s> holds '%s', expected one of: %s", path.c_str(), member.Name.c_str(),
+                          std::string(word.substr(0, 60)).c_str(), ListWords(words).c_str());
+      }
+    }
+  }
+  return said.empty();
+}
+
 ObjectFileState LoadObjectFile(BaseClass& object, const std::string& path, const char* rootName) {
   const std::string wanted = rootName ? rootName : object.GetClassName();
   std::vector<uint8_t> bytes;
@@ -58,6 +106,7 @@ ObjectFileState LoadObjectFile(BaseClass& object, const std::string& path, const
   XmlErrorLog errors;
   bool sound = object.Load(&root, &object, &errors);
   if (!errors.Messages.Empty()) comms::LogWarning("%s: %s", path.c_str(), errors.Messages.Get()), sound = false;
+  sound = WarnOfUnknownWords(object, root, path) && sound;
   if (const std::string clamped = ClampToRanges(object); !clamped.empty())
     comms::LogWarning("%s: out of range and brought back: %s", path.c_str(), clamped.c_str()), sound = false;
   if (sound) return ObjectFileState::Loaded;

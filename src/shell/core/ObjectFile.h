@@ -12,7 +12,8 @@ enum class ObjectFileState {
   Damaged    ///< nothing could be used; the object is as it was. The file is kept beside as ".bad"
 };
 /// Reads the XML form of `object` from `path`. `rootName`: name of the root node, null for the class name. Numbers outside the
-/// declared ranges are brought to their ends. Everything that is wrong gets a line in the log, with the file.
+/// declared ranges are brought to their ends; words that a member doesn't know are said and give what loading
+/// gives for them. Everything that is wrong gets a line in the log, with the file.
 ObjectFileState LoadObjectFile(BaseClass& object, const std::string& path, const char* rootName = nullptr);
 /// Writes it, whole or not at all; makes the folder. False with a line in the log.
 bool StoreObjectFile(BaseClass& object, const std::string& path, const char* rootName = nullptr);

@@ -120,6 +120,12 @@ bool IsPageAllowed(std::string_view name) {
       else
         comms::LogWarning("%s", error.c_str());
     }
+    const std::vector<std::string>& names = GetPageNames();
+    if (std::none_of(names.begin(), names.end(), [](const auto& page) { return IsPageAllowed(page, *s_PagesText); })) {
+      std::string known;
+      for (const std::string& page : names) known += (known.empty() ? "" : ", ") + page;
+      comms::LogWarning("%s: names no page, so none is offered; expected some of: %s", path.c_str(), known.c_str());
+    }
   }
   return IsPageAllowed(name, *s_PagesText);
 }

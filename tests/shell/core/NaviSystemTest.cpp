@@ -190,6 +190,81 @@ TEST(NaviSystem, StandardViewsAndTheWayBetweenThem) {
     }
 }
 
+/// The edge that the box comes nearest to: 1 is the edge itself. Infinite where a part is behind the viewer.
+float ShareSeen(const NaviSystem& navi, const SceneBox& box) {
+  float widest = 0;
+  for (int i = 0; i < 8; ++i) {
+    const cVec3 corner{i & 1 ? box.Max.x : box.Min.x, i & 2 ? box.Max.y : box.Min.y, i & 4 ? box.Max.z : box.Min.z};
+    float x = 0, y = 0;
+    if (!navi.Project(corner, x, y)) return HUGE_VALF;
+    widest = std::max({widest, std::abs(x - ScreenX - 600) / 600, std::abs(y - ScreenY - 400) / 400});
+  }
+  return widest;
+}
+
+// However the view was turned about places of the surface, what was seen whole is seen whole, in its size.
+TEST_P(NaviSizes, StandardViewsShowWhatWasSeen) {
+  const SceneBox scene{cVec3{-1, -0.5f, -4} * Size, cVec3{1, 0.5f, 4} * Size};
+  const SceneBox part{cVec3{-1, -0.5f, 2} * Size, cVec3{1, 0.5f, 4} * Size};
+  Navi.Bounds = [&] { return scene; };
+  Navi.Pick = [&](float, float, cVec3& point) { return point = scene.Max, true; };
+  const auto drag = [this](MouseButton button, float dx, float dy) {
+    Navi.BeginDefault(PointerEvent(InputKind::ButtonDown, 700, 300, button));
+    Navi.OnMove(PointerEvent(InputKind::PointerMove, 700 + dx, 300 + dy));
+    Navi.OnRelease(PointerEvent(InputKind::ButtonUp, 700 + dx, 300 + dy, button));
+  };
+  for (const SceneBox& box : {part, scene}) {
+    Navi.Frame(box);
+    for (int view = 0; view < 6; ++view) {
+      for (int i = 0; i < 3; ++i) drag(MouseButton::Left, 130, 40.0f * float(i));
+      Navi.SetStandardView(StandardView(view));
+      EXPECT_LT(ShareSeen(Navi, box), 1) << view;
+      EXPECT_NEAR(Length(Navi.View.Target - box.Center()) / Size, 0, 1e-3);
+    }
+  }
+  // Moved on, it is the scene that counts; far away, it is brought back.
+  drag(MouseButton::Middle, 40, 0);
+  Navi.SetStandardView(StandardView::Top);
+  EXPECT_NEAR(Length(Navi.View.Target - scene.Center()) / Size, 0, 1e-3);
+  Navi.View.Target = scene.Max * 3, Navi.View.Position = scene.Max * 3.1f;
+  Navi.SetStandardView(StandardView::Front);
+  EXPECT_LT(ShareSeen(Navi, scene), 1);
+  // Close to a part of it, that is looked at from the other side too.
+  const cVec3 detail = cVec3{0.9f, 0, 0.5f} * Size;
+  Navi.View.Target = detail, Navi.View.Position = detail + cVec3{0, 0, 0.2f} * Size;
+  Navi.SetStandardView(StandardView::Left);
+  EXPECT_EQ(Navi.View.Target, detail);
+  EXPECT_NEAR(Navi.View.Distance() / Size, 0.2f, 1e-3);
+}
+
+TEST_P(NaviSizes, RollsByStepsAndLevels) {
+  PickThePoint();
+  const Camera before = Navi.View;
+  for (const cVec3& forward : {before.Forward(), cVec3{0, -1, 0}}) {
+    Navi.LookAlong(forward, forward.y < -0.9f ? cVec3{0, 0, -1} : before.Up - forward * Dot(before.Up, forward));
+    Navi.LevelView();
+    const Camera level = Navi.View;
+    Navi.RollBy(15);
+    const cVec3 right = level.Right();
+    EXPECT_NEAR(Dot(Navi.View.Up, right), -std::sin(0.2618f), 1e-3) << "the picture turns to the right";
+    EXPECT_EQ(Navi.View.Target, level.Target) << "what was picked is no matter";
+    Navi.RollBy(-30);
+    Navi.LevelView();
+    EXPECT_NEAR(Length(Navi.View.Up - level.Up), 0, 1e-4);
+  }
+  // Two quick presses are two steps, and a drag turns about the middle.
+  Navi.Settings.SmoothViews = true;
+  for (int i = 0; i < 2; ++i) Navi.RollBy(45);
+  for (const double time : {1.0, 2.0}) Navi.Process(time);
+  EXPECT_NEAR(std::abs(Navi.View.Up.x), 1, 1e-3);
+  const cVec3 target = Navi.View.Target;
+  Navi.Settings.Preset = 2;
+  Navi.OnPress(PointerEvent(InputKind::ButtonDown, 700, 300, MouseButton::Middle, ModAlt));
+  Navi.OnMove(PointerEvent(InputKind::PointerMove, 800, 300));
+  EXPECT_EQ(Navi.CurrentAction(), NaviAction::Roll);
+  EXPECT_EQ(Navi.View.Target, target);
+}
+
 TEST(NaviSystem, ADragTakesTheViewOutOfATransition) {
   NaviSystem navi = MakeNavi(1, false);
   navi.Settings.SmoothViews = true;
@@ -228,6 +303,10 @@ TEST(NaviSystem, EndlessZoomStaysUsable) {
   const float far = navi.View.Distance();
   for (int i = 0; i < 20; ++i) navi.OnWheel(WheelEvent(900, 200, 1));
   EXPECT_LT(navi.View.Distance(), far * 0.1f) << "and leads back";
+  navi = MakeNavi(1, false);
+  navi.Bounds = [] { return SceneBox{{-1, -1, -1}, {1, 1, 1}}; };
+  for (int i = 0; i < 2000; ++i) navi.OnWheel(WheelEvent(600, 400, 1));
+  EXPECT_GT(navi.View.Distance(), 1e-4f) << "nearer there would be less than a voxel to see";
 }
 
 TEST(NaviSystem, BadCamerasAndBoxesAreRefused) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 
@@ -10,6 +11,7 @@
 #include "shell/core/AppOptions.h"
 #include "shell/core/DataPath.h"
 #include "shell/core/FileTitle.h"
+#include "shell/core/HotKeys.h"
 #include "shell/core/ObjectFile.h"
 #include "shell/core/PresetsManager.h"
 #include "shell/core/WindowPlacement.h"
@@ -92,6 +94,41 @@ TEST_F(OptionFilesTest, WhatIsSoundInAFileIsTaken) {
   EXPECT_NE(Log.Text().find("UndoDepth"), std::string::npos) << Log.Text();
 }
 
+TEST_F(OptionFilesTest, UnknownWordsAreSaidOnceEach) {
+  AppOptions::SetLanguages({"English", "Deutsch"});
+  Write(
+      "Options.xml",
+      "<AppOptions><Theme>Purple</Theme><InterfaceScale>400</InterfaceScale><Turntable>maybe</Turntable><Turntable>no</Turntable>"
+      "<Language>../English</Language><ShowHints>false</ShowHints><HintDelay>1</HintDelay></AppOptions>");
+  AppOptions options;
+  options.Load();
+  EXPECT_EQ(std::ranges::count(Log.Text(), '\n'), 4) << Log.Text();
+  for (const char* said : {"<Theme> holds 'Purple', expected one of: System, Dark, Light", "<InterfaceScale> holds '400'",
+                           "<Turntable> holds 'maybe'", "<Language> holds '../English'", "Options.xml"})
+    EXPECT_NE(Log.Text().find(said), std::string::npos) << said;
+  EXPECT_FALSE(options.ShowHints);
+  EXPECT_TRUE(Exists("Options.xml.bad"));
+  // Once for all keys of a file.
+  Write("HotKeys.xml",
+        "<HotKeys><Keys><OneHotKey><Code>Nokey</Code><Command>A</Command></OneHotKey><OneHotKey><Code>Nope</Code>"
+        "<Command>B</Command></OneHotKey></Keys></HotKeys>");
+  HotKeys keys;
+  keys.Load(Files.Path("own"));
+  EXPECT_EQ(std::ranges::count(Log.Text(), '\n'), 5) << Log.Text();
+}
+
+// Its file may be back tomorrow.
+TEST_F(OptionFilesTest, ALanguageWhoseFileIsMissingStaysChosen) {
+  AppOptions::SetLanguages({"English"});
+  Write("Options.xml", "<AppOptions><Language>Suomi</Language></AppOptions>");
+  AppOptions options;
+  options.Load();
+  EXPECT_EQ(options.LanguageName(), "Suomi");
+  ASSERT_TRUE(options.Store());
+  EXPECT_NE(Read("Options.xml").find("<Language>Suomi</Language>"), std::string::npos);
+  EXPECT_FALSE(Exists("Options.xml.bad"));
+}
+
 TEST_F(OptionFilesTest, ScaleFollowsTheScreenUnlessItIsSet) {
   AppOptions options;
   EXPECT_EQ(options.GetScale(2), 2);
@@ -133,7 +170,15 @@ TEST_F(OptionFilesTest, PresetsAndTheirCopies) {
     EXPECT_FALSE(PresetsManager::Save(parameters, bad)) << bad;
     EXPECT_FALSE(PresetsManager::Delete("cSettings", bad)) << bad;
   }
-  EXPECT_TRUE(IsFileTitle(std::string(80, 'a')) && !IsFileTitle(std::string(81, 'a')));
+  const auto repeat = [](const char* character, int count) {
+    std::string text;
+    while (count-- > 0) text += character;
+    return text;
+  };
+  EXPECT_TRUE(IsFileTitle(repeat("a", 80)) && IsFileTitle(repeat("ä", 80)) && IsFileTitle(repeat("語", 80)));
+  EXPECT_FALSE(IsFileTitle(repeat("a", 81)) || IsFileTitle(repeat("ä", 81)) || IsFileTitle(repeat("😀", 80)));
+  EXPECT_EQ(TrimFileTitle(" ..Nr. 5. "), "Nr. 5");
+  EXPECT_EQ(TrimFileTitle(" . "), "");
 }
 
 TEST_F(OptionFilesTest, WindowRect) {

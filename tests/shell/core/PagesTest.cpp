@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
+#include "comms/Log.h"
 #include "shell/TestFolder.h"
 #include "shell/core/BasicTool.h"
 #include "shell/core/DataPath.h"
@@ -112,6 +114,13 @@ TEST_F(PagesTest, AllowedPages) {
   EXPECT_EQ(ListAllowedPages(), (std::vector<int>{0, 4}));
   Files.Write("own/Pages.txt", "Paint");
   EXPECT_TRUE(IsPageAllowed("Voxels")) << "read once";
+  comms::LogRecorder log;
+  for (const char* text : {"Paint", "voxels Painting", ""}) {
+    InitPages({});
+    Files.Write("own/Pages.txt", text);
+    for (int again = 0; again < 2; again++) ListAllowedPages();
+  }
+  EXPECT_EQ(std::ranges::count(log.Text(), '\n'), 1) << log.Text() << "of the one that names no page";
 }
 
 TEST_F(PagesTest, TagsOfItems) {
