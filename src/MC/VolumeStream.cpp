@@ -68,7 +68,7 @@ void WriteVolume(BinStream& out, const VolumeObject& volume, uint32_t id, uint32
 
 class VolumeReader {
  public:
-  VolumeReader(BinStream& in, std::string& error) : m_In(in), m_Error(error) {}
+  VolumeReader(BinStream& in, bool keepsCells, std::string& error) : m_In(in), m_KeepsCells(keepsCells), m_Error(error) {}
   bool Read(std::vector<std::unique_ptr<VolumeObject>>& volumes);
 
  private:
@@ -84,6 +84,7 @@ class VolumeReader {
   }
 
   BinStream& m_In;
+  bool m_KeepsCells;
   std::string& m_Error;
   uint32_t m_Version = 0;
   std::vector<uint32_t> m_References;  // of each volume: place + 1 of the other one, 0 none
@@ -181,6 +182,7 @@ bool VolumeReader::ReadCell(VolumeObject& volume, const CellKey& key) {
   const uint16_t uniform = ReadWORD(m_In);
   uint16_t samples[CellSamples];
   if (hasBlock && !DecodeCell(m_In, samples, CellSamples)) return Fail("the stream ends within a cell");
+  if (!m_KeepsCells) return true;
   VoxelCell& cell = *volume.GetCell(key.x, key.y, key.z, true, false, false);
   cell.SetUniform(uniform, false);
   if (hasBlock) {
@@ -207,5 +209,12 @@ void SaveVolumes(BinStream& out, std::span<const VolumeObject* const> volumes) {
 }
 
 bool LoadVolumes(BinStream& in, std::vector<std::unique_ptr<VolumeObject>>& volumes, std::string& error) {
-  return VolumeReader(in, error).Read(volumes);
+  return VolumeReader(in, true, error).Read(volumes);
+}
+
+bool ListVolumeNames(BinStream& in, std::vector<std::string>& names, std::string& error) {
+  std::vector<std::unique_ptr<VolumeObject>> volumes;
+  if (!VolumeReader(in, false, error).Read(volumes)) return false;
+  for (const auto& volume : volumes) names.push_back(volume->Name);
+  return true;
 }

@@ -16,3 +16,5 @@ void SaveVolumes(BinStream& out, std::span<const VolumeObject* const> volumes);
 /// identity; version 6 goes on behind cells that are damaged. False with one sentence in `error`, and `volumes` as it was, where
 /// the stream is cut off, is of another version, or holds surfaces.
 bool LoadVolumes(BinStream& in, std::vector<std::unique_ptr<VolumeObject>>& volumes, std::string& error);
+/// Reads over the same and appends the volumes' names alone.
+bool ListVolumeNames(BinStream& in, std::vector<std::string>& names, std::string& error);

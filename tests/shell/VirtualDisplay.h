@@ -1,6 +1,7 @@
 #pragma once
 // Servers of the tests' own, started and ended here: a display above all.
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -72,12 +73,19 @@ class VirtualDisplay {
  public:
   // The server picks a free number and writes it.
   explicit VirtualDisplay(const char* screen = "1600x1000x24")
-      : m_Server({"Xvfb", "-displayfd", "3", "-screen", "0", screen, "-nolisten", "tcp"}) {}
+      : m_Server({"Xvfb", "-displayfd", "3", "-screen", "0", screen, "-nolisten", "tcp", "-noreset"}) {}
   bool IsThere() const { return !m_Server.Address.empty(); }
 
  private:
   TestServer m_Server;
   TestVariable m_Display{"DISPLAY", ":" + m_Server.Address}, m_Driver{"SDL_VIDEODRIVER", "x11"};
 };
+
+/// Leaves a test that this machine can't run. Where every test is to run, with all installed that they need, that is a failure.
+#define MORVANE_SKIP(reason)                                     \
+  do {                                                           \
+    if (std::getenv("MORVANE_SKIP_NOTHING")) FAIL() << (reason); \
+    GTEST_SKIP() << (reason);                                    \
+  } while (false)
 
 inline bool HasProgram(const std::string& name) { return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0; }

@@ -38,6 +38,7 @@ const cList<Feature>& GetFeatures() {
   return features;
 }
 
+constexpr char ShadingNeed[] = "shading language 3.30";
 // What the back end uses of OpenGL 3.3 and older versions lack.
 const cList<Feature>& GetNeeds() {
   static const cList<Feature> needs = {{"vertex buffer objects", 15, {"GL_ARB_vertex_buffer_object"}},
@@ -46,10 +47,10 @@ const cList<Feature>& GetNeeds() {
                                        {"vertex array objects", 30, {"GL_ARB_vertex_array_object"}},
                                        {"buffer copies", 31, {"GL_ARB_copy_buffer"}},
                                        {"sampler objects", 33, {"GL_ARB_sampler_objects"}},
-                                       {"shading language 3.30", 33, {}}};
+                                       {ShadingNeed, 33, {}}};
   return needs;
 }
-constexpr int NeededVersion = 33;
+constexpr int NeededVersion = 33, NeededShadingVersion = 330;
 
 bool IsSupported(const Feature& feature, const DeviceFacts& facts) {
   if (facts.VersionNumber >= feature.CoreSince) return true;
@@ -73,14 +74,19 @@ cStr MakeDeviceReport(const DeviceFacts& facts) {
 }
 
 cStr DescribeMissingNeeds(const DeviceFacts& facts) {
-  if (facts.IsDesktop && facts.VersionNumber >= NeededVersion) return {};
-  cStr missing;
+  // A driver may hold its shading language back behind its version.
+  const bool lacksShading = facts.ShadingVersion > 0 && facts.ShadingVersion < NeededShadingVersion;
+  if (facts.IsDesktop && facts.VersionNumber >= NeededVersion && !lacksShading) return {};
+  cStr missing, shading;
   for (const Feature& need : GetNeeds())
-    if (!IsSupported(need, facts)) missing += (missing.empty() ? "" : ", ") + cStr(need.Label);
+    if (!IsSupported(need, facts) || (lacksShading && need.Label == ShadingNeed))
+      missing += (missing.empty() ? "" : ", ") + cStr(need.Label);
   if (!facts.IsDesktop) missing = "desktop OpenGL";
-  return Format("The graphics driver of \"%s\" offers %s %d.%d (\"%s\"); OpenGL %d.%d is needed. Missing: %s.",
+  if (lacksShading) shading = Format(" with shading language %d.%02d", facts.ShadingVersion / 100, facts.ShadingVersion % 100);
+  return Format("The graphics driver of \"%s\" offers %s %d.%d (\"%s\")%s; OpenGL %d.%d is needed. Missing: %s.",
                 facts.Renderer.c_str(), facts.IsDesktop ? "OpenGL" : "OpenGL ES", facts.VersionNumber / 10,
-                facts.VersionNumber % 10, facts.Version.c_str(), NeededVersion / 10, NeededVersion % 10, missing.c_str());
+                facts.VersionNumber % 10, facts.Version.c_str(), shading.c_str(), NeededVersion / 10, NeededVersion % 10,
+                missing.c_str());
 }
 
 }  // namespace comms

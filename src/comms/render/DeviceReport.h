@@ -9,6 +9,7 @@ namespace comms {
 struct DeviceFacts {
   cStr Vendor, Renderer, Version;
   int VersionNumber = 0;                          ///< 10 * major + minor
+  int ShadingVersion = 0;                         ///< of the shading language, 100 * major + minor; 0: not told
   bool IsDesktop = true;                          ///< false: OpenGL ES
   std::function<bool(const char*)> HasExtension;  ///< by the full name, "GL_EXT_texture_filter_anisotropic"
   int FragmentTextureUnits = 0, MaxAnisotropy = 0, VertexAttributes = 0, VertexUniformVectors = 0, MaxTargetSize = 0,

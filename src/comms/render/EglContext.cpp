@@ -120,19 +120,21 @@ static void LeaveWindow() {
 
 static void ReturnToWindow() {
   if (!GetWindowContext().Return) return;
-  // Another library's context can't become current while EGL holds the thread.
-  if (eglGetCurrentContext()) eglMakeCurrent(eglGetCurrentDisplay(), EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+  // Another library's context can't become current while EGL holds the thread. Where EGL is not installed it holds nothing, and a
+  // call of it would end the program.
+  if (epoxy_has_egl() && eglGetCurrentContext())
+    eglMakeCurrent(eglGetCurrentDisplay(), EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
   GetWindowContext().Return();
 }
 
 ContextTurn::ContextTurn() { LeaveWindow(); }
 ContextTurn::~ContextTurn() { ReturnToWindow(); }
 
-void ContextTurn::Interrupt(EglContext& context, const std::function<void()>& work) {
+bool ContextTurn::Interrupt(EglContext& context, const std::function<void()>& work) {
   ReturnToWindow();
   work();
   LeaveWindow();
-  context.MakeCurrent();
+  return context.MakeCurrent();
 }
 
 }  // namespace comms

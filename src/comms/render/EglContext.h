@@ -41,8 +41,8 @@ class ContextTurn {
   ~ContextTurn();
   ContextTurn(const ContextTurn&) = delete;
   ContextTurn& operator=(const ContextTurn&) = delete;
-  /// Runs `work` with the window's context, and makes `context` current again.
-  static void Interrupt(EglContext& context, const std::function<void()>& work);
+  /// Runs `work` with the window's context, and makes `context` current again; false where that fails.
+  static bool Interrupt(EglContext& context, const std::function<void()>& work);
 };
 
 }  // namespace comms

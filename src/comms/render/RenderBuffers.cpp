@@ -1,6 +1,7 @@
 #include <epoxy/gl.h>
 #include <algorithm>
 
+#include "comms/render/DriverTime.h"
 #include "comms/render/cRenderGL.h"
 
 namespace comms {
@@ -29,6 +30,7 @@ void cRenderGL::UploadBuffer(Buffer& buffer, const void* data, bool changesOften
     glGenBuffers(1, &buffer.Object);
     buffer.Serial = ++m_LastSerial;
   }
+  const DriverTime driver;
   glBindBuffer(GL_COPY_WRITE_BUFFER, buffer.Object);
   glBufferData(GL_COPY_WRITE_BUFFER, GLsizeiptr(buffer.Bytes), data, changesOften ? GL_STREAM_DRAW : GL_STATIC_DRAW);
 }
@@ -192,12 +194,15 @@ bool cRenderGL::PrepareDraw(const Buffer* indices) {
 }
 
 void cRenderGL::Draw(int mode, int firstVertex, int vertexCount) {
-  if (vertexCount > 0 && PrepareDraw(nullptr)) glDrawArrays(ToGlMode(mode), firstVertex, vertexCount);
+  if (vertexCount <= 0 || !PrepareDraw(nullptr)) return;
+  const DriverTime driver;
+  glDrawArrays(ToGlMode(mode), firstVertex, vertexCount);
 }
 
 void cRenderGL::DrawIndexed(int mode, int firstIndex, int indexCount) {
   const Buffer* indices = FindBuffer(m_CurrentIndices);
   if (indexCount <= 0 || !indices || !indices->Object || !PrepareDraw(indices)) return;
+  const DriverTime driver;
   glDrawElements(ToGlMode(mode), indexCount, indices->ElementBytes == 2 ? GL_UNSIGNED_SHORT : GL_UNSIGNED_INT,
                  reinterpret_cast<const void*>(uintptr_t(firstIndex) * uintptr_t(indices->ElementBytes)));
 }

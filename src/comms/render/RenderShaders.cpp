@@ -7,6 +7,7 @@
 
 #include "comms/Log.h"
 #include "comms/SafeFile.h"
+#include "comms/render/DriverTime.h"
 #include "comms/render/cRenderGL.h"
 
 namespace comms {
@@ -113,7 +114,10 @@ static bool CompileStage(GLuint program, GLenum stage, const cStr& source, cStr&
   const GLuint object = glCreateShader(stage);
   const char* text = source.c_str();
   glShaderSource(object, 1, &text, nullptr);
-  glCompileShader(object);
+  {
+    const DriverTime driver;
+    glCompileShader(object);
+  }
   const bool done = ReadOutcome(object, glGetShaderiv, GL_COMPILE_STATUS, glGetShaderInfoLog, log);
   if (done) glAttachShader(program, object);
   glDeleteShader(object);
@@ -133,6 +137,7 @@ unsigned cRenderGL::LinkProgram(const ShaderFile& file, const cStr& defines, cSt
     LogInfo("Linking program...");
     for (GLuint slot = 0; slot < std::size(AttributeNames); slot++) glBindAttribLocation(program, slot, AttributeNames[slot]);
     glBindFragDataLocation(program, 0, "o_Color");
+    const DriverTime driver;
     glLinkProgram(program);
     done = ReadOutcome(program, glGetProgramiv, GL_LINK_STATUS, glGetProgramInfoLog, log);
   }

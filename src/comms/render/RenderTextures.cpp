@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "comms/Log.h"
+#include "comms/render/DriverTime.h"
 #include "comms/render/GlFormat.h"
 #include "comms/render/cRenderGL.h"
 
@@ -136,6 +137,7 @@ bool cRenderGL::UploadTexture(Texture& texture, const void* pixels) {
   if (!CheckTexture(desc)) return false;
   if (!m_Loaded) return true;  // Reload comes back to it
   const GLenum target = ToGl(desc.Kind);
+  const DriverTime driver;
   GlDebug::Attempt attempt(m_Debug);
   glGenTextures(1, &texture.Object);
   BindForEdit(texture);
@@ -232,6 +234,7 @@ void cRenderGL::UpdateTexture(int id, int x, int y, int width, int height, const
     CopyPart(desc, texture.Source, x, y, width, height, static_cast<const uint8_t*>(pixels));
   }
   if (!texture.Object) return;
+  const DriverTime driver;
   const GlFormat format = ToGl(desc.Format);
   BindForEdit(texture);
   if (desc.Kind == TextureKind::Line) {

@@ -7,6 +7,7 @@
 #include "comms/Log.h"
 #include "comms/SafeFile.h"
 #include "comms/render/DeviceReport.h"
+#include "comms/render/DriverTime.h"
 
 namespace comms {
 
@@ -27,6 +28,7 @@ static cStr GetText(GLenum name) {
 static DeviceFacts ReadVersion() {
   DeviceFacts facts;
   facts.VersionNumber = epoxy_gl_version();
+  facts.ShadingVersion = epoxy_glsl_version();
   facts.IsDesktop = epoxy_is_desktop_gl();
   facts.Vendor = GetText(GL_VENDOR);
   facts.Renderer = GetText(GL_RENDERER);
@@ -51,8 +53,10 @@ static void ReadLimits(DeviceFacts& facts) {
 cStr DescribeCurrentDevice() {
   const DeviceFacts facts = ReadVersion();
   const cStr missing = DescribeMissingNeeds(facts);
-  return !missing.empty() ? missing
-                          : Format("The graphics driver of \"%s\" offers \"%s\".", facts.Renderer.c_str(), facts.Version.c_str());
+  return !missing.empty()
+             ? missing
+             : Format("The graphics driver of \"%s\" offers \"%s\" with shading language %d.%02d.", facts.Renderer.c_str(),
+                      facts.Version.c_str(), facts.ShadingVersion / 100, facts.ShadingVersion % 100);
 }
 
 bool cRenderGL::Init(const Options& options, cStr& error) {
@@ -185,6 +189,7 @@ void cRenderGL::BeginFrame(double timeSec) {
 }
 void cRenderGL::EndFrame() {
   if (!m_Loaded) return;
+  const DriverTime driver;
   glFlush();
   m_Debug.Poll();
 }
@@ -275,6 +280,7 @@ void cRenderGL::Clear(const cVec4& color, float depth) {
   glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
   glClearColor(color.x, color.y, color.z, color.w);
   glClearDepth(depth);
+  const DriverTime driver;
   glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
   ApplyDepthState();
   ApplyBlendState();

@@ -85,6 +85,8 @@ int RunApp(const std::vector<std::string>& words, const BuildFacts& build) {
   const std::string dataFolder = FindDataFolder(places, error);
   if (dataFolder.empty()) return Fail(3, error);
   if (options.AskAfterCrash) return AskToSaveAfterCrash(dataFolder);
+  if (!options.SavedAfterCrash.empty()) return TellWorkIsSaved(dataFolder, options.SavedAfterCrash);
+  if (!options.LostAfterCrash.empty()) return TellWorkIsLost(dataFolder, options.LostAfterCrash);
 
   // The folder is made by the window, or by a crash: a run without a window makes none of the person's.
   CrashOptions crash;

@@ -20,12 +20,19 @@ CrashSave* s_Current = nullptr;
 }  // namespace
 
 CrashSave::CrashSave(Parts parts) : m_Parts(std::move(parts)) {
-  m_Question = {GetProgramFile(), "--data", m_Parts.ProgramData, "--ask-after-crash"};
-  for (const std::string& word : m_Question) m_QuestionWords.push_back(word.c_str());
-  m_QuestionWords.push_back(nullptr);
+  m_Question = MakeWords({"--ask-after-crash"});
+  m_Failure = MakeWords({"--lost-after-crash", "The save did not come to its end: the crash has damaged too much."});
   Begin();
   s_Current = this;
   SetSaveAfterCrash([] { s_Current->Run(); });
+}
+
+CrashSave::Words CrashSave::MakeWords(std::initializer_list<std::string> words) const {
+  Words made{{GetProgramFile(), "--data", m_Parts.ProgramData}, {}};
+  made.Texts.insert(made.Texts.end(), words);
+  for (const std::string& word : made.Texts) made.List.push_back(word.c_str());
+  made.List.push_back(nullptr);
+  return made;
 }
 
 CrashSave::~CrashSave() {
@@ -48,18 +55,45 @@ bool CrashSave::IsWorthSaving() const {
   return !m_Parts.Scene.Volumes().empty() && (m_Changes >= ManyChanges || m_Parts.IsModified());
 }
 
-void CrashSave::Run() {
+void CrashSave::Run() const {
   if (!IsWorthSaving()) return;
   // A window that answers nobody would stand before the question, and may hold the mouse.
   m_Parts.MainWindow.Abandon();
-  if (RunFromCrash(m_QuestionWords.data()) == AnswerNo) return;
-  LimitSaveAfterCrash(SaveSeconds);
+  const int answer = RunFromCrash(m_Question.List.data());
+  if (answer == AnswerNo) return;
+  const bool isHeard = answer == AnswerYes;
+  LimitSaveAfterCrash(SaveSeconds, isHeard ? m_Failure.List.data() : nullptr);
   comms::SetProgressSink(nullptr);  // it would draw
   comms::LogInfo("Crash occured. Trying to save object...");
-  const std::string path = ChooseCrashBackup(m_Parts.Folder);
-  std::string error;
-  if (WriteCrashBackup(m_Parts.Scene, path, error))
-    comms::LogInfo("%s is saved", path.c_str());
-  else
+  std::string told;
+  const bool isSaved = Save(told);
+  LimitSaveAfterCrash(0, nullptr);
+  if (isHeard) Tell(isSaved ? "--saved-after-crash" : "--lost-after-crash", told);
+}
+
+bool CrashSave::SaveUnasked() const {
+  std::string told;
+  return !IsWorthSaving() || Save(told);
+}
+
+/// `told`: the path; where no folder takes it, the reason of each.
+bool CrashSave::Save(std::string& told) const {
+  for (const std::string& folder : ListCrashBackupFolders(m_Parts.Folder)) {
+    const std::string path = ChooseCrashBackup(folder);
+    std::string error;
+    if (WriteCrashBackup(m_Parts.Scene, path, error)) {
+      comms::LogWarning("The work is saved in %s; the next start offers it", path.c_str());
+      told = path;
+      return true;
+    }
     comms::LogError("The work was not saved: %s", error.c_str());
+    told += (told.empty() ? "" : "\n") + error;
+  }
+  return false;
+}
+
+// Not waited for: the process has nothing more to do.
+void CrashSave::Tell(const char* option, const std::string& text) const {
+  const Words words = MakeWords({option, text});
+  StartFromCrash(words.List.data());
 }

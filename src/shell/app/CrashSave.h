@@ -2,6 +2,7 @@
 // Save after a crash: the handler asks, the sculpture goes to a file in the data path, and the next start offers it.
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,7 +18,7 @@ class CrashSave {
     Window& MainWindow;
     std::string ProgramData;
     std::string Folder;  ///< for the backup: where the next start looks for it, also where this is a second instance
-    std::function<bool()> IsModified;  ///< whether the scene holds what is stored nowhere
+    std::function<bool()> IsModified;  ///< whether the scene holds, or is just getting, what is stored nowhere
   };
   explicit CrashSave(Parts parts);
   ~CrashSave();
@@ -28,14 +29,24 @@ class CrashSave {
   void Begin();
   /// Looks whether the scene has changed since the last look. Cheap; once a frame.
   void Watch();
+  /// Saves without a question what is worth it, for an end at which nobody can be asked. False, with the reasons in the log,
+  /// where it could not be saved.
+  bool SaveUnasked() const;
 
  private:
   bool IsWorthSaving() const;
-  void Run();
+  void Run() const;
+  bool Save(std::string& told) const;
+  void Tell(const char* option, const std::string& text) const;
 
   Parts m_Parts;
-  std::vector<std::string> m_Question;
-  std::vector<const char*> m_QuestionWords;  // made now: a crashed process takes no memory for them
+  /// A program with its words, made now: a crashed process takes no memory for them.
+  struct Words {
+    std::vector<std::string> Texts;
+    std::vector<const char*> List;
+  };
+  Words MakeWords(std::initializer_list<std::string> words) const;
+  Words m_Question, m_Failure;
   std::pair<uint64_t, uint64_t> m_LastState;
   int m_Changes = 0;
 };

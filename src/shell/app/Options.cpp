@@ -27,6 +27,8 @@ const OptionRow s_Rows[] = {
     {"--data", "DIR", "folder of the program's own files, in place of the one that it finds", &Options::DataFolder, nullptr},
     {"-openautomate", "ARGS", "run as a benchmark client of the OpenAutomate interface", &Options::OpenAutomate},
     {"--ask-after-crash", nullptr, nullptr, nullptr, &Options::AskAfterCrash},
+    {"--saved-after-crash", "FILE", nullptr, &Options::SavedAfterCrash},
+    {"--lost-after-crash", "REASON", nullptr, &Options::LostAfterCrash},
     {"--help", nullptr, "this text and every command with its parameters", nullptr, &Options::ShowHelp},
     {"--version", nullptr, "name and version", nullptr, &Options::ShowVersion},
 };

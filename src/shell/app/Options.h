@@ -13,6 +13,7 @@ struct Options {
   int Threads = 0;             ///< --threads N, 1 to 1024; 0: as many as the machine has
   int Frames = 0;              ///< --frames N; 0: until the person closes the window
   bool AskAfterCrash = false;  ///< of the program's own use: asks whether the work is to be saved, see QuestionWindow.h
+  std::string SavedAfterCrash, LostAfterCrash;  ///< of the same use: tells where the work is, or why it is nowhere
   bool KeepGoing = false, ShowHelp = false, ShowVersion = false;
 };
 

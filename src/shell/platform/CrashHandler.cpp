@@ -32,6 +32,7 @@ constexpr unsigned LongestMemoryWalkSec = 5;
 
 CrashScene g_Scene;
 void (*g_Save)() = nullptr;
+const char* const* g_ToldOfFailure = nullptr;
 
 /// All that the handler needs, prepared while things are well.
 struct Prepared {
@@ -225,6 +226,10 @@ void StartReporter() {
   StartFromCrash(words);
 }
 
+void TellOfFailure() {
+  if (g_ToldOfFailure) StartFromCrash(g_ToldOfFailure);
+}
+
 [[noreturn]] void EndNested(int number, const siginfo_t& info, const ucontext_t& context) {
   CrashFile file(g_Prepared.Nested);
   if (file.IsOpen()) {
@@ -234,6 +239,7 @@ void StartReporter() {
     file.Print("Trace: %s\n", GetLastTrace());
   }
   Show("Crash while handling a crash");
+  TellOfFailure();
   // Destructors don't run here: the file is complete without its sync.
   _exit(-1);
 }
@@ -261,6 +267,7 @@ void RunSave(long thread) {
 
 void EndLateSave(int) {
   Show("The work could not be saved in time");
+  TellOfFailure();
   _exit(-1);
 }
 
@@ -295,7 +302,9 @@ void HandleCrash(int number, siginfo_t* info, void* contextPointer) {
   ComposeShort(after);
   WriteShort();
   WriteReport();
-  Show(g_Prepared.Log);
+  static char said[LongestPath + 64];
+  FormatCrashText(said, sizeof(said), "Morvane crashed; the report is %s", g_Prepared.Log);
+  Show(said);
   StartReporter();
   RunSave(thread);
   // The end that the fault would have had without us, so that whoever started the program sees it.
@@ -305,7 +314,8 @@ void HandleCrash(int number, siginfo_t* info, void* contextPointer) {
 }
 
 bool SetPath(char (&out)[LongestPath], const std::string& folder, const char* name, std::string& error) {
-  if (FormatCrashText(out, sizeof(out), "%s%s%s", folder.c_str(), name[0] ? "/" : "", name) < sizeof(out)) return true;
+  const char* between = name[0] && !folder.ends_with('/') ? "/" : "";
+  if (FormatCrashText(out, sizeof(out), "%s%s%s", folder.c_str(), between, name) < sizeof(out)) return true;
   error = "the folder of the crash report has too long a path: " + folder;
   return false;
 }
@@ -319,7 +329,8 @@ void RefreshCrashScene() {
 }
 void ForgetCrashInfo() { GetFillers().clear(); }
 void SetSaveAfterCrash(void (*save)()) { g_Save = save; }
-void LimitSaveAfterCrash(unsigned seconds) {
+void LimitSaveAfterCrash(unsigned seconds, const char* const* told) {
+  g_ToldOfFailure = told;
   signal(SIGALRM, EndLateSave);
   alarm(seconds);
 }

@@ -58,6 +58,7 @@ void UseCrashStack();
 /// Runs after the files are written, on the thread that installed the handler and on its handler's stack, with the process in a
 /// doubtful state: "save after a crash" of the shell. A fault inside it ends the process.
 void SetSaveAfterCrash(void (*save)());
-/// For that function: from here on it has so many seconds, and then the process ends. A crash may have happened with locks held
-/// that the save waits for.
-void LimitSaveAfterCrash(unsigned seconds);
+/// For that function: from here on it has so many seconds, and then the process ends; 0: no limit any more. A crash may have
+/// happened with locks held that the save waits for. A save that takes longer or crashes itself starts the program of `told`,
+/// which ends with a null as for StartFromCrash: somebody waits for an answer. Null: none.
+void LimitSaveAfterCrash(unsigned seconds, const char* const* told);

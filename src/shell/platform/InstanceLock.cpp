@@ -9,7 +9,6 @@
 #include <cstring>
 #include <filesystem>
 
-#include "comms/Log.h"
 #include "comms/Str.h"
 
 namespace fs = std::filesystem;
@@ -58,6 +57,5 @@ bool InstanceLock::Acquire(const std::string& folder, std::string& error) {
   }
   m_Folder = temporary;
   m_IsTemporary = true;
-  comms::LogWarning("%s is in use by another run; this one writes into %s", place.c_str(), m_Folder.c_str());
   return true;
 }

@@ -2,6 +2,8 @@
 
 #include <SDL.h>
 
+#include <set>
+
 #include "shell/core/InputEvent.h"
 #include "shell/core/KeyTable.h"
 
@@ -141,7 +143,30 @@ int FromUsualPlace(int scancode) {
   }
 }
 
+/// As it is printed on the key; empty for a dead key, which gives no character of its own.
+std::string PrintSign(int32_t keycode) {
+  if (keycode <= ' ' || (keycode & SDLK_SCANCODE_MASK)) return {};
+  const bool isSmallLatin = keycode >= 0xE0 && keycode <= 0xFE && keycode != 0xF7;
+  return SDL_GetKeyName(isSmallLatin ? keycode - 0x20 : keycode);
+}
+
 }  // namespace
+
+std::map<int, std::string> ListKeySigns(const std::function<int32_t(int scancode)>& keycodeOf) {
+  std::set<int> named;
+  std::map<int, std::string> signs;
+  for (int scancode = 0; scancode < SDL_NUM_SCANCODES; ++scancode) {
+    const int32_t keycode = keycodeOf(scancode);
+    const int key = ToKeyCode(keycode, scancode, false), byName = FromPunctuation(keycode);
+    if (byName && key == byName) named.insert(key);
+    const int byPlace = FromUsualPlace(scancode);
+    if (!byPlace || (byPlace >= 'A' && byPlace <= 'Z')) continue;
+    std::string& sign = signs[byPlace];
+    if (key == byPlace && sign.empty()) sign = PrintSign(keycode);
+  }
+  for (const int key : named) signs.erase(key);
+  return signs;
+}
 
 int ToKeyCode(int32_t sdlKeycode, int sdlScancode, bool numLock) {
   if (const int key = FromPlace(sdlScancode)) return key;

@@ -70,6 +70,11 @@ void PenTranslator::SetDevices(std::vector<PenDevice> devices) {
   }
   m_Devices = std::move(devices);
   m_Tools = std::move(tools);
+  const bool isThere = std::any_of(m_Devices.begin(), m_Devices.end(), [&](const auto& one) { return one.Name == m_LastDevice; });
+  if (isThere) return;
+  m_LastDevice.clear();
+  m_Last = {};
+  m_Times.clear();
 }
 
 const PenDevice* PenTranslator::FindDevice(int id, size_t& index) const {
@@ -188,11 +193,12 @@ void PenTranslator::CountSample(double timeSec) {
   m_Times.erase(m_Times.begin(), first);
 }
 
-PenState PenTranslator::GetState() const {
+PenState PenTranslator::GetState(double nowSec) const {
   PenState state = m_Last;
   for (const PenDevice& device : m_Devices) state.Devices.push_back(device.Name);
   state.LastDevice = m_LastDevice;
-  const double span = m_Times.size() > 1 ? m_Times.back() - m_Times.front() : 0;
+  const bool isLive = m_Times.size() > 1 && nowSec - m_Times.back() <= RateWindowSec;
+  const double span = isLive ? m_Times.back() - m_Times.front() : 0;
   state.SamplesPerSec = span > 0 ? double(m_Times.size() - 1) / span : 0;
   return state;
 }

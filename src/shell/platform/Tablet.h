@@ -53,10 +53,10 @@ struct RawPenEvent {
 /// For the pen's panel.
 struct PenState {
   std::vector<std::string> Devices;  ///< names of the tools that are plugged in
-  std::string LastDevice;            ///< the one that reported last; empty before the first report
+  std::string LastDevice;            ///< the one that reported last; empty before the first report and when it has gone
   float Pressure = 0, TiltX = 0, TiltY = 0;
   bool IsEraser = false;
-  double SamplesPerSec = 0;  ///< over the last second of reports
+  double SamplesPerSec = 0;  ///< over the last second of reports; 0 where the last one is older
 };
 
 /// Turns reports into events. A report holds only the valuators that changed, so the last values are kept for every device.
@@ -72,7 +72,8 @@ class PenTranslator {
   void Translate(const RawPenEvent& raw, std::vector<InputEvent>& events);
   /// Ends what is held down, on a lost focus or a tablet unplugged.
   void Release(double timeSec, std::vector<InputEvent>& events);
-  PenState GetState() const;
+  /// `nowSec`: on the clock of the reports.
+  PenState GetState(double nowSec) const;
 
  private:
   struct Tool {

@@ -8,12 +8,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <thread>
 
-#include "comms/Str.h"
 #ifdef MORVANE_LIBPORTAL
 #include "shell/platform/SessionBus.h"
 #endif
@@ -24,6 +24,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr size_t LongestOutput = 65536;
+constexpr char DesktopSettings[] = "org.gnome.desktop.interface";
 
 int MillisecondsUntil(Clock::time_point end) {
   return int(std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count());
@@ -63,27 +64,41 @@ bool WaitForEnd(pid_t child, Clock::time_point end, int& status) {
 
 #ifdef MORVANE_LIBPORTAL
 
-/// The portal's word: 1 dark, 2 light; false where it says nothing, or 0.
-bool ReadPortal(double limitSec, ThemePreference& preference) {
+/// A setting of the desktop as the portal gives it; null where it has none.
+OwnedVariant ReadPortal(const char* space, const char* key, double limitSec) {
   const OwnedVariant answer =
-      CallPortal("org.freedesktop.portal.Settings", "Read", g_variant_new("(ss)", "org.freedesktop.appearance", "color-scheme"),
-                 int(limitSec * 1000));
-  if (!answer || !g_variant_is_of_type(answer.get(), G_VARIANT_TYPE("(v)"))) return false;
+      CallPortal("org.freedesktop.portal.Settings", "Read", g_variant_new("(ss)", space, key), int(limitSec * 1000));
+  if (!answer || !g_variant_is_of_type(answer.get(), G_VARIANT_TYPE("(v)"))) return nullptr;
   OwnedVariant value(g_variant_get_child_value(answer.get(), 0));
   // Portals differ in how often they wrap it.
   while (g_variant_is_of_type(value.get(), G_VARIANT_TYPE_VARIANT)) value.reset(g_variant_get_variant(value.get()));
-  if (!g_variant_is_of_type(value.get(), G_VARIANT_TYPE_UINT32)) return false;
-  const uint32_t word = g_variant_get_uint32(value.get());
-  if (word != 1 && word != 2) return false;
-  preference = word == 1 ? ThemePreference::Dark : ThemePreference::Light;
-  return true;
+  return value;
+}
+
+/// 1 dark, 2 light, 0 neither; below 0 where nobody answers.
+int ReadPortalScheme(double limitSec) {
+  const OwnedVariant value = ReadPortal("org.freedesktop.appearance", "color-scheme", limitSec);
+  if (!value || !g_variant_is_of_type(value.get(), G_VARIANT_TYPE_UINT32)) return -1;
+  return int(std::min(g_variant_get_uint32(value.get()), 3u));
+}
+
+std::string ReadPortalTheme(double limitSec) {
+  const OwnedVariant value = ReadPortal(DesktopSettings, "gtk-theme", limitSec);
+  return value && g_variant_is_of_type(value.get(), G_VARIANT_TYPE_STRING) ? g_variant_get_string(value.get(), nullptr) : "";
 }
 
 #else
 
-bool ReadPortal(double, ThemePreference&) { return false; }
+int ReadPortalScheme(double) { return -1; }
+std::string ReadPortalTheme(double) { return {}; }
 
 #endif
+
+std::string ReadDesktopSetting(const char* key, double limitSec) {
+  const char* const words[] = {"gsettings", "get", DesktopSettings, key, nullptr};
+  std::string word;
+  return RunForText(words, limitSec, word) ? word : std::string();
+}
 
 }  // namespace
 
@@ -112,28 +127,33 @@ bool RunForText(const char* const* words, double limitSec, std::string& output) 
   return whole && ended && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-bool JudgeThemeWords(const std::string& gtkTheme, const std::string& colorScheme, ThemePreference& preference) {
-  if (!gtkTheme.empty()) {
-    const bool dark = comms::EndsWithNoCase(gtkTheme, ":dark") || comms::EndsWithNoCase(gtkTheme, "-dark");
-    preference = dark ? ThemePreference::Dark : ThemePreference::Light;
-    return true;
-  }
-  if (colorScheme.find("prefer-dark") != std::string::npos)
-    preference = ThemePreference::Dark;
-  else if (colorScheme.find("prefer-light") != std::string::npos)
-    preference = ThemePreference::Light;
-  else
-    return false;
+bool JudgeThemeName(std::string_view name, ThemePreference& preference) {
+  if (name.find_first_not_of(" '\n") == std::string_view::npos) return false;
+  std::string lower(name);
+  for (char& c : lower) c = char(std::tolower(static_cast<unsigned char>(c)));
+  const bool dark = lower.find("dark") != std::string::npos || lower.find("inverse") != std::string::npos;
+  preference = dark ? ThemePreference::Dark : ThemePreference::Light;
+  return true;
+}
+
+bool JudgeColorScheme(std::string_view word, ThemePreference& preference) {
+  const bool dark = word.find("prefer-dark") != std::string_view::npos;
+  if (!dark && word.find("prefer-light") == std::string_view::npos) return false;
+  preference = dark ? ThemePreference::Dark : ThemePreference::Light;
   return true;
 }
 
 ThemePreference ReadThemePreference(double limitSec) {
-  const char* theme = std::getenv("GTK_THEME");
   ThemePreference preference = ThemePreference::Dark;
-  if (ReadPortal(limitSec, preference)) return preference;
-  if (JudgeThemeWords(theme ? theme : "", "", preference)) return preference;
-  static const char* const words[] = {"gsettings", "get", "org.gnome.desktop.interface", "color-scheme", nullptr};
-  std::string scheme;
-  if (RunForText(words, limitSec, scheme)) JudgeThemeWords("", scheme, preference);
+  const int scheme = ReadPortalScheme(limitSec);
+  if (scheme == 1) return ThemePreference::Dark;
+  if (scheme == 2) return ThemePreference::Light;
+  const char* theme = std::getenv("GTK_THEME");
+  if (theme && JudgeThemeName(theme, preference)) return preference;
+  if (JudgeColorScheme(ReadDesktopSetting("color-scheme", limitSec), preference)) return preference;
+  if (scheme >= 0 && JudgeThemeName(ReadPortalTheme(limitSec), preference)) return preference;
+  // Without a desktop its settings are those that nobody has chosen.
+  const char* desktop = std::getenv("XDG_CURRENT_DESKTOP");
+  if (scheme == 0 || (desktop && *desktop)) JudgeThemeName(ReadDesktopSetting("gtk-theme", limitSec), preference);
   return preference;
 }

@@ -1,5 +1,6 @@
 #include "shell/platform/Window.h"
 
+#include <signal.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -7,6 +8,7 @@
 
 #include "comms/Log.h"
 #include "comms/render/DeviceReport.h"
+#include "comms/render/DriverTime.h"
 #include "comms/render/EglContext.h"
 #include "comms/render/GlDebug.h"
 #include "interface/BaseWidget.h"
@@ -48,8 +50,15 @@ void SetContextAttributes() {
   SDL_GL_SetAttribute(SDL_GL_DEPTH_SIZE, 24);
 }
 
+/// Before the window would do it, which is our own work.
+bool LoadDriver() {
+  const comms::DriverTime driver;
+  return SDL_GL_LoadLibrary(nullptr) == 0;
+}
+
 /// Asks for a context that tells when the driver resets it, and for a plain one where the driver can't.
 SDL_GLContext CreateContext(SDL_Window* window, int swapInterval) {
+  const comms::DriverTime driver;
   for (const SDL_GLContextResetNotification told : {SDL_GL_CONTEXT_RESET_LOSE_CONTEXT, SDL_GL_CONTEXT_RESET_NO_NOTIFICATION}) {
     SDL_GL_SetAttribute(SDL_GL_CONTEXT_RESET_NOTIFICATION, told);
     if (const SDL_GLContext context = SDL_GL_CreateContext(window)) {
@@ -60,40 +69,70 @@ SDL_GLContext CreateContext(SDL_Window* window, int swapInterval) {
   return nullptr;
 }
 
-/// What the driver does offer that gave no context of the version that is needed; empty where it gives none at all.
+/// What the driver does offer that gave no context of the version that is needed, and what is missing.
 std::string DescribeDriver(SDL_Window* window) {
   SDL_GL_ResetAttributes();
   const SDL_GLContext context = SDL_GL_CreateContext(window);
-  if (!context) return {};
+  if (!context) return ". Missing: a graphics driver for OpenGL; the display offers none that can be loaded.";
   const std::string device = comms::DescribeCurrentDevice();
   SDL_GL_DeleteContext(context);
-  return ". " + device;
+  // A driver may hold back with its core profile what it offers in others.
+  const bool isTold = device.find("Missing: ") != device.npos;
+  return ". " + device + (isTold ? "" : " Missing: a context of the core profile 3.3 with shading language 3.30.");
 }
 
-bool IsVisible(const WindowPlacement& placement) {
-  const SDL_Rect window{placement.Left, placement.Top, placement.Right - placement.Left, placement.Bottom - placement.Top};
+volatile sig_atomic_t g_EndSignal = 0;
+
+// A terminal that closes, a session that ends. Who started the program with SIGHUP ignored wants it to live on.
+void HearEndSignals() {
+  g_EndSignal = 0;
+  for (const int number : {SIGHUP, SIGTERM}) {
+    struct sigaction action {};
+    if (sigaction(number, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) continue;
+    action = {};
+    action.sa_handler = [](int signal) { g_EndSignal = signal; };
+    sigaction(number, &action, nullptr);
+  }
+}
+
+/// The display on which enough of the window is seen to find and move it; below 0: none.
+int FindDisplay(const SDL_Rect& window) {
   for (int i = 0; i < SDL_GetNumVideoDisplays(); ++i) {
     SDL_Rect display, common;
     if (SDL_GetDisplayBounds(i, &display) == 0 && SDL_IntersectRect(&window, &display, &common) && common.w >= LeastVisible &&
         common.h >= LeastVisible)
-      return true;
+      return i;
   }
-  return false;
+  return -1;
+}
+
+/// Length of a side, and its begin where it had to be cut.
+void FitSide(int& begin, int& length, int least, int begins, int room) {
+  if (length > room) begin = begins;
+  length = std::max(least, std::min(length, room));
 }
 
 /// Size and place of the window; the place may be SDL's word for the middle.
 SDL_Rect ChooseRect(const WindowPlacement& placement) {
   SDL_Rect rect{SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, DefaultWidth, DefaultHeight};
-  if (placement.Right <= placement.Left || placement.Bottom <= placement.Top) return rect;
-  rect.w = placement.Right - placement.Left;
-  rect.h = placement.Bottom - placement.Top;
-  if (IsVisible(placement)) {
-    rect.x = placement.Left;
-    rect.y = placement.Top;
-  } else if (SDL_Rect usable; SDL_GetDisplayUsableBounds(0, &usable) == 0) {
-    rect.w = std::min(rect.w, usable.w);
-    rect.h = std::min(rect.h, usable.h);
+  int display = -1;
+  if (placement.Right > placement.Left && placement.Bottom > placement.Top) {
+    // Numbers that no display has would run over in sums; a display counts its places in 16 bits.
+    const auto clamped = [](int place) { return std::clamp(place, int(INT16_MIN), int(INT16_MAX)); };
+    const SDL_Rect stored{clamped(placement.Left), clamped(placement.Top), clamped(placement.Right) - clamped(placement.Left),
+                          clamped(placement.Bottom) - clamped(placement.Top)};
+    display = FindDisplay(stored);
+    rect.w = stored.w;
+    rect.h = stored.h;
+    if (display >= 0) {
+      rect.x = stored.x;
+      rect.y = stored.y;
+    }
   }
+  SDL_Rect usable;
+  if (SDL_GetDisplayUsableBounds(std::max(display, 0), &usable) != 0) return rect;
+  FitSide(rect.x, rect.w, LeastWidth, usable.x, usable.w);
+  FitSide(rect.y, rect.h, LeastHeight, usable.y, usable.h);
   return rect;
 }
 
@@ -141,18 +180,25 @@ bool Window::Create(const std::string& title, const WindowPlacement& placement, 
   SDL_SetHint(SDL_HINT_VIDEODRIVER, !wayland ? "x11" : display ? "x11,wayland" : "wayland");
   State& state = *m_State;
   state.MainThread = SDL_ThreadID();
+  HearEndSignals();
+  HandleXFaults([this] {
+    if (Lost) Lost();
+  });
   if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
     error = std::string("can't open a window, no display answers (DISPLAY is '") + (display ? display : "") +
             "', WAYLAND_DISPLAY is '" + (wayland ? wayland : "") + "'): " + SDL_GetError();
     return false;
   }
   GetWakeEvent();
+  State::ReadKeySigns();
   SDL_StopTextInput();
   SDL_EventState(SDL_SYSWMEVENT, SDL_ENABLE);
   SetContextAttributes();
   const SDL_Rect rect = ChooseRect(placement);
   const uint32_t flags = SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE | SDL_WINDOW_ALLOW_HIGHDPI | SDL_WINDOW_HIDDEN;
+  const bool hasDriver = LoadDriver();  // else the window says why not
   state.Handle = SDL_CreateWindow(title.c_str(), rect.x, rect.y, rect.w, rect.h, flags);
+  if (hasDriver) SDL_GL_UnloadLibrary();  // the window holds it
   if (state.Handle) state.Context = CreateContext(state.Handle, state.SwapInterval);
   if (!state.Context) {
     error = std::string("can't open a window with OpenGL 3.3: ") + SDL_GetError();
@@ -217,6 +263,7 @@ void Window::Destroy() {
   SDL_GL_DeleteContext(state.Context);
   SDL_DestroyWindow(state.Handle);
   SDL_QuitSubSystem(SDL_INIT_VIDEO);
+  HandleXFaults({});
   m_State = std::make_unique<State>();
 }
 
@@ -257,6 +304,8 @@ int Window::Width() const { return m_State->Width; }
 int Window::Height() const { return m_State->Height; }
 float Window::Scale() const { return m_State->Scale; }
 bool Window::IsAsleep() const { return m_State->Asleep; }
+int GetEndSignal() { return g_EndSignal; }
+int Window::EndSignal() const { return m_State->Handle ? g_EndSignal : 0; }
 
 void Window::State::MeasureSize() {
   int units = 0, unitsHigh = 0;
@@ -279,7 +328,7 @@ bool Window::State::MeasureScale() {
 }
 
 void Window::State::NotePlacement() {
-  if (SDL_GetWindowFlags(Handle) & (SDL_WINDOW_MAXIMIZED | SDL_WINDOW_MINIMIZED | SDL_WINDOW_FULLSCREEN)) return;
+  if (SDL_GetWindowFlags(Handle) & (SDL_WINDOW_MAXIMIZED | SDL_WINDOW_MINIMIZED | SDL_WINDOW_FULLSCREEN) || FillsScreen) return;
   WindowPlacement now;
   int width, height;
   SDL_GetWindowPosition(Handle, &now.Left, &now.Top);
@@ -301,6 +350,7 @@ WindowPlacement Window::GetPlacement() const {
 }
 
 void Window::Present() {
+  const comms::DriverTime driver;
   if (m_State->Handle) SDL_GL_SwapWindow(m_State->Handle);
 }
 void Window::SetVerticalSync(bool on) {
@@ -365,8 +415,27 @@ void Window::SetCursor(MouseCursor cursor) {
   SDL_ShowCursor(SDL_ENABLE);
 }
 
-void Window::SetFullScreen(bool on) { SDL_SetWindowFullscreen(m_State->Handle, on ? SDL_WINDOW_FULLSCREEN_DESKTOP : 0); }
-bool Window::IsFullScreen() const { return (SDL_GetWindowFlags(m_State->Handle) & SDL_WINDOW_FULLSCREEN) != 0; }
+void Window::SetFullScreen(bool on) {
+  State& state = *m_State;
+  XHandles handles;
+  if (GetXHandles(state.Handle, handles) && (state.FillsScreen || (on && !HasWindowManager(handles))))
+    state.FillScreen(on);
+  else
+    SDL_SetWindowFullscreen(state.Handle, on ? SDL_WINDOW_FULLSCREEN_DESKTOP : 0);
+}
+
+// SDL asks the window manager, and takes the window for as large as the display whether one has heard it or not.
+void Window::State::FillScreen(bool on) {
+  SDL_Rect place{Normal.Left, Normal.Top, Normal.Right - Normal.Left, Normal.Bottom - Normal.Top};
+  if (on && SDL_GetDisplayBounds(std::max(0, SDL_GetWindowDisplayIndex(Handle)), &place) != 0) return;
+  FillsScreen = on;
+  SDL_SetWindowPosition(Handle, place.x, place.y);
+  SDL_SetWindowSize(Handle, place.w, place.h);
+}
+
+bool Window::IsFullScreen() const {
+  return m_State->FillsScreen || (SDL_GetWindowFlags(m_State->Handle) & SDL_WINDOW_FULLSCREEN) != 0;
+}
 bool Window::IsMaximised() const { return (SDL_GetWindowFlags(m_State->Handle) & SDL_WINDOW_MAXIMIZED) != 0; }
 
 void Window::StartTextInput(int x, int y, int width, int height) {
@@ -406,4 +475,4 @@ bool Window::OpenTablet(std::string& error) {
 }
 
 void Window::CloseTablet() { m_State->Pen.Close(); }
-PenState Window::GetPenState() const { return m_State->Pen.Pens().GetState(); }
+PenState Window::GetPenState() const { return m_State->Pen.Pens().GetState(Now()); }

@@ -3,6 +3,7 @@
 // measured in pixels of the screen; nothing is scaled behind the program's back. All calls are on the main thread, Wake excepted.
 // Before Create and after Destroy the window has no size, and what a frame asks of it does nothing.
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -43,8 +44,15 @@ class Window {
   Window& operator=(const Window&) = delete;
 
   /// Opens the window, not shown yet, and makes its context current. A placement that no display shows is moved to the middle of
-  /// the first. One window a process. False with one sentence in `error`: no display, no OpenGL 3.3.
+  /// the first; its size is kept between 320 by 240 and what the display has room for. One window a process. False with one
+  /// sentence in `error`: no display, no OpenGL 3.3.
   bool Create(const std::string& title, const WindowPlacement& placement, std::string& error);
+  /// Called where the connection to the display breaks, on the main thread; the process then ends with code 2. Nothing of the
+  /// window may be used any more but its placement. Set before Create.
+  std::function<void()> Lost;
+  /// The signal by which the session, or whoever started the program, ends it without waiting for a person: SIGHUP or SIGTERM. It
+  /// comes with a message Close. 0: none has come since Create.
+  int EndSignal() const;
   /// Applies the placement's maximised state and shows the window.
   void Show();
   void Destroy();

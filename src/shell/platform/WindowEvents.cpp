@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
+#include "shell/core/KeyTable.h"
 #include "shell/platform/KeyMap.h"
 #include "shell/platform/WindowState.h"
 #include "shell/platform/XWindow.h"
@@ -35,6 +37,7 @@ void Window::State::Pump() {
   SDL_Event event;
   while (SDL_PeepEvents(&event, 1, SDL_GETEVENT, SDL_FIRSTEVENT, SDL_LASTEVENT) > 0) TakeDrained(event);
   if (FramePending) PlaceClientArea();
+  if (GetEndSignal() && !std::exchange(EndTold, true)) Push(WindowMessage::Close, SDL_QUIT);
   MoveArrow(Now());
 }
 
@@ -78,6 +81,10 @@ InputEvent Window::State::MakePointerEvent(InputKind kind, float x, float y) con
   return input;
 }
 
+void Window::State::ReadKeySigns() {
+  SetKeySigns(ListKeySigns([](int scancode) { return SDL_GetKeyFromScancode(SDL_Scancode(scancode)); }));
+}
+
 bool Window::State::TakeEvent(const SDL_Event& event) {
   switch (event.type) {
     case SDL_SYSWMEVENT:
@@ -87,6 +94,9 @@ bool Window::State::TakeEvent(const SDL_Event& event) {
     case SDL_QUIT:
       Push(WindowMessage::Close, event.type);
       return true;
+    case SDL_KEYMAPCHANGED:
+      ReadKeySigns();
+      return false;
     case SDL_KEYDOWN:
     case SDL_KEYUP:
       return TakeKey(event.key);

@@ -37,6 +37,8 @@ struct Window::State {
   bool StartMaximised = false;
   bool FramePending = false;  ///< shown, and the window manager's frame is not known yet
   bool Shown = false, Asleep = false;
+  bool FillsScreen = false;  ///< full screen without a window manager: the window lies over the display
+  bool EndTold = false;      ///< the signal to end has become a message
   int Width = 0, Height = 0;
   float Scale = 1, PixelsPerUnit = 1;
   unsigned LastCode = 0;
@@ -56,6 +58,8 @@ struct Window::State {
   void WaitFor(double seconds);
   void Push(WindowMessage what, unsigned code);
   static int SDLCALL OnEvent(void* state, SDL_Event* event);
+  /// What the keyboard's layout prints on the keys, for whoever shows them.
+  static void ReadKeySigns();
 
   // Window.cpp
   bool IsArrowMoving() const { return Arrow.size() > 1 && Cursor == MouseCursor::Arrow; }
@@ -65,6 +69,8 @@ struct Window::State {
   /// Whether the scale changed.
   bool MeasureScale();
   void NotePlacement();
+  /// Full screen where no window manager does it.
+  void FillScreen(bool on);
   /// A window manager puts its frame where the client area was asked for; this puts the client area there, or the window would
   /// creep down by its title bar on every start. Does nothing before the frame is there.
   void PlaceClientArea();
@@ -86,3 +92,5 @@ struct Window::State {
 
 /// SDL's event of Window::Wake.
 uint32_t GetWakeEvent();
+/// See Window::EndSignal.
+int GetEndSignal();

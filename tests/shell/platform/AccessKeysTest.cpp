@@ -6,6 +6,7 @@
 #include <memory>
 #include <thread>
 
+#include "comms/Log.h"
 #include "shell/VirtualDisplay.h"
 #include "shell/platform/XWindow.h"
 
@@ -17,9 +18,9 @@ namespace {
 class AccessKeysTest : public testing::Test {
  protected:
   void SetUp() override {
-    if (!HasProgram("Xvfb")) GTEST_SKIP() << "needs Xvfb";
+    if (!HasProgram("Xvfb")) MORVANE_SKIP("needs Xvfb");
     m_Server = std::make_unique<VirtualDisplay>();
-    if (!m_Server->IsThere()) GTEST_SKIP() << "Xvfb did not start";
+    if (!m_Server->IsThere()) MORVANE_SKIP("Xvfb did not start");
     m_Person = XOpenDisplay(nullptr);
     m_Program = XOpenDisplay(nullptr);
     ASSERT_TRUE(m_Person && m_Program);
@@ -92,6 +93,17 @@ TEST_F(AccessKeysTest, AProgramThatDiesLeavesThemOn) {
   close(ends[1]);
   for (int i = 0; i < 500 && !HasShortcuts(); i++) std::this_thread::sleep_for(std::chrono::milliseconds(20));
   EXPECT_TRUE(HasShortcuts());
+}
+
+// Another program's window, which was to get something, has gone meanwhile.
+TEST_F(AccessKeysTest, ARefusedRequestCostsALineOfTheLog) {
+  const comms::LogRecorder log;
+  const auto before = XSetErrorHandler(nullptr);
+  HandleXFaults({});
+  XRaiseWindow(m_Program, 0x7ffffff);
+  XSync(m_Program, 0);
+  EXPECT_NE(log.Text().find("the display refused request 12.0 on 0x7ffffff: BadWindow"), std::string::npos) << log.Text();
+  XSetErrorHandler(before);
 }
 
 }  // namespace

@@ -208,7 +208,7 @@ TEST_F(CrashHandlerTest, TheMainThreadSavesInTime) {
   const int status = CrashInChild([] {
     mainThread = gettid();
     SetSaveAfterCrash([] {
-      LimitSaveAfterCrash(1);
+      LimitSaveAfterCrash(1, nullptr);
       files->Write("saved", gettid() == mainThread ? "main" : "another");
       for (;;) pause();
     });

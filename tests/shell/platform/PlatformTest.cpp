@@ -9,9 +9,11 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <set>
 
 #include "comms/Log.h"
+#include "interface/Language.h"
 #include "shell/TestFolder.h"
 #include "shell/core/KeyTable.h"
 #include "shell/platform/AniCursor.h"
@@ -65,6 +67,33 @@ TEST(KeyMap, FollowsTheLayoutAndNumLock) {
   EXPECT_EQ(ToKeyModifiers(KMOD_RCTRL | KMOD_LSHIFT | KMOD_NUM), ModControl | ModShift);
 }
 
+// What a key is called that is reached by its place alone; a dead key says nothing.
+TEST(KeyMap, TellsTheSignsOfOtherLayouts) {
+  const std::map<int, int32_t> plain{
+      {SDL_SCANCODE_MINUS, '-'},        {SDL_SCANCODE_EQUALS, '='},     {SDL_SCANCODE_LEFTBRACKET, '['},
+      {SDL_SCANCODE_RIGHTBRACKET, ']'}, {SDL_SCANCODE_BACKSLASH, '\\'}, {SDL_SCANCODE_SEMICOLON, ';'},
+      {SDL_SCANCODE_APOSTROPHE, '\''},  {SDL_SCANCODE_GRAVE, '`'},      {SDL_SCANCODE_COMMA, ','},
+      {SDL_SCANCODE_PERIOD, '.'},       {SDL_SCANCODE_SLASH, '/'}};
+  const auto list = [&plain](std::map<int, int32_t> layout) {
+    layout.insert(plain.begin(), plain.end());
+    return ListKeySigns([&](int scancode) { return layout.count(scancode) ? layout[scancode] : 0; });
+  };
+  EXPECT_TRUE(list({}).empty());
+  auto german = list({{SDL_SCANCODE_MINUS, 0xDF},
+                      {SDL_SCANCODE_EQUALS, SDL_SCANCODE_TO_KEYCODE(SDL_SCANCODE_EQUALS)},
+                      {SDL_SCANCODE_LEFTBRACKET, 0xFC},
+                      {SDL_SCANCODE_RIGHTBRACKET, '+'},
+                      {SDL_SCANCODE_BACKSLASH, '#'},
+                      {SDL_SCANCODE_SLASH, '-'}});
+  EXPECT_EQ(german, (std::map<int, std::string>{
+                        {KeyEquals, ""}, {KeyLeftBracket, "Ü"}, {KeyRightBracket, "+"}, {KeyBackslash, "#"}, {KeySlash, ""}}));
+  SetKeySigns(german);
+  EXPECT_EQ(GetKeyText("Ctrl+["), "Ctrl+Ü");
+  EXPECT_EQ(GetKeyText("-"), "-");
+  EXPECT_EQ(GetKeyText("="), "=") << "nobody can tell";
+  SetKeySigns({});
+}
+
 TEST(DisplayScale, SettingsBeforeMeasures) {
   EXPECT_EQ(ChooseDisplayScale({}), 1);
   EXPECT_EQ(ChooseDisplayScale({nullptr, "144", 0}), 1.5f);
@@ -113,17 +142,19 @@ TEST(Machine, TheStartIsFoundWhateverTheProgramIsCalled) {
 
 TEST(ThemePreference, WordsOfTheDesktop) {
   const struct {
-    const char *Gtk, *Scheme, *Expected;
-  } cases[] = {{"Adwaita:dark", "'prefer-light'\n", "dark"},
-               {"Yaru-Dark", "", "dark"},
-               {"Adwaita", "", "light"},
-               {"", "'prefer-light'\n", "light"},
-               {"", "'prefer-dark'\n", "dark"},
-               {"", "'default'\n", "unknown"}};
+    bool (*Judge)(std::string_view, ThemePreference&);
+    const char *Word, *Expected;
+  } cases[] = {{JudgeThemeName, "Adwaita:dark", "dark"},
+               {JudgeThemeName, "'Yaru-Dark-compact'\n", "dark"},
+               {JudgeThemeName, "Adwaita", "light"},
+               {JudgeThemeName, "''\n", "unknown"},
+               {JudgeColorScheme, "'prefer-light'\n", "light"},
+               {JudgeColorScheme, "'prefer-dark'\n", "dark"},
+               {JudgeColorScheme, "'default'\n", "unknown"}};
   for (const auto& c : cases) {
     ThemePreference preference{};
-    const bool known = JudgeThemeWords(c.Gtk, c.Scheme, preference);
-    EXPECT_STREQ(!known ? "unknown" : preference == ThemePreference::Dark ? "dark" : "light", c.Expected) << c.Gtk << c.Scheme;
+    const bool known = c.Judge(c.Word, preference);
+    EXPECT_STREQ(!known ? "unknown" : preference == ThemePreference::Dark ? "dark" : "light", c.Expected) << c.Word;
   }
 }
 

@@ -114,17 +114,21 @@ TEST_F(TabletTest, ReleaseEndsWhatIsHeld) {
 }
 
 TEST_F(TabletTest, StateForThePanel) {
-  EXPECT_EQ(m_Pens.GetState().LastDevice, "");
+  EXPECT_EQ(m_Pens.GetState(10).LastDevice, "");
   for (int i = 0; i <= 400; ++i) Move(i, 10 + i * 0.005, {{2, 32768}});
-  PenState state = m_Pens.GetState();
+  PenState state = m_Pens.GetState(12.9);
   EXPECT_EQ(state.Devices, (std::vector<std::string>{"Pen stylus", "Pen eraser"}));
   EXPECT_EQ(state.LastDevice, "Pen stylus");
   EXPECT_EQ(state.Pressure, 0.5f);
   EXPECT_NEAR(state.SamplesPerSec, 200, 1e-6);
+  EXPECT_EQ(m_Pens.GetState(13.1).SamplesPerSec, 0) << "it lies still";
   // The eraser goes, the pen keeps what is known of it.
   m_Pens.SetDevices({m_Pens.Devices()[0]});
   EXPECT_FALSE(m_Pens.Has(8));
   EXPECT_EQ(Move(1, 13)[0].Pressure, 0.5f);
+  m_Pens.SetDevices({});
+  state = m_Pens.GetState(13);
+  EXPECT_TRUE(state.LastDevice.empty() && state.SamplesPerSec == 0 && state.Pressure == 0);
 }
 
 // Values that no device should send.

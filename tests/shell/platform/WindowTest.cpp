@@ -26,9 +26,9 @@ namespace {
 class WindowTest : public testing::Test {
  protected:
   void SetUp() override {
-    if (!HasProgram("Xvfb") || !HasProgram("xdotool")) GTEST_SKIP() << "needs Xvfb and xdotool";
+    if (!HasProgram("Xvfb") || !HasProgram("xdotool")) MORVANE_SKIP("needs Xvfb and xdotool");
     m_Display = std::make_unique<VirtualDisplay>();
-    if (!m_Display->IsThere()) GTEST_SKIP() << "Xvfb did not start";
+    if (!m_Display->IsThere()) MORVANE_SKIP("Xvfb did not start");
     std::string error;
     ASSERT_TRUE(m_Window.Create("morvane window test", {100, 80, 900, 680, false}, error)) << error;
     m_Window.Show();
@@ -72,6 +72,41 @@ TEST_F(WindowTest, OpensAtItsPlacement) {
   EXPECT_EQ(m_Window.GetClipboard(), "radius 0.25 \u00fc");
 }
 
+// What a damaged file asks for no display can show. On a display of 1600 by 1000.
+TEST_F(WindowTest, PlacementIsKeptToWhatTheDisplayHas) {
+  constexpr int far = 2000000000;
+  const std::pair<WindowPlacement, WindowPlacement> cases[] = {
+      {{0, 0, 20000, 20000}, {0, 0, 1600, 1000}},   {{100, 80, 1900, 680}, {0, 80, 1600, 680}},
+      {{20, 30, 21, 31}, {640, 380, 960, 620}},     {{-200, 30, 600, 630}, {-200, 30, 600, 630}},
+      {{-far, -far, far, far}, {0, 0, 1600, 1000}}, {{0, 0, 0, 0}, {320, 180, 1280, 820}}};
+  for (const auto& [asked, given] : cases) {
+    std::string error;
+    ASSERT_TRUE(m_Window.Create("placed", asked, error)) << error;
+    const WindowPlacement got = m_Window.GetPlacement();
+    EXPECT_EQ(got, given) << asked.Right << ": " << got.Left << " " << got.Top << " " << got.Right << " " << got.Bottom;
+  }
+}
+
+// SDL counts on a window manager, which is not there.
+TEST_F(WindowTest, FullScreenAndBackWithoutAWindowManager) {
+  const WindowPlacement before = m_Window.GetPlacement();
+  const auto isGeometry = [](const char* size) {
+    const std::string words =
+        "xdotool search --name 'morvane window test' getwindowgeometry | grep -q 'Geometry: " + std::string(size) + "$'";
+    return std::system(words.c_str()) == 0;
+  };
+  for (int i = 0; i < 2; i++) {
+    m_Window.SetFullScreen(true);
+    EXPECT_TRUE(RunUntil([&] { return m_Window.Width() == 1600 && m_Window.Height() == 1000; }));
+    EXPECT_TRUE(isGeometry("1600x1000") && m_Window.IsFullScreen());
+    EXPECT_EQ(m_Window.GetPlacement(), before);
+    m_Window.SetFullScreen(false);
+    EXPECT_TRUE(RunUntil([&] { return m_Window.Width() == 800 && m_Window.Height() == 600; }));
+    EXPECT_TRUE(isGeometry("800x600") && !m_Window.IsFullScreen());
+    EXPECT_EQ(m_Window.GetPlacement(), before);
+  }
+}
+
 // Position, button, double click, wheel and the modifiers that were held at the press and not those of the moment it was read.
 TEST_F(WindowTest, MouseArrives) {
   Do("mousemove 300 280 keydown ctrl click 1 keyup ctrl click --repeat 2 --delay 40 3 click 4");
@@ -108,6 +143,7 @@ TEST_F(WindowTest, SleepsWhileHidden) {
 TEST_F(WindowTest, CloseIsARequest) {
   kill(getpid(), SIGTERM);
   ASSERT_TRUE(RunUntil([&] { return HasSeen(WindowMessage::Close); }));
+  EXPECT_EQ(m_Window.EndSignal(), SIGTERM) << "nobody may be there to answer a question";
   EXPECT_EQ(m_Window.Width(), 800);
 }
 
