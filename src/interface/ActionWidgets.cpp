@@ -41,12 +41,15 @@ ActionButton::ActionButton(const ::Action& action) : Button(action.TextKey, acti
   Action = action.Run;
   HintKey = action.TextKey;
   Flat = true;
+  Enabled = action.Enabled();
 }
 
 std::string ActionButton::GetText() const { return StripPageTags(Button::GetText()); }
 
-void ActionButton::Process(double) {
+// As of now: what the frame's input and the tool have done counts.
+void ActionButton::Draw(Canvas& canvas) {
   if (m_Action) Enabled = m_Action->Enabled();
+  Button::Draw(canvas);
 }
 
 std::string ActionButton::GetHintText(float x, float y) const {

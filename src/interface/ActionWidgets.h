@@ -26,7 +26,7 @@ class ActionButton : public Button {
   ActionButton() = default;
   explicit ActionButton(const ::Action& action);
   std::string GetText() const override;
-  void Process(double timeSec) override;
+  void Draw(Canvas& canvas) override;
   std::string GetHintText(float x, float y) const override;
 
  private:

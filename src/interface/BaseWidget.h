@@ -55,6 +55,8 @@ class BaseWidget : public BaseClass {
   /// Whether a press gives it the focus too. Buttons take it by Tab alone: a press must not turn the space bar into a click.
   virtual bool TakesFocusByMouse() const { return TakesFocus(); }
   virtual void OnFocus(bool /*gained*/) {}
+  /// Whether it shows by itself that the keys are its own, as a caret does. Others lose a focus that no ring shows to the scene.
+  virtual bool ShowsKeyboard() const { return false; }
   /// Once a frame, before input.
   virtual void Process(double /*timeSec*/) {}
   /// Gives this widget its rectangle and its children theirs. `canvas` measures text.

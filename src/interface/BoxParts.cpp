@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "interface/Button.h"
+#include "interface/Language.h"
 #include "interface/WidgetDraw.h"
 
 // At scale 1.
@@ -14,6 +15,13 @@ static float WidthOf(const Button& button, Canvas& canvas) { return std::max(can
 float BoxInset(const Canvas& canvas) {
   const bool small = float(canvas.Width()) < canvas.Px(320) || float(canvas.Height()) < canvas.Px(240);
   return canvas.Px(small ? 8 : 18);
+}
+
+std::string GetBoxTitle(std::string_view key) {
+  std::string title = ::GetText(key);
+  for (const std::string_view dots : {"…", "..."})
+    if (title.ends_with(dots)) title.erase(title.size() - dots.size());
+  return title;
 }
 
 cRect PlaceBox(const cRect& screen, float insideWidth, float insideHeight, Canvas& canvas) {

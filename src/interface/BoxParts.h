@@ -1,6 +1,7 @@
 #pragma once
 // What the boxes in the middle of the window share: their place, their ground with a title, and their buttons.
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "interface/BaseWidget.h"
@@ -13,6 +14,8 @@ constexpr float BoxButtonHeight = 26;
 
 /// The edge of a box around its inside, in pixels; thinner in a small window.
 float BoxInset(const Canvas& canvas);
+/// The text of a title; the dots that a menu puts behind what opens a box are none of it.
+std::string GetBoxTitle(std::string_view key);
 /// A box around an inside of that size in pixels, a little above the middle; no larger than the screen.
 cRect PlaceBox(const cRect& screen, float insideWidth, float insideHeight, Canvas& canvas);
 /// Room that the buttons take beside one another, in pixels.

@@ -20,6 +20,8 @@ namespace {
 
 // Measures at scale 1: side of the square, width of the hue bar, width of the column with the fields.
 constexpr float Side = 152, HueWidth = 18, FieldColumn = 92, SwatchHeight = 30, Space = 10;
+// ... where there is little room: between all, below which side of the square, and its least side.
+constexpr float TightSpace = 4, TightSide = 60, LeastSide = 24;
 constexpr const char* FieldNames[] = {"R", "G", "B", "H", "S", "V"};
 
 uint32_t ByteOf(float number) { return uint32_t(std::clamp(std::lround(number), 0l, 255l)); }
@@ -122,20 +124,28 @@ bool ColorPicker::OnField(BaseWidget* widget, const WidgetEvent& event) {
 
 // --- place -------------------------------------------------------------------------------------------------------------------
 
+bool ColorPicker::IsLow(Canvas& canvas) const { return Rect.H < HeightFor(Rect.W, canvas); }
+float ColorPicker::Gap(Canvas& canvas) const {
+  const bool isNarrow = Rect.W < WidthFor(canvas) - canvas.Px(Side - TightSide);
+  return canvas.Px(isNarrow || IsLow(canvas) ? TightSpace : Space);
+}
+
+// In a narrow panel or a small window it is the square that gives way; the fields must show their numbers.
 cRect ColorPicker::Square(Canvas& canvas) const {
-  const float pad = canvas.Px(Space), least = canvas.Px(60);
-  // In a narrow panel it is the square that gives way; the fields must show their numbers.
-  const float side = std::clamp(Rect.W - canvas.Px(HueWidth) - canvas.Px(FieldColumn) - 4 * pad, least, canvas.Px(Side));
-  return {Rect.X + pad, Rect.Y + pad, side, canvas.Px(Side)};
+  const float pad = Gap(canvas), foot = IsLow(canvas) ? RowHeight(canvas) : canvas.Px(SwatchHeight);
+  const float beside = canvas.Px(HueWidth) + canvas.Px(FieldColumn) + 4 * pad, below = foot + 3 * pad;
+  return {Rect.X + pad, Rect.Y + pad, std::clamp(Rect.W - beside, canvas.Px(LeastSide), canvas.Px(Side)),
+          std::clamp(Rect.H - below, canvas.Px(LeastSide), canvas.Px(Side))};
 }
 cRect ColorPicker::HueBar(Canvas& canvas) const {
   const cRect square = Square(canvas);
-  return {square.Right() + canvas.Px(Space), square.Y, canvas.Px(HueWidth), square.H};
+  return {square.Right() + Gap(canvas), square.Y, canvas.Px(HueWidth), square.H};
 }
 cRect ColorPicker::Swatch(Canvas& canvas, bool old) const {
   const cRect bar = HueBar(canvas), square = Square(canvas);
-  const float width = std::floor((bar.Right() - square.X) / 2), height = canvas.Px(SwatchHeight);
-  return {square.X + (old ? width : 0), square.Bottom() + canvas.Px(Space), width, height};
+  const float width = std::floor((bar.Right() - square.X) / 2);
+  const float height = IsLow(canvas) ? RowHeight(canvas) : canvas.Px(SwatchHeight);
+  return {square.X + (old ? width : 0), square.Bottom() + Gap(canvas), width, height};
 }
 
 float ColorPicker::WidthFor(Canvas& canvas) const {
@@ -147,21 +157,23 @@ float ColorPicker::HeightFor(float, Canvas& canvas) const {
 
 cRect ColorPicker::PlaceIn(const cRect& screen, Canvas& canvas) {
   if (!IsPopup) return Rect;
-  const float width = WidthFor(canvas), height = HeightFor(width, canvas);
+  const cRect free = screen.Shrunk(canvas.Px(2));
+  const float width = std::min(WidthFor(canvas), free.W), height = std::min(HeightFor(width, canvas), free.H);
   cRect place{Anchor.X, Anchor.Bottom() + canvas.Px(2), width, height};
   if (place.Bottom() > screen.Bottom() && Anchor.Y - height >= screen.Y) place.Y = Anchor.Y - height - canvas.Px(2);
-  return KeepInside(place, screen.Shrunk(canvas.Px(2)));
+  return KeepInside(place, free);
 }
 
-// The hexadecimal field stands at the foot, level with the swatches.
+// The hexadecimal field stands at the foot, level with the swatches. Where the square is low, all seven share the height.
 void ColorPicker::Arrange(const cRect& rect, Canvas& canvas) {
   Rect = rect;
   const cRect bar = HueBar(canvas), swatch = Swatch(canvas, false);
-  const float x = bar.Right() + canvas.Px(Space), row = RowHeight(canvas), name = canvas.Px(14),
-              width = rect.Right() - canvas.Px(Space) - x;
-  const float step = std::floor((bar.H - 6 * row - canvas.Px(8)) / 5) + row;
+  const float gap = Gap(canvas), x = bar.Right() + gap, row = RowHeight(canvas), name = canvas.Px(14);
+  const float width = rect.Right() - gap - x, step = std::floor((bar.H - 6 * row - canvas.Px(8)) / 5) + row;
+  const float foot = swatch.Y + std::floor((swatch.H - row) / 2);
   for (int i = 0; i < 7; i++) {
-    const float y = i < 6 ? bar.Y + float(i) * step + (i >= 3 ? canvas.Px(8) : 0) : swatch.Y + std::floor((swatch.H - row) / 2);
+    float y = i < 6 ? bar.Y + float(i) * step + (i >= 3 ? canvas.Px(8) : 0) : foot;
+    if (IsLow(canvas)) y = bar.Y + std::floor(float(i) * (foot - bar.Y) / 6);
     Children[2 * i]->Arrange({x, y, name, row}, canvas);
     Children[2 * i + 1]->Arrange({x + name, y, width - name, row}, canvas);
   }

@@ -35,6 +35,8 @@ class ColorPicker : public BaseWidget {
   void SetHsv(const InputEvent* event, bool done);
   void DragTo(const InputEvent& event, bool done);
   bool OnField(BaseWidget* widget, const WidgetEvent& event);
+  bool IsLow(Canvas& canvas) const;  // it has less height than it wants
+  float Gap(Canvas& canvas) const;
   cRect Square(Canvas& canvas) const;
   cRect HueBar(Canvas& canvas) const;
   cRect Swatch(Canvas& canvas, bool old) const;

@@ -73,7 +73,7 @@ MouseCursor CurvesWindow::GetCursor(float x, float y) const {
 bool CurvesWindow::Remove(int index, const InputEvent& event) {
   if (!Curve || index <= 0 || index >= Curve->GetPointCount() - 1) return false;
   Curve->RemovePoint(index);
-  m_Point = -1;
+  m_Point = index - 1;
   m_Dragging = false;
   Tell(WidgetEventKind::Change, &event);
   Tell(WidgetEventKind::ChangeDone, &event);
@@ -133,6 +133,57 @@ bool CurvesWindow::UndoDrag() {
 }
 
 bool CurvesWindow::OnKey(const InputEvent& event) {
-  if (event.Kind != InputKind::KeyDown) return false;
-  return (event.Key == KeyDelete || event.Key == KeyBackspace) && Remove(m_Point, event);
+  if (event.Kind != InputKind::KeyDown || !Curve || (event.Modifiers & (ModAlt | ModSuper))) return false;
+  const int last = Curve->GetPointCount() - 1;
+  const float step = event.Modifiers & ModShift ? 0.01f : 0.05f;
+  switch (event.Key) {
+    case KeyLeft:
+    case KeyRight: {
+      const int direction = event.Key == KeyRight ? 1 : -1;
+      if (event.Modifiers & ModControl)
+        Move(float(direction) * step, 0, event);
+      else
+        m_Point = std::clamp(m_Point + direction, 0, std::max(0, last));
+      return true;
+    }
+    case KeyUp:
+    case KeyDown:
+      Move(0, event.Key == KeyUp ? step : -step, event);
+      return true;
+    case KeyInsert:
+      Insert(event);
+      return true;
+    case KeyDelete:
+    case KeyBackspace:
+      return Remove(m_Point, event);
+    default:
+      return false;
+  }
+}
+
+// There is always a point that the keys are for.
+void CurvesWindow::OnFocus(bool gained) {
+  if (gained && Curve) m_Point = std::clamp(m_Point, 0, std::max(0, Curve->GetPointCount() - 1));
+}
+
+void CurvesWindow::Move(float dx, float dy, const InputEvent& event) {
+  if (Curve->GetPointCount() < 2) Curve->SetLinear();
+  const int last = Curve->GetPointCount() - 1;
+  m_Point = std::clamp(m_Point, 0, last);
+  const comms::wCurvePoint& point = *Curve->Points[m_Point];
+  const float x = point.X, y = point.Y;
+  Curve->MovePoint(m_Point, m_Point == 0 || m_Point == last ? x : x + dx, y + dy);
+  if (point.X == x && point.Y == y) return;
+  Tell(WidgetEventKind::Change, &event);
+  Tell(WidgetEventKind::ChangeDone, &event);
+}
+
+// Half the way to the next point, on the curve, which stays as it is as far as it can.
+void CurvesWindow::Insert(const InputEvent& event) {
+  if (Curve->GetPointCount() < 2) Curve->SetLinear();
+  const int before = std::clamp(m_Point, 0, Curve->GetPointCount() - 2);
+  const float x = (Curve->Points[before]->X + Curve->Points[before + 1]->X) / 2;
+  m_Point = Curve->AddPoint(x, Curve->Evaluate(x));
+  Tell(WidgetEventKind::Change, &event);
+  Tell(WidgetEventKind::ChangeDone, &event);
 }

@@ -149,7 +149,6 @@ void DockPanels::State::Open(const DockPanel& panel) {
   if (DockGroup* group = FindGroup(panel.Key, &index)) {
     group->SetCollapsed(false);
     group->SetActive(index);
-    if (DockSpace* space = group->Space(); space && space->IsStrip()) ExpandSpace(*space);
     return;
   }
   DockTab tab = MakeTab(panel);
@@ -228,10 +227,22 @@ void DockPanels::State::ExpandSpace(DockSpace& space) {
 /// Part of the window that the scene keeps where the person has unfolded a dock that finds no room otherwise.
 static constexpr float LeastSceneShare = 0.25f;
 
+/// Part of its panels' first width below which a dock folds rather than breaks their rows, unless the person has asked for it.
+static constexpr float LeastWidthShare = 0.85f;
+
+float DockPanels::State::ComfortableWidth(const DockSpace& space) const {
+  float width = 0;
+  for (int i = 0; space.IsColumn() && i < space.GroupCount(); i++)
+    for (const DockTab& tab : space.Group(i).Tabs)
+      if (const DockPanel* panel = FindPanel(tab.Key)) width = std::max(width, panel->Width);
+  return std::min(width, space.Size) * LeastWidthShare;
+}
+
 std::pair<float, float> DockPanels::State::FitPair(DockSpace& a, DockSpace& b, float length, Canvas& canvas) {
   const float most = std::floor(length * (1 - SceneShare)), strip = canvas.Px(DockStripWidth);
   const auto least = [&](const DockSpace& space) {
-    return std::max(canvas.Px(space.IsColumn() ? DockLeastWidth : DockLeastHeight), space.NarrowestFor(canvas));
+    const float comfortable = space.Recent > 0 ? 0 : std::floor(ComfortableWidth(space) * canvas.Scale());
+    return std::max({canvas.Px(space.IsColumn() ? DockLeastWidth : DockLeastHeight), space.NarrowestFor(canvas), comfortable});
   };
   const auto wanted = [&](const DockSpace& space) {
     if (!space.GroupCount()) return 0.0f;
@@ -240,7 +251,11 @@ std::pair<float, float> DockPanels::State::FitPair(DockSpace& a, DockSpace& b, f
   a.Narrow = b.Narrow = false;
   for (int round = 0; round < 3; round++) {
     const float wa = wanted(a), wb = wanted(b);
-    if (wa + wb <= most) return {wa, wb};
+    if (wa + wb <= most) {
+      // Where there is room for all, nobody goes before the other when there is none.
+      if (round == 0) a.Recent = b.Recent = 0;
+      return {wa, wb};
+    }
     const bool openA = wa > 0 && !a.IsStrip(), openB = wb > 0 && !b.IsStrip();
     if (!openA && !openB) return {wa, wb};
     if (openA && openB) {
@@ -293,7 +308,11 @@ bool DockPanels::IsOpen(const std::string& key) const { return m_State->FindGrou
 void DockPanels::Open(const std::string& key) {
   const DockPanel* panel = m_State->FindPanel(key);
   if (panel) m_State->Open(*panel);
-  if (DockGroup* group = m_State->FindGroup(key)) group->AskForRoom();
+  DockGroup* const group = m_State->FindGroup(key);
+  if (!group) return;
+  group->AskForRoom();
+  // Who opens a panel wants to see it, where its side is folded too.
+  if (DockSpace* space = group->Space()) m_State->ExpandSpace(*space);
 }
 void DockPanels::Close(const std::string& key) {
   int tab = -1;

@@ -43,7 +43,7 @@ class DockPanels {
   const cRect& SceneRect() const;
   /// Part of the window's width that docks at its sides leave to the scene, whatever their sizes; of the height too. They fold to
   /// strips for it; one that the person unfolds there may take more.
-  static constexpr float SceneShare = 0.5f;
+  static constexpr float SceneShare = 0.6f;
 
   /// The layout as a DocksLayout file; false with a line in the log.
   bool StoreLayout(const std::string& path) const;

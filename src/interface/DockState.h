@@ -64,8 +64,10 @@ struct DockPanels::State : DockController {
   void ExpandSpace(DockSpace& space) override;
 
   // --- arranging
-  /// What two spaces on opposite sides get of `length`. They shrink together, down to what their panels need; where that is too
-  /// little, the one that was unfolded last keeps the room.
+  /// Of a side's panels, at scale 1.
+  float ComfortableWidth(const DockSpace& space) const;
+  /// What two spaces on opposite sides get of `length`. They shrink together, down to what their panels need to look well; where
+  /// that is too little, the one that was unfolded last keeps the room.
   std::pair<float, float> FitPair(DockSpace& a, DockSpace& b, float length, Canvas& canvas);
   void Layout(Canvas& canvas);
 

@@ -169,7 +169,8 @@ bool DockGroup::UndoDrag() {
 
 // --- header --------------------------------------------------------------------------------------------------------------------
 
-static constexpr float HeaderPadding = 8;  // at both sides of a title, at scale 1
+// At scale 1: at both sides of a title, and an icon before it with the gap between the two.
+static constexpr float HeaderPadding = 8, TabIcon = 14, TabIconGap = 5;
 
 DockableHeader::DockableHeader(DockGroup& group) : m_Group(&group) {
   const auto add = [this](const char* icon, const char* hint, std::function<void()> action) {
@@ -200,9 +201,13 @@ float DockableHeader::NarrowestFor(Canvas& canvas) const {
   return std::ceil(widest + 1 + 2 * canvas.Px(HeaderPadding));
 }
 
+float DockableHeader::TitleWidth(int index, Canvas& canvas) const {
+  return std::ceil(canvas.TextWidth(::GetText(m_Group->Tabs[size_t(index)].Key), TextStyle::Bold) + 1);
+}
+
 float DockableHeader::TabWidth(int index, Canvas& canvas) const {
-  return std::ceil(canvas.TextWidth(::GetText(m_Group->Tabs[size_t(index)].Key), TextStyle::Bold) + 1 +
-                   2 * canvas.Px(HeaderPadding));
+  const float icon = m_Group->Tabs[size_t(index)].Icon.empty() ? 0 : canvas.Px(TabIcon + TabIconGap);
+  return TitleWidth(index, canvas) + icon + 2 * canvas.Px(HeaderPadding);
 }
 
 // A narrow header gives the titles the room: the menu of the right button has all that the buttons do.
@@ -233,10 +238,18 @@ cRect DockableHeader::TabRect(int index, Canvas& canvas) const {
   if (count <= 1) return {start, Rect.Y, room, Rect.H};
   std::vector<float> widths;
   float sum = 0;
-  for (int i = 0; i < count; i++) {
-    widths.push_back(TabWidth(i, canvas));
-    sum += widths.back();
-  }
+  const auto measure = [&](bool iconsOnly) {
+    widths.clear();
+    sum = 0;
+    for (int i = 0; i < count; i++) {
+      const bool isIcon = iconsOnly && i != m_Group->Active && !m_Group->Tabs[size_t(i)].Icon.empty();
+      widths.push_back(isIcon ? canvas.Px(TabIcon + 2 * HeaderPadding) : TabWidth(i, canvas));
+      sum += widths.back();
+    }
+  };
+  // Without room for all titles the tabs behind show their icons alone.
+  measure(false);
+  if (sum > room) measure(true);
   const float part = sum > room ? room / sum : 1;
   float x = start;
   for (int i = 0; i < index; i++) x += std::floor(widths[size_t(i)] * part);
@@ -261,14 +274,7 @@ void DockableHeader::Draw(Canvas& canvas) {
   canvas.FillRoundRect(Rect, radius, theme.PanelHeader);
   if (!m_Group->IsFolded()) canvas.FillRect({Rect.X, Rect.Bottom() - radius, Rect.W, radius}, theme.PanelHeader);
   if (m_Group->Tabs.size() == 1) {
-    const cRect box = TabRect(0, canvas);
-    const float icon = canvas.Px(14), gap = canvas.Px(6);
-    float x = box.X + gap;
-    if (!m_Group->Tabs[0].Icon.empty() && box.W >= TabWidth(0, canvas) + icon) {
-      canvas.Icon(m_Group->Tabs[0].Icon, {x, box.Y + std::floor((box.H - icon) / 2), icon, icon}, theme.TextDim);
-      x += icon + gap;
-    }
-    canvas.Text({x, box.Y, std::max(0.0f, box.Right() - x), box.H}, GetText(), theme.Text, TextStyle::Bold);
+    DrawTab(canvas, 0, TabRect(0, canvas), theme.Text, TextStyle::Bold);
     return;
   }
   const cWidgets* manager = Manager();
@@ -279,10 +285,23 @@ void DockableHeader::Draw(Canvas& canvas) {
       canvas.FillRoundRect({box.X, box.Y + canvas.Px(3), box.W, box.H}, radius, theme.Panel);
       canvas.FillRect({box.X + radius, box.Y + canvas.Px(2), box.W - 2 * radius, canvas.Px(2)}, theme.Accent);
     }
-    const float pad = canvas.Px(HeaderPadding);
-    canvas.Text({box.X + pad, box.Y, std::max(0.0f, box.W - 2 * pad), box.H}, ::GetText(m_Group->Tabs[size_t(i)].Key),
-                active || hot ? theme.Text : theme.TextDim, active ? TextStyle::Bold : TextStyle::Normal, TextAlign::Center);
+    DrawTab(canvas, i, box, active || hot ? theme.Text : theme.TextDim, active ? TextStyle::Bold : TextStyle::Normal);
   }
+}
+
+// What finds no room gives way: of the one that is seen the icon, of the others the title.
+void DockableHeader::DrawTab(Canvas& canvas, int index, const cRect& box, uint32_t color, TextStyle style) const {
+  const std::string& icon = m_Group->Tabs[size_t(index)].Icon;
+  const float size = canvas.Px(TabIcon), pad = canvas.Px(HeaderPadding);
+  const bool both = box.W >= TabWidth(index, canvas), iconAlone = !both && index != m_Group->Active && !icon.empty();
+  float x = box.X + (iconAlone ? std::floor((box.W - size) / 2) : pad);
+  if (!icon.empty() && (both || iconAlone)) {
+    canvas.Icon(icon, {x, box.Y + std::floor((box.H - size) / 2), size, size}, color);
+    x += size + canvas.Px(TabIconGap);
+  }
+  if (iconAlone) return;
+  const float end = m_Group->Tabs.size() > 1 ? box.Right() - pad : box.Right();
+  canvas.Text({x, box.Y, std::max(0.0f, end - x), box.H}, ::GetText(m_Group->Tabs[size_t(index)].Key), color, style);
 }
 
 bool DockableHeader::OpenMenu(const InputEvent& event) {

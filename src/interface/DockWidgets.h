@@ -110,7 +110,9 @@ class DockableHeader : public FrameWidget {
 
  private:
   int TabAt(float x, float y) const;
-  float TabWidth(int index, Canvas& canvas) const;  // that its title wants
+  float TitleWidth(int index, Canvas& canvas) const;
+  float TabWidth(int index, Canvas& canvas) const;  // that its icon and title want
+  void DrawTab(Canvas& canvas, int index, const cRect& box, uint32_t color, TextStyle style) const;
   bool OpenMenu(const InputEvent& event);
   DockGroup* m_Group = nullptr;
   Button *m_Fold = nullptr, *m_Float = nullptr, *m_Close = nullptr;

@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "interface/BoxParts.h"
 #include "interface/Button.h"
 #include "interface/FileList.h"
 #include "interface/Language.h"
@@ -67,7 +68,7 @@ void FileBrowser::Build() {
   m_Name->Content = m_Request.FileName;
   m_Name->Placeholder = saves ? "FILE_NAME" : "SEARCH";
   m_Name->Icon = saves ? "" : "Search";
-  m_Name->LiveChange = true;
+  m_Name->LiveChange = m_Name->Answers = true;
   m_Name->Visible = m_Request.What != FileBrowserRequest::Kind::Folder;
   m_Name->Callback = std::make_unique<wpcallback<FileBrowser>>(this, &FileBrowser::OnName);
   m_NewFolder = AddChild(new Button("ADD_NEW_FOLDER", "Plus"));
@@ -145,7 +146,19 @@ void FileBrowser::FillPlaces() {
 
 // --- answers -----------------------------------------------------------------------------------------------------------------
 
-void FileBrowser::Complain(const std::string& sentence) { m_Error = sentence; }
+// Where the foot has no room for it, it stands below the field.
+void FileBrowser::Complain(const std::string& sentence) {
+  m_Error = sentence;
+  cWidgets* manager = Manager();
+  if (!manager || manager->GetCanvas().TextWidth(sentence) <= ErrorRect(manager->GetCanvas()).W) return;
+  m_Error.clear();
+  manager->Say(m_Name->Visible ? m_Name->Rect : m_Path->Rect, sentence);
+}
+
+cRect FileBrowser::ErrorRect(Canvas& canvas) const {
+  const float gap = canvas.Px(12), left = m_NewFolder->Rect.Right() + gap;
+  return {left, m_Accept->Rect.Y, std::max(0.0f, m_Accept->Rect.X - gap - left), m_Accept->Rect.H};
+}
 
 // The box goes first: the answer may open the next one.
 void FileBrowser::Answer(const std::string& path) {
@@ -185,7 +198,10 @@ void FileBrowser::Accept() {
   }
   fs::path path = fs::path(name).is_absolute() ? fs::path(name) : folder / name;
   if (IsFolder(path.string())) {
-    if (Enter(path.string())) m_Name->Content.clear();
+    if (Enter(path.string())) {
+      m_Name->Content.clear();
+      if (m_Name->IsEditing()) m_Name->BeginEdit({});
+    }
     return;
   }
   if (!IsFolder(path.parent_path().string())) {
@@ -225,6 +241,7 @@ void FileBrowser::MakeNewFolder() {
 
 bool FileBrowser::OnName(BaseWidget* widget, const WidgetEvent& event) {
   m_Error.clear();
+  if (cWidgets* manager = Manager()) manager->Say({}, {});
   const bool saves = m_Request.What == FileBrowserRequest::Kind::Save;
   if (widget == m_List && event.Kind == WidgetEventKind::Change && saves && m_List->Chosen() >= 0) {
     const FileEntry& entry = m_List->Entries()[size_t(m_List->Chosen())];
@@ -303,10 +320,7 @@ void FileBrowser::Draw(Canvas& canvas) {
   DrawPopupGround(canvas, Rect, theme.Panel);
   const cRect inside = Rect.Shrunk(canvas.Px(Inset));
   if (m_ShowsTitle)
-    canvas.Text({inside.X, inside.Y, inside.W, canvas.LineHeight(TextStyle::Title)}, ::GetText(m_Request.Title), theme.TextTitle,
-                TextStyle::Title);
-  if (m_Error.empty()) return;
-  const float left = m_NewFolder->Rect.Right() + canvas.Px(12);
-  canvas.Text({left, m_Accept->Rect.Y, std::max(0.0f, m_Accept->Rect.X - left - canvas.Px(12)), m_Accept->Rect.H}, m_Error,
-              theme.Danger);
+    canvas.Text({inside.X, inside.Y, inside.W, canvas.LineHeight(TextStyle::Title)}, GetBoxTitle(m_Request.Title),
+                theme.TextTitle, TextStyle::Title);
+  if (!m_Error.empty()) canvas.Text(ErrorRect(canvas), m_Error, theme.Danger);
 }

@@ -75,6 +75,7 @@ class FileBrowser : public BaseWidget {
   void Build();
   void FillPath();
   void FillPlaces();
+  cRect ErrorRect(Canvas& canvas) const;
   void Complain(const std::string& sentence);
   void MakeNewFolder();
   bool OnName(BaseWidget* widget, const WidgetEvent& event);

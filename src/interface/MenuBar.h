@@ -24,6 +24,7 @@ class MenuBar : public BaseWidget {
   bool OnKey(const InputEvent& event) override;
   bool TakesFocus() const override { return true; }
   bool TakesFocusByMouse() const override { return false; }
+  bool ShowsKeyboard() const override { return true; }
   void OnFocus(bool gained) override;
   /// Alt pressed and released alone: the keyboard enters the bar. For who gets the keys that no widget wanted.
   bool OnAltKey(const InputEvent& event);

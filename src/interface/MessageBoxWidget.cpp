@@ -27,7 +27,7 @@ static TextWidget* AddText(BaseWidget& to, const std::string& text, TextStyle st
 MessageBoxWidget* MessageBoxWidget::Ask(cWidgets& widgets, std::string_view title, std::string_view text,
                                         std::vector<std::string> answers, std::function<void(int)> answered) {
   auto* box = new MessageBoxWidget;
-  box->Title = ::GetText(title);
+  box->Title = GetBoxTitle(title);
   box->Text = HasText(text) ? ::GetText(text) : std::string(text);
   box->m_Answered = std::move(answered);
   if (answers.empty()) answers.push_back("OK");

@@ -18,22 +18,6 @@ namespace {
 // At scale 1.
 constexpr float InsideWidth = 320, AboveField = 12, FieldHeight = 24;
 
-/// A field whose Enter and Esc are the box's.
-class NameField : public TextEdit {
-  REFLECTED(NameField, TextEdit)
- public:
-  NameField() = default;
-  explicit NameField(NameBox& box) : m_Box(&box) {}
-  bool OnKey(const InputEvent& event) override {
-    const bool isAnswer = event.Kind == InputKind::KeyDown && (event.Key == KeyEnter || event.Key == KeyEsc);
-    return isAnswer && m_Box ? m_Box->OnKey(event) : TextEdit::OnKey(event);
-  }
-
- private:
-  NameBox* m_Box = nullptr;
-};
-DECLARE_MEMBERS(NameField) {}
-
 std::string Trim(const std::string& text) {
   const size_t first = text.find_first_not_of(" \t");
   return first == text.npos ? std::string() : text.substr(first, text.find_last_not_of(" \t") - first + 1);
@@ -44,11 +28,12 @@ std::string Trim(const std::string& text) {
 NameBox* NameBox::Ask(cWidgets& widgets, std::string_view title, std::string_view name,
                       std::function<bool(const std::string&, std::string&)> taken) {
   auto* box = new NameBox;
-  box->m_Title = ::GetText(title);
+  box->m_Title = GetBoxTitle(title);
   box->m_Taken = std::move(taken);
-  box->m_Name = box->AddChild(new NameField(*box));
+  box->m_Name = box->AddChild(new TextEdit);
   box->m_Name->Content = name;
-  box->m_Name->LiveChange = true;
+  box->m_Name->LiveChange = box->m_Name->Answers = true;
+  box->m_Name->Callback = std::make_unique<wpcallback<NameBox>>(box, &NameBox::OnName);
   box->m_Accept = box->AddChild(new Button("OK"));
   box->m_Accept->Default = true;
   box->m_Accept->Action = [box] { box->Accept(); };
@@ -64,6 +49,14 @@ void NameBox::Accept() {
   if (m_Taken(Trim(m_Name->GetText()), m_Expected)) return Close();
   if (m_Expected.empty()) m_Expected = ::GetText("ANOTHER_TEXT");
   if (cWidgets* manager = Manager()) manager->RequestArrange();
+}
+
+// What is wrong with the name was said of another one.
+bool NameBox::OnName(BaseWidget*, const WidgetEvent&) {
+  cWidgets* manager = Manager();
+  if (!m_Expected.empty() && manager) manager->RequestArrange();
+  m_Expected.clear();
+  return true;
 }
 
 void NameBox::Close() {

@@ -26,6 +26,7 @@ class NameBox : public BaseWidget {
   void Close();
 
  private:
+  bool OnName(BaseWidget* widget, const WidgetEvent& event);
   std::string m_Title, m_Expected;
   TextEdit* m_Name = nullptr;
   Button *m_Accept = nullptr, *m_Cancel = nullptr;

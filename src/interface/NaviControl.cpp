@@ -148,9 +148,9 @@ bool NaviBall::OnMouse(const InputEvent& event) {
   }
   if (event.Kind == InputKind::PointerMove && m_Pressed) DragTo(event.X, event.Y);
   if (event.Kind == InputKind::ButtonUp && isLeft && m_Pressed) {
-    const std::optional<StandardView> end = m_Orbiting ? std::nullopt : m_PressedEnd;
+    const bool isClick = !m_Orbiting;
     EndDrag();
-    if (end) Press(*end);
+    if (isClick && m_PressedEnd) Press(*m_PressedEnd);
     return true;
   }
   return IsCaptured();

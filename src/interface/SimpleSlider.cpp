@@ -240,7 +240,7 @@ void SimpleSlider::CloseEntry() {
   if (!manager || !entry) return;
   const bool hadFocus = manager->Focused() == entry;
   manager->DeleteLater(entry);
-  if (hadFocus) manager->Focus(this);
+  if (hadFocus && manager->ShowsFocus()) manager->Focus(this);
 }
 
 void SimpleSlider::OpenMenu(const InputEvent& event) {

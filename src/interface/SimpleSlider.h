@@ -11,7 +11,8 @@ std::string PrintSliderNumber(double value, double range, bool whole);
 bool ReadSliderNumber(std::string_view text, std::string_view unit, double& value);
 
 /// A bar that shows a number and is dragged anywhere on it. Shift drags finely, Ctrl in steps; Ctrl and a click resets; a double
-/// click or typing opens a field; the wheel works with Alt, so that panels scroll under the pointer.
+/// click, or typing while the ring is around it, opens a field; the wheel works with Alt, so that panels scroll under the
+/// pointer.
 class SimpleSlider : public BaseWidget {
   REFLECTED(SimpleSlider, BaseWidget)
  public:
@@ -23,6 +24,7 @@ class SimpleSlider : public BaseWidget {
   bool OnKey(const InputEvent& event) override;
   bool UndoDrag() override;
   bool TakesFocus() const override { return !ReadOnly; }
+  bool TakesFocusByMouse() const override { return false; }
   void Arrange(const cRect& rect, Canvas& canvas) override;
   float NarrowestFor(Canvas& canvas) const override;
   MouseCursor GetCursor(float x, float y) const override;

@@ -38,10 +38,8 @@ void TextEdit::ScrollToCaret(Canvas& canvas, const cRect& rect) {
 void TextEdit::Draw(Canvas& canvas) {
   const Theme& theme = GetTheme();
   const bool enabled = IsEnabled() && !ReadOnly;
-  if (!Bare) {
-    DrawField(canvas, Rect, enabled && IsHot(), m_Editing, enabled);
-    if (!m_Expected.empty()) canvas.FillRoundRect(Rect, canvas.Px(Measures::Radius), 0, canvas.Px(1), theme.Danger);
-  }
+  if (!Bare) DrawField(canvas, Rect, enabled && IsHot(), m_Editing, enabled);
+  if (!m_Expected.empty()) canvas.FillRoundRect(Rect, canvas.Px(Measures::Radius), 0, canvas.Px(1.5f), theme.Danger);
   const cRect box = TextRect(canvas);
   if (!Icon.empty()) {
     const float size = canvas.Px(Measures::IconSize);
@@ -93,8 +91,14 @@ void TextEdit::OnFocus(bool gained) {
     return;
   }
   if (!m_Editing) return;
-  Write(nullptr);
+  if (!Write(nullptr)) SayExpected(true);
   End();
+}
+
+void TextEdit::SayExpected(bool isDropped) {
+  cWidgets* manager = Manager();
+  if (!manager) return;
+  manager->Say(Rect, ::GetText("EXPECTED") + " " + m_Expected + (isDropped ? "\n" + ::GetText("OLD_VALUE_STAYS") : ""));
 }
 
 // A text that was not touched is not written: a number that is shown rounded keeps its own.
@@ -188,13 +192,18 @@ bool TextEdit::OnKey(const InputEvent& event) {
   }
   m_CaretSince = m_Now;
   cWidgets* manager = Manager();
+  if (Answers && down && (event.Key == KeyEnter || event.Key == KeyEsc)) return false;
   if (down && event.Key == KeyEnter) {
-    if (!Write(&event)) return true;
+    if (!Write(&event)) {
+      SayExpected(false);
+      return true;
+    }
     End();
     if (manager && manager->Focused() == this) manager->Focus(nullptr);
     return true;
   }
   if (down && event.Key == KeyEsc) {
+    if (manager && !m_Expected.empty()) manager->Say({}, {});
     End();
     if (manager && manager->Focused() == this) manager->Focus(nullptr);
     return true;
@@ -203,6 +212,7 @@ bool TextEdit::OnKey(const InputEvent& event) {
   const std::string before = m_Edit.Text();
   const bool handled = m_Edit.OnKey(event);
   if (m_Edit.Text() != before) {
+    if (manager && !m_Expected.empty()) manager->Say({}, {});
     m_Expected.clear();
     if (LiveChange && !Value.IsBound()) Content = m_Edit.Text();
     std::string expected;

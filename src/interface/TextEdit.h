@@ -6,7 +6,8 @@
 #include "interface/ValueBinding.h"
 
 /// A field of one line. While it has the focus it edits a text of its own; Enter or losing the focus writes that into the value,
-/// Esc drops it. A text that the value doesn't take stays after Enter, with the reason as hint; losing the focus drops it.
+/// Esc drops it. A text that the value doesn't take stays after Enter, and the reason is said below it; losing the focus drops
+/// it, and that is said too.
 class TextEdit : public BaseWidget {
   REFLECTED(TextEdit, BaseWidget)
  public:
@@ -17,6 +18,7 @@ class TextEdit : public BaseWidget {
   bool OnKey(const InputEvent& event) override;
   bool TakesFocus() const override { return !ReadOnly; }
   void OnFocus(bool gained) override;
+  bool ShowsKeyboard() const override { return m_Editing; }
   /// Some letters; longer texts are scrolled.
   float NarrowestFor(Canvas& canvas) const override { return canvas.Px(60); }
   MouseCursor GetCursor(float x, float y) const override;
@@ -35,6 +37,7 @@ class TextEdit : public BaseWidget {
   bool ReadOnly = false;
   bool LiveChange = false;  ///< every key writes and tells Change, as in search fields
   bool Bare = false;        ///< without ground and border, inside another field
+  bool Answers = false;     ///< Enter and Esc are the box's that it stands in
   /// In place of the value: takes the text, or says what it expected.
   std::function<bool(const std::string& text, std::string& expected)> Commit;
   std::function<std::string()> Read;  ///< in place of the value: the text that stands there
@@ -42,6 +45,7 @@ class TextEdit : public BaseWidget {
 
  private:
   bool Write(const InputEvent* event);
+  void SayExpected(bool isDropped);
   void End();
   cRect TextRect(Canvas& canvas) const;
   size_t IndexAt(float x);

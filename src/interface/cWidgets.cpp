@@ -44,6 +44,7 @@ void cWidgets::SetSize(int width, int height, float scale) {
   m_Width = width;
   m_Height = height;
   m_Scale = scale;
+  m_Said.clear();
   m_Canvas.Begin(width, height, scale);
   ClosePopups();
   RequestArrange();
@@ -191,7 +192,7 @@ void cWidgets::DrawLayer(int layer) {
     child->DrawTree(m_Canvas);
   }
   if (layer != LayerModal) return;
-  DrawHint();
+  m_Said.empty() ? DrawHint() : DrawSaid();
   DrawDragLabel();
   EmptyDeferredList();
 }
@@ -226,15 +227,46 @@ void cWidgets::DrawHint() {
     WantFrameIn(HintDelay - waited);
     return;
   }
+  const cRect size = MeasureHint(text);
+  m_HintRect = PlaceHint(size.W, size.H);
+  DrawHintBox(m_HintRect, text, 0);
+}
+
+static constexpr float HintPadX = 9, HintPadY = 6, HintWidest = 320;  // at scale 1
+
+// A little more than the text measures, so that rounding breaks no line.
+cRect cWidgets::MeasureHint(const std::string& text) const {
+  const float padX = m_Canvas.Px(HintPadX), padY = m_Canvas.Px(HintPadY);
+  const float widest = std::min(m_Canvas.Px(HintWidest), m_Canvas.Screen().W - 2 * padX);
+  const float width = std::min(widest, m_Canvas.TextWidth(text) + 2);
+  return {0, 0, width + 2 * padX, m_Canvas.ParagraphHeight(width, text) + 2 * padY};
+}
+
+void cWidgets::DrawHintBox(const cRect& box, const std::string& text, uint32_t border) {
   const Theme& theme = GetTheme();
-  Canvas& canvas = m_Canvas;
-  const float padX = canvas.Px(9), padY = canvas.Px(6), widest = std::min(canvas.Px(320), canvas.Screen().W - 2 * padX);
-  // A little more than measured, so that rounding breaks no line.
-  const float width = std::min(widest, canvas.TextWidth(text) + 2);
-  const float height = canvas.ParagraphHeight(width, text);
-  const cRect box = m_HintRect = PlaceHint(width + 2 * padX, height + 2 * padY);
-  DrawPopupGround(canvas, box, theme.Menu);
-  canvas.Paragraph({box.X + padX, box.Y + padY, width, height}, text, theme.Text);
+  const float padX = m_Canvas.Px(HintPadX), padY = m_Canvas.Px(HintPadY);
+  DrawPopupGround(m_Canvas, box, theme.Menu);
+  if (border) m_Canvas.FillRoundRect(box, m_Canvas.Px(Measures::Radius), 0, m_Canvas.Px(1), border);
+  m_Canvas.Paragraph({box.X + padX, box.Y + padY, box.W - 2 * padX, box.H - 2 * padY}, text, theme.Text);
+}
+
+void cWidgets::Say(const cRect& place, std::string text) {
+  static constexpr double forSeconds = 6;
+  m_Said = std::move(text);
+  m_SaidPlace = place;
+  m_SaidUntil = m_TimeSec + forSeconds;
+  if (!m_Said.empty()) WantFrameIn(0);
+}
+
+void cWidgets::DrawSaid() {
+  if (m_TimeSec >= m_SaidUntil) m_Said.clear();
+  if (m_Said.empty()) return;
+  WantFrameIn(m_SaidUntil - m_TimeSec);
+  cRect box = MeasureHint(m_Said);
+  box.X = m_SaidPlace.X;
+  box.Y = m_SaidPlace.Bottom() + m_Canvas.Px(3);
+  if (box.Bottom() > m_Canvas.Screen().Bottom()) box.Y = m_SaidPlace.Y - box.H - m_Canvas.Px(3);
+  DrawHintBox(KeepInside(box, m_Canvas.Screen()), m_Said, GetTheme().Danger);
 }
 
 void cWidgets::DrawDragLabel() {

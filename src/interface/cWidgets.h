@@ -29,6 +29,9 @@ class cWidgets {
   float Scale() const { return m_Scale; }
   WindowPositions Positions;  ///< of floating panels and of boxes, as the person left them
   bool ShowHints = true;
+  /// Shows a sentence below a place at once, for some seconds or until a press; without a text takes it away.
+  void Say(const cRect& place, std::string text);
+  const std::string& Said() const { return m_Said; }
   double HintDelay = 0.6;  ///< seconds for which the pointer rests before a hint appears
   /// Asks for a new arrangement before the next drawing.
   void RequestArrange() { m_ArrangeWanted = true; }
@@ -100,6 +103,9 @@ class cWidgets {
   bool DispatchKey(const InputEvent& event);
   BaseWidget* FindUnder(float x, float y);
   void DrawHint();
+  void DrawSaid();
+  void DrawHintBox(const cRect& box, const std::string& text, uint32_t border);
+  cRect MeasureHint(const std::string& text) const;
   cRect PlaceHint(float width, float height) const;
   void DrawDragLabel();
   /// Nothing refers to the widget, or to one below it, any more.
@@ -108,6 +114,7 @@ class cWidgets {
   bool OfferUp(BaseWidget* hit, const InputEvent& event, BaseWidget*& handler);
   bool HandlePress(const InputEvent& event);
   bool HandleDrag(const InputEvent& event);
+  bool IsOverScene();
   void ReleaseAll();
   void UpdateHot();
   void SetFocus(BaseWidget* widget, bool byKey);
@@ -130,6 +137,9 @@ class cWidgets {
   BaseClass* m_Dragged = nullptr;
   std::string m_DragLabel;
   cRect m_HintRect;
+  std::string m_Said;
+  cRect m_SaidPlace;
+  double m_SaidUntil = 0;
   float m_PointerX = -1, m_PointerY = -1, m_Scale = 1;
   int m_Width = 0, m_Height = 0;
   uint8_t m_Modifiers = 0, m_ButtonsDown = 0;

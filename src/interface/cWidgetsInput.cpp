@@ -20,7 +20,9 @@ void FindFocusable(BaseWidget& widget, std::vector<BaseWidget*>& list) {
   for (BaseWidget* child : widget.Children) FindFocusable(*child, list);
 }
 
-uint8_t ButtonBit(MouseButton button) { return uint8_t(1u << unsigned(button)); }
+// The buttons of a pen are other ones than those of the mouse.
+constexpr uint8_t MouseBits = 0x0F, PenBits = 0xF0;
+uint8_t ButtonBit(MouseButton button, bool isPen) { return uint8_t(1u << (unsigned(button) + (isPen ? 4 : 0))); }
 
 }  // namespace
 
@@ -64,13 +66,16 @@ bool cWidgets::Dispatch(const InputEvent& event) {
 // --- pointer -----------------------------------------------------------------------------------------------------------------
 
 bool cWidgets::DispatchPointer(const InputEvent& event) {
+  // A drag or a stroke belongs to the device that began it: what a pen draws is not pulled along by an elbow at the mouse.
+  if (event.Kind != InputKind::Wheel && event.Kind != InputKind::Drop && (m_ButtonsDown & (event.IsPen ? MouseBits : PenBits)))
+    return true;
   if (event.Kind != InputKind::Drop && (event.X != m_PointerX || event.Y != m_PointerY)) {
     m_PointerX = event.X;
     m_PointerY = event.Y;
     m_HotSince = m_TimeSec;
   }
-  if (event.Kind == InputKind::ButtonDown) m_ButtonsDown |= ButtonBit(event.Button);
-  if (event.Kind == InputKind::ButtonUp) m_ButtonsDown &= uint8_t(~ButtonBit(event.Button));
+  if (event.Kind == InputKind::ButtonDown) m_ButtonsDown |= ButtonBit(event.Button, event.IsPen);
+  if (event.Kind == InputKind::ButtonUp) m_ButtonsDown &= uint8_t(~ButtonBit(event.Button, event.IsPen));
   if (event.Kind == InputKind::ButtonDown || event.Kind == InputKind::Wheel) m_InputCount++;
   const bool lastRelease = event.Kind == InputKind::ButtonUp && !m_ButtonsDown;
   if (m_Dragged) return HandleDrag(event);
@@ -94,6 +99,7 @@ bool cWidgets::DispatchPointer(const InputEvent& event) {
 
 bool cWidgets::HandlePress(const InputEvent& event) {
   m_HintHidden = true;
+  m_Said.clear();
   BaseWidget* hit = FindUnder(event.X, event.Y);
   BaseWidget* inPopup = nullptr;
   for (BaseWidget* popup : m_Popups)
@@ -170,10 +176,12 @@ bool cWidgets::HandleDrag(const InputEvent& event) {
 // The window lost the keyboard: whoever has the mouse sees the buttons go up.
 void cWidgets::ReleaseAll() {
   CancelDrag();
+  const bool isPen = (m_ButtonsDown & PenBits) != 0;
   for (const MouseButton button : {MouseButton::Left, MouseButton::Right, MouseButton::Middle}) {
-    if (!(m_ButtonsDown & ButtonBit(button))) continue;
-    m_ButtonsDown &= uint8_t(~ButtonBit(button));
+    if (!(m_ButtonsDown & ButtonBit(button, isPen))) continue;
+    m_ButtonsDown &= uint8_t(~ButtonBit(button, isPen));
     InputEvent release;
+    release.IsPen = isPen;
     release.Kind = InputKind::ButtonUp;
     release.Button = button;
     release.X = m_PointerX;
@@ -238,6 +246,7 @@ bool cWidgets::DispatchKey(const InputEvent& event) {
     return true;
   }
   BaseWidget* const scope = KeyScope();
+  if (down && !scope && m_Focused && !m_ShowsFocus && !m_Focused->ShowsKeyboard() && IsOverScene()) SetFocus(nullptr, false);
   BaseWidget* target = m_Focused && (!scope || scope->Holds(m_Focused)) ? m_Focused : scope;
   for (; target && !target->Root; target = target->Owner) {
     if (target->IsEnabled() && target->OnKey(event)) return true;
@@ -260,6 +269,8 @@ bool cWidgets::DispatchKey(const InputEvent& event) {
   if (scope) return event.Kind != InputKind::KeyUp;
   return m_KeyFallback && m_KeyFallback->IsEnabled() && m_KeyFallback->OnKey(event);
 }
+
+bool cWidgets::IsOverScene() { return m_PointerX >= 0 && (!m_Hot || Layer(LayerScene).Holds(m_Hot)); }
 
 void cWidgets::Focus(BaseWidget* widget) { SetFocus(widget, m_ShowsFocus); }
 

@@ -1,5 +1,6 @@
 // The boxes in which a person chooses files and keys.
 #include "WidgetFixture.h"
+#include "interface/BoxParts.h"
 #include "interface/Button.h"
 #include "interface/DockWidgets.h"
 #include "interface/FileBrowser.h"
@@ -141,6 +142,20 @@ TEST_F(FileBrowserTest, NothingOfABoxOverlapsInASmallWindow) {
   LoadLanguage(MORVANE_DATA_DIR, "English", error);
 }
 
+TEST_F(FileBrowserTest, AComplaintOfANameGoesWithTheName) {
+  std::string error;
+  ASSERT_TRUE(LoadLanguage(MORVANE_DATA_DIR, "English", error)) << error;
+  EXPECT_EQ(GetBoxTitle("StoreThisPageLayout"), "Save layout as");
+  const NameBox* box = NameBox::Ask(Widgets, "StoreThisPageLayout", "", [](const std::string&, std::string&) { return false; });
+  DrawAll();
+  const float height = box->Rect.H;
+  Type("a");
+  Key(KeyEnter);
+  EXPECT_GT(box->Rect.H, height) << "it is told why not";
+  Type("b");
+  EXPECT_EQ(box->Rect.H, height);
+}
+
 TEST_F(FileBrowserTest, AsksBeforeAFileIsWrittenOver) {
   FileBrowser* box = Open(FileBrowserRequest::Kind::Save, "one");
   box->Accept();  // the name with its ending is there already
@@ -154,9 +169,10 @@ TEST_F(FileBrowserTest, AsksBeforeAFileIsWrittenOver) {
   EXPECT_EQ(box->Folder() + "/", Folder.Path());
   box->MakeFolder("fresh");
   EXPECT_EQ(box->Folder(), Folder.Path("fresh"));
+  Key(KeyEnter);
+  EXPECT_TRUE(Answers.empty() && Widgets.HasModal()) << "there is no name";
   Type("new.obj");
   Key(KeyEnter);
-  if (Answers.empty()) Key(KeyEnter);
   EXPECT_EQ(Answers, std::vector<std::string>{Folder.Path("fresh/new.obj")});
 }
 
@@ -225,6 +241,7 @@ class HotKeyWindowTest : public WidgetTest {
     for (const auto& [name, key] : {std::pair{"Undo", "Ctrl+Z"}, {"Redo", "Ctrl+Y"}, {"Frame", ""}}) {
       Action action;
       action.Name = action.TextKey = name;
+      if (action.Name == "Frame") action.TextKey = "Look at all";
       action.Run = [] {};
       if (*key) action.DefaultKeys = {key};
       if (action.Name == "Redo") action.DefaultKeys.push_back("Ctrl+Shift+Z");
@@ -253,6 +270,8 @@ TEST_F(HotKeyWindowTest, SearchLooksAtNamesAndKeys) {
   const std::pair<const char*, std::vector<std::string>> rows[] = {{"", {"Undo|", "Redo|", "Frame|", "Dab|"}},
                                                                    {"ctrl do", {"Undo|", "Redo|"}},
                                                                    {"ctrl+y", {"Redo|"}},
+                                                                   {"all", {"Frame|"}},
+                                                                   {"frame", {}},  // nobody sees that name
                                                                    {"nothing like it", {}},
                                                                    {"Export", {}},
                                                                    {" Export  Radius=2 ", {"Export|Radius=2"}},

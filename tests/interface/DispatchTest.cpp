@@ -94,6 +94,28 @@ TEST_F(DispatchTest, TheMouseStaysWithWhoTookThePress) {
   EXPECT_EQ(Widgets.Captured(), nullptr);
 }
 
+TEST_F(DispatchTest, ADragBelongsToTheDeviceThatBeganIt) {
+  auto* widget = Place(new Recorder, {0, 0, 100, 100});
+  for (const bool pen : {true, false}) {
+    const auto send = [&](InputKind kind, bool isPen, MouseButton button = MouseButton::None) {
+      InputEvent event = PointerEvent(kind, 50, 50, button);
+      event.IsPen = isPen;
+      Send(event);
+    };
+    widget->Kinds.clear();
+    send(InputKind::ButtonDown, pen, MouseButton::Left);
+    send(InputKind::PointerMove, !pen);
+    send(InputKind::ButtonDown, !pen, MouseButton::Left);
+    send(InputKind::ButtonUp, !pen, MouseButton::Left);
+    EXPECT_TRUE(widget->IsCaptured());
+    send(InputKind::PointerMove, pen);
+    send(InputKind::FocusLost, false);
+    EXPECT_EQ(widget->Kinds, (std::vector{InputKind::ButtonDown, InputKind::PointerMove, InputKind::ButtonUp}));
+    send(InputKind::PointerMove, !pen);
+    EXPECT_EQ(widget->Kinds.size(), 4u) << "free for the other one";
+  }
+}
+
 TEST_F(DispatchTest, NothingDanglesWhenACapturedWidgetIsDeleted) {
   int ended = 0;
   auto* outer = Place(new BaseWidget, {0, 0, 200, 200});

@@ -111,8 +111,8 @@ TEST_F(DockPanelsTest, SplittersSizeWithinTheirNeighbours) {
   split(5000);
   EXPECT_GE(tree.Rect.H, DockLeastHeight - 1);
   const float edge = Docks.SceneRect().Right();
-  Carry({{edge + 2, 300}, {edge - 98, 300}});
-  EXPECT_EQ(Docks.SceneRect().Right(), edge - 100);
+  Carry({{edge + 2, 300}, {edge - 48, 300}});
+  EXPECT_EQ(Docks.SceneRect().Right(), edge - 50);
   tree.SetCollapsed(true);
   Settle();
   EXPECT_EQ(tree.Rect.H, Measures::HeaderHeight);
@@ -150,9 +150,15 @@ TEST_F(DockPanelsTest, TheSceneKeepsItsShareOfASmallWindow) {
     Docks.Open("Log");
     ArrangeDocks(width, height, scale);
     const cRect& scene = Docks.SceneRect();
-    EXPECT_GE(scene.W, 0.5f * width) << width << " at " << scale;
-    EXPECT_GE(scene.H, 0.5f * height) << width << " at " << scale;
+    EXPECT_GE(scene.W, 0.6f * width) << width << " at " << scale;
+    EXPECT_GE(scene.H, 0.6f * height) << width << " at " << scale;
     EXPECT_TRUE(Docks.IsOpen("Params"));
+  }
+  // Rather than with broken rows a panel is folded: 140 and 264 wide are to be at least 120 and 224.
+  for (const auto& [width, folds] : {std::pair{865.0f, false}, {855.0f, true}}) {
+    ArrangeDocks(1200, 800);
+    ArrangeDocks(width, 600);
+    EXPECT_EQ(Find("Params")->Space()->IsStrip(), folds) << width;
   }
   // A press on a folded dock opens it, and the other one gives way.
   ArrangeDocks(640, 480, 2);
@@ -165,6 +171,18 @@ TEST_F(DockPanelsTest, TheSceneKeepsItsShareOfASmallWindow) {
   EXPECT_TRUE((folded == left ? right : left)->IsStrip());
   ArrangeDocks(1200, 800);
   EXPECT_FALSE(left->IsStrip() || right->IsStrip()) << "all is back in a large window";
+  // A panel that is opened is seen, whoever folded its side.
+  Docks.Close("Params");
+  ArrangeDocks(640, 480, 2);
+  EXPECT_TRUE(right->IsStrip());
+  Docks.Open("Params");
+  ArrangeDocks(640, 480, 2);
+  EXPECT_FALSE(right->IsStrip());
+  ArrangeDocks(1200, 800);
+  Docks.Close("Params");
+  right->Collapsed = true;
+  Docks.Open("Params");
+  EXPECT_FALSE(right->IsStrip());
 }
 
 TEST_F(DockPanelsTest, WhereNotAllFitTheOneThatWasAskedForHasTheRoom) {

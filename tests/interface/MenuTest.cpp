@@ -235,8 +235,10 @@ TEST_F(MenuTest, AComboBoxWritesTheValueOfTheEntry) {
 // By the tags in an item's text, whoever builds the menu; and the key that an item tells is that of now.
 TEST_F(MenuTest, ItemsOfOtherPagesAreLeftOut) {
   Actions actions;
+  bool enabled = false;
   for (const char* name : {"Layers[Page1][Page3]", "Everywhere"}) {
     Action action;
+    action.IsEnabled = [&] { return enabled; };
     action.Name = action.TextKey = name;
     action.DefaultKeys = {*name == 'L' ? "L" : "E"};
     action.Run = [] {};
@@ -266,6 +268,14 @@ TEST_F(MenuTest, ItemsOfOtherPagesAreLeftOut) {
     Widgets.ClosePopups();
   }
   CurrentPage = 0;
+  // A button shows what the same frame's input has made possible.
+  auto* column = Place(new BaseWidget, {0, 0, 100, 100});
+  AddActionButtons(*column, "TOOLS", {"Everywhere"});
+  EXPECT_FALSE(column->Children[1]->Enabled) << "before its first frame";
+  Widgets.Process(1);
+  enabled = true;
+  DrawAll();
+  EXPECT_TRUE(column->Children[1]->Enabled);
   SetActionSource(nullptr, nullptr);
 }
 

@@ -1,5 +1,6 @@
 #include "WidgetFixture.h"
 #include "interface/Clipboard.h"
+#include "interface/Language.h"
 #include "interface/TextEdit.h"
 #include "interface/TextEditing.h"
 
@@ -99,10 +100,25 @@ TEST_F(TextEditTest, EnterWritesEscRestoresAndBadTextStays) {
   Key(KeyEnter);
   EXPECT_TRUE(field->IsEditing());
   EXPECT_FALSE(field->GetHintText(20, 45).empty());
+  EXPECT_FALSE(Widgets.Said().empty()) << "without a pointer over it";
   TypeAnew("42");
+  EXPECT_TRUE(Widgets.Said().empty());
   Key(KeyEnter);
   EXPECT_EQ(number, 42);
   EXPECT_FALSE(field->IsEditing());
+  for (const bool byTab : {true, false}) {
+    ClickOn(*field);
+    TypeAnew("abc");
+    if (byTab)
+      Key(KeyTab);
+    else
+      Click(500, 500);
+    EXPECT_EQ(number, 42);
+    EXPECT_TRUE(Widgets.Said().ends_with(GetText("OLD_VALUE_STAYS"))) << Widgets.Said();
+  }
+  Widgets.Process(100);
+  DrawAll();
+  EXPECT_TRUE(Widgets.Said().empty());
 }
 
 TEST_F(TextEditTest, TheMouseSelectsAndHotKeysWait) {

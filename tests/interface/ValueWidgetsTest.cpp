@@ -34,6 +34,7 @@ TEST_F(ValueWidgetsTest, SliderDragsFinelyInStepsAndWithinItsRange) {
   EXPECT_EQ(notes.Done, 0);
   Release(8980, 110);
   EXPECT_EQ(notes.Done, 1);
+  EXPECT_EQ(Widgets.Focused(), nullptr) << "the keys stay those of the scene";
   EXPECT_EQ(notes.Changes, 5);
   Click(150, 110, ModControl);
   EXPECT_EQ(value, 25);
@@ -57,8 +58,12 @@ TEST_F(ValueWidgetsTest, SliderTakesTypedNumbers) {
   EXPECT_EQ(slider->Children.Count, 1) << "the field stays until the text is mended";
   Key(KeyEsc);
   EXPECT_EQ(slider->Children.Count, 0);
-  EXPECT_EQ(Widgets.Focused(), slider);
-  Type("88");  // typing opens the field
+  EXPECT_EQ(Widgets.Focused(), nullptr);
+  Widgets.MoveFocus(false);
+  Type("4");  // typing opens the field
+  Key(KeyEnter);
+  EXPECT_EQ(Widgets.Focused(), slider) << "the ring goes back to where it was";
+  Type("88");
   Key(KeyTab);
   EXPECT_EQ(value, 88);
   slider->ReadOnly = true;
@@ -198,6 +203,44 @@ TEST_F(ValueWidgetsTest, CurveEditorAddsMovesAndRemovesPoints) {
   EXPECT_EQ(curve.GetPointCount(), 3) << "the ends stay";
   Click(157, 57, 0, 2);
   EXPECT_EQ(curve.GetPointCount(), 2);
+}
+
+TEST_F(ValueWidgetsTest, CurveEditorWorksByKeys) {
+  comms::One2DCurve curve;
+  curve.SetLinear();
+  auto* window = Place(new CurvesWindow(&curve), {0, 0, 214, 114});
+  Notes notes(*window);
+  Widgets.MoveFocus(false);
+  const auto expectPoints = [&](std::initializer_list<comms::cVec2> points) {
+    ASSERT_EQ(curve.GetPointCount(), int(points.size()));
+    int index = 0;
+    for (const comms::cVec2& point : points) {
+      EXPECT_NEAR(curve.Points[index]->X, point.x, 1e-4f) << index;
+      EXPECT_NEAR(curve.Points[index++]->Y, point.y, 1e-4f) << index;
+    }
+  };
+  Key(KeyInsert);
+  expectPoints({{0, 0}, {0.5f, 0.5f}, {1, 1}});
+  Key(KeyUp);
+  Key(KeyRight, ModControl);
+  Key(KeyLeft, ModControl | ModShift);
+  expectPoints({{0, 0}, {0.54f, 0.55f}, {1, 1}});
+  Keys({KeyRight, KeyRight});  // to the last one, which moves up and down alone
+  Key(KeyDown, ModShift);
+  Key(KeyLeft, ModControl);
+  expectPoints({{0, 0}, {0.54f, 0.55f}, {1, 0.99f}});
+  EXPECT_EQ(notes.Done, 5) << "a key that changes nothing tells nothing";
+  Keys({KeyLeft, KeyDelete});
+  expectPoints({{0, 0}, {1, 0.99f}});
+  // A press gives it the keys, without a ring; over the scene they are the scene's.
+  Click(107, 57);
+  ASSERT_EQ(curve.GetPointCount(), 3);
+  int unhandled = 0;
+  Widgets.Unhandled = [&](const InputEvent& event) { return event.Kind == InputKind::KeyDown && ++unhandled; };
+  Move(500, 500);
+  Key(KeyDelete);
+  EXPECT_EQ(curve.GetPointCount(), 3);
+  EXPECT_EQ(unhandled, 1);
 }
 
 TEST_F(ValueWidgetsTest, EscTakesADragBack) {

@@ -12,7 +12,8 @@ using namespace comms;
 
 Icons::Icons(const cStr& file) {
   std::ifstream stream(file);
-  if (!stream) LogWarning("Can't read \"%s\"; icons are plain outlines.", file.c_str());
+  const bool isThere = bool(stream);
+  if (!isThere) LogWarning("Can't read \"%s\"; icons are plain outlines.", file.c_str());
   constexpr size_t MaxIcons = 4096;
   Drawing* current = nullptr;
   cStr text;
@@ -34,6 +35,7 @@ Icons::Icons(const cStr& file) {
     LogWarning("\"%s\", line %d, %s.", file.c_str(), line, fault.c_str());
   }
   std::erase_if(m_Drawings, [](const auto& icon) { return icon.second.empty(); });
+  if (isThere && m_Drawings.empty()) LogWarning("\"%s\" holds no drawing; icons are plain outlines.", file.c_str());
 }
 
 static int PenWidthAt(int side) { return std::max(1, int(std::lround(Icons::Pen * float(side) / Icons::Grid))); }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
 #include "interface/draw/PathRaster.h"
@@ -36,7 +37,7 @@ constexpr Letter Letters[] = {
     {3, "0333"},                                 // -
     {0, "0606"},                                 // .
     {3, "3006"},                                 // /
-    {4, "103041453616050110 2224"},              // 0
+    {3, "102031352616050110"},                   // 0, narrower than the letter
     {2, "011016 0626"},                          // 1
     {4, "01103041420646"},                       // 2
     {4, "01103041423313 334445361605"},          // 3
@@ -118,47 +119,133 @@ constexpr Letter Letters[] = {
 };
 static_assert(std::size(Letters) == '~' - ' ' + 1);
 constexpr Letter Unknown = {4, "0040460600"};
-constexpr Letter Dots = {4, "0606 2626 4646"};  // what stands for the rest of a cut text
-constexpr float Gap = 1.7f;                     // units between two letters
+struct Sign {
+  char32_t Code;
+  Letter Drawn;
+};
+// Beyond ASCII: what Latin text and the interface use and no mark over a letter makes. By code.
+constexpr Sign Signs[] = {
+    {0xA0, {2, ""}},                                      // blank that no line breaks at
+    {0xA1, {0, "0202 0408"}},                             // inverted !
+    {0xA7, {3, "312010011233 02132435261605"}},           // section
+    {0xAB, {4, "220426 422446"}},                         // <<
+    {0xB0, {2, "1021120110"}},                            // degree
+    {0xB1, {4, "0343 2125 0646"}},                        // plus or minus
+    {0xB5, {3, "0208 05163536 3236"}},                    // micro
+    {0xB7, {0, "0404"}},                                  // dot in the middle
+    {0xBB, {4, "022406 224426"}},                         // >>
+    {0xBF, {4, "2222 2425060717374746"}},                 // inverted ?
+    {0xC6, {6, "063066 3060 3353 1535"}},                 // AE
+    {0xD0, {4, "06003041453606 0323"}},                   // Eth
+    {0xD7, {3, "0235 3205"}},                             // times
+    {0xD8, {4, "103041453616050110 0640"}},               // O with a stroke
+    {0xDE, {4, "0006 013142433404"}},                     // Thorn
+    {0xDF, {3, "06011020313223132334352616"}},            // sharp s
+    {0xE6, {6, "0222333616051434 346463524233 354666"}},  // ae
+    {0xF0, {3, "122233352616050312 333210 1230"}},        // eth
+    {0xF7, {4, "0343 2121 2525"}},                        // divided by
+    {0xF8, {3, "122233352616050312 0632"}},               // o with a stroke
+    {0xFE, {3, "0008 022233352606"}},                     // thorn
+    {0x2011, {3, "0333"}},                                // hyphen that no line breaks at
+    {0x2013, {4, "0343"}},                                // dash of a range
+    {0x2014, {6, "0363"}},                                // dash
+    {0x2018, {1, "0012"}},                                // single quotes: high, high and low
+    {0x2019, {1, "1002"}},
+    {0x201A, {1, "1507"}},
+    {0x201C, {3, "0012 2032"}},  // double quotes: high, high and low
+    {0x201D, {3, "1002 3022"}},
+    {0x201E, {3, "1507 3527"}},
+    {0x2026, {4, "0606 2626 4646"}},              // what stands for the rest of a cut text
+    {0x202F, {1, ""}},                            // narrow blank
+    {0x20AC, {4, "4130100105163645 0232 0434"}},  // euro
+    {0x2190, {5, "0454 2204 2604"}},              // arrows: left, up, right, down
+    {0x2191, {4, "2026 022042"}},
+    {0x2192, {5, "0454 325436"}},
+    {0x2193, {4, "2026 042644"}},
+    {0x2212, {3, "0333"}},  // minus
+};
+
+// What stands over a letter, or under it: in halves of a unit, across from one unit left of its middle, and down.
+struct Mark {
+  char Name;
+  const char* Strokes;
+};
+constexpr Mark Marks[] = {{'`', "0032"},      {'\'', "4012"},          {'^', "022042"},    {'~', "02103240"},
+                          {':', "0101 4141"}, {'o', "10304132120110"}, {',', "2022332414"}};
+// The letters from 0xC0 and, small, from 0xE0 on: each a letter with a mark; blank where it is a sign of its own.
+constexpr std::string_view MarkedLetters = "AAAAAA CEEEEIIII NOOOOO  UUUUY  ", LetterMarks = "`'^~:o ,`'^:`'^: ~`'^~:  `'^:'  ";
+static_assert(MarkedLetters.size() == 32 && LetterMarks.size() == 32);
+constexpr Letter DotlessI = {0, "0206"};
+
+constexpr float Gap = 1.7f;  // units between two letters
 constexpr int BaseLine = 6;
+constexpr float MarkWidth = 2, OverCapital = -2.4f, OverSmall = -0.5f;  // units; where marks begin
 
-const Letter& FindLetter(char32_t code) {
-  if (code == 0xA0) return Letters[0];
-  if (code == 0x2026) return Dots;
-  return code >= ' ' && code <= '~' ? Letters[code - ' '] : Unknown;
+/// A letter, and a mark with it or none.
+struct Shape {
+  Letter Base;
+  const char* Mark = "";
+  float MarkLine = 0;
+
+  float Width() const { return *Mark ? std::max(float(Base.Width), MarkWidth) : float(Base.Width); }
+  float Above() const { return *Mark ? std::max(0.0f, -MarkLine) : 0; }
+};
+
+const char* FindMark(char name) {
+  return std::find_if(std::begin(Marks), std::end(Marks), [name](const Mark& mark) { return mark.Name == name; })->Strokes;
 }
-float GetUnit(float size) { return size * StrokeCapHeight / BaseLine; }
 
-}  // namespace
+Shape FindShape(char32_t code) {
+  if (code >= ' ' && code <= '~') return {Letters[code - ' ']};
+  const auto sign =
+      std::lower_bound(std::begin(Signs), std::end(Signs), code, [](const Sign& a, char32_t b) { return a.Code < b; });
+  if (sign != std::end(Signs) && sign->Code == code) return {sign->Drawn};
+  if (code < 0xC0 || code > 0xFF) return {Unknown};
+  const bool small = code >= 0xE0;
+  // The last place is free in capitals.
+  const char letter = code == 0xFF ? 'Y' : MarkedLetters[code % 32], mark = code == 0xFF ? ':' : LetterMarks[code % 32];
+  const Letter& base = small && letter == 'I' ? DotlessI : Letters[(small ? letter - 'A' + 'a' : letter) - ' '];
+  return {base, FindMark(mark), mark == ',' ? float(BaseLine) : small ? OverSmall : OverCapital};
+}
 
-float GetStrokeAdvance(char32_t code, float size) { return (float(FindLetter(code).Width) + Gap) * GetUnit(size); }
-
-Mask RasterizeStrokes(char32_t code, float size, float shift, bool bold) {
-  const Letter& letter = FindLetter(code);
-  PathShape shape;
+void AddStrokes(const char* strokes, float scale, cVec2 corner, PathShape& shape) {
   bool down = false;
-  for (const char* at = letter.Strokes; *at; at += *at == ' ' ? 1 : 2) {
+  for (const char* at = strokes; *at; at += *at == ' ' ? 1 : 2) {
     if (*at == ' ') {
       down = false;
       continue;
     }
     if (!std::exchange(down, true)) shape.Lines.emplace_back();
-    shape.Lines.back().Points.push_back({float(at[0] - '0'), float(at[1] - '0')});
+    shape.Lines.back().Points.push_back({corner.x + scale * float(at[0] - '0'), corner.y + scale * float(at[1] - '0')});
   }
+}
+
+float GetUnit(float size) { return size * StrokeCapHeight / BaseLine; }
+
+}  // namespace
+
+float GetStrokeAdvance(char32_t code, float size) { return (FindShape(code).Width() + Gap) * GetUnit(size); }
+
+Mask RasterizeStrokes(char32_t code, float size, float shift, bool bold) {
+  const Shape drawn = FindShape(code);
+  const float width = drawn.Width();
+  PathShape shape;
+  AddStrokes(drawn.Base.Strokes, 1, {(width - float(drawn.Base.Width)) / 2, 0}, shape);
+  AddStrokes(drawn.Mark, 0.5f, {(width - MarkWidth) / 2, drawn.MarkLine}, shape);
   if (shape.Lines.empty()) return {};
   const float unit = GetUnit(size), pen = std::max(1.0f, size * (bold ? 0.13f : 0.085f));
-  const int margin = int(pen) + 2;
+  const int margin = int(pen) + 2, above = int(std::ceil(drawn.Above() * unit));
   RasterOptions options;
   options.Scale = unit;
   options.PenWidth = pen;
-  options.Width = int(std::ceil(float(letter.Width) * unit)) + 2 * margin + 1;
-  options.Height = int(std::ceil(8 * unit)) + 2 * margin;
+  options.Width = int(std::ceil(width * unit)) + 2 * margin + 1;
+  options.Height = above + int(std::ceil(8 * unit)) + 2 * margin;
   // The base line lies between two rows of pixels, and a pen's lower edge on it.
   const float capHeight = std::round(BaseLine * unit);
-  options.Offset = {float(margin) + Gap * unit / 2 + shift, float(margin) + capHeight - BaseLine * unit - pen / 2};
+  options.Offset = {float(margin) + Gap * unit / 2 + shift, float(above + margin) + capHeight - BaseLine * unit - pen / 2};
   Mask mask = RasterizeDrawing({shape}, options);
   mask.Left = -margin;
-  mask.Top = int(capHeight) + margin;
+  mask.Top = above + int(capHeight) + margin;
   return mask;
 }
 

@@ -9,7 +9,8 @@ inline constexpr float StrokeCapHeight = 0.72f;
 
 /// Pixels from one letter to the next at `size`; an unknown character has a width too.
 float GetStrokeAdvance(char32_t code, float size);
-/// `shift`: pixels to the right. Printable ASCII; a box for every other character.
+/// `shift`: pixels to the right. Printable ASCII, the letters of Latin-1, and dashes, quotes, arrows and signs of the interface;
+/// a box for every other character.
 Mask RasterizeStrokes(char32_t code, float size, float shift, bool bold);
 
 }  // namespace draw

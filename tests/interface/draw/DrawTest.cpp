@@ -81,6 +81,10 @@ TEST(Icons, BrokenFilesAreToldWithTheirPlaceAndCostOneIcon) {
       EXPECT_THAT(icons.Rasterize(name, 15).Coverage, testing::Contains(testing::Gt(200))) << "an outline";
     EXPECT_EQ(CountPlaces(log.Text(), cStr("icon \"") + name + "\""), 1u) << "said once";
   }
+  folder.Write("Icons.txt", "\x7F\x03 garbage \xFF\nmore of it");
+  draw::Icons none(folder.Path("Icons.txt"));
+  none.Rasterize("Good", 15);
+  EXPECT_EQ(CountPlaces(log.Text(), "holds no drawing"), 1u);
 }
 
 TEST(Icons, PathsThatAreNoneAreRefusedWhole) {

@@ -267,14 +267,18 @@ TEST(BuiltInLetters, DrawWhereTheMachineHasNoFont) {
 
 TEST(BuiltInLetters, AreAllThereAndAllDifferent) {
   std::set<std::string> seen;
-  for (char32_t c = '!'; c <= '~'; c++) {
+  std::u32string all = U"\u0378\u00B7\u2026\u2013\u201E\u201C\u201D\u2019\u00D7\u00B0\u2192\u00BB";  // the box first
+  for (char32_t c = '!'; c <= '~'; c++) all += c;
+  for (char32_t c = 0xC0; c <= 0xFF; c++)
+    if (c != 0xD7) all += c;
+  for (const char32_t c : all) {
     const draw::Mask mask = draw::RasterizeStrokes(c, 24, 0, false);
     ASSERT_TRUE(mask.Width > 0 && mask.Height > 0);
     const std::string key = std::string(mask.Coverage.begin(), mask.Coverage.end()) + std::to_string(mask.Width);
-    EXPECT_TRUE(seen.insert(key).second) << char(c) << " looks like another letter";
+    EXPECT_TRUE(seen.insert(key).second) << uint32_t(c) << " looks like another letter";
     // Nothing is cut at the rim.
     for (int x = 0; x < mask.Width; x++)
       EXPECT_EQ(mask.Coverage[size_t(x)] + mask.Coverage[mask.Coverage.size() - 1 - size_t(x)], 0);
-    for (int y = 0; y < mask.Height; y++) EXPECT_EQ(mask.Coverage[size_t(y) * size_t(mask.Width)], 0) << char(c);
+    for (int y = 0; y < mask.Height; y++) EXPECT_EQ(mask.Coverage[size_t(y) * size_t(mask.Width)], 0) << uint32_t(c);
   }
 }
