@@ -4,19 +4,12 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 
 #include "comms/Log.h"
+#include "comms/render/DriverTime.h"
 #include "shell/core/KeyTable.h"
 
 namespace bench {
-
-// CPU time of this thread: what others do to the machine meanwhile does not count.
-static double ThreadSeconds() {
-  timespec time{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-  return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
-}
 
 ScratchFolder::ScratchFolder() {
   std::string pattern = (std::filesystem::temp_directory_path() / "morvane-bench-XXXXXX").string();
@@ -80,9 +73,9 @@ void WindowRig::ApplyOptions() {
 
 void WindowRig::Frame() {
   m_TimeSec += 1.0 / 60;
-  const double start = ThreadSeconds();
+  const double start = comms::GetThreadSeconds();
   m_Loop->cMain_OnRender({0, 0, float(m_Width), float(m_Height)});
-  FrameSeconds = ThreadSeconds() - start;
+  FrameSeconds = comms::GetThreadSeconds() - start;
   for (InputEvent event; m_Window.Poll(event) != WindowMessage::None;) {  // what the display says is not of the script
   }
 }

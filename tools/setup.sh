@@ -6,7 +6,7 @@ set -euo pipefail
 packages_build="g++ cmake ninja-build ccache pkg-config libtbb-dev libpng-dev zlib1g-dev libepoxy-dev libegl-dev libegl1 libgl1-mesa-dri \
   libsdl2-dev libx11-dev libxi-dev libfreetype-dev libharfbuzz-dev libfontconfig-dev fonts-inter libdw-dev libportal-dev"
 packages_test="libgtest-dev libgmock-dev nlohmann-json3-dev xvfb xdotool \
-  xserver-xorg-core xserver-xorg-video-dummy xinput desktop-file-utils appstream shared-mime-info libxml2-utils"
+  xserver-xorg-core xserver-xorg-video-dummy xinput dbus-daemon desktop-file-utils appstream shared-mime-info libxml2-utils"
 packages_ci="clang clang-format clang-tidy libclang-rt-14-dev debootstrap"
 packages_peers="libopenvdb-dev libboost-dev libimath-dev libtinyobjloader-dev libassimp-dev"
 

@@ -14,6 +14,8 @@
 #include "shell/core/Pages.h"
 #include "shell/platform/FileDialog.h"
 
+static constexpr float RollStep = 15;  // degrees
+
 static Action MakeAction(const char* name, const char* icon, std::vector<std::string> keys, std::function<void()> run,
                          std::function<bool()> isChecked = {}) {
   Action action;
@@ -28,7 +30,8 @@ static Action MakeAction(const char* name, const char* icon, std::vector<std::st
 
 void MainForm::AddActions() {
   m_Actions.Add(MakeAction("OpenMesh", "Open", {"Ctrl+O"}, [this] { OpenMeshDialog(); }));
-  m_Actions.Add(MakeAction("ExportScene", "Save", {"Ctrl+E"}, [this] { ExportDialog(); }));
+  Action& exporting = m_Actions.Add(MakeAction("ExportScene", "Save", {"Ctrl+E"}, [this] { ExportDialog(); }));
+  exporting.IsEnabled = [this] { return !m_Parts.Scene.Volumes().empty(); };
   m_Actions.Add(MakeAction("NewSphere", "Sphere", {"Ctrl+N"}, [this] {
     MakeSphereVolume(m_Parts.Scene, "sphere", 1, 0.02f);
     FrameScene();
@@ -71,6 +74,12 @@ void MainForm::AddCameraActions() {
   m_Actions.Add(MakeAction(
       "ToggleOrthographic", "Orthographic", {"5"}, [this] { m_Navi.ToggleOrthographic(); },
       [this] { return m_Navi.View.Orthographic; }));
+  const auto addRoll = [this](const char* name, const char* key, float degrees) {
+    m_Actions.Add(MakeAction(name, "Camera", {key}, [this, degrees] { m_Navi.RollBy(degrees); })).Repeats = true;
+  };
+  addRoll("RollLeft", "Shift+4", -RollStep);
+  addRoll("RollRight", "Shift+6", RollStep);
+  m_Actions.Add(MakeAction("LevelView", "Camera", {"Shift+5"}, [this] { m_Navi.LevelView(); }));
   const auto addZoom = [this](const char* name, const char* icon, const char* key, float notches) {
     m_Actions.Add(MakeAction(name, icon, {key}, [this, notches] { ZoomView(notches); })).Repeats = true;
   };
@@ -155,7 +164,7 @@ void MainForm::AddPanelActions() {
         name, icon, {hotKey}, [this, panel] { m_Docks->IsOpen(panel) ? m_Docks->Close(panel) : m_Docks->Open(panel); },
         [this, panel] { return m_Docks->IsOpen(panel); }));
   };
-  addPanel("Preferences", "Settings", "Ctrl+Shift+P", "PreferencesPanel");
+  addPanel("Preferences", "Preferences", "Ctrl+Shift+P", "PreferencesPanel");
   addPanel("AssignHotKeys", "Keyboard", "Ctrl+Shift+K", "HotKeysPanel");
   addLayout("ResetThisPageToDefault", ResetThisPageToDefault);
   addLayout("ResetAllPagesToDefault", ResetAllPagesToDefault);

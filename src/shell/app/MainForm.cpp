@@ -14,8 +14,10 @@
 #include "interface/Layout.h"
 #include "interface/MessageBoxWidget.h"
 #include "interface/PanelWidget.h"
+#include "interface/TextEdit.h"
 #include "interface/draw/Theme.h"
 #include "shell/core/DataPath.h"
+#include "shell/core/KeyTable.h"
 #include "shell/core/Pages.h"
 #include "shell/core/PresetsManager.h"
 #include "shell/core/RunGuarded.h"
@@ -69,6 +71,7 @@ MainForm::MainForm(const Parts& parts, FormHost host)
     if (hit) point = hit.Position;
     return bool(hit);
   };
+  m_Navi.Bounds = [this] { return GetSceneBox(); };
   StartTools();
   ApplyOptions();
   m_KeptState = m_Parts.Scene.State();
@@ -219,10 +222,12 @@ void MainForm::DrawScene(comms::cRender& render, bool atBest) {
   frame.BackgroundTop = theme.ViewTop;
   frame.BackgroundBottom = theme.ViewBottom;
   frame.GridColor = theme.Grid;
+  frame.AxisXColor = theme.AxisX;
+  frame.AxisZColor = theme.AxisZ;
   const comms::cMat4 view = frame.Camera.View * frame.Camera.Projection;
   if (!(view == m_LastView)) m_ViewMovedAt = m_TimeSec;
   m_LastView = view;
-  frame.Moving = !atBest && (m_TimeSec - m_ViewMovedAt < SettleSeconds || m_VoxelTool.IsBusy());
+  frame.Moving = !atBest && m_TimeSec - std::max(m_ViewMovedAt, m_VoxelTool.LastChange()) < SettleSeconds;
   if (frame.Moving) m_Parts.Widgets.WantFrameIn(SettleSeconds);
   frame.Grid = m_Parts.Settings.ShowGrid;
   frame.Wireframe = m_Parts.Settings.Wireframe;
@@ -239,6 +244,7 @@ void MainForm::DrawScene(comms::cRender& render, bool atBest) {
   };
   for (const BasicTool* tool : tools) frame.MoreState = frame.MoreState * 0x100000001B3u ^ tool->GetDrawState();
   m_View.Draw(render, m_Parts.Scene, frame, m_ViewOptions);
+  m_ViewOptions.SceneHasColors = m_View.SceneHasColors();
   const bool changed = m_View.LastStatistics().Changed;
   if (changed) m_DisturbedAt = m_TimeSec;
   if (changed || !frame.Quiet) m_Parts.Widgets.WantFrameIn(QuietSeconds);
@@ -254,8 +260,8 @@ void MainForm::DrawOverlay(Canvas& canvas) {
     const SceneView::Statistics& seen = m_View.LastStatistics();
     const std::string text = Format("%.1f ms   %d / %d groups   %lld triangles", double(m_Host.FrameMilliseconds()),
                                     seen.VisibleGroups, seen.Groups, static_cast<long long>(seen.Triangles));
-    canvas.Text({view.X + canvas.Px(10), view.Y + canvas.Px(6), view.W, canvas.Px(20)}, text, GetTheme().TextDim,
-                TextStyle::Small);
+    const comms::cVec2 size = GetViewLabelSize(canvas, text);
+    DrawViewLabel(canvas, {view.X + canvas.Px(6) + size.x / 2, view.Y + canvas.Px(6) + size.y / 2}, text);
   }
   canvas.PopClip();
 }
@@ -273,8 +279,17 @@ bool MainForm::OnUnhandled(const InputEvent& event) {
   return (event.Kind == InputKind::KeyDown || event.Kind == InputKind::KeyUp) && GetCurrentTool().ProcessInput(event);
 }
 
+// Who writes keeps the keys that write and edit, and who waits for a key gets it, whichever it is.
+static bool KeepsKey(const BaseWidget* focused, const InputEvent& event) {
+  if (!focused || !focused->ShowsKeyboard()) return false;
+  if (!dynamic_cast<const TextEdit*>(focused)) return true;
+  const bool isFunctionKey = event.Key >= KeyF1 && event.Key < KeyF1 + 12;
+  const bool isChord = (event.Modifiers & (ModAlt | ModSuper)) || (~event.Modifiers & (ModControl | ModShift)) == 0;
+  return !isFunctionKey && !isChord;
+}
+
 bool MainForm::OnAnywhere(const InputEvent& event) {
-  if (event.Kind != InputKind::KeyDown || event.IsRepeat) return false;
+  if (event.Kind != InputKind::KeyDown || event.IsRepeat || KeepsKey(m_Parts.Widgets.Focused(), event)) return false;
   const OneHotKey* key = m_HotKeys.Find(GetKeyCombo(event));
   if (!key || key->Command.View() != "StoreScreenshot") return false;
   return m_Actions.Run("StoreScreenshot");
@@ -344,11 +359,18 @@ void MainForm::DrawProgress(Canvas& canvas, const ProgressFrame& progress) {
   m_ProgressBox.DrawTree(canvas);
 }
 
+// Commands speak as part of a line; in the window it is a sentence of its own, unless it begins with a name.
+static std::string ToSentence(std::string text) {
+  const size_t end = text.find_first_not_of("abcdefghijklmnopqrstuvwxyz");
+  if (end != 0 && end != text.npos && text[end] == ' ') text[0] = char(text[0] - 'a' + 'A');
+  return text;
+}
+
 void MainForm::Say(const std::string& text, bool warning) {
-  m_Said = text;
+  m_Said = ToSentence(text);
   m_SaidWarning = warning;
-  m_SaidUntil = m_TimeSec + SaySeconds;
-  m_Parts.Widgets.WantFrameIn(SaySeconds);
+  m_SayBegins = true;
+  m_Parts.Widgets.WantFrameIn(0);
 }
 
 void MainForm::FrameScene() {
@@ -423,7 +445,10 @@ SceneBox MainForm::GetSceneBox() const {
 // What the current tool says of itself; of a room's objects its main tool knows more than one that leaves that open.
 void MainForm::UpdateStatus() {
   BasicTool &tool = GetCurrentTool(), *room = FindMainTool(CurrentPage);
+  // It may have been said long after the last frame; its time runs from the first one that shows it.
+  if (std::exchange(m_SayBegins, false)) m_SaidUntil = m_TimeSec + SaySeconds;
   if (m_TimeSec < m_SaidUntil) {
+    m_Parts.Widgets.WantFrameIn(m_SaidUntil - m_TimeSec);
     m_Status->Message = m_Said;
     m_Status->IsWarning = m_SaidWarning;
   } else {

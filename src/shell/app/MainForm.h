@@ -104,8 +104,8 @@ class MainForm {
 
   /// Ends the program; asks first where the scene holds changes that no file has.
   void RequestClose();
-  /// Whether the scene is another than at the last export or KeepSceneState.
-  bool IsSceneModified() const { return m_Parts.Scene.State() != m_KeptState; }
+  /// Whether the scene holds volumes and is another than at the last export or KeepSceneState.
+  bool IsSceneModified() const { return !m_Parts.Scene.Volumes().empty() && m_Parts.Scene.State() != m_KeptState; }
   /// What the scene holds now is no work that could be lost.
   void KeepSceneState() { m_KeptState = m_Parts.Scene.State(); }
 
@@ -214,7 +214,7 @@ class MainForm {
   StatusLine* m_Status = nullptr;
   SceneWidget* m_SceneWidget = nullptr;
   std::string m_Said;
-  bool m_SaidWarning = false;
+  bool m_SaidWarning = false, m_SayBegins = false;
   double m_SaidUntil = 0, m_TimeSec = 0, m_ViewMovedAt = -1, m_DisturbedAt = -1;
   uint32_t m_InputCount = 0;  // at the last frame
   comms::cMat4 m_LastView;

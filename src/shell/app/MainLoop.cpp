@@ -1,23 +1,16 @@
 #include "shell/app/MainLoop.h"
 
 #include <algorithm>
-#include <ctime>
 #include <utility>
 
 #include "comms/Log.h"
+#include "comms/render/DriverTime.h"
 #include "interface/TextEdit.h"
 #include "interface/draw/Theme.h"
 #include "shell/core/Trace.h"
 
 /// Longest sleep: the crash report's facts and changed shaders are looked at that often.
 static constexpr double LongestSleep = 1;
-
-/// CPU time of this thread, seconds: what others do to the machine meanwhile does not count.
-static double ThreadSeconds() {
-  timespec time{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-  return double(time.tv_sec) + double(time.tv_nsec) * 1e-9;
-}
 
 MainLoop::MainLoop(Window& window, comms::cRender& render, cWidgets& widgets, MainForm& form, const cSettings& settings,
                    const AppOptions& options)
@@ -49,9 +42,11 @@ bool MainLoop::cWinMain_OneIterationOfMessageLoop(WindowMessage& message, bool p
       Trace("endmsg");
     } else {
       WorkInBackground();
-      Trace("render1");
-      RenderIfPossible();
-      Trace("render2");
+      if (poll || SecondsToSleep() <= 0) {
+        Trace("render1");
+        RenderIfPossible();
+        Trace("render2");
+      }
     }
   }
   Trace("endof : cWinMain_OneIterationOfMessageLoop");
@@ -84,6 +79,8 @@ void MainLoop::WorkInBackground() {
     m_Form.View().Forget();
     m_FrameWanted = true;
   }
+  // Nobody else asks a device that has nothing to draw. It tells of a reset once.
+  if (!m_DeviceLost && m_Render.IsLost()) m_ResetSeen = m_FrameWanted = true;
   if (EverySecond) EverySecond();
 }
 
@@ -105,17 +102,22 @@ void MainLoop::TakeMessage(WindowMessage message, const InputEvent& event) {
     default:
       break;
   }
-  m_FrameWanted = m_FrameWanted || message != WindowMessage::None;
+  if (message == WindowMessage::None) return;
+  m_FrameWanted = true;
+  m_FollowUpWanted = m_FollowUpWanted || message != WindowMessage::Input || event.Kind != InputKind::PointerMove;
 }
 
 double MainLoop::SecondsToSleep() {
   if (!MayDraw()) return LongestSleep;
-  if (m_FrameWanted || m_Form.WantsFrame()) return 0;
-  return std::min(m_Widgets.SecondsToNextFrame(), LongestSleep);
+  // A form that wants a frame says so once.
+  m_FrameWanted = m_Form.WantsFrame() || m_FrameWanted || m_Widgets.IsArrangeWanted();
+  if (m_FrameWanted) return 0;
+  return std::clamp(m_FrameSec + m_Widgets.SecondsToNextFrame() - Window::Now(), 0.0, LongestSleep);
 }
 
 bool MainLoop::HasDevice() {
-  if (!m_DeviceLost && !m_Render.IsLost()) return true;
+  if (!m_DeviceLost && !m_ResetSeen && !m_Render.IsLost()) return true;
+  m_ResetSeen = false;
   std::string error;
   if (!m_DeviceLost) {
     comms::LogWarning("The graphics device was reset. What was on it is made anew.");
@@ -143,7 +145,9 @@ void MainLoop::cMain_OnRender(const cRect& viewport) {
   Trace("cMain_OnRender");
   if (BlockRender) return;
   m_FrameWanted = false;
-  const double started = ThreadSeconds();
+  m_FrameSec = Window::Now();
+  const bool followUp = std::exchange(m_FollowUpWanted, false);
+  const double started = comms::GetThreadSeconds();
   const int64_t drawnBefore = FramesDrawn;
   Trace("ProcessInet");
   FrameCounter++;
@@ -186,13 +190,14 @@ void MainLoop::cMain_OnRender(const cRect& viewport) {
   DrawInterface();
   UpdateCursor();
   UpdateTextInput();
-  FrameMilliseconds += (float((ThreadSeconds() - started) * 1000) - FrameMilliseconds) * 0.1f;
+  FrameMilliseconds += (float((comms::GetThreadSeconds() - started) * 1000) - FrameMilliseconds) * 0.1f;
   if (m_Picture && !m_Render.ReadTarget(-1, *m_Picture)) *m_Picture = {};
   m_Window.Present();
   m_Render.EndFrame();
   Trace("cRender::EndFrame()");
   FrameCounter--;
   FramesDrawn++;
+  m_FrameWanted = m_FrameWanted || followUp;
 }
 
 // The form takes the size of the frame, and whoever reads the mouse or the pen sees the camera in it.

@@ -87,9 +87,11 @@ class MainLoop {
   const AppOptions& m_Options;
   int m_DepthState3D = -1, m_BlendState3D = -1, m_FillState3D = -1, m_NoDepth = -1;
   comms::cImage* m_Picture = nullptr;  // where the frame that is drawn is to be stored
-  bool m_DeviceLost = false, m_CloseWaits = false;
+  bool m_DeviceLost = false, m_ResetSeen = false, m_CloseWaits = false;
   bool m_Quitting = false, m_FrameWanted = true, m_TextInput = false;
+  bool m_FollowUpWanted = false;  // what was pressed may change what widgets only see as the next frame begins
   double m_NextSecond = 0;
+  double m_FrameSec = 0;                    // when the last frame began
   const BaseWidget* m_TextPlace = nullptr;  // compared only: it may be gone
   MouseCursor m_Cursor = MouseCursor::Arrow;
 };

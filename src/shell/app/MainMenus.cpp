@@ -37,9 +37,29 @@ void MainForm::BuildMenus() {
 }
 
 void MainForm::FillView(TextMenu& menu) {
-  AddActionItems(menu, {"FrameObject", "FrameScene", "ViewHome", "ZoomIn", "ZoomOut", "", "ViewFront", "ViewBack", "ViewRight",
-                        "ViewLeft", "ViewTop", "ViewBottom", "", "ToggleOrthographic", "ShowGrid", "Wireframe", "ShowStillImages",
-                        "ShowStatistics", ""});
+  AddActionItems(menu, {"FrameObject",
+                        "FrameScene",
+                        "ViewHome",
+                        "ZoomIn",
+                        "ZoomOut",
+                        "",
+                        "ViewFront",
+                        "ViewBack",
+                        "ViewRight",
+                        "ViewLeft",
+                        "ViewTop",
+                        "ViewBottom",
+                        "",
+                        "RollLeft",
+                        "RollRight",
+                        "LevelView",
+                        "",
+                        "ToggleOrthographic",
+                        "ShowGrid",
+                        "Wireframe",
+                        "ShowStillImages",
+                        "ShowStatistics",
+                        ""});
   TextItem* measure = menu.Add(
       m_MeasureTool.GetToolKey(), [this] { SwitchMeasuring(); },
       m_HotKeys.KeyText(HotKeyTarget{{}, {}, m_MeasureTool.GetToolKey()}), "Segment");
@@ -57,7 +77,8 @@ void MainForm::FillWindows(TextMenu& menu) {
   menu.AddLine();
   menu.AddSub(
       "LAYOUTS", [this](TextMenu& layouts) { FillLayouts(layouts); }, "Window");
-  menu.AddSub("Language", [this](TextMenu& languages) { FillLanguages(languages); });
+  menu.AddSub(
+      "Language", [this](TextMenu& languages) { FillLanguages(languages); }, "Language");
   menu.AddLine();
   AddActionItems(menu, {"ThemeSystem", "ThemeDark", "ThemeLight", "", "ScaleUp", "ScaleDown", "ScaleAutomatic"});
 }
@@ -92,7 +113,8 @@ void MainForm::DoAndSay(const std::function<bool()>& action) {
 
 void MainForm::AskName(const char* title, const std::string& name, const std::function<bool(const std::string&)>& exists,
                        const std::function<bool(const std::string&)>& store) {
-  NameBox::Ask(m_Parts.Widgets, title, name, [=, this](const std::string& chosen, std::string& expected) {
+  NameBox::Ask(m_Parts.Widgets, title, name, [=, this](const std::string& typed, std::string& expected) {
+    const std::string chosen = TrimFileTitle(typed);
     if (!IsFileTitle(chosen)) {
       expected = GetText("EXPECTED_TITLE");
       return false;
@@ -156,7 +178,8 @@ void MainForm::FillLayouts(TextMenu& menu) {
     menu.AddLine();
     menu.AddSub("RENAME", [=, this](TextMenu& names) {
       addAll(names, [this](LayoutKind kind, const std::string& name) {
-        NameBox::Ask(m_Parts.Widgets, "RENAME", name, [this, kind, name](const std::string& chosen, std::string& expected) {
+        NameBox::Ask(m_Parts.Widgets, "RENAME", name, [this, kind, name](const std::string& typed, std::string& expected) {
+          const std::string chosen = TrimFileTitle(typed);
           if (!IsFileTitle(chosen)) return expected = GetText("EXPECTED_TITLE"), false;
           if (chosen != name && HasPageLayout(kind, chosen)) return expected = GetText("EXPECTED_FREE_NAME"), false;
           DoAndSay([&] { return RenamePageLayout(kind, name, chosen); });

@@ -1,5 +1,6 @@
 // The panels of the rooms.
 #include <algorithm>
+#include <memory>
 #include <numbers>
 #include <utility>
 
@@ -11,6 +12,7 @@
 #include "interface/Layout.h"
 #include "interface/NaviControl.h"
 #include "interface/ObjBrowser.h"
+#include "interface/PanelRow.h"
 #include "interface/PanelWidget.h"
 #include "interface/ScrollArea.h"
 #include "interface/TextMenu.h"
@@ -91,6 +93,24 @@ class ToolPreview : public DrawTexRect {
 };
 DECLARE_MEMBERS(ToolPreview) {}
 
+/// Name of the current tool where it isn't the room's own.
+class ToolName : public TextWidget {
+  REFLECTED(ToolName, TextWidget)
+ public:
+  ToolName() {
+    Style = TextStyle::Bold;
+    Visible = false;
+  }
+  void Process(double) override {
+    BasicTool& tool = GetCurrentTool();
+    const bool shows = &tool != &GetDefaultTool() && &tool != FindMainTool(CurrentPage);
+    if (shows) Text = tool.GetToolKey();
+    if (std::exchange(Visible, shows) == shows) return;
+    if (cWidgets* manager = Manager()) manager->RequestArrange();
+  }
+};
+DECLARE_MEMBERS(ToolName) {}
+
 /// Parameters and preview of a tool; without one, of the current tool, whichever that is.
 class ToolPanel : public HeadedPanel {
   REFLECTED(ToolPanel, HeadedPanel)
@@ -115,6 +135,69 @@ class ToolPanel : public HeadedPanel {
 };
 DECLARE_MEMBERS(ToolPanel) {}
 
+/// "left drag", "Alt + left drag", "right drag beside the object".
+std::string DescribeBinding(const NaviBinding& binding) {
+  static constexpr const char* buttons[] = {"", "NAVI_LEFT", "NAVI_RIGHT", "NAVI_MIDDLE"};
+  static constexpr std::pair<uint8_t, const char*> modifiers[] = {{ModControl, "Ctrl"}, {ModShift, "Shift"}, {ModAlt, "Alt"}};
+  std::string text;
+  for (const auto& [bit, name] : modifiers)
+    if (binding.Modifiers & bit) text += GetKeyText(name) + " + ";
+  text += GetText(buttons[size_t(binding.Button)]);
+  return binding.EmptySpaceOnly ? FillIn(GetText("NAVI_BESIDE"), text) : text;
+}
+
+/// A line for each way to move the view.
+std::string DescribePreset(const NaviPreset& preset) {
+  static constexpr std::pair<NaviAction, const char*> ways[] = {{NaviAction::Orbit, "NAVI_ORBIT"},
+                                                                {NaviAction::Pan, "NAVI_PAN"},
+                                                                {NaviAction::Zoom, "NAVI_ZOOM"},
+                                                                {NaviAction::Roll, "NAVI_ROLL"}};
+  std::string text;
+  for (const auto& [action, key] : ways) {
+    std::string line = action == NaviAction::Zoom ? GetText("NAVI_WHEEL") : std::string();
+    for (const NaviBinding& binding : preset.Bindings)
+      if (binding.Action == action) line += (line.empty() ? "" : ", ") + DescribeBinding(binding);
+    text += (text.empty() ? "" : "\n") + GetText(key) + ": " + line;
+  }
+  return text;
+}
+
+/// The options; below the preset of the navigation stands what it does.
+class PreferencesPanel : public PanelWidget {
+  REFLECTED(PreferencesPanel, PanelWidget)
+ public:
+  PreferencesPanel() = default;
+  explicit PreferencesPanel(AppOptions& options) : PanelWidget(&options), m_Options(&options) {}
+  void Process(double timeSec) override {
+    PanelWidget::Process(timeSec);
+    if (!m_Options) return;
+    ClassArray<BaseWidget>& rows = Area().Content().Children;
+    for (int32_t i = 0; i < rows.Count; i++) {
+      const auto* row = dynamic_cast<const PanelRow*>(rows[i]);
+      if (row && row->Place().FullName == "NavigationPreset") return Show(rows, i + 1);
+    }
+  }
+
+ private:
+  void Show(ClassArray<BaseWidget>& rows, int32_t place) {
+    auto* note = place < rows.Count ? dynamic_cast<TextWidget*>(rows[place]) : nullptr;
+    if (!note) {
+      auto made = std::make_unique<TextWidget>();
+      note = made.get();
+      note->Owner = &Area().Content();
+      note->Literal = note->Wraps = note->Dim = true;
+      rows.InsertAt(place, made.release());
+    }
+    const std::vector<NaviPreset>& presets = GetNaviPresets();
+    const std::string text = DescribePreset(presets[size_t(std::clamp(m_Options->NavigationPreset, 0, int(presets.size()) - 1))]);
+    if (note->Text.View() == text) return;
+    note->Text = text.c_str();
+    if (cWidgets* manager = Manager()) manager->RequestArrange();
+  }
+  AppOptions* m_Options = nullptr;
+};
+DECLARE_MEMBERS(PreferencesPanel) {}
+
 }  // namespace
 
 void MainForm::AddPanels() {
@@ -126,9 +209,9 @@ void MainForm::AddPanels() {
   add("ToolParamsPanel", "Settings", &MainForm::MakeToolParams, DockSide::Right, 264, 420);
   add("VoxTreePanel", "Layers", &MainForm::MakeVoxTree, DockSide::Right, 264, 180);
   add("ViewPanel", "Visible", &MainForm::MakeViewPanel, DockSide::Right, 264, 400);
-  add("StillImagesPanel", "Layers", &MainForm::MakeStillImages, DockSide::Right, 264, 320);
+  add("StillImagesPanel", "Pictures", &MainForm::MakeStillImages, DockSide::Right, 264, 320);
   add("TabletPanel", "Tablet", &MainForm::MakeTabletPanel, DockSide::Right, 264, 220);
-  add("PreferencesPanel", "Settings", &MainForm::MakePreferences, DockSide::Right, 320, 480);
+  add("PreferencesPanel", "Preferences", &MainForm::MakePreferences, DockSide::Right, 320, 480);
   add("HotKeysPanel", "Keyboard", &MainForm::MakeHotKeys, DockSide::Right, 380, 480);
   add("CommandsPanel", "Menu", &MainForm::MakeCommands, DockSide::Right, 320, 420);
   add("RoomNotePanel", "Info", &MainForm::MakeRoomNote, DockSide::Left, 220, 200);
@@ -176,6 +259,7 @@ BaseWidget* MainForm::MakeToolParams() {
         m_Parts.Widgets, presets->Rect, [this](TextMenu& menu) { FillPresets(menu); }, presets);
   };
   auto* head = new ColumnWidget;
+  head->AddChild(new ToolName);
   head->AddChild(presets);
   return new ToolPanel(head, nullptr, presets);
 }
@@ -235,7 +319,7 @@ BaseWidget* MainForm::MakeVoxTree() { return new ObjBrowser(std::make_shared<Vox
 BaseWidget* MainForm::MakeTabletPanel() { return new TabletPanel(m_Host.GetPenState); }
 
 BaseWidget* MainForm::MakePreferences() {
-  auto* panel = new PanelWidget(&m_Parts.Options);
+  auto* panel = new PreferencesPanel(m_Parts.Options);
   panel->Changed = [this](const char*) {
     ApplyOptions();
     m_Host.ApplyOptions();

@@ -172,16 +172,21 @@ void MeasureTool::DrawIn3D(comms::cRender& render) {
   render.DrawLines(ends.data(), ends.size());
 }
 
+cVec2 GetViewLabelSize(Canvas& canvas, const std::string& text) {
+  return {canvas.TextWidth(text, TextStyle::Small) + canvas.Px(8), canvas.Px(18)};
+}
+
+void DrawViewLabel(Canvas& canvas, cVec2 place, const std::string& text) {
+  const cVec2 size = GetViewLabelSize(canvas, text);
+  const cRect box{std::floor(place.x - size.x / 2), std::floor(place.y - size.y / 2), size.x, size.y};
+  canvas.FillRoundRect(box, canvas.Px(Measures::Radius), 0xC8202020);
+  canvas.Text(box, text, 0xFFFFFFFF, TextStyle::Small, TextAlign::Center);
+}
+
 void MeasureTool::DrawOverlay(Canvas& canvas) {
   std::vector<cVec2> pixels(m_Points.size());
   std::vector<bool> seen(m_Points.size());
   for (size_t i = 0; i < m_Points.size(); i++) seen[i] = ProjectPoint(m_Camera, m_Viewport, m_Points[i], pixels[i]);
-  const auto label = [&](cVec2 place, const std::string& text) {
-    const float width = canvas.TextWidth(text, TextStyle::Small) + canvas.Px(8), height = canvas.Px(18);
-    const cRect box{std::floor(place.x - width / 2), std::floor(place.y - height / 2), width, height};
-    canvas.FillRoundRect(box, canvas.Px(Measures::Radius), 0xC8202020);
-    canvas.Text(box, text, 0xFFFFFFFF, TextStyle::Small, TextAlign::Center);
-  };
   const std::vector<std::pair<size_t, size_t>> parts = Parts();
   // A light line with a dark one under it is seen on any ground.
   for (const auto& [from, to] : parts) {
@@ -194,9 +199,10 @@ void MeasureTool::DrawOverlay(Canvas& canvas) {
   const std::vector<double> lengths = Lengths();
   for (size_t i = 0; i < parts.size(); i++) {
     const cVec2 from = pixels[parts[i].first], to = pixels[parts[i].second];
-    if (seen[parts[i].first] && seen[parts[i].second]) label({(from.x + to.x) / 2, (from.y + to.y) / 2}, LengthText(lengths[i]));
+    if (seen[parts[i].first] && seen[parts[i].second])
+      DrawViewLabel(canvas, {(from.x + to.x) / 2, (from.y + to.y) / 2}, LengthText(lengths[i]));
   }
   for (size_t i = 0; ShowAngles && i < m_Points.size(); i++)
     if (const double angle = AngleAt(i); angle >= 0 && seen[i])
-      label({pixels[i].x, pixels[i].y - canvas.Px(18)}, ShowNumber(comms::Format("%.1f°", angle)));
+      DrawViewLabel(canvas, {pixels[i].x, pixels[i].y - canvas.Px(18)}, ShowNumber(comms::Format("%.1f°", angle)));
 }

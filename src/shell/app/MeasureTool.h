@@ -8,6 +8,12 @@
 #include "MC/room/VoxelScene.h"
 #include "shell/core/BasicTool.h"
 
+/// A line of text over the view on a ground of its own, so that it is read on whatever is below; `place` is the middle of the
+/// box.
+void DrawViewLabel(Canvas& canvas, comms::cVec2 place, const std::string& text);
+/// Pixels of the sides of that box.
+comms::cVec2 GetViewLabelSize(Canvas& canvas, const std::string& text);
+
 class MeasureTool : public BasicTool {
   REFLECTED(MeasureTool, BasicTool)
  public:

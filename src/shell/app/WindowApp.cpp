@@ -2,8 +2,8 @@
 
 #include <oneapi/tbb/task_scheduler_observer.h>
 #include <sched.h>
+#include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -15,9 +15,11 @@
 #include "MC/room/RoomCommands.h"
 #include "comms/Image.h"
 #include "comms/Log.h"
+#include "comms/Progress.h"
 #include "comms/SafeFile.h"
 #include "comms/Str.h"
 #include "comms/cMeshIO.h"
+#include "comms/render/DriverTime.h"
 #include "comms/render/cRenderGL.h"
 #include "interface/Clipboard.h"
 #include "interface/Language.h"
@@ -36,9 +38,9 @@
 #include "shell/core/KeyTable.h"
 #include "shell/core/WindowPlacement.h"
 #include "shell/platform/CrashHandler.h"
+#include "shell/platform/DesktopTheme.h"
 #include "shell/platform/InstanceLock.h"
 #include "shell/platform/Machine.h"
-#include "shell/platform/ThemePreference.h"
 
 namespace {
 
@@ -94,40 +96,6 @@ class MainThreadMask : public tbb::task_scheduler_observer {
   cpu_set_t m_Old;
 };
 
-/// Asks the desktop whether it is dark or light in a thread of its own: its command may take half a second, and no frame waits
-/// for it. Until it has answered the last answer holds.
-class DesktopTheme {
- public:
-  ~DesktopTheme() { Wait(); }
-  /// Before the window goes, which is woken by an answer.
-  void Wait() {
-    if (m_Thread.joinable()) m_Thread.join();
-  }
-  /// No effect while an answer is under way.
-  void Ask() {
-    if (m_Answer == Waiting) return;
-    Wait();
-    m_Answer = Waiting;
-    m_Thread = std::thread([this] {
-      m_Answer = int(ReadThemePreference());
-      Window::Wake();
-    });
-  }
-  /// Makes the answer that has come, if any, the last one.
-  void Take() {
-    if (!HasAnswer()) return;
-    m_Last = ThemePreference(m_Answer.exchange(None));
-  }
-  bool HasAnswer() const { return m_Answer >= 0; }
-  ThemePreference Last() const { return m_Last; }
-
- private:
-  static constexpr int None = -1, Waiting = -2;
-  std::atomic<int> m_Answer = None;
-  ThemePreference m_Last = ThemePreference::Dark;
-  std::thread m_Thread;
-};
-
 int Fail(const std::string& sentence) {
   comms::LogError("%s", sentence.c_str());  // the log says it on the terminal too
   return 2;
@@ -152,6 +120,9 @@ class WindowProgram {
   void ApplyTheme();
   void StoreWindowRect();
   void StoreMissingTexts();
+  void StoreSettings();
+  void KeepWithoutDisplay();
+  bool KeepAtSignal();
   void LoadArrow();
   void FillCrashScene(CrashScene& scene);
   void StartOpenAutomate();
@@ -198,7 +169,7 @@ bool WindowProgram::StartFolders(std::string& error) {
   m_Log = std::make_unique<LogFile>(GetFullPath("Log.txt"));
   comms::LogInfo("Morvane %s; data path %s", m_Job.Version.c_str(), GetDataPath().c_str());
   if (m_Lock.IsSecond()) {
-    comms::LogWarning("the data path is in use by another instance; this one works in a temporary folder of its own");
+    comms::LogWarning("%s is in use by another instance; this one writes into %s", m_FirstPath.c_str(), m_Lock.Folder().c_str());
     CrashOptions crash;
     crash.Folder = GetDataPath();
     crash.Version = "Morvane " + m_Job.Version;
@@ -230,6 +201,7 @@ bool WindowProgram::StartWindow(std::string& error) {
   WindowPlacement placement;
   WindowRect stored;
   if (LoadWindowRect(stored)) placement = {stored.Left, stored.Top, stored.Right, stored.Bottom, stored.Maximized};
+  m_Window.Lost = [this] { KeepWithoutDisplay(); };
   if (!m_Window.Create(Title, placement, error)) return false;
   m_Window.SwitchOffAccessKeys();
   m_Render = std::make_unique<comms::cRenderGL>();
@@ -300,7 +272,14 @@ void WindowProgram::StartForm() {
   FormHost host;
   host.Close = [this] { m_Loop->Quit(); };
   host.AsksBeforeClose = m_Job.FramesToRun == 0;
-  host.KeepAlive = [this] { m_Loop->KeepAlive(); };
+  host.KeepAlive = [this] {
+    m_Loop->KeepAlive();
+    // The dialog is another program's, and nobody may be there to close it.
+    if (m_Window.EndSignal() == 0) return;
+    const bool isKept = KeepAtSignal();
+    StoreSettings();
+    _exit(isKept ? 0 : 4);
+  };
   host.WorkEnded = [this] { m_Progress->Finish(); };
   host.StoreScreenshot = [this] { m_ScreenshotWanted = true; };
   host.GetPenState = [this] { return m_Window.GetPenState(); };
@@ -315,6 +294,7 @@ void WindowProgram::StartForm() {
   if (quality == SceneQuality::Fast) KeepFreedMemory(size_t(128) << 20);
   m_Loop = std::make_unique<MainLoop>(m_Window, *m_Render, *m_Widgets, *m_Form, m_Settings, m_Options);
   m_Loop->MayClose = [this] {
+    if (m_Window.EndSignal() != 0) return true;
     m_Form->RequestClose();
     return m_Loop->IsQuitting();
   };
@@ -324,9 +304,9 @@ void WindowProgram::StartForm() {
     m_Messages->TellMemoryFailure();
     if (std::exchange(m_ScreenshotWanted, false)) {
       StoreScreenshot();
-      m_Progress->Finish();
     }
     if (m_DesktopTheme.HasAnswer()) ApplyTheme();
+    if (m_Options.Theme == ThemeChoice::System) m_DesktopTheme.FollowChange();
     m_CrashSave->Watch();
     return WorkOnScript();
   };
@@ -338,7 +318,7 @@ void WindowProgram::StartForm() {
   if (m_Job.FramesToRun == 0) m_Loop->StartSplash = std::make_unique<Splash>(Title, m_Job.Version, Window::Now());
   m_Messages->PumpOnce = [this] {
     WindowMessage message;
-    return m_Loop->cWinMain_OneIterationOfMessageLoop(message, false);
+    return m_Loop->cWinMain_OneIterationOfMessageLoop(message, false) && m_Window.EndSignal() == 0;
   };
   m_Progress = std::make_unique<ScreenProgress>();
   m_Progress->Draw = [this](const ProgressFrame& frame) { m_Loop->DrawProgress(frame); };
@@ -348,6 +328,8 @@ void WindowProgram::StartForm() {
     InputEvent event;
     for (WindowMessage message; (message = m_Window.Poll(event)) != WindowMessage::None;) {
       const bool isInput = message == WindowMessage::Input;
+      m_Loop->RequestFrame();  // the work draws none of what changed meanwhile
+      if (message == WindowMessage::ScaleChanged) ApplyOptions();
       if (message == WindowMessage::Close || (isInput && m_Form->CancelsProgress(event))) m_Progress->Cancel();
       if (isInput && MainLoop::IsRelease(event)) m_Widgets->Queue(event);
     }
@@ -359,9 +341,9 @@ void WindowProgram::StartForm() {
   m_FormOpen = true;
   AddCrashInfo([this](CrashScene& scene) { FillCrashScene(scene); });
   RefreshCrashScene();
-  m_CrashSave =
-      std::make_unique<CrashSave>(CrashSave::Parts{m_Scene, m_Window, m_Job.ProgramData, comms::JoinPath(m_FirstPath, "UserData"),
-                                                   [this] { return m_Form->IsSceneModified(); }});
+  m_CrashSave = std::make_unique<CrashSave>(
+      CrashSave::Parts{m_Scene, m_Window, m_Job.ProgramData, comms::JoinPath(m_FirstPath, "UserData"),
+                       [this] { return m_Form->IsSceneModified() || m_Form->VoxelTool().IsStroking(); }});
 }
 
 void WindowProgram::ApplyTheme() {
@@ -402,6 +384,29 @@ void WindowProgram::StoreWindowRect() {
   ::StoreWindowRect({placement.Left, placement.Top, placement.Right, placement.Bottom, placement.Maximised});
 }
 
+void WindowProgram::StoreSettings() {
+  if (!m_FormOpen) return;
+  StoreWindowRect();
+  m_Form->Store();
+  StoreMissingTexts();
+}
+
+// The window is gone, and with it whoever could be asked. The work first: storing settings asks more of a program in the midst of
+// its frame.
+void WindowProgram::KeepWithoutDisplay() {
+  comms::SetProgressSink(nullptr);  // it would draw
+  if (m_CrashSave && m_Job.FramesToRun == 0) m_CrashSave->SaveUnasked();
+  StoreSettings();
+}
+
+// A session that ends waits for no answer. False where work is lost by it.
+bool WindowProgram::KeepAtSignal() {
+  comms::LogInfo("%s: the program ends without a question", sigabbrev_np(m_Window.EndSignal()));
+  m_Form->VoxelTool().FinishStroke();
+  // Runs that end by themselves hold nobody's work.
+  return m_Job.FramesToRun > 0 || m_CrashSave->SaveUnasked();
+}
+
 void WindowProgram::StartScene() {
   std::string error;
   const bool hasBackup = OfferBackup();
@@ -417,6 +422,7 @@ void WindowProgram::StartScene() {
     comms::LogInfo("%s is open", file.c_str());
   }
   if (m_Lock.IsSecond()) m_Form->Say(GetText("SECOND_INSTANCE"), true);
+  m_Scene.History().Clear();  // here the person begins
   // A backup is there only here now.
   if (!hasBackup) m_Form->KeepSceneState();
   m_CrashSave->Begin();
@@ -426,10 +432,11 @@ void WindowProgram::StartScene() {
 bool WindowProgram::OfferBackup() {
   // Runs that end by themselves have nobody who answers, and what the first instance left waits for its next start.
   if (m_Job.FramesToRun > 0 || m_Lock.IsSecond()) return false;
-  const std::string path = FindCrashBackup(comms::JoinPath(m_FirstPath, "UserData"));
+  const std::string path = FindCrashBackup(ListCrashBackupFolders(comms::JoinPath(m_FirstPath, "UserData")));
   if (path.empty()) return false;
+  const std::string question = GetText("PrevBackupFound") + "\n\n" + DescribeCrashBackup(path);
   enum { Load, Delete, Skip };
-  switch (m_Messages->Ask("AutoBackup", "PrevBackupFound", {"LOAD", "DELETE", "SKIP"}, Skip)) {
+  switch (m_Messages->Ask("AutoBackup", question.c_str(), {"LOAD", "DELETE", "SKIP"}, Skip)) {
     case Load:
       return LoadBackup(path);
     case Delete:
@@ -449,7 +456,7 @@ bool WindowProgram::LoadBackup(const std::string& path) {
   }
   m_Form->FrameScene();
   // Kept until the next one: the scene is not stored anywhere else yet.
-  const std::string old = comms::JoinPath(m_FirstPath, "UserData/AutoBackupOnCrash.loaded.mvb");
+  const std::string old = std::filesystem::path(path).replace_filename("AutoBackupOnCrash.loaded.mvb").string();
   if (std::rename(path.c_str(), old.c_str()) != 0)
     comms::LogWarning("%s can't be renamed to %s: %s", path.c_str(), old.c_str(), std::strerror(errno));
   comms::LogInfo("%s is loaded", path.c_str());
@@ -476,6 +483,14 @@ bool WindowProgram::WorkOnScript() {
   return true;
 }
 
+// Nobody waits for a picture in front of a box: what is done meanwhile stays in the queue of the window, in its order.
+static bool SaveQuietly(const comms::cImage& image, const std::string& path, std::string& error) {
+  comms::ProgressSink* const screen = comms::SetProgressSink(nullptr);
+  const bool done = comms::SavePng(image, path, error);
+  comms::SetProgressSink(screen);
+  return done;
+}
+
 // "Screenshots/Morvane 001.png" and on, in the data path, that of the first instance.
 void WindowProgram::StoreScreenshot() {
   comms::cImage image;
@@ -484,7 +499,7 @@ void WindowProgram::StoreScreenshot() {
     path = comms::JoinPath(m_FirstPath, comms::Format("Screenshots/%s %03d.png", Title, number));
   if (!m_Loop->TakePicture(image))
     m_Form->Say("the window can't be read", true);
-  else if (!MakeFolderOf(path) || !comms::SavePng(image, path, error))
+  else if (!MakeFolderOf(path) || !SaveQuietly(image, path, error))
     m_Form->Say(error.empty() ? path + ": the folder can't be made" : error, true);
   else
     m_Form->Say(path);
@@ -507,14 +522,17 @@ int WindowProgram::Run() {
   if (!m_Window.OpenTablet(error)) comms::LogInfo("no pen: %s", error.c_str());
   m_Window.Show();
   m_Loop->RenderIfPossible();
-  comms::LogInfo("first frame after %.2f s", SecondsSinceStart());
+  const double driver = comms::DriverTime::Finish();
+  comms::LogInfo("first frame after %.2f s; CPU time of the main thread: %.3f s in the graphics driver, %.3f s besides",
+                 SecondsSinceStart(), driver, comms::GetThreadSeconds() - driver);
   StartOpenAutomate();
   StartScene();
   WindowMessage message;
-  while (m_Loop->cWinMain_OneIterationOfMessageLoop(message, m_Job.FramesToRun > 0)) {
+  while (m_Loop->cWinMain_OneIterationOfMessageLoop(message, m_Job.FramesToRun > 0) && m_Window.EndSignal() == 0) {
     if (m_Job.FramesToRun > 0 && m_Script.IsDone() && m_Loop->FramesDrawn >= m_Job.FramesToRun) break;
     if (m_Job.FramesToRun > 0) m_Loop->RequestFrame();
   }
+  if (m_Window.EndSignal() != 0) return KeepAtSignal() ? 0 : 4;
   if (m_Job.Picture.empty()) return 0;
   comms::cImage image;
   if (m_Loop->TakePicture(image) && comms::SavePng(image, m_Job.Picture, error)) return 0;
@@ -525,14 +543,10 @@ int WindowProgram::Run() {
 // The pen first, then the scene, which is not saved, then what holds something of the device, the device, the window.
 void WindowProgram::Stop() {
   m_Window.CloseTablet();
-  m_DesktopTheme.Wait();
+  m_DesktopTheme.Stop();
   m_CrashSave.reset();
   ForgetCrashInfo();
-  if (m_FormOpen) {
-    StoreWindowRect();
-    m_Form->Store();
-    StoreMissingTexts();
-  }
+  StoreSettings();
   m_Progress.reset();
   m_Loop.reset();
   m_Form.reset();

@@ -15,5 +15,5 @@ struct WindowJob {
 };
 
 /// Opens the window and works until the person closes it. Returns the exit code: 2 with one clear sentence where there is no
-/// display or no sufficient OpenGL.
+/// display or no sufficient OpenGL, 4 where the picture, or at a signal to end the work, could not be stored.
 int RunWindow(const WindowJob& job);

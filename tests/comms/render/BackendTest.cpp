@@ -45,6 +45,11 @@ TEST(DeviceReport, SaysWhatADriverLacks) {
       "objects, buffer copies, sampler objects, shading language 3.30.");
   facts.VersionNumber = 33;
   EXPECT_EQ(DescribeMissingNeeds(facts), "");
+  facts.ShadingVersion = 120;
+  EXPECT_EQ(
+      DescribeMissingNeeds(facts),
+      "The graphics driver of \"R\" offers OpenGL 3.3 (\"2.1 X\") with shading language 1.20; OpenGL 3.3 is needed. Missing: "
+      "shading language 3.30.");
   facts.IsDesktop = false;
   EXPECT_THAT(DescribeMissingNeeds(facts), HasSubstr("OpenGL ES 3.3"));
 }

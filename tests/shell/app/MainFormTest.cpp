@@ -9,6 +9,9 @@
 #include "interface/FileBrowser.h"
 #include "interface/HotKeyWindow.h"
 #include "interface/MessageBoxWidget.h"
+#include "interface/ObjBrowser.h"
+#include "interface/TextEdit.h"
+#include "interface/TextWidget.h"
 #include "shell/app/MainFormFixture.h"
 
 namespace {
@@ -90,6 +93,7 @@ TEST_F(MainFormTest, EveryActionRuns) {
 // A press in the view is a stroke; one Ctrl+Z takes it back; the brush goes when the pointer leaves the view.
 TEST_F(MainFormTest, StrokeUndoAndHover) {
   ASSERT_TRUE(Form->GetActions().Run("NewSphere"));
+  Scene.History().Clear();
   for (int i = 0; i < 3; i++) Frame();
   const cRect view = Form->ViewRect();
   const auto at = [&](InputKind kind, float x, float y) {
@@ -159,6 +163,53 @@ TEST_F(MainFormTest, TheBrushIsSizedAsTheStatusLineSays) {
     LookAtAll();
   }
   EXPECT_EQ(byDrag, 4) << "all but the one that has the right button for the view";
+  // Told are the keys that the person has, by what is printed on them.
+  Options.NavigationPreset = 3;
+  Form->ApplyOptions();
+  ASSERT_TRUE(Form->Keys().Assign({"SizeBrush", {}, {}}, {'K', ModControl}));
+  const auto tells = [&tool](const char* words) { return tool.GetWorkHint().find(words) != std::string::npos; };
+  EXPECT_TRUE(tells(" [ ] radius") && tells("hold Ctrl+K and move:")) << tool.GetWorkHint();
+  SetKeySigns({{KeyLeftBracket, "Ü"}, {KeyRightBracket, "+"}});
+  EXPECT_TRUE(tells(" Comma Period radius")) << tool.GetWorkHint();
+  SetKeySigns({{KeyLeftBracket, "Ü"}, {KeyRightBracket, "+"}, {KeyComma, ""}, {KeyPeriod, ""}});
+  EXPECT_TRUE(tells(" Ü + radius")) << tool.GetWorkHint();
+  SetKeySigns({});
+  const float radius = tool.Radius;
+  Press(KeyComma);
+  EXPECT_LT(tool.Radius, radius);
+}
+
+// Whoever writes, or gives keys, keeps what is pressed; elsewhere the picture is taken.
+TEST_F(MainFormTest, TheKeyOfThePictureLeavesLettersToFields) {
+  constexpr int f12 = KeyF1 + 11;
+  const HotKeyTarget picture{"StoreScreenshot", {}, {}};
+  Form->Docks().Open("HotKeysPanel");
+  Frame();
+  auto* window = Find<HotKeyWindow>(Widgets.Layer(LayerDocks));
+  ASSERT_TRUE(window && Form->Keys().Assign(picture, {'K', 0}));
+  EXPECT_TRUE(Form->OnAnywhere(KeyEvent('K')));
+  const cRect field = Find<TextEdit>(*window)->Rect;
+  Click(field.X + field.W / 2, field.Y + field.H / 2);
+  EXPECT_FALSE(Form->OnAnywhere(KeyEvent('K')));
+  ASSERT_TRUE(Form->Keys().Assign(picture, {f12, 0}));
+  EXPECT_TRUE(Form->OnAnywhere(KeyEvent(f12)));
+  window->BeginCapture({"ViewHome", {}, {}});
+  EXPECT_FALSE(Form->OnAnywhere(KeyEvent(f12)));
+}
+
+// Whatever the preset, a person reads what its buttons do.
+TEST_F(MainFormTest, PreferencesTellThePresetOfTheNavigation) {
+  Form->Docks().Open("PreferencesPanel");
+  for (size_t preset = 0; preset < GetNaviPresets().size(); preset++) {
+    Options.NavigationPreset = int(preset);
+    Frame();
+    std::string told;
+    for (TextWidget* text : FindAll<TextWidget>(Widgets.Layer(LayerDocks)))
+      if (const std::string all = text->GetText(); all.find("Turn: ") == 0) told += all;
+    EXPECT_NE(told.find("\nZoom: wheel"), std::string::npos) << told;
+    EXPECT_EQ(told.find("\nRoll: Alt + middle drag") != std::string::npos, preset == 2) << told;
+    EXPECT_EQ(told.find("Turn: ", 1), std::string::npos) << "one table";
+  }
 }
 
 // A crash loses no choice, and every box of the View panel is about what is drawn.
@@ -237,6 +288,32 @@ TEST_F(MainFormTest, ClosingAsksForWhatChanged) {
   EXPECT_FALSE(Form->IsSceneModified());
 }
 
+// The only volume goes by a key in its panel: nothing asks, for the next key brings it back; without it there is nothing to
+// store.
+TEST_F(MainFormTest, WhatIsDeletedInThePanelComesBack) {
+  ASSERT_TRUE(Form->GetActions().Run("NewSphere"));
+  Frame();
+  VolumeObject* const sphere = Scene.Current();
+  const auto stands = [&](bool there) {
+    Frame();
+    EXPECT_EQ(Scene.Current(), there ? sphere : nullptr);
+    EXPECT_EQ(Form->View().LastStatistics().Groups > 0, there) << "as it is seen";
+    EXPECT_EQ(Form->GetActions().Find("ExportScene")->Enabled(), there);
+    EXPECT_EQ(Form->IsSceneModified(), there);
+  };
+  stands(true);
+  const cRect row = Find<ObjBrowser>(Widgets.Layer(LayerDocks))->RowRect(sphere);
+  Click(row.X + row.W / 2, row.Y + row.H / 2);
+  Press(KeyDelete);
+  stands(false);
+  Press('Z', ModControl);
+  stands(true);
+  Press('Y', ModControl);
+  stands(false);
+  Press('Q', ModControl);
+  EXPECT_EQ(Closed, 1);
+}
+
 // A person stops an import while it runs; nothing of it is left, and the next work runs to its end.
 TEST_F(MainFormTest, StoppedWorkLeavesTheSceneAsItWas) {
   ASSERT_TRUE(Form->GetActions().Run("NewSphere"));
@@ -286,7 +363,7 @@ TEST_F(MainFormTest, LayoutsAndPresetsAreKeptUnderNames) {
   Enter("a/b");
   EXPECT_TRUE(Widgets.HasModal()) << "no name for a file";
   Press('A', ModControl);
-  Enter("Mine");
+  Enter(".Mine. ");
   ASSERT_TRUE(Choose({"Layouts", "Restore default layout"}));
   EXPECT_FALSE(Form->Docks().IsOpen("TabletPanel"));
   ASSERT_TRUE(Choose({"Layouts", "Mine"}));

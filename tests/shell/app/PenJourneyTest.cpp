@@ -20,9 +20,9 @@ class PenJourneyTest : public ProgramTest {
  protected:
   void SetUp() override {
     for (const char* program : {PenDisplay::Program, "xinput"})
-      if (!HasProgram(program)) GTEST_SKIP() << "needs " << program;
+      if (!HasProgram(program)) MORVANE_SKIP(std::string("needs ") + program);
     ProgramTest::SetUp();
-    if (IsSkipped()) return;
+    if (IsSkipped() || HasFatalFailure()) return;
     m_PenDisplay = std::make_unique<PenDisplay>(m_Folder);
     if (!m_PenDisplay->IsThere()) GTEST_SKIP() << "the X server with test devices did not start";
     Write("Options.xml",

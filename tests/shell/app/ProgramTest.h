@@ -30,9 +30,9 @@ class ProgramTest : public testing::Test {
   explicit ProgramTest(const char* screen = "1600x1000x24") : m_Screen(screen) {}
   void SetUp() override {
     for (const char* program : {"Xvfb", "xdotool"})
-      if (!HasProgram(program)) GTEST_SKIP() << "needs " << program;
+      if (!HasProgram(program)) MORVANE_SKIP(std::string("needs ") + program);
     m_Display = std::make_unique<VirtualDisplay>(m_Screen);
-    if (!m_Display->IsThere()) GTEST_SKIP() << "Xvfb did not start";
+    if (!m_Display->IsThere()) MORVANE_SKIP("Xvfb did not start");
     const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
     const char* pictures = std::getenv("MORVANE_JOURNEY_PICTURES");
     m_Folder =
