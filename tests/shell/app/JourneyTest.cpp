@@ -319,6 +319,7 @@ TEST_F(JourneyTest, LayoutAndLanguageSurviveARestart) {
   const cImage wider = PictureUnlike(floating, {0.75, 0.05, 0.79, 0.85}, 0.1, "wider", "the panels are as wide as before");
   EXPECT_EQ(Leave(), 0) << Log();
   Start({WritePost()});
+  Picture("restarted");  // from here on keys arrive
   Do("key f");
   PictureLike(wider, All, 0.02, "again", "the layout or the language is another");
   EXPECT_EQ(Leave(), 0) << Log();
