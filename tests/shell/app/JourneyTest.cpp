@@ -315,6 +315,7 @@ TEST_F(JourneyTest, LayoutAndLanguageSurviveARestart) {
   const cImage floating = PictureUnlike(german, {0, 0.05, 0.1, 0.8}, 0.1, "floating", "the panel is still at the left");
   EXPECT_GT(Difference(german, floating, {0.38, 0.3, 0.48, 0.6}), 0.3) << "nothing floats over the view";
   Drag("1", 1283, 500, 1180, 500);
+  Picture("resized");  // the view is framed as it will be found
   Do("key f");
   const cImage wider = PictureUnlike(floating, {0.75, 0.05, 0.79, 0.85}, 0.1, "wider", "the panels are as wide as before");
   EXPECT_EQ(Leave(), 0) << Log();

@@ -14,13 +14,6 @@
 #include "interface/BaseWidget.h"
 #include "shell/VirtualDisplay.h"
 
-#ifdef __SANITIZE_ADDRESS__
-// What the display's libraries keep until the end of the process. The OpenGL driver is gone by the time the leaks are counted, so
-// its blocks are known by the library that loaded it, which takes whole call stacks.
-extern "C" const char* __asan_default_options() { return "fast_unwind_on_malloc=0"; }
-extern "C" const char* __lsan_default_suppressions() { return "leak:libSDL2\nleak:libdbus-1\n"; }
-#endif
-
 namespace {
 
 class WindowTest : public testing::Test {
