@@ -222,8 +222,10 @@ void MainForm::DrawScene(comms::cRender& render, bool atBest) {
   frame.BackgroundTop = theme.ViewTop;
   frame.BackgroundBottom = theme.ViewBottom;
   frame.GridColor = theme.Grid;
-  frame.AxisXColor = theme.AxisX;
-  frame.AxisZColor = theme.AxisZ;
+  // On a dark ground the full colours would draw the eye away from the sculpture.
+  const float dimmed = theme.Kind == ThemeKind::Dark ? 0.25f : 0.0f;
+  frame.AxisXColor = MixColor(theme.AxisX, theme.ViewBottom, dimmed);
+  frame.AxisZColor = MixColor(theme.AxisZ, theme.ViewBottom, dimmed);
   const comms::cMat4 view = frame.Camera.View * frame.Camera.Projection;
   if (!(view == m_LastView)) m_ViewMovedAt = m_TimeSec;
   m_LastView = view;
