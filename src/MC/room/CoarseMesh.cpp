@@ -9,8 +9,8 @@ namespace {
 
 constexpr int GroupEdge = GroupSize * CellSize, ClusterEdge = 3, Slots = GroupEdge / ClusterEdge;  // voxels; along an axis
 static_assert(GroupEdge % ClusterEdge == 0);
-constexpr float OnBorder = 1e-3f;        // voxels
-constexpr float LeastAgreement = 0.93f;  // length of the mean normal; below it the cube holds an edge
+constexpr float OnBorder = 1e-3f;       // voxels
+constexpr float LeastAgreement = 0.9f;  // length of the mean normal; below it the cube holds an edge
 
 // Whether a coordinate, which counts from the group's lower border, lies in a border plane. A vertex on a grid edge across the
 // plane stays within its group however close it comes: the neighbour doesn't have it.
