@@ -207,14 +207,14 @@ TEST_F(OptionFilesTest, WindowRect) {
 
 TEST(DataPath, Order) {
   DataPathInputs inputs;
-  inputs.Documents = "/home/me/Documents";
+  inputs.Documents = "/people/ann/Documents";
   inputs.TitleFile = " leading blank";
-  EXPECT_EQ(FindDataPath(inputs), "/home/me/Documents/MorvaneV3/");
+  EXPECT_EQ(FindDataPath(inputs), "/people/ann/Documents/MorvaneV3/");
   inputs.TitleFile = "Studio edition\n";
-  EXPECT_EQ(FindDataPath(inputs), "/home/me/Documents/Studio/");
+  EXPECT_EQ(FindDataPath(inputs), "/people/ann/Documents/Studio/");
   for (const char* empty : {"", " \r\n\t "}) {
     inputs.PathFile = empty;
-    EXPECT_EQ(FindDataPath(inputs), "/home/me/Documents/Studio/");
+    EXPECT_EQ(FindDataPath(inputs), "/people/ann/Documents/Studio/");
   }
   inputs.PathFile = "\n  /data/my files \r\n";
   EXPECT_EQ(FindDataPath(inputs), "/data/my files/");
@@ -226,9 +226,10 @@ TEST(DataPath, Order) {
 
 TEST(DataPath, DocumentsFolder) {
   for (const auto& [text, folder] :
-       {std::pair{"# XDG_DOCUMENTS_DIR=\"/no\"\nXDG_DOCUMENTS_DIR=\"$HOME/Dokumente/\"\n", "/home/me/Dokumente"},
-        std::pair{"XDG_DOCUMENTS_DIR=\"/srv/docs\"", "/srv/docs"}, std::pair{"XDG_DOCUMENTS_DIR=\"no\"", "/home/me/Documents"}})
-    EXPECT_EQ(FindDocumentsFolder("/home/me", text), folder);
+       {std::pair{"# XDG_DOCUMENTS_DIR=\"/no\"\nXDG_DOCUMENTS_DIR=\"$HOME/Dokumente/\"\n", "/people/ann/Dokumente"},
+        std::pair{"XDG_DOCUMENTS_DIR=\"/srv/docs\"", "/srv/docs"},
+        std::pair{"XDG_DOCUMENTS_DIR=\"no\"", "/people/ann/Documents"}})
+    EXPECT_EQ(FindDocumentsFolder("/people/ann", text), folder);
 }
 
 TEST_F(OptionFilesTest, FullPaths) {
